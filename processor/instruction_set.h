@@ -1,0 +1,35 @@
+// Which instruction sets the processor offers and the user allows. Kernel tables are chosen by this alone.
+#pragma once
+
+namespace vantor {
+
+/// In order of preference: a family uses the last of its tables whose set is usable.
+enum class InstructionSet { Plain, Neon, Avx2, Avx512 };
+
+constexpr InstructionSet kInstructionSets[] = {InstructionSet::Plain, InstructionSet::Neon,
+                                               InstructionSet::Avx2, InstructionSet::Avx512};
+
+/// "plain", "neon", "avx2" or "avx512".
+const char* instructionSetName(InstructionSet set);
+
+/// Whether the processor can run kernels of this set. Avx512 stands for F, BW, VL and VBMI together.
+bool processorHas(InstructionSet set);
+
+/// Whether `name` is a value of VANTOR_CPU: "plain", "avx2" or "avx512". Null (unset) is one as well.
+bool isInstructionSetLimit(const char* name);
+
+/// Whether the processor has the set and VANTOR_CPU does not rule it out. VANTOR_CPU names the last set that
+/// may be used; it is read once a process, and a value that is no such name is ignored.
+bool isUsable(InstructionSet set);
+
+/// The best usable table of a family. `tables` is in order of preference and begins with the plain one.
+template <typename Kernels, int Count>
+const Kernels& bestTable(const Kernels* const (&tables)[Count]) {
+    const Kernels* best = tables[0];
+    for (const Kernels* table : tables) {
+        if (isUsable(table->set)) best = table;
+    }
+    return *best;
+}
+
+}  // namespace vantor

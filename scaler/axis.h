@@ -1,0 +1,37 @@
+// Where the output samples of the reducing scaler lie in the source, along one axis.
+#pragma once
+
+#include <cstdint>
+
+namespace vantor {
+
+/// Positions in 1 / 2^fractionBits of a source sample; the phase is their upper phaseBits fraction bits.
+struct PositionFormat {
+    int fractionBits;
+    int phaseBits;
+};
+
+constexpr PositionFormat kPosition8192{13, 5};  ///< 1/8192 sample, phases of 1/32: the band kernels
+constexpr PositionFormat kPosition64{6, 6};     ///< 1/64 sample, phases of 1/64
+constexpr PositionFormat kPosition32{5, 5};     ///< 1/32 sample, phases of 1/32
+
+/// Output sample i lies at i x step, the step truncated: output 0 samples source 0 exactly, and centres are
+/// not offset. 64 bits, because the source size alone takes all of 32 bits from 2^18 samples on.
+class Axis {
+public:
+    Axis(int srcSize, int dstSize, PositionFormat format)
+        : format_(format), step_((int64_t{srcSize} << format.fractionBits) / dstSize) {}
+
+    int index(int i) const { return static_cast<int>((i * step_) >> format_.fractionBits); }
+
+    int phase(int i) const {
+        const int64_t units = (i * step_) >> (format_.fractionBits - format_.phaseBits);
+        return static_cast<int>(units & ((1 << format_.phaseBits) - 1));
+    }
+
+private:
+    PositionFormat format_;
+    int64_t step_;
+};
+
+}  // namespace vantor

@@ -1,0 +1,37 @@
+// The vector stages of the bicubic luma family, one table an instruction set. All tables give the same bytes.
+#pragma once
+
+#include <cstdint>
+
+#include "processor/instruction_set.h"
+
+namespace vantor {
+
+struct LumaKernels {
+    InstructionSet set;
+
+    /// Horizontal stage: out[i] is the clamped cubic of row[tap[i]] to row[tap[i] + 3] at phase[i], for i
+    /// from 0 to columns - 1. Phases are 0 to 31 (the plain table takes 0 to 63); taps may come in any order,
+    /// and nothing behind row[tap[i] + 3] is read.
+    void (*filterRow)(const uint8_t* row, const uint32_t* tap, const uint8_t* phase, uint8_t* out,
+                      int columns);
+
+    /// Vertical stage: the same cubic down four filtered rows, at one phase.
+    void (*blendRows)(const uint8_t* const rows[4], int phase, uint8_t* out, int columns);
+};
+
+extern const LumaKernels kLumaPlain;
+
+constexpr const LumaKernels* kLumaTables[] = {&kLumaPlain};
+
+/// The cubic convolution kernel (a = -1/2) in Horner form between p1 and p2, at t in 1/32, clamped to 0..255.
+/// The products of t are cut by 5, 5 and 6 bits; nothing is rounded. For phases to 31 no intermediate exceeds
+/// 31,620 in magnitude, so 16-bit lanes give the same result.
+inline uint8_t cubic(int p0, int p1, int p2, int p3, int t) {
+    const int third = (t * (3 * (p1 - p2) + p3 - p0)) >> 5;
+    const int second = (t * (2 * p0 - 5 * p1 + 4 * p2 - p3 + third)) >> 5;
+    const int value = p1 + ((t * (p2 - p0 + second)) >> 6);
+    return static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
+}
+
+}  // namespace vantor

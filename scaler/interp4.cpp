@@ -1,0 +1,298 @@
+#include "scaler/interp4.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "scaler/bands.h"
+#include "scaler/bilinear_pairs.h"
+#include "scaler/interp4_filter.h"
+#include "scaler/interp4_kernels.h"
+#include "scaler/row_ring.h"
+
+namespace vantor {
+namespace {
+
+constexpr FourTapFilter kFilter = makeFourTapFilter();
+
+/// Sources smaller than this, in either direction, cannot hold all four taps.
+constexpr int kTaps = 4;
+
+const FourTapKernels& activeKernels() {
+    static const FourTapKernels& kernels = bestTable(kFourTapTables);
+    return kernels;
+}
+
+/// Source positions of output columns, or rows, in 1/32 sample, clamped so that four taps fit in the source.
+class FourTapAxis {
+public:
+    /// The step is in 1/262144 sample. Its inner quotient is rounded to single precision, which moves the
+    /// step by one unit for some pairs of sizes.
+    FourTapAxis(int srcSize, int cropStart, int cropSize, int dstSize)
+        : srcSize_(srcSize),
+          origin_(int64_t{cropStart} * kUnit),
+          step_(static_cast<int64_t>(
+              kUnit / static_cast<double>(static_cast<float>(dstSize) / static_cast<float>(cropSize)) +
+              0.5)) {}
+
+    int64_t position(int i) const {
+        const int64_t rounded = (origin_ + i * step_ + 4096) >> 13;
+        return std::min(std::max<int64_t>(rounded, 32), int64_t{32} * srcSize_ - 65);
+    }
+
+    int srcSize() const { return srcSize_; }
+
+private:
+    static constexpr int kUnit = 262144;
+    int srcSize_;
+    int64_t origin_;
+    int64_t step_;
+};
+
+/// Rows of a picture, packed.
+struct Plane {
+    const uint8_t* data;
+    int width;
+    int height;
+
+    const uint8_t* row(int y) const { return data + std::ptrdiff_t{y} * width; }
+};
+
+/// Consecutive output columns of the luma with their taps and filter rows.
+class FourTapStrip {
+public:
+    FourTapStrip(const FourTapAxis& axis, int firstColumn, int columns)
+        : columns_(columns), srcWidth_(axis.srcSize()) {
+        for (int i = 0; i < columns; ++i) {
+            const int64_t position = axis.position(firstColumn + i);
+            tap_[i] = static_cast<uint32_t>((position >> 5) - 1 + (isNarrow() ? kPadding : 0));
+            phase_[i] = static_cast<uint8_t>(position & 31);
+        }
+    }
+
+    int columns() const { return columns_; }
+
+    void filter(const uint8_t* row, const int16_t* coefficients, int16_t* out) const {
+        uint8_t padded[2 * kPadding];
+        if (isNarrow()) {
+            for (int i = 0; i < 2 * kPadding; ++i)
+                padded[i] = row[std::clamp(i - kPadding, 0, srcWidth_ - 1)];
+            row = padded;
+        }
+        activeKernels().filterRow(row, tap_, phase_, coefficients, out, columns_);
+    }
+
+private:
+    /// The taps of a narrow source lie between this many columns before its first and two behind it.
+    static constexpr int kPadding = 3;
+
+    bool isNarrow() const { return srcWidth_ < kTaps; }
+
+    int columns_;
+    int srcWidth_;
+    uint32_t tap_[kStripColumns];
+    uint8_t phase_[kStripColumns];
+};
+
+/// A rectangle of destination samples, one row `stride` bytes behind the other.
+struct Target {
+    uint8_t* data;
+    int stride;
+    int firstColumn;
+    int endColumn;
+    int firstRow;
+    int endRow;
+
+    uint8_t* row(int y) const { return data + std::ptrdiff_t{y} * stride; }
+};
+
+void scaleLumaStrip(const Plane& src, const Target& dst, const int16_t* coefficients,
+                    const FourTapStrip& strip, const FourTapAxis& rowAxis, int firstColumn) {
+    RowRing<int16_t, 4, kStripColumns> ring;
+    const auto filtered = [&](int srcRow) {
+        return ring.row(std::clamp(srcRow, 0, src.height - 1),
+                        [&](int index, int16_t* out) { strip.filter(src.row(index), coefficients, out); });
+    };
+    for (int y = dst.firstRow; y < dst.endRow; ++y) {
+        const int64_t position = rowAxis.position(y);
+        const int i = static_cast<int>(position >> 5);
+        const int16_t* const taps[kTaps] = {filtered(i - 1), filtered(i), filtered(i + 1), filtered(i + 2)};
+        activeKernels().blendRows(taps, coefficients + kTaps * (position & 31), dst.row(y) + firstColumn,
+                                  strip.columns());
+    }
+}
+
+void scaleLuma(const Plane& src, const Target& dst, const int16_t* coefficients,
+               const FourTapAxis& columnAxis, const FourTapAxis& rowAxis) {
+    for (int x = dst.firstColumn; x < dst.endColumn; x += kStripColumns) {
+        const FourTapStrip strip(columnAxis, x, std::min(kStripColumns, dst.endColumn - x));
+        scaleLumaStrip(src, dst, coefficients, strip, rowAxis, x);
+    }
+}
+
+/// Where output chroma column or row `i` lies: at the position of luma column or row 2i, taken in 1/64 pair.
+struct ChromaPosition {
+    int left;
+    int right;
+    int weight;
+
+    ChromaPosition(const FourTapAxis& axis, int i) {
+        const int64_t position = axis.position(2 * i);
+        left = static_cast<int>(position >> 6);
+        right = left + 1;
+        weight = static_cast<int>(position & 63);
+        if (axis.srcSize() < kTaps) {
+            const int last = std::max(axis.srcSize() / 2 - 1, 0);
+            left = std::clamp(left, 0, last);
+            right = std::clamp(right, 0, last);
+        }
+    }
+};
+
+/// Consecutive output pairs of the chroma with their positions.
+class PairStrip {
+public:
+    PairStrip(const Plane& src, const FourTapAxis& axis, int firstPair, int pairs)
+        : src_(src), planeBytes_((int64_t{src.width} * src.height) >> 1), pairs_(pairs) {
+        for (int i = 0; i < pairs; ++i) {
+            const ChromaPosition position(axis, firstPair + i);
+            left_[i] = 2 * static_cast<uint32_t>(position.left);
+            right_[i] = 2 * static_cast<uint32_t>(position.right);
+            weight_[i] = static_cast<uint8_t>(position.weight);
+        }
+    }
+
+    int pairs() const { return pairs_; }
+
+    /// Filters source row `index`. `above` is the filtered row above it, null for the first.
+    void filter(int index, const uint8_t* above, uint8_t* out) const {
+        const int64_t lastByte = rowOffset(index) + left_[pairs_ - 1] + 3;
+        if (src_.width >= kTaps && lastByte < planeBytes_) {
+            activeKernels().filterPairs(src_.row(index), left_, weight_, out, pairs_);
+        } else {
+            filterAtPlaneEnd(index, above, out);
+        }
+    }
+
+private:
+    int64_t rowOffset(int index) const { return int64_t{index} * src_.width; }
+
+    /// One byte at a time, for rows whose samples may lie behind the plane's last byte: there the left
+    /// neighbour stands for the right one, and the row above for this one. A plane too small for any sample
+    /// is neutral.
+    void filterAtPlaneEnd(int index, const uint8_t* above, uint8_t* out) const {
+        const uint8_t* row = src_.row(index);
+        const int64_t rest = planeBytes_ - rowOffset(index);
+        for (int i = 0; i < 2 * pairs_; ++i) {
+            const uint32_t left = left_[i / 2] + (i & 1);
+            const uint32_t right = right_[i / 2] + (i & 1);
+            if (left >= rest) {
+                out[i] = above ? above[i] : 128;
+            } else {
+                out[i] = between<6, 32>(row[left], row[right < rest ? right : left], weight_[i / 2]);
+            }
+        }
+    }
+
+    Plane src_;
+    int64_t planeBytes_;
+    int pairs_;
+    uint32_t left_[kStripColumns];
+    uint32_t right_[kStripColumns];
+    uint8_t weight_[kStripColumns];
+};
+
+void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAxis& rowAxis, int firstPair) {
+    RowRing<uint8_t, 2, 2 * kStripColumns> ring;
+    for (int y = dst.firstRow; y < dst.endRow; ++y) {
+        const ChromaPosition position(rowAxis, y);
+        const uint8_t* const upper =
+            ring.row(position.left, [&](int index, uint8_t* out) { strip.filter(index, nullptr, out); });
+        const uint8_t* const lower =
+            ring.row(position.right, [&](int index, uint8_t* out) { strip.filter(index, upper, out); });
+        activeKernels().blendPairs(upper, lower, position.weight, dst.row(y) + 2 * std::ptrdiff_t{firstPair},
+                                   strip.pairs());
+    }
+}
+
+void scaleChroma(const Plane& src, const Target& dst, const FourTapAxis& columnAxis,
+                 const FourTapAxis& rowAxis) {
+    for (int x = dst.firstColumn; x < dst.endColumn; x += kStripColumns) {
+        const PairStrip strip(src, columnAxis, x, std::min(kStripColumns, dst.endColumn - x));
+        scaleChromaStrip(dst, strip, rowAxis, x);
+    }
+}
+
+/// The arguments of one NV12_Interp4_Interpolate call, in their order.
+struct FourTapBand {
+    unsigned char* srcY;
+    unsigned char* srcUV;
+    unsigned char* dstY;
+    unsigned char* dstUV;
+    short* coefficients;
+    int srcWidth;
+    int srcHeight;
+    int srcCropX;
+    int srcCropY;
+    int srcCropWidth;
+    int srcCropHeight;
+    int dstWidth;
+    int dstHeight;
+    int bandX;
+    int bandY;
+    int bandWidth;
+    int bandHeight;
+    bool lumaOnly;
+};
+
+void run(const FourTapBand& b) {
+    NV12_Interp4_Interpolate(b.srcY, b.srcUV, b.dstY, b.dstUV, b.coefficients, b.srcWidth, b.srcHeight,
+                             b.srcCropX, b.srcCropY, b.srcCropWidth, b.srcCropHeight, b.dstWidth, b.dstHeight,
+                             b.bandX, b.bandY, b.bandWidth, b.bandHeight, b.lumaOnly);
+}
+
+void* runBandThread(void* band) {
+    run(*static_cast<const FourTapBand*>(band));
+    return nullptr;
+}
+
+}  // namespace
+}  // namespace vantor
+
+using namespace vantor;
+
+int NV12_Interp4_Interpolate(unsigned char* srcY, unsigned char* srcUV, unsigned char* dstY,
+                             unsigned char* dstUV, short* coefficients, int srcWidth, int srcHeight,
+                             int srcCropX, int srcCropY, int srcCropWidth, int srcCropHeight, int dstWidth,
+                             int dstHeight, int bandX, int bandY, int bandWidth, int bandHeight,
+                             bool lumaOnly) {
+    if (std::min({srcWidth, srcHeight, srcCropWidth, srcCropHeight, dstWidth, dstHeight}) <= 0) return 0;
+    const FourTapAxis columnAxis(srcWidth, srcCropX, srcCropWidth, dstWidth);
+    const FourTapAxis rowAxis(srcHeight, srcCropY, srcCropHeight, dstHeight);
+    const int endX = bandX + bandWidth;
+    const int endY = bandY + bandHeight;
+    scaleLuma({srcY, srcWidth, srcHeight}, {dstY, dstWidth, bandX, endX, bandY, endY}, coefficients,
+              columnAxis, rowAxis);
+    if (!lumaOnly) {
+        scaleChroma({srcUV, srcWidth, srcHeight}, {dstUV, dstWidth, bandX, endX / 2, bandY / 2, endY / 2},
+                    columnAxis, rowAxis);
+    }
+    return 0;
+}
+
+void Interp4_process(unsigned char* srcY, unsigned char* srcUV, unsigned char* dstY, unsigned char* dstUV,
+                     int srcWidth, int srcHeight, int /*srcStride*/, int dstWidth, int dstHeight,
+                     int /*dstStride*/, int srcCropX, int srcCropY, int srcCropWidth, int srcCropHeight,
+                     bool lumaOnly) {
+    FourTapFilter filter = kFilter;
+    const int quarter = dstHeight / 4;
+    const auto band = [&](int index, int rows) {
+        return FourTapBand{srcY,          srcUV,     dstY,      dstUV,    filter.data(),
+                           srcWidth,      srcHeight, srcCropX,  srcCropY, srcCropWidth,
+                           srcCropHeight, dstWidth,  dstHeight, 0,        index * quarter,
+                           dstWidth,      rows,      lumaOnly};
+    };
+    FourTapBand bands[kBandThreads] = {band(0, quarter), band(1, quarter), band(2, quarter)};
+    runBands({{runBandThread, &bands[0]}, {runBandThread, &bands[1]}, {runBandThread, &bands[2]}},
+             [&] { run(band(3, dstHeight - 3 * quarter)); });
+}

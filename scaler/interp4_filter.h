@@ -1,0 +1,34 @@
+// The enlarging scaler's luma filter.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace vantor {
+
+constexpr int kFourTapPhases = 32;
+
+/// 32 phases of four weights in 1/4096.
+using FourTapFilter = std::array<int16_t, 4 * kFourTapPhases>;
+
+/// The cubic convolution kernel (a = -1/2) at t = phase / 32, made integer so that each phase sums to 4096.
+/// Phases beyond one half mirror those before it.
+constexpr FourTapFilter makeFourTapFilter() {
+    constexpr int16_t upToHalf[][4] = {
+        {0, 4096, 0, 0},          {-60, 4086, 72, -2},      {-113, 4058, 159, -8},
+        {-158, 4011, 259, -16},   {-196, 3948, 372, -28},   {-228, 3869, 497, -42},
+        {-254, 3777, 632, -59},   {-273, 3670, 776, -77},   {-288, 3552, 928, -96},
+        {-298, 3423, 1087, -116}, {-303, 3284, 1253, -138}, {-303, 3136, 1422, -159},
+        {-300, 2980, 1596, -180}, {-293, 2818, 1772, -201}, {-284, 2651, 1950, -221},
+        {-271, 2479, 2127, -239}, {-256, 2304, 2304, -256},
+    };
+    FourTapFilter filter{};
+    for (unsigned phase = 0; phase < kFourTapPhases; ++phase) {
+        const bool mirrored = phase > kFourTapPhases / 2;
+        const auto& weights = upToHalf[mirrored ? kFourTapPhases - phase : phase];
+        for (unsigned tap = 0; tap < 4; ++tap) filter[4 * phase + tap] = weights[mirrored ? 3 - tap : tap];
+    }
+    return filter;
+}
+
+}  // namespace vantor

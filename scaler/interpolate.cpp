@@ -1,0 +1,118 @@
+#include "scaler/interpolate.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "scaler/bands.h"
+#include "scaler/bicubic_luma.h"
+#include "scaler/bilinear_chroma.h"
+
+namespace vantor {
+namespace {
+
+using BandKernel = int(unsigned char*, unsigned char*, int, int, int, int, int, int);
+
+void run(BandKernel* kernel, const ScaleSliceArgs& a) {
+    kernel(a.src, a.dst, a.srcWidth, a.srcHeight, a.srcStride, a.dstWidth, a.dstHeight, a.dstStride);
+}
+
+void* runBothPlanes(BandKernel* luma, BandKernel* chroma, void* args) {
+    const auto* slice = static_cast<const LumaSliceArgs*>(args);
+    run(luma, slice->luma);
+    run(chroma, *slice->chroma);
+    return args;
+}
+
+void* runChroma(BandKernel* chroma, void* args) {
+    run(chroma, *static_cast<const ScaleSliceArgs*>(args));
+    return args;
+}
+
+struct Corner {
+    int x;
+    int y;
+    int stride;
+
+    std::ptrdiff_t lumaOffset() const { return std::ptrdiff_t{y} * stride + x; }
+    std::ptrdiff_t chromaOffset() const { return ((std::ptrdiff_t{y} * stride) >> 1) + (x & ~1); }
+};
+
+}  // namespace
+}  // namespace vantor
+
+using namespace vantor;
+
+void* interpolateBCY_neon_thread1(void* args) {
+    return runBothPlanes(interpolateBCY_neon_1, interpolateBLUV_neon_1, args);
+}
+
+void* interpolateBCY_neon_thread2(void* args) {
+    return runBothPlanes(interpolateBCY_neon_2, interpolateBLUV_neon_2, args);
+}
+
+void* interpolateBCY_neon_thread3(void* args) {
+    return runBothPlanes(interpolateBCY_neon_3, interpolateBLUV_neon_3, args);
+}
+
+void* interpolateBCY_neon_thread4(void* args) {
+    return runBothPlanes(interpolateBCY_neon_4, interpolateBLUV_neon_4, args);
+}
+
+void* interpolateBLUV_neon_thread1(void* args) {
+    return runChroma(interpolateBLUV_neon_1, args);
+}
+
+void* interpolateBLUV_neon_thread2(void* args) {
+    return runChroma(interpolateBLUV_neon_2, args);
+}
+
+void* interpolateBLUV_neon_thread3(void* args) {
+    return runChroma(interpolateBLUV_neon_3, args);
+}
+
+void* interpolateBLUV_neon_thread4(void* args) {
+    return runChroma(interpolateBLUV_neon_3, args);
+}
+
+void Interpolate_process(unsigned char* srcY, unsigned char* srcUV, unsigned char* dstY, unsigned char* dstUV,
+                         int /*srcWidth*/, int /*srcHeight*/, int srcStride, int /*dstWidth*/,
+                         int /*dstHeight*/, int dstStride, int srcCropX, int srcCropY, int srcCropWidth,
+                         int srcCropHeight, int dstCropX, int dstCropY, int dstCropWidth, int dstCropHeight,
+                         bool singlePass) {
+    const Corner src{srcCropX, srcCropY, srcStride};
+    const Corner dst{dstCropX, dstCropY, dstStride};
+    const ScaleSliceArgs luma{srcY + src.lumaOffset(),
+                              dstY + dst.lumaOffset(),
+                              srcCropWidth,
+                              srcCropHeight,
+                              srcStride,
+                              dstCropWidth,
+                              dstCropHeight,
+                              dstStride};
+    const ScaleSliceArgs chroma{srcUV + src.chromaOffset(),
+                                dstUV + dst.chromaOffset(),
+                                srcCropWidth >> 1,
+                                srcCropHeight >> 1,
+                                srcStride,
+                                dstCropWidth >> 1,
+                                dstCropHeight >> 1,
+                                dstStride};
+
+    ScaleSliceArgs chromaBands[kBandThreads] = {chroma, chroma, chroma};
+    LumaSliceArgs bands[kBandThreads] = {
+        {luma, &chromaBands[0]}, {luma, &chromaBands[1]}, {luma, &chromaBands[2]}};
+    runBands({{interpolateBCY_neon_thread1, &bands[0]},
+              {interpolateBCY_neon_thread2, &bands[1]},
+              {interpolateBCY_neon_thread3, &bands[2]}},
+             [&] {
+                 run(interpolateBCY_neon_4, luma);
+                 run(interpolateBLUV_neon_4, chroma);
+             });
+    if (singlePass) return;
+
+    for (LumaSliceArgs& band : bands) band.luma = chroma;
+    runBands({{interpolateBLUV_neon_thread1, &bands[0]},
+              {interpolateBLUV_neon_thread2, &bands[1]},
+              {interpolateBLUV_neon_thread3, &bands[2]}},
+             [&] { run(interpolateBLUV_neon_4, chroma); });
+}
