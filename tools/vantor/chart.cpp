@@ -1,0 +1,91 @@
+// vantor chart: a test picture in which scaling faults show.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+#include "tools/vantor/commands.h"
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/picture_file.h"
+
+namespace vantor::tool {
+namespace {
+
+struct ChartOptions {
+    std::string output;
+    std::string size = "1280x720";
+};
+
+struct Color {
+    double r;
+    double g;
+    double b;
+};
+
+Color gray(double level) {
+    return {level, level, level};
+}
+
+/// Rings that get finer towards the rim, where they reach half a cycle a pixel: aliasing shows as false
+/// rings.
+Color zonePlate(double x, double y, double radius) {
+    return gray(127.5 + 127.5 * std::cos(3.14159265358979 * (x * x + y * y) / (2 * radius)));
+}
+
+/// 36 spokes: a filter's limit shows as the radius at which they melt.
+Color star(double x, double y) {
+    return gray(std::sin(36 * std::atan2(y, x)) > 0 ? 235 : 20);
+}
+
+Color bar(double fraction) {
+    constexpr Color kBars[] = {{235, 235, 235}, {235, 235, 16}, {16, 235, 235}, {16, 235, 16},
+                               {235, 16, 235},  {235, 16, 16},  {16, 16, 235},  {16, 16, 16}};
+    return kBars[std::min(static_cast<int>(fraction * 8), 7)];
+}
+
+/// Colour bars above, a ramp and a staircase below, a zone plate and a star between, on a ruled ground.
+Color chartColor(double x, double y, double width, double height) {
+    if (y < height / 8) return bar(x / width);
+    if (y > height * 15 / 16) return gray(255 * std::floor(x / width * 16) / 15);
+    if (y > height * 7 / 8) return gray(255 * x / width);
+    const double radius = std::min(width / 4.4, height / 2.9);
+    const double toMiddle = y - height / 2;
+    const double toPlate = x - width / 4;
+    const double toStar = x - width * 3 / 4;
+    if (std::hypot(toPlate, toMiddle) < radius) return zonePlate(toPlate, toMiddle, radius);
+    if (std::hypot(toStar, toMiddle) < radius) return star(toStar, toMiddle);
+    const double pitch = height / 18;
+    const bool isLine = std::fmod(x, pitch) < 1 || std::fmod(y, pitch) < 1;
+    return isLine ? Color{60, 90, 160} : gray(200);
+}
+
+int run(const ChartOptions& options) {
+    const FileForm form = fileForm(options.output, {"--output", {}, {}});
+    const Size size = parseSize("--size", options.size);
+    const Layout layout = form.layout.value_or(Layout::Rgb);
+    checkOutput(form, "--size", layout, size);
+    Picture chart = makePicture(Layout::Rgb, size);
+    uint8_t* out = chart.bytes.data();
+    for (int y = 0; y < size.height; ++y) {
+        for (int x = 0; x < size.width; ++x) {
+            const Color color = chartColor(x + 0.5, y + 0.5, size.width, size.height);
+            for (double level : {color.r, color.g, color.b})
+                *out++ = static_cast<uint8_t>(std::lround(level));
+        }
+    }
+    writePicture(form, convert(std::move(chart), layout));
+    std::fprintf(stderr, "vantor: %s: test chart of %s\n", options.output.c_str(), toString(size).c_str());
+    return kDone;
+}
+
+}  // namespace
+
+void addChart(CLI::App& app, Run& run) {
+    auto options = std::make_shared<ChartOptions>();
+    CLI::App* command = app.add_subcommand("chart", "Draw a test chart in which scaling faults show");
+    command->add_option("-o,--output", options->output, "Chart; its name says the file type")->required();
+    command->add_option("--size", options->size, "Size of the chart")->capture_default_str();
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,123 @@
+// vantor compare: where and by how much two pictures differ.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "tools/vantor/commands.h"
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/picture_file.h"
+
+namespace vantor::tool {
+namespace {
+
+struct CompareOptions {
+    std::string a;
+    std::string b;
+    FormOptions form{"--input", {}, {}};
+    int tolerance = 0;
+    bool json = false;
+};
+
+struct Difference {
+    const char* component;
+    size_t samples;
+    size_t differing = 0;  ///< samples that differ at all
+    int largest = 0;
+    double squares = 0;
+    int firstX = 0;
+    int firstY = 0;
+    int firstA = 0;
+    int firstB = 0;
+
+    double psnr() const { return 10 * std::log10(255.0 * 255.0 * static_cast<double>(samples) / squares); }
+};
+
+Difference measure(const Component& a, const Component& b) {
+    Difference difference{a.name, a.size.pixels()};
+    for (int y = 0; y < a.size.height; ++y) {
+        for (int x = 0; x < a.size.width; ++x) {
+            const int distance = std::abs(a.at(x, y) - b.at(x, y));
+            if (distance == 0) continue;
+            if (difference.differing == 0) {
+                difference.firstX = x;
+                difference.firstY = y;
+                difference.firstA = a.at(x, y);
+                difference.firstB = b.at(x, y);
+            }
+            ++difference.differing;
+            difference.largest = std::max(difference.largest, distance);
+            difference.squares += distance * distance;
+        }
+    }
+    return difference;
+}
+
+void print(const Difference& d) {
+    if (d.differing == 0) {
+        std::printf("%s: equal (%zu samples)\n", d.component, d.samples);
+        return;
+    }
+    std::printf(
+        "%s: %zu of %zu samples differ, first at (%d, %d): %d and %d; largest difference %d, PSNR %.2f dB\n",
+        d.component, d.differing, d.samples, d.firstX, d.firstY, d.firstA, d.firstB, d.largest, d.psnr());
+}
+
+nlohmann::ordered_json toJson(const Difference& d) {
+    nlohmann::ordered_json json{
+        {"component", d.component}, {"samples", d.samples}, {"differing", d.differing}};
+    if (d.differing == 0) return json;
+    json["first"] = {{"x", d.firstX}, {"y", d.firstY}, {"a", d.firstA}, {"b", d.firstB}};
+    json["largest"] = d.largest;
+    json["psnr"] = d.psnr();
+    return json;
+}
+
+void report(const CompareOptions& options, const std::vector<Difference>& differences, bool identical) {
+    if (!options.json) {
+        std::for_each(differences.begin(), differences.end(), print);
+        return;
+    }
+    nlohmann::ordered_json json{{"a", options.a}, {"b", options.b}, {"identical", identical}};
+    for (const Difference& difference : differences) json["components"].push_back(toJson(difference));
+    std::printf("%s\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+}
+
+int run(const CompareOptions& options) {
+    const Picture a = readPicture(fileForm(options.a, options.form));
+    const Picture b = readPicture(fileForm(options.b, options.form));
+    const std::vector<Component> fromA = components(a);
+    const std::vector<Component> fromB = components(b);
+    if (!(a.size == b.size) || fromA.size() != fromB.size() || std::string(fromA[0].name) != fromB[0].name) {
+        throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " +
+                        toString(a.layout) + ", " + options.b + " is " + toString(b.size) + " " +
+                        toString(b.layout));
+    }
+    std::vector<Difference> differences;
+    for (size_t i = 0; i < fromA.size(); ++i) differences.push_back(measure(fromA[i], fromB[i]));
+    const bool identical = std::all_of(differences.begin(), differences.end(),
+                                       [&](const Difference& d) { return d.largest <= options.tolerance; });
+    report(options, differences, identical);
+    return identical ? kDone : kDifferent;
+}
+
+}  // namespace
+
+void addCompare(CLI::App& app, Run& run) {
+    auto options = std::make_shared<CompareOptions>();
+    CLI::App* command = app.add_subcommand("compare", "Tell where and by how much two pictures differ");
+    command->add_option("A", options->a, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
+    command->add_option("B", options->b, "Picture of the same size")->required();
+    command
+        ->add_option("--tolerance", options->tolerance, "Largest difference that still counts as identical")
+        ->check(CLI::Range(0, 255));
+    command->add_option("--input-size", options->form.size, "Size of raw pictures whose names do not say it");
+    command->add_option("--input-format", options->form.format, "Layout of raw pictures: nv12, i420 or gray");
+    command->add_flag("--json", options->json, "Write the result as JSON");
+    command->footer("Exit status: 0 identical, 1 different, 2 trouble.");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,73 @@
+// vantor info: what a bug report needs to say about this build and this machine.
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "processor/instruction_set.h"
+#include "scaler/bicubic_luma_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/interp4_kernels.h"
+#include "tools/vantor/commands.h"
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/picture.h"
+
+namespace vantor::tool {
+namespace {
+
+std::string processorName() {
+    std::ifstream file("/proc/cpuinfo");
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+    }
+    return "unknown";
+}
+
+std::string processorSets() {
+    std::string names;
+    for (InstructionSet set : kInstructionSets) {
+        if (processorHas(set)) names += std::string(names.empty() ? "" : ", ") + instructionSetName(set);
+    }
+    return names;
+}
+
+template <typename Kernels, int Count>
+void printFamily(const char* name, const Kernels* const (&tables)[Count]) {
+    std::string compiled;
+    for (const Kernels* table : tables) {
+        compiled += std::string(compiled.empty() ? "" : ", ") + instructionSetName(table->set);
+    }
+    std::printf("  %-16s compiled %s; in use %s\n", name, compiled.c_str(),
+                instructionSetName(bestTable(tables).set));
+}
+
+void printVariable(const char* name) {
+    const char* value = std::getenv(name);
+    std::printf("%s: %s\n", name, value ? value : "not set");
+}
+
+int run() {
+    std::printf("vantor %s, library built in\n", VANTOR_VERSION);
+    std::printf("built for: %s, by %s\n", VANTOR_TARGET, VANTOR_COMPILER);
+    std::printf("processor: %s\n", processorName().c_str());
+    std::printf("instruction sets of the processor: %s\n", processorSets().c_str());
+    std::printf("kernels:\n");
+    printFamily("bicubic luma", kLumaTables);
+    printFamily("bilinear chroma", kChromaTables);
+    printFamily("four-tap", kFourTapTables);
+    printVariable("VANTOR_CPU");
+    printVariable("VANTOR_LOG");
+    std::printf("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes\n", kSmallestSide,
+                kSmallestSide, kLargestSide, kLargestSide);
+    std::printf("RGB conversion: BT.601, limited range\n");
+    return kDone;
+}
+
+}  // namespace
+
+void addInfo(CLI::App& app, Run& run) {
+    CLI::App* command = app.add_subcommand("info", "Describe this build and machine, for a bug report");
+    command->callback([&run] { run = tool::run; });
+}
+
+}  // namespace vantor::tool

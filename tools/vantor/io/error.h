@@ -1,0 +1,25 @@
+// What the tool says when it cannot do what was asked.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace vantor::tool {
+
+/// Exit statuses of all sub-commands.
+enum Status : int {
+    kDone = 0,       ///< done; for `compare`: identical
+    kDifferent = 1,  ///< `compare` only: different
+    kTrouble = 2,    ///< nothing was done; standard error says why
+};
+
+/// Trouble that the user can mend: the text names the file or option, its value and what was expected.
+class UserError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A remark on standard error about something that the user may not expect; the command goes on.
+void note(const std::string& text);
+
+}  // namespace vantor::tool

@@ -1,0 +1,78 @@
+// Pictures in memory, and their conversion to and from the layouts that the library works on.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vantor::tool {
+
+/// Limits of the tool for either side of a picture. The scaler reads before the rows of pictures one or two
+/// columns wide; above, byte counts must fit 32 bits.
+constexpr int kSmallestSide = 4;
+constexpr int kLargestSide = 16384;
+
+struct Size {
+    int width;
+    int height;
+
+    bool operator==(const Size& other) const { return width == other.width && height == other.height; }
+    bool isEven() const { return width % 2 == 0 && height % 2 == 0; }
+    size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
+};
+
+/// "1280x720"
+std::string toString(Size size);
+
+/// Reads "1280x720" within the tool's limits. `what` is what an error names: an option or a file.
+Size parseSize(const std::string& what, const std::string& text);
+
+/// Refuses sizes outside the tool's limits.
+void checkLimits(const std::string& what, Size size);
+
+/// Sample layouts, all of 8 bits and packed.
+enum class Layout {
+    Gray,  ///< a luma plane
+    Nv12,  ///< a luma plane, then U and V interleaved at half the size in both directions
+    I420,  ///< a luma plane, then a U plane and a V plane of half the size in both directions
+    Rgb,   ///< R, G, B interleaved
+};
+
+/// "gray", "nv12", "i420" or "rgb"
+const char* toString(Layout layout);
+
+/// Whether the layout has chroma at half size, which takes even pictures.
+bool isSubsampled(Layout layout);
+
+size_t byteCount(Layout layout, Size size);
+
+struct Picture {
+    Layout layout;
+    Size size;
+    std::vector<uint8_t> bytes;
+};
+
+Picture makePicture(Layout layout, Size size);
+
+/// Where the samples of one colour component lie in a picture.
+struct Component {
+    const char* name;
+    const uint8_t* first;
+    Size size;
+    size_t step;    ///< bytes from one sample to the next
+    size_t stride;  ///< bytes from one row to the next
+
+    int at(int x, int y) const {
+        return first[static_cast<size_t>(y) * stride + static_cast<size_t>(x) * step];
+    }
+};
+
+std::vector<Component> components(const Picture& picture);
+
+/// Converts between any two layouts. RGB is taken to and from YUV with the BT.601 matrix in limited range;
+/// gray gets neutral chroma; pictures lose their chroma on the way to gray. Sizes with chroma at half size
+/// are even, except that an RGB picture of odd size first repeats its last column or row (and a note says
+/// so).
+Picture convert(Picture picture, Layout layout);
+
+}  // namespace vantor::tool

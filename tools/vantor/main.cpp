@@ -1,0 +1,71 @@
+// vantor: scale and compare pictures from the shell.
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <new>
+
+#include "processor/instruction_set.h"
+#include "tools/vantor/commands.h"
+#include "tools/vantor/io/error.h"
+
+namespace vantor::tool {
+namespace {
+
+void checkEnvironment() {
+    const char* cpu = std::getenv("VANTOR_CPU");
+    if (!isInstructionSetLimit(cpu)) {
+        throw UserError(std::string("VANTOR_CPU=") + cpu + ": expected plain, avx2 or avx512");
+    }
+    const char* log = std::getenv("VANTOR_LOG");
+    const std::string level = log ? log : "error";
+    if (level != "off" && level != "error" && level != "info") {
+        throw UserError("VANTOR_LOG=" + level + ": expected off, error or info");
+    }
+}
+
+int trouble(const std::string& text) {
+    std::fprintf(stderr, "vantor: %s\n", text.c_str());
+    return kTrouble;
+}
+
+int runTool(int argc, char** argv) {
+    CLI::App app{"Scales and compares NV12, I420, gray and PNG pictures with libVantor10."};
+    app.name("vantor");
+    app.set_version_flag("--version", "vantor " VANTOR_VERSION);
+    app.require_subcommand(1);
+    app.footer("Exit status: 0 done (compare: identical), 1 different (compare only), 2 trouble.");
+    Run run;
+    addScale(app, run);
+    addCompare(app, run);
+    addChart(app, run);
+    addInfo(app, run);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app.exit(error);
+        return trouble(std::string(error.what()) + " (vantor --help shows how)");
+    }
+    checkEnvironment();
+    return run();
+}
+
+}  // namespace
+
+void note(const std::string& text) {
+    std::fprintf(stderr, "vantor: note: %s\n", text.c_str());
+}
+
+}  // namespace vantor::tool
+
+int main(int argc, char** argv) {
+    using namespace vantor::tool;
+    try {
+        return runTool(argc, argv);
+    } catch (const UserError& error) {
+        return trouble(error.what());
+    } catch (const std::bad_alloc&) {
+        return trouble("out of memory");
+    } catch (const std::exception& error) {
+        return trouble(error.what());
+    }
+}

@@ -1,0 +1,97 @@
+// vantor scale: one picture to another size.
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+#include "hardware/vantorClient/vantor_client.h"
+#include "tools/vantor/commands.h"
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/picture_file.h"
+
+namespace vantor::tool {
+namespace {
+
+struct ScaleOptions {
+    std::string input;
+    std::string output;
+    std::string size;
+    FormOptions inputForm{"--input", {}, {}};
+    FormOptions outputForm{"--output", {}, {}};
+};
+
+/// The picture's planes as the library takes them. A gray picture gets the room for chroma behind its luma
+/// that the library's reduction wants.
+hardware::vantorClient::BufferData buffer(Picture& picture) {
+    picture.bytes.resize(byteCount(Layout::Nv12, picture.size), 128);
+    hardware::vantorClient::BufferData data;
+    data.y = picture.bytes.data();
+    data.width = picture.size.width;
+    data.height = picture.size.height;
+    return data;
+}
+
+double scale(Picture& src, Picture& dst) {
+    const auto from = buffer(src);
+    const auto to = buffer(dst);
+    const int format =
+        src.layout == Layout::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE : hardware::IMAGE_FORMAT_NV12;
+    const auto start = std::chrono::steady_clock::now();
+    const int status = hardware::vantorClient::runInterpBicubic(to, from, format);
+    const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - start;
+    if (status != 0) throw UserError("the library failed with status " + std::to_string(status));
+    dst.bytes.resize(byteCount(dst.layout, dst.size));
+    return elapsed.count();
+}
+
+const char* describe(Size from, Size to) {
+    if (from == to) return "copied";
+    if (to.width > from.width || to.height > from.height) return "enlarged (four-tap luma, bilinear chroma)";
+    return "reduced (bicubic luma, bilinear chroma)";
+}
+
+int run(const ScaleOptions& options) {
+    const FileForm inputForm = fileForm(options.input, options.inputForm);
+    const FileForm outputForm = fileForm(options.output, options.outputForm);
+    const Size size = parseSize("--size", options.size);
+    Picture input = readPicture(inputForm);
+
+    const bool isGray = input.layout == Layout::Gray || outputForm.layout == Layout::Gray;
+    const Layout working = isGray ? Layout::Gray : Layout::Nv12;
+    const Layout written = outputForm.layout.value_or(isGray ? Layout::Gray : Layout::Rgb);
+    checkOutput(outputForm, "--size", written, size);
+
+    const bool usesRgb = input.layout == Layout::Rgb || written == Layout::Rgb;
+    Picture src = convert(std::move(input), working);
+    Picture dst = makePicture(working, size);
+    const double milliseconds = scale(src, dst);
+    writePicture(outputForm, convert(std::move(dst), written));
+    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s in software in %.2f ms%s\n",
+                 options.input.c_str(), toString(src.size).c_str(),
+                 toString(inputForm.layout.value_or(input.layout)), options.output.c_str(),
+                 toString(size).c_str(), toString(written), describe(src.size, size), toString(working),
+                 milliseconds, usesRgb ? "; RGB by BT.601, limited range" : "");
+    return kDone;
+}
+
+}  // namespace
+
+void addScale(CLI::App& app, Run& run) {
+    auto options = std::make_shared<ScaleOptions>();
+    CLI::App* command = app.add_subcommand("scale", "Scale a picture to another size");
+    command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
+    command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
+    command->add_option("--size", options->size, "Size of the result, such as 1280x720")->required();
+    command->add_option("--input-size", options->inputForm.size,
+                        "Size of a raw IN whose name does not say it");
+    command->add_option("--input-format", options->inputForm.format,
+                        "Layout of a raw IN: nv12, i420 or gray");
+    command->add_option("--output-format", options->outputForm.format, "Layout of a raw result");
+    command->footer(
+        "Examples:\n"
+        "  vantor scale photo.png -o small.png --size 640x480\n"
+        "  vantor scale clip_1920x1080_nv12.yuv -o clip.nv12 --size 1280x720\n"
+        "  vantor scale dump.bin --input-size 640x480 --input-format gray -o big.png --size 1280x960");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool
