@@ -164,34 +164,28 @@ public:
 
     int pairs() const { return pairs_; }
 
-    /// Filters source row `index`. `above` is the filtered row above it, null for the first.
-    void filter(int index, const uint8_t* above, uint8_t* out) const {
-        const int64_t lastByte = rowOffset(index) + left_[pairs_ - 1] + 3;
+    void filter(int row, uint8_t* out) const {
+        const int64_t lastByte = offset(row, left_[pairs_ - 1] + 3);
         if (src_.width >= kTaps && lastByte < planeBytes_) {
-            activeKernels().filterPairs(src_.row(index), left_, weight_, out, pairs_);
+            activeKernels().filterPairs(src_.row(row), left_, weight_, out, pairs_);
         } else {
-            filterAtPlaneEnd(index, above, out);
+            for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);
         }
     }
 
 private:
-    int64_t rowOffset(int index) const { return int64_t{index} * src_.width; }
+    int64_t offset(int row, uint32_t byte) const { return int64_t{row} * src_.width + byte; }
 
-    /// One byte at a time, for rows whose samples may lie behind the plane's last byte: there the left
-    /// neighbour stands for the right one, and the row above for this one. A plane too small for any sample
-    /// is neutral.
-    void filterAtPlaneEnd(int index, const uint8_t* above, uint8_t* out) const {
-        const uint8_t* row = src_.row(index);
-        const int64_t rest = planeBytes_ - rowOffset(index);
-        for (int i = 0; i < 2 * pairs_; ++i) {
-            const uint32_t left = left_[i / 2] + (i & 1);
-            const uint32_t right = right_[i / 2] + (i & 1);
-            if (left >= rest) {
-                out[i] = above ? above[i] : 128;
-            } else {
-                out[i] = between<6, 32>(row[left], row[right < rest ? right : left], weight_[i / 2]);
-            }
-        }
+    /// For rows whose samples may lie behind the plane's last byte: there the row above stands for this one,
+    /// and the left neighbour for the right one. A plane too small for any sample is neutral.
+    uint8_t sampleAtPlaneEnd(int row, int pair, uint32_t component) const {
+        const uint32_t left = left_[pair] + component;
+        const uint32_t right = right_[pair] + component;
+        while (row > 0 && offset(row, left) >= planeBytes_) --row;
+        if (offset(row, left) >= planeBytes_) return 128;
+        const uint8_t* samples = src_.row(row);
+        return between<6, 32>(samples[left], samples[offset(row, right) < planeBytes_ ? right : left],
+                              weight_[pair]);
     }
 
     Plane src_;
@@ -204,12 +198,13 @@ private:
 
 void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAxis& rowAxis, int firstPair) {
     RowRing<uint8_t, 2, 2 * kStripColumns> ring;
+    const auto filtered = [&](int srcRow) {
+        return ring.row(srcRow, [&](int row, uint8_t* out) { strip.filter(row, out); });
+    };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
         const ChromaPosition position(rowAxis, y);
-        const uint8_t* const upper =
-            ring.row(position.left, [&](int index, uint8_t* out) { strip.filter(index, nullptr, out); });
-        const uint8_t* const lower =
-            ring.row(position.right, [&](int index, uint8_t* out) { strip.filter(index, upper, out); });
+        const uint8_t* const upper = filtered(position.left);
+        const uint8_t* const lower = filtered(position.right);
         activeKernels().blendPairs(upper, lower, position.weight, dst.row(y) + 2 * std::ptrdiff_t{firstPair},
                                    strip.pairs());
     }

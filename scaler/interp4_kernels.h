@@ -16,7 +16,8 @@ struct FourTapKernels {
     void (*filterRow)(const uint8_t* row, const uint32_t* tap, const uint8_t* phase,
                       const int16_t* coefficients, int16_t* out, int columns);
 
-    /// Luma, vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The 32-bit sum wraps.
+    /// Luma, vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The sum wraps at 32
+    /// bits, the rounding does not.
     void (*blendRows)(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns);
 
     /// Chroma, horizontal stage: pair i lies between the pair at row[tap[i]] and the one behind it, at

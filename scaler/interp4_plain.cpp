@@ -22,9 +22,10 @@ uint32_t product(int a, int b) {
 
 void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
     for (int i = 0; i < columns; ++i) {
-        const uint32_t sum = product(weights[0], rows[0][i]) + product(weights[1], rows[1][i]) +
-                             product(weights[2], rows[2][i]) + product(weights[3], rows[3][i]);
-        out[i] = static_cast<uint8_t>(std::clamp(static_cast<int32_t>(sum + 32768) >> 16, 0, 255));
+        const uint32_t wrapped = product(weights[0], rows[0][i]) + product(weights[1], rows[1][i]) +
+                                 product(weights[2], rows[2][i]) + product(weights[3], rows[3][i]);
+        const auto sum = static_cast<int32_t>(wrapped);
+        out[i] = static_cast<uint8_t>(std::clamp((sum >> 16) + ((sum >> 15) & 1), 0, 255));
     }
 }
 

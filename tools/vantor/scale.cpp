@@ -1,6 +1,8 @@
 // vantor scale: one picture to another size.
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "hardware/vantorClient/vantor_client.h"
@@ -49,11 +51,25 @@ const char* describe(Size from, Size to) {
     return "reduced (bicubic luma, bilinear chroma)";
 }
 
+/// "1280x720", or "50%" of the source, to the nearest even width and height.
+Size targetSize(const std::string& text, Size source) {
+    if (text.empty() || text.back() != '%') return parseSize("--size", text);
+    char* end = nullptr;
+    const double percent = std::strtod(text.c_str(), &end);
+    if (*end != '%' || !(percent > 0 && percent <= 100.0 * kLargestSide)) {
+        throw UserError("--size " + text + ": expected a positive percentage, such as 50%");
+    }
+    const auto side = [percent](int from) { return 2 * static_cast<int>(std::lround(from * percent / 200)); };
+    const Size size{side(source.width), side(source.height)};
+    checkLimits("--size " + text + ":", size);
+    return size;
+}
+
 int run(const ScaleOptions& options) {
     const FileForm inputForm = fileForm(options.input, options.inputForm);
     const FileForm outputForm = fileForm(options.output, options.outputForm);
-    const Size size = parseSize("--size", options.size);
     Picture input = readPicture(inputForm);
+    const Size size = targetSize(options.size, input.size);
 
     const bool isGray = input.layout == Layout::Gray || outputForm.layout == Layout::Gray;
     const Layout working = isGray ? Layout::Gray : Layout::Nv12;
@@ -80,7 +96,7 @@ void addScale(CLI::App& app, Run& run) {
     CLI::App* command = app.add_subcommand("scale", "Scale a picture to another size");
     command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
     command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
-    command->add_option("--size", options->size, "Size of the result, such as 1280x720")->required();
+    command->add_option("--size", options->size, "Size of the result, such as 1280x720 or 50%")->required();
     command->add_option("--input-size", options->inputForm.size,
                         "Size of a raw IN whose name does not say it");
     command->add_option("--input-format", options->inputForm.format,
@@ -89,6 +105,7 @@ void addScale(CLI::App& app, Run& run) {
     command->footer(
         "Examples:\n"
         "  vantor scale photo.png -o small.png --size 640x480\n"
+        "  vantor scale photo.png -o half.png --size 50%\n"
         "  vantor scale clip_1920x1080_nv12.yuv -o clip.nv12 --size 1280x720\n"
         "  vantor scale dump.bin --input-size 640x480 --input-format gray -o big.png --size 1280x960");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });

@@ -1,0 +1,23 @@
+#!/bin/sh
+# test.sh [--all]: sets up, builds and runs the native tests; with --all the whole matrix: the format of the sources,
+# g++ and clang, sanitizers, and 32-bit and 64-bit ARM under the emulator.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh "$@"
+
+# run PRESET: builds and tests one entry of CMakePresets.json.
+run() {
+    echo "== $1"
+    cmake --preset "$1" >"build-$1.log" 2>&1 || { cat "build-$1.log"; exit 1; }
+    cmake --build --preset "$1" >"build-$1.log" 2>&1 || { cat "build-$1.log"; exit 1; }
+    ctest --test-dir "build-$1" --output-on-failure --progress -j "$(nproc)" >"build-$1.log" 2>&1 ||
+        { cat "build-$1.log"; exit 1; }
+    tail -n 4 "build-$1.log"
+    grep -h '^kernel table' "build-$1/Testing/Temporary/LastTest.log" | sort -u
+}
+
+run release
+if [ "${1:-}" = --all ]; then
+    git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+    for preset in asan tsan arm arm64; do run "$preset"; done
+fi

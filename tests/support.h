@@ -1,0 +1,79 @@
+// What tests share: memory that catches stray accesses, and picture contents.
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <vector>
+
+namespace vantor::test {
+
+/// Which end of a plane touches an unmapped page.
+enum class Guard { Front, Back };
+
+/// `size` bytes with an unmapped page directly before or directly behind them.
+class GuardedPlane {
+public:
+    GuardedPlane(size_t size, Guard guard) : size_(size) {
+        const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        const size_t inner = (size + page - 1) / page * page;
+        mapped_ = inner + 2 * page;
+        base_ = static_cast<uint8_t*>(mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        if (base_ == MAP_FAILED || mprotect(base_ + page, inner, PROT_READ | PROT_WRITE) != 0) std::abort();
+        data_ = base_ + page + (guard == Guard::Back ? inner - size : 0);
+    }
+    GuardedPlane(const std::vector<uint8_t>& bytes, Guard guard) : GuardedPlane(bytes.size(), guard) {
+        if (size_ != 0) std::memcpy(data_, bytes.data(), size_);
+    }
+    ~GuardedPlane() { munmap(base_, mapped_); }
+    GuardedPlane(const GuardedPlane&) = delete;
+    GuardedPlane& operator=(const GuardedPlane&) = delete;
+
+    uint8_t* data() { return data_; }
+    std::vector<uint8_t> bytes() const { return {data_, data_ + size_}; }
+
+private:
+    size_t size_;
+    size_t mapped_;
+    uint8_t* base_;
+    uint8_t* data_;
+};
+
+class Random {
+public:
+    explicit Random(unsigned seed) : engine_(seed) {}
+
+    /// From `low` to `high`, both included.
+    int between(int low, int high) {
+        const auto range = static_cast<unsigned>(high - low) + 1;
+        return low + static_cast<int>(engine_() % range);
+    }
+
+    /// Noise, noise of 0 and 255 alone, alternating extremes or a ramp: noise seldom reaches overflow.
+    std::vector<uint8_t> content(size_t size) {
+        const int kind = between(0, 3);
+        std::vector<uint8_t> bytes(size);
+        for (size_t i = 0; i < size; ++i) {
+            const auto noise = static_cast<uint8_t>(engine_() >> 7);
+            const int choices[] = {noise, noise < 128 ? 0 : 255, i % 2 ? 255 : 0, static_cast<int>(i * 7)};
+            bytes[i] = static_cast<uint8_t>(choices[kind]);
+        }
+        return bytes;
+    }
+
+private:
+    std::mt19937 engine_;
+};
+
+/// VANTOR_SEED, or a new seed every day: tests print it where they fail.
+inline unsigned seed() {
+    const char* text = std::getenv("VANTOR_SEED");
+    return text ? static_cast<unsigned>(std::atol(text)) : static_cast<unsigned>(time(nullptr) / 86400);
+}
+
+}  // namespace vantor::test
