@@ -21,7 +21,7 @@ class GuardedPlane {
 public:
     GuardedPlane(size_t size, Guard guard) : size_(size) {
         const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-        const size_t inner = (size + page - 1) / page * page;
+        const size_t inner = (size / page + 1) * page;  // at least one page, for planes of no bytes
         mapped_ = inner + 2 * page;
         base_ = static_cast<uint8_t*>(mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
         if (base_ == MAP_FAILED || mprotect(base_ + page, inner, PROT_READ | PROT_WRITE) != 0) std::abort();
