@@ -11,6 +11,20 @@ namespace vantor {
 enum LogLine : int {
     kLineSameSizeArguments = 341,
     kLineEnlargementArguments = 383,
+    kLineWarpFallback = 973,
+    kLineWarpFallbackFailed = 976,
+    kLineModelSource = 1073,
+    kLineModelDestination = 1102,
+    kLineWarp = 1132,
+    kLineWarpSourceTooSmall = 1143,
+    kLineWarpDestinationTooSmall = 1148,
+    kLineWarpSourceTooLarge = 1153,
+    kLineWarpDestinationTooLarge = 1158,
+    kLineWarpSizesDiffer = 1164,
+    kLineWarpFormat = 1169,
+    kLineWarpAlignment = 1175,
+    kLineWarpTarget = 1191,
+    kLineMatrix = 1249,
 };
 
 /// Base name of the client's source file, which every line carries, wherever its code stands.
@@ -27,5 +41,7 @@ inline const char* logFileName() {
 #define VANTOR_LOG(priority, function, line, format, ...)                                                   \
     __android_log_print(priority, "VANTOR_CLIENT", "%s:%s():%d " format, ::vantor::logFileName(), function, \
                         static_cast<int>(line), ##__VA_ARGS__)
+#define VANTOR_LOG_INFO(function, line, format, ...) \
+    VANTOR_LOG(ANDROID_LOG_INFO, function, line, format, ##__VA_ARGS__)
 #define VANTOR_LOG_ERROR(function, line, format, ...) \
     VANTOR_LOG(ANDROID_LOG_ERROR, function, line, format, ##__VA_ARGS__)

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "hardware/vantorClient/log.h"
+#include "hardware/vantorClient/status.h"
 #include "scaler/interp4.h"
 #include "scaler/interpolate.h"
 
@@ -11,9 +12,6 @@ namespace hardware {
 namespace {
 
 using BufferData = vantorClient::BufferData;
-
-constexpr int32_t kSuccess = 0;
-constexpr int32_t kFailure = -38;  // -ENOSYS, the one error code of all operations
 
 int64_t lumaBytes(const BufferData& image) {
     return int64_t{image.width} * image.height;

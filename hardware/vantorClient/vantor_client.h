@@ -14,6 +14,12 @@ enum : int32_t {
     IMAGE_FORMAT_NV12 = 1,       ///< a luma plane and an interleaved 4:2:0 chroma plane, U first
 };
 
+/// Where a warp runs.
+enum : int32_t {
+    GDC_HW = 0,       ///< on the hardware service
+    GDC_C_MODEL = 1,  ///< in the bit-exact software model of the engine
+};
+
 /// A namespace of operations: never instantiated. Destinations come before sources. Every operation returns 0
 /// for success and -38 for failure, and throws nothing.
 class vantorClient {
@@ -31,6 +37,16 @@ public:
         int32_t cropTop = 0;     ///< first row
         int32_t cropRight = 0;   ///< last column
         int32_t cropBottom = 0;  ///< last row
+    };
+
+    /// A warp: the moves of 33 x 33 nodes, row by row. Node (column k, row r) stands at k x width / 32 and
+    /// r x height / 32 of the output. Values are in 1/256 of a virtual frame of 8192 x 6144, whatever the
+    /// picture's size, and the engine halves them: to take an output pixel from d pixels further right, the
+    /// value is 256 x d x 16384 / width; from d pixels further down, 256 x d x 16384 / ((8 x height + 3) /
+    /// 6).
+    struct _GDCGrid {
+        int32_t dX[1089];
+        int32_t dY[1089];
     };
 
     /// Scales the whole of `src` to the whole of `dst` on the processor, on three created threads and the
@@ -53,6 +69,35 @@ public:
     /// Fails with -38: a format that is neither; NV12, equal sizes or growing, with a null luma plane or
     /// exactly one null chroma plane (logged as an error). Sizes of zero or less succeed and write nothing.
     static int32_t runInterpBicubic(const BufferData& dst, const BufferData& src, int32_t format);
+
+    /// Warps `src` by a grid to `dst`, which has the same size: 96 x 64 to 8192 x 6144, a multiple of 16
+    /// wide, even high. What comes from outside the source is black.
+    ///
+    /// `dst`'s region of interest says which pixels are computed: give cropRight = width - 1 and cropBottom =
+    /// height - 1 for all of them. WARNING: the model packs the region at its own width and then reads its
+    /// buffer as a whole picture, so a smaller region comes back scrambled, and an empty one black with green
+    /// chroma (all zero).
+    ///
+    /// NV12 takes each picture's chroma plane, or null for chroma behind the luma. Grayscale leaves chroma
+    /// alone.
+    ///
+    /// GDC_C_MODEL computes on the caller's thread, and in state that all of the process shares: one warp at
+    /// a time. GDC_HW: this build has no connection to the service, so after validation `src` is copied to
+    /// `dst` and -38 returned, as whenever the service fails.
+    ///
+    /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format or target, a
+    /// null luma plane (NV12 in the model; its working memory, about 9 x width x height bytes, is then not
+    /// given back). A region so large that its samples cannot be counted in 32 bits fails with -38 and no
+    /// line.
+    static int32_t runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,
+                              int32_t format, int32_t target);
+
+    /// Warps by an affine matrix: output pixel (x, y) comes from (a x + b y + c, d x + e y + f). `matrix` is
+    /// a, b (in 1/4096), c (in 1/32 pixel), d, e, f, never null. The matrix becomes a grid whose nodes stand
+    /// and move by whole pixels, so that the picture may wobble by up to half a pixel; even the identity
+    /// moves it by about that much. Everything else is as for runGDCGrid, whose status is returned.
+    static int32_t runGDCMatrix(const BufferData& dst, const BufferData& src, const int16_t* matrix,
+                                int32_t format, int32_t target);
 };
 
 }  // namespace hardware

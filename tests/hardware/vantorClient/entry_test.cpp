@@ -1,4 +1,4 @@
-// The software scaling entry through the shared library: statuses, log lines, planes and threads. The program
+// The requests through the shared library: statuses, log lines, planes and threads. The program
 // replaces the platform's logger and thread calls, and so sees every one that the library makes.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 
+#include "gdc_model/gdc_state.h"
 #include "hardware/vantorClient/vantor_client.h"
 #include "tests/support.h"
 
@@ -188,6 +189,120 @@ TEST_F(Transcript, SizesOfZeroOrLessSucceedAndWriteNothing) {
     }
     EXPECT_TRUE(logLines.empty());
 }
+
+/// A warp that would succeed; tests break one thing at a time.
+struct Warp : Transcript {
+    Warp() : src(96, 64, 1), dst(96, 64, 2) {
+        dst.data.cropRight = 95;
+        dst.data.cropBottom = 63;
+    }
+
+    int32_t run(int32_t format = IMAGE_FORMAT_NV12, int32_t target = hardware::GDC_C_MODEL) {
+        logLines.clear();
+        return vantorClient::runGDCGrid(dst.data, src.data, grid, format, target);
+    }
+
+    void expectError(const std::string& line, const char* target = "GDC_C_MODEL") {
+        const std::string prefix = " VANTOR_CLIENT vantor_client.cpp:";
+        EXPECT_EQ(logLines,
+                  (std::vector<std::string>{
+                      "4" + prefix + "runGDCGrid():1132 Process WARPING using GDC (target=" + target + ")",
+                      "6" + prefix + line}));
+    }
+
+    Image src, dst;
+    vantorClient::_GDCGrid grid{};
+};
+
+TEST_F(Warp, IsValidatedInOrder) {
+    struct Case {
+        int srcWidth, srcHeight, dstWidth, dstHeight, format;
+        const char* line;
+    };
+    const Case cases[] = {
+        {95, 6146, 95, 64, 2, "1143 Invalid src image size [95x6146] : must not be smaller than [96x64]"},
+        {8193, 16, 96, 64, 1, "1143 Invalid src image size [8193x16] : must not be smaller than [96x64]"},
+        {8193, 64, 96, 63, 1, "1148 Invalid dst image size [96x63] : must not be smaller than [96x64]"},
+        {8193, 64, 8193, 64, 1,
+         "1153 Invalid src image size [8193x64] : must not be larger than [8192x6144]"},
+        {96, 64, 96, 6145, 1, "1158 Invalid dst image size [96x6145] : must not be larger than [8192x6144]"},
+        {97, 64, 96, 64, 2,
+         "1164 Invalid scaling factor [src(97x64), dst(96x64)] : src size must be same with dst size"},
+        {97, 65, 97, 65, -1, "1169 Invalid image format(-1)"},
+        {104, 64, 104, 64, 1, "1175 Src width(104) and height(64) must be aligned with w=16, h=2 for GDC"},
+        {96, 65, 96, 65, 0, "1175 Src width(96) and height(65) must be aligned with w=16, h=2 for GDC"}};
+    for (const Case& c : cases) {
+        src.data.width = c.srcWidth;
+        src.data.height = c.srcHeight;
+        dst.data.width = c.dstWidth;
+        dst.data.height = c.dstHeight;
+        EXPECT_EQ(-38, run(c.format));
+        expectError(std::string("runGDCGrid():") + c.line);
+    }
+    const int16_t matrix[6] = {};
+    EXPECT_EQ(-38, vantorClient::runGDCMatrix(dst.data, src.data, matrix, IMAGE_FORMAT_NV12, 2));
+    EXPECT_EQ(logLines.back(), "6 VANTOR_CLIENT vantor_client.cpp:runGDCMatrix():1249 runGDCGrid() failed");
+}
+
+TEST_F(Warp, RefusesUnknownTargetsLastAndFallsBackWithoutTheService) {
+    EXPECT_EQ(-38, run(IMAGE_FORMAT_NV12, 2));
+    expectError("runGDCGrid():1191 Invalid target model for GDC", "INVALID");
+    EXPECT_EQ(-38, run(IMAGE_FORMAT_NV12, hardware::GDC_HW));
+    expectError("runGDCHWGrid():973 Error occurs, run SW scaler (memcpy) instead", "GDC_HW");
+    EXPECT_EQ(dst.block, src.block);
+    dst.data.y = nullptr;
+    EXPECT_EQ(-38, run(IMAGE_FORMAT_NV12, hardware::GDC_HW));
+    EXPECT_EQ(logLines.back(),
+              "6 VANTOR_CLIENT vantor_client.cpp:runGDCHWGrid():976 runInterpBicubic() failed");
+}
+
+TEST_F(Warp, ChromaGoesWhereThePlanesSay) {
+    std::vector<uint8_t> uv(96 * 32, 9), out(96 * 32, 9);
+    EXPECT_EQ(0, run(IMAGE_FORMAT_GRAYSCALE));
+    EXPECT_EQ(dst.block[96 * 64 - 1], 1);
+    EXPECT_EQ(dst.block[96 * 64], 2);
+    EXPECT_EQ(0, run());
+    EXPECT_EQ(dst.block, src.block);
+    dst.data.uv = out.data();
+    src.data.uv = uv.data();
+    std::fill(dst.block.begin(), dst.block.end(), uint8_t{2});
+    EXPECT_EQ(0, run());
+    EXPECT_EQ(out, uv);
+    EXPECT_EQ(dst.block[96 * 64], 2);
+    EXPECT_EQ(logLines.size(), 1U);
+}
+
+TEST_F(Warp, RegionsAreTakenAsTheyAre) {
+    dst.data.cropRight = -1;  // empty: zero bytes
+    EXPECT_EQ(0, run());
+    EXPECT_EQ(dst.block, std::vector<uint8_t>(dst.block.size(), 0));
+    dst.data.cropRight = 299;  // larger than the picture: its first samples, what lies outside black
+    EXPECT_EQ(0, run());
+    EXPECT_EQ(dst.block[95], 1);
+    EXPECT_EQ(dst.block[96], 0);
+    dst.data.cropLeft = INT32_MIN;
+    EXPECT_EQ(-38, run());
+    dst.data.cropLeft = dst.data.cropTop = 0;
+    dst.data.cropRight = dst.data.cropBottom = 30000;  // five times its samples do not fit 32 bits
+    EXPECT_EQ(-38, run());
+    EXPECT_EQ(logLines.size(), 1U);
+}
+
+// A rejected run keeps its working memory: required, and reported as leaks by those who look for them.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(VANTOR_KEEP_THREAD_CALLS)
+TEST_F(Warp, NullPlanesAreFoundBeforeAndAfterTheCore) {
+    grid.dX[5] = 77;
+    src.data.y = nullptr;
+    EXPECT_EQ(-38, run());
+    expectError("runGDCCModelGrid():1073 Invalid arguments [src.y=(nil) / src.uv=(nil)]");
+    EXPECT_NE(m_curGrid_dX[0][5], 77);
+    src.data.y = src.block.data();
+    dst.data.y = nullptr;
+    EXPECT_EQ(-38, run());
+    expectError("runGDCCModelGrid():1102 Invalid arguments [dst.y=(nil) / dst.uv=(nil)]");
+    EXPECT_EQ(m_curGrid_dX[0][5], 77);
+}
+#endif
 
 #ifndef VANTOR_KEEP_THREAD_CALLS
 TEST_F(Transcript, EachPassCreatesAndJoinsThreeThreadsAndSurvivesAnyOfThemFailing) {

@@ -1,0 +1,176 @@
+#include "gdc_model/gdc_core.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "gdc_model/gdc_run.h"
+#include "gdc_model/gdc_state.h"
+
+namespace vantor {
+namespace {
+
+void loadState(const GdcFrame& frame, const int* gridDX, const int* gridDY) {
+    std::copy_n(gridDX, kGridNodes * kGridNodes, &m_curGrid_dX[0][0]);
+    std::copy_n(gridDY, kGridNodes * kGridNodes, &m_curGrid_dY[0][0]);
+    m_nWidth = m_OrgWidth = m_PxcStrideLum = m_PxcStrideChroma = frame.x.sourceSize;
+    m_nHeight = m_OrgHeight = frame.y.sourceSize;
+    m_WrtStrideLum = m_WrtStrideChroma = m_nOutCropWidth = frame.x.outCropSize;
+    m_nOutCropHeight = frame.y.outCropSize;
+    m_nOutCropStartX = frame.x.outCropStart;
+    m_nOutCropStartY = frame.y.outCropStart;
+    m_nCropStartX = frame.x.cropStart;
+    m_nCropStartY = frame.y.cropStart;
+    m_bMirrorX = frame.x.mirror;
+    m_bMirrorY = frame.y.mirror;
+    m_nScaleX = frame.x.scale;
+    m_nScaleY = frame.y.scale;
+    m_nScaleShifterX = frame.x.scaleShifter;
+    m_nScaleShifterY = frame.y.scaleShifter;
+    m_nInvScaleX = frame.x.invScale;
+    m_nInvScaleY = frame.y.invScale;
+    m_OutScaleX = frame.x.outScale;
+    m_OutScaleY = frame.y.outScale;
+    m_interpType = frame.settings.interpType;
+    m_clampType = frame.settings.clampType;
+    m_YuvFormat = frame.settings.yuvFormat;
+    m_Src10bitFormat = frame.settings.src10bit;
+    m_Dst10bitFormat = frame.settings.dst10bit;
+}
+
+/// What the last bilinear interpolation of a run leaves.
+void storeBilinear(const Bilinear& last) {
+    m_LT_val = last.samples.leftTop;
+    m_RT_val = last.samples.rightTop;
+    m_LB_val = last.samples.leftBottom;
+    m_RB_val = last.samples.rightBottom;
+    m_dltL = last.fractionX;
+    m_dltT = last.fractionY;
+    m_StepXShifter = last.stepX;
+    m_StepYShifter = last.stepY;
+}
+
+uint16_t outputSample(int32_t value) {
+    return static_cast<uint16_t>(std::min(value, 255));
+}
+
+/// One run over the output region, row by row. What depends on the column alone is worked out once, what
+/// depends on the row alone once a row.
+class GdcWalk {
+public:
+    GdcWalk(const GdcFrame& frame, uint16_t* dst, const uint16_t* src)
+        : frame_(frame),
+          src_(src, frame.x.sourceSize, frame.y.sourceSize, frame.settings),
+          dst_(dst, frame.x.outCropSize, frame.y.outCropSize, frame.settings) {
+        columns_.reserve(static_cast<size_t>(frame.x.outCropSize));
+        for (int i = 0; i < frame.x.outCropSize; ++i) {
+            columns_.push_back(virtualPosition(frame.x, wrapAdd(frame.x.outCropStart, i), kVirtualCellWidth));
+        }
+    }
+
+    void run() {
+        VirtualPosition row{};
+        for (int i = 0; i < frame_.y.outCropSize; ++i) {
+            row = virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, i), kVirtualCellHeight);
+            walkRow(i, GridRow(m_curGrid_dX, row), GridRow(m_curGrid_dY, row));
+        }
+        m_VirtStepShiftX = kVirtStepShiftX;
+        m_VirtStepShiftY = kVirtStepShiftY;
+        m_VirtCordX = columns_.back().coordinate;
+        m_VirtCordY = row.coordinate;
+        if (lastBilinear_) storeBilinear(*lastBilinear_);
+    }
+
+private:
+    void walkRow(int outRow, const GridRow& gridX, const GridRow& gridY) {
+        const int oy = wrapAdd(frame_.y.outCropStart, outRow);
+        uint16_t* const luma = dst_.y + std::ptrdiff_t{outRow} * dst_.stride;
+        const std::ptrdiff_t chromaRow = frame_.settings.is420()
+                                             ? std::ptrdiff_t{dst_.stride} * (outRow / 2) / 2
+                                             : std::ptrdiff_t{dst_.stride} * outRow;
+        for (int i = 0; i < frame_.x.outCropSize; ++i) {
+            const int ox = wrapAdd(frame_.x.outCropStart, i);
+            const VirtualPosition& column = columns_[static_cast<size_t>(i)];
+            const PixelSource at =
+                pixelSource(frame_, sourceCoordinate(frame_.x, ox, gridX.displacement(column)),
+                            sourceCoordinate(frame_.y, oy, gridY.displacement(column)));
+            luma[i] = outputSample(lumaValue(at));
+            if (hasChroma(frame_.settings, ox, oy)) {
+                dst_.u[chromaRow + i / 2] = outputSample(chromaValue(src_.u, at));
+                dst_.v[chromaRow + i / 2] = outputSample(chromaValue(src_.v, at));
+            }
+        }
+    }
+
+    int32_t lumaValue(const PixelSource& at) {
+        const LumaBlock samples = lumaBlock(frame_, src_, at);
+        if (frame_.settings.interpType == 0) return samples[1][1];
+        if (frame_.settings.interpType == 1 || frame_.settings.interpType == 2) {
+            const Quad centre{samples[1][1], samples[1][2], samples[2][1], samples[2][2]};
+            return lastBilinear_.emplace(centre, at.x.fraction, at.y.fraction, frame_.settings).value;
+        }
+        return Bicubic(samples, at.x.fraction, at.y.fraction, frame_.settings).value;
+    }
+
+    int32_t chromaValue(const uint16_t* plane, const PixelSource& at) {
+        const Quad samples = chromaQuad(frame_, src_, plane, at);
+        if (frame_.settings.interpType < 2) return samples.leftTop;
+        return lastBilinear_.emplace(samples, at.x, at.y, frame_.settings).value;
+    }
+
+    const GdcFrame& frame_;
+    GdcSource src_;
+    GdcPlanes<uint16_t> dst_;
+    std::vector<VirtualPosition> columns_;
+    std::optional<Bilinear> lastBilinear_;
+};
+
+}  // namespace
+
+PixelSource pixelSource(const GdcFrame& frame, int32_t x, int32_t y) {
+    const bool inside = isInside(x, frame.x.sourceSize) && isInside(y, frame.y.sourceSize);
+    return {SourcePosition(x, inside), SourcePosition(y, inside), inside};
+}
+
+LumaBlock lumaBlock(const GdcFrame& frame, const GdcSource& src, const PixelSource& at) {
+    LumaBlock block{};
+    if (!at.inside) return block;
+    const std::array<int, 4> columns = lumaTaps(at.x.index, frame.x.sourceSize);
+    const std::array<int, 4> rows = lumaTaps(at.y.index, frame.y.sourceSize);
+    for (size_t j = 0; j < 4; ++j) {
+        const uint16_t* row = src.y + std::ptrdiff_t{rows[j]} * src.stride;
+        for (size_t i = 0; i < 4; ++i) block[j][i] = row[columns[i]];
+    }
+    return block;
+}
+
+Quad chromaQuad(const GdcFrame& frame, const GdcSource& src, const uint16_t* plane, const PixelSource& at) {
+    if (!at.inside) {
+        const int neutral = frame.settings.src10bit ? 512 : 128;
+        return {neutral, neutral, neutral, neutral};
+    }
+    const ChromaTaps columns = chromaTaps(at.x, frame.x.sourceSize);
+    const ChromaTaps rows = frame.settings.is420() ? chromaTaps(at.y, frame.y.sourceSize)
+                                                   : foldChroma(at.y.index, frame.y.sourceSize);
+    const uint16_t* top = plane + std::ptrdiff_t{rows.first} * src.stride / 2;
+    const uint16_t* bottom = plane + std::ptrdiff_t{rows.second} * src.stride / 2;
+    return {top[columns.first], top[columns.second], bottom[columns.first], bottom[columns.second]};
+}
+
+void runGdc(const GdcFrame& frame, uint16_t* dst, const uint16_t* src, const int* gridDX, const int* gridDY) {
+    loadState(frame, gridDX, gridDY);
+    if (frame.x.outCropSize < 1 || frame.y.outCropSize < 1) return;
+    GdcWalk(frame, dst, src).run();
+}
+
+}  // namespace vantor
+
+void GdcCore(unsigned short* dst, unsigned short* src, int* gridDX, int* gridDY, int W, int H,
+             int /*spareWidth*/, int /*spareHeight*/, int scaleShifterX, int scaleShifterY, int scaleX,
+             int scaleY, int invScaleX, int invScaleY, int outScaleX, int outScaleY, int outCropStartX,
+             int outCropStartY, int outW, int outH) noexcept {
+    vantor::GdcFrame frame{};
+    frame.x = {W, scaleShifterX, scaleX, invScaleX, outScaleX, outCropStartX, outW, 0, 0};
+    frame.y = {H, scaleShifterY, scaleY, invScaleY, outScaleY, outCropStartY, outH, 0, 0};
+    vantor::runGdc(frame, dst, src, gridDX, gridDY);
+}

@@ -1,0 +1,40 @@
+// The parameters of one model run.
+#pragma once
+
+namespace vantor {
+
+/// What the engine fixes. The defaults are its values; tests vary them.
+struct GdcSettings {
+    int interpType = 3;
+    int clampType = 2;
+    int yuvFormat = 1;
+    int src10bit = 0;
+    int dst10bit = 0;
+    int mirrorX = 0;
+    int mirrorY = 0;
+    int cropStartX = 0;
+    int cropStartY = 0;
+
+    bool is420() const { return yuvFormat == 1; }
+};
+
+/// The parameters of one axis; units as for the state variables of the same names.
+struct GdcAxis {
+    int sourceSize;
+    int scaleShifter;
+    int scale;
+    int invScale;
+    int outScale;
+    int outCropStart;
+    int outCropSize;
+    int cropStart;
+    int mirror;
+};
+
+struct GdcFrame {
+    GdcSettings settings;
+    GdcAxis x;
+    GdcAxis y;
+};
+
+}  // namespace vantor

@@ -1,0 +1,106 @@
+// From an output position to its displacement: the virtual frame, and the interpolation of the grid in it.
+#pragma once
+
+#include <cstdint>
+
+#include "gdc_model/fixed_point.h"
+#include "gdc_model/gdc_frame.h"
+
+namespace vantor {
+
+constexpr int kGridNodes = 33;
+constexpr int kGridCells = kGridNodes - 1;
+constexpr int kVirtualCellWidth = 512;
+constexpr int kVirtualCellHeight = 384;
+constexpr int kVirtStepShiftX = 8;
+constexpr int kVirtStepShiftY = 6;
+
+using GdcGrid = int[kGridNodes][kGridNodes];
+
+/// Where an output column or row lies in the virtual frame.
+struct VirtualPosition {
+    int coordinate;  ///< 0 to 16384 across, 0 to 12288 down
+    int cell;    ///< 1 to 32, between nodes cell - 1 and cell; the frame's very end belongs to the last cell
+    int within;  ///< 0 to the cell's size, both included
+};
+
+/// Of output column or row `position`. `cellSize` is kVirtualCellWidth or kVirtualCellHeight.
+inline VirtualPosition virtualPosition(const GdcAxis& axis, int position, int cellSize) {
+    const int32_t halfSteps = wrapAdd(wrapAdd(wrapMul(2, position), 1), wrapMul(2, axis.cropStart));
+    const int32_t product = wrapMul(halfSteps, wrapMul(axis.outScale, axis.scale) >> 7);
+    const int32_t scaled =
+        divide(wrapAdd(product, powerOfTwo(axis.scaleShifter + 7)), powerOfTwo(axis.scaleShifter + 8));
+    const int frameSize = kGridCells * cellSize;
+    const int coordinate = std::clamp(axis.mirror ? wrapSub(frameSize, scaled) : scaled, 0, frameSize);
+    const int cell = std::min(coordinate / cellSize + 1, kGridCells);
+    return {coordinate, cell, coordinate - cellSize * (cell - 1)};
+}
+
+/// Cubic Hermite curve over one cell of four nodes, b and c its ends: its difference, the central differences
+/// at both ends (twice the slopes), and how far the curve is from its chord.
+struct HermiteCell {
+    int32_t difference;
+    int32_t slopeChange;  ///< s1 - s0
+    int32_t excess;       ///< 4 x difference - s0 - s1
+
+    /// In the first and last cell, whose outer node is missing, the curve is a parabola.
+    HermiteCell(int32_t a, int32_t b, int32_t c, int32_t d, int cell) : difference(wrapSub(c, b)) {
+        int32_t s0 = wrapSub(c, a);
+        int32_t s1 = wrapSub(d, b);
+        if (cell == 1) s0 = wrapSub(wrapMul(4, difference), s1);
+        if (cell == kGridCells) s1 = wrapSub(wrapMul(4, difference), s0);
+        slopeChange = wrapSub(s1, s0);
+        excess = wrapSub(wrapSub(wrapMul(4, difference), s0), s1);
+    }
+};
+
+/// The grid along one output row: the vertical half of the interpolation, at half the grid's scale, for all
+/// node columns. It depends on the row alone.
+struct GridRow {
+    int32_t value[kGridNodes];
+
+    GridRow(const GdcGrid& grid, const VirtualPosition& y) {
+        const int t = y.within;
+        const int32_t q3 =
+            (((1 << kVirtStepShiftY) + t * (kVirtualCellHeight - t)) >> (kVirtStepShiftY + 1)) / 3;
+        const auto node = [&](int row, int column) {
+            return row < 0 || row >= kGridNodes ? 0 : grid[row][column];
+        };
+        for (int column = 0; column < kGridNodes; ++column) {
+            const int32_t top = node(y.cell - 1, column);
+            const HermiteCell hermite(node(y.cell - 2, column), top, node(y.cell, column),
+                                      node(y.cell + 1, column), y.cell);
+            const auto e = narrow(hwround(int64_t{kVirtualCellHeight - 2 * t} * hermite.excess, 8) / 3);
+            const int32_t f = wrapAdd(e, hermite.slopeChange >> 1);
+            const auto g = narrow(hwround(int64_t{f} * q3, 9) / 3);
+            const auto linear = narrow(hwround(int64_t{hermite.difference} * t, 8) / 3);
+            value[column] = clampDisplacement(wrapSub(wrapAdd(linear, top >> 1), g));
+        }
+    }
+
+    /// The displacement at a virtual column, at half the grid's scale: the horizontal half of the
+    /// interpolation.
+    int32_t displacement(const VirtualPosition& x) const {
+        const int u = x.within;
+        const int32_t mx = kVirtualCellWidth - 2 * u;
+        const int32_t qx = ((1 << kVirtStepShiftX) + u * (kVirtualCellWidth - u)) >> (kVirtStepShiftX + 1);
+        const int32_t left = value[x.cell - 1];
+        const int32_t beforeLeft = x.cell > 1 ? value[x.cell - 2] : 0;
+        const int32_t afterRight = x.cell < kGridCells ? value[x.cell + 1] : 0;
+        const HermiteCell hermite(beforeLeft, left, value[x.cell], afterRight, x.cell);
+        const auto ex = narrow(hwround(int64_t{hermite.excess} * mx, 9));
+        const int32_t fx = wrapAdd(ex, hermite.slopeChange);
+        const auto gx = narrow(hwround(int64_t{fx} * qx, 11));
+        const auto linear = narrow(hwround(int64_t{hermite.difference} * u, 9));
+        return clampDisplacement(wrapSub(wrapAdd(left, linear), gx));
+    }
+};
+
+/// Source coordinate, in 1/256 sample, of output column or row `position` moved by a displacement.
+inline int32_t sourceCoordinate(const GdcAxis& axis, int position, int32_t displacement) {
+    const auto move = narrow(hwround(int64_t{axis.invScale} * displacement, 13));
+    const int32_t halfSteps = wrapAdd(wrapMul(2, position), 1);
+    return wrapAdd(axis.mirror ? wrapSub(0, move) : move, wrapMul(axis.outScale, halfSteps));
+}
+
+}  // namespace vantor

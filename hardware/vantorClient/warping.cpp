@@ -1,0 +1,246 @@
+// The warping requests.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include "gdc_model/fixed_point.h"
+#include "gdc_model/gdc_core.h"
+#include "gdc_model/gdc_extent.h"
+#include "gdc_model/gdc_grid.h"
+#include "gdc_model/gdc_planes.h"
+#include "gdc_model/gdc_scales.h"
+#include "gdc_model/grid_interp.h"
+#include "gdc_model/matrix.h"
+#include "hardware/vantorClient/log.h"
+#include "hardware/vantorClient/status.h"
+#include "hardware/vantorClient/vantor_client.h"
+
+namespace hardware {
+namespace {
+
+using BufferData = vantorClient::BufferData;
+using Grid = vantorClient::_GDCGrid;
+
+constexpr int kSmallestWidth = 96;
+constexpr int kSmallestHeight = 64;
+constexpr int kLargestWidth = 8192;
+constexpr int kLargestHeight = 6144;
+constexpr int kWidthAlignment = 16;
+constexpr int kHeightAlignment = 2;
+
+const char* targetName(int32_t target) {
+    return target == GDC_HW ? "GDC_HW" : target == GDC_C_MODEL ? "GDC_C_MODEL" : "INVALID";
+}
+
+bool isTooSmall(const BufferData& image) {
+    return image.width < kSmallestWidth || image.height < kSmallestHeight;
+}
+
+bool isTooLarge(const BufferData& image) {
+    return image.width > kLargestWidth || image.height > kLargestHeight;
+}
+
+#define WARP_ERROR(line, ...) VANTOR_LOG_ERROR("runGDCGrid", vantor::line, __VA_ARGS__)
+
+/// Logs the first fault of a request, if any, and tells whether there was none.
+bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
+    if (isTooSmall(src)) {
+        WARP_ERROR(kLineWarpSourceTooSmall,
+                   "Invalid src image size [%dx%d] : must not be smaller than [%dx%d]", src.width, src.height,
+                   kSmallestWidth, kSmallestHeight);
+    } else if (isTooSmall(dst)) {
+        WARP_ERROR(kLineWarpDestinationTooSmall,
+                   "Invalid dst image size [%dx%d] : must not be smaller than [%dx%d]", dst.width, dst.height,
+                   kSmallestWidth, kSmallestHeight);
+    } else if (isTooLarge(src)) {
+        WARP_ERROR(kLineWarpSourceTooLarge,
+                   "Invalid src image size [%dx%d] : must not be larger than [%dx%d]", src.width, src.height,
+                   kLargestWidth, kLargestHeight);
+    } else if (isTooLarge(dst)) {
+        WARP_ERROR(kLineWarpDestinationTooLarge,
+                   "Invalid dst image size [%dx%d] : must not be larger than [%dx%d]", dst.width, dst.height,
+                   kLargestWidth, kLargestHeight);
+    } else if (src.width != dst.width || src.height != dst.height) {
+        WARP_ERROR(kLineWarpSizesDiffer,
+                   "Invalid scaling factor [src(%dx%d), dst(%dx%d)] : src size must be same with dst size",
+                   src.width, src.height, dst.width, dst.height);
+    } else if (format != IMAGE_FORMAT_GRAYSCALE && format != IMAGE_FORMAT_NV12) {
+        WARP_ERROR(kLineWarpFormat, "Invalid image format(%d)", format);
+    } else if (src.width % kWidthAlignment != 0 || src.height % kHeightAlignment != 0) {
+        WARP_ERROR(kLineWarpAlignment, "Src width(%d) and height(%d) must be aligned with w=%d, h=%d for GDC",
+                   src.width, src.height, kWidthAlignment, kHeightAlignment);
+    } else {
+        return true;
+    }
+    return false;
+}
+
+/// The output region as the core takes it.
+struct Region {
+    int64_t width;
+    int64_t height;
+
+    explicit Region(const BufferData& dst)
+        : width(int64_t{dst.cropRight} - dst.cropLeft + 1),
+          height(int64_t{dst.cropBottom} - dst.cropTop + 1) {}
+
+    /// Whether the core can count its columns, rows and samples.
+    bool isCountable() const {
+        const auto fits = [](int64_t value) { return value >= INT32_MIN && value <= INT32_MAX; };
+        if (!fits(width) || !fits(height)) return false;
+        return width < 1 || height < 1 || (fits(width * height) && fits(width * height * 5));
+    }
+};
+
+/// The model's working memory. A request that fails half way never gives it back: clients know that from the
+/// device, where it is so.
+struct ModelBuffers {
+    uint8_t* srcPlanes;  ///< three planes
+    uint8_t* dstPlanes;
+    uint16_t* src16;
+    uint16_t* dst16;
+    uint8_t* srcStaged;  ///< two planes, packed
+    uint8_t* dstStaged;
+
+    ModelBuffers(size_t bytes, size_t outputSamples)
+        : srcPlanes(allocate(bytes)),
+          dstPlanes(allocate(bytes)),
+          src16(allocateSamples(bytes)),
+          dst16(allocateSamples(std::max(bytes, outputSamples))),
+          srcStaged(allocate(bytes)),
+          dstStaged(allocate(bytes)) {}
+
+    void release() {
+        std::free(srcStaged);
+        std::free(dstStaged);
+        std::free(src16);
+        std::free(dst16);
+        std::free(srcPlanes);
+        std::free(dstPlanes);
+    }
+
+private:
+    static uint8_t* allocate(size_t bytes) { return static_cast<uint8_t*>(std::malloc(bytes)); }
+    static uint16_t* allocateSamples(size_t samples) {
+        return static_cast<uint16_t*>(std::calloc(samples, sizeof(uint16_t)));
+    }
+};
+
+struct PlaneBytes {
+    size_t luma;
+    size_t chroma;
+
+    explicit PlaneBytes(const BufferData& image)
+        : luma(static_cast<size_t>(image.width) * static_cast<size_t>(image.height)), chroma(luma / 2) {}
+    size_t all() const { return luma + chroma; }
+};
+
+bool gather(const BufferData& src, int32_t format, uint8_t* staged) {
+    const PlaneBytes bytes(src);
+    if (format == IMAGE_FORMAT_GRAYSCALE) {
+        std::memcpy(staged, src.y, bytes.luma);
+        std::memset(staged + bytes.luma, 0, bytes.chroma);
+        return true;
+    }
+    if (src.y == nullptr) {
+        VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelSource,
+                         "Invalid arguments [src.y=%p / src.uv=%p]", static_cast<void*>(src.y),
+                         static_cast<void*>(src.uv));
+        return false;
+    }
+    std::memcpy(staged, src.y, src.uv ? bytes.luma : bytes.all());
+    if (src.uv) std::memcpy(staged + bytes.luma, src.uv, bytes.chroma);
+    return true;
+}
+
+bool scatter(const uint8_t* staged, int32_t format, const BufferData& dst) {
+    const PlaneBytes bytes(dst);
+    if (format == IMAGE_FORMAT_GRAYSCALE) {
+        std::memcpy(dst.y, staged, bytes.luma);
+        return true;
+    }
+    if (dst.y == nullptr) {
+        VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelDestination,
+                         "Invalid arguments [dst.y=%p / dst.uv=%p]", static_cast<void*>(dst.y),
+                         static_cast<void*>(dst.uv));
+        return false;
+    }
+    std::memcpy(dst.y, staged, dst.uv ? bytes.luma : bytes.all());
+    if (dst.uv) std::memcpy(dst.uv, staged + bytes.luma, bytes.chroma);
+    return true;
+}
+
+void runCore(const BufferData& dst, const Region& region, const Grid& grid, const ModelBuffers& buffers) {
+    constexpr int kLargestScale = 65535;
+    const int W = dst.width;
+    const int H = dst.height;
+    const vantor::GdcScales x = vantor::gdcScalesX(W);
+    const vantor::GdcScales y = vantor::gdcScalesY(H);
+    // The core takes its grids for reading only, by a signature that does not say so.
+    GdcCore(buffers.dst16, buffers.src16, const_cast<int32_t*>(grid.dX), const_cast<int32_t*>(grid.dY), W, H,
+            W, H, x.shifter, y.shifter, std::min(x.scale, kLargestScale), std::min(y.scale, kLargestScale),
+            x.invScale, y.invScale, vantor::kOutScaleOne, vantor::kOutScaleOne, dst.cropLeft, dst.cropTop,
+            static_cast<int>(region.width), static_cast<int>(region.height));
+}
+
+int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid, int32_t format) {
+    const Region region(dst);
+    if (!region.isCountable()) return kFailure;
+    const size_t bytes = PlaneBytes(src).all();
+    ModelBuffers buffers(
+        bytes, vantor::gdcPictureSamples(static_cast<int>(region.width), static_cast<int>(region.height)));
+    if (!gather(src, format, buffers.srcStaged)) return kFailure;
+    YUV2PlaneTo3Plane(buffers.srcStaged, buffers.srcPlanes, src.width, src.height);
+    std::copy_n(buffers.srcPlanes, bytes, buffers.src16);
+    runCore(dst, region, grid, buffers);
+    std::transform(buffers.dst16, buffers.dst16 + bytes, buffers.dstPlanes,
+                   [](uint16_t sample) { return static_cast<uint8_t>(sample); });
+    YUV3PlaneTo2Plane(buffers.dstPlanes, buffers.dstStaged, dst.width, dst.height);
+    if (!scatter(buffers.dstStaged, format, dst)) return kFailure;
+    buffers.release();
+    return kSuccess;
+}
+
+/// What a request does when the service does not: a copy, which is still reported as a failure.
+int32_t fallBack(const BufferData& dst, const BufferData& src, int32_t format) {
+    VANTOR_LOG_ERROR("runGDCHWGrid", vantor::kLineWarpFallback,
+                     "Error occurs, run SW scaler (memcpy) instead");
+    if (vantorClient::runInterpBicubic(dst, src, format) != kSuccess) {
+        VANTOR_LOG_ERROR("runGDCHWGrid", vantor::kLineWarpFallbackFailed, "runInterpBicubic() failed");
+    }
+    return kFailure;
+}
+
+}  // namespace
+
+int32_t vantorClient::runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,
+                                 int32_t format, int32_t target) {
+    VANTOR_LOG_INFO("runGDCGrid", vantor::kLineWarp, "Process WARPING using GDC (target=%s)",
+                    targetName(target));
+    if (!validate(dst, src, format)) return kFailure;
+    if (target == GDC_HW) return fallBack(dst, src, format);
+    if (target == GDC_C_MODEL) return runModel(dst, src, grid, format);
+    WARP_ERROR(kLineWarpTarget, "Invalid target model for GDC");
+    return kFailure;
+}
+
+int32_t vantorClient::runGDCMatrix(const BufferData& dst, const BufferData& src, const int16_t* matrix,
+                                   int32_t format, int32_t target) {
+    vantor::AffineMatrix affine(matrix);
+    _pos points[vantor::kGridNodes * vantor::kGridNodes] = {};
+    int shiftX, shiftY, scaleX, scaleY, invScaleX, invScaleY;
+    getGridSet(src.width, src.height, affine.values, points, &shiftX, &shiftY, &scaleX, &scaleY,
+               &invScaleX, &invScaleY, 1);
+    _GDCGrid grid;
+    for (size_t k = 0; k < std::size(points); ++k) {
+        grid.dX[k] = vantor::saturateToInt(points[k].x);
+        grid.dY[k] = vantor::saturateToInt(points[k].y);
+    }
+    const int32_t status = runGDCGrid(dst, src, grid, format, target);
+    if (status != kSuccess) VANTOR_LOG_ERROR("runGDCMatrix", vantor::kLineMatrix, "runGDCGrid() failed");
+    return status;
+}
+
+}  // namespace hardware
