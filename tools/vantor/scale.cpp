@@ -1,14 +1,13 @@
 // vantor scale: one picture to another size.
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 
-#include "hardware/vantorClient/vantor_client.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/request.h"
 
 namespace vantor::tool {
 namespace {
@@ -20,30 +19,6 @@ struct ScaleOptions {
     FormOptions inputForm{"--input", {}, {}};
     FormOptions outputForm{"--output", {}, {}};
 };
-
-/// The picture's planes as the library takes them. A gray picture gets the room for chroma behind its luma
-/// that the library's reduction wants.
-hardware::vantorClient::BufferData buffer(Picture& picture) {
-    picture.bytes.resize(byteCount(Layout::Nv12, picture.size), 128);
-    hardware::vantorClient::BufferData data;
-    data.y = picture.bytes.data();
-    data.width = picture.size.width;
-    data.height = picture.size.height;
-    return data;
-}
-
-double scale(Picture& src, Picture& dst) {
-    const auto from = buffer(src);
-    const auto to = buffer(dst);
-    const int format =
-        src.layout == Layout::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE : hardware::IMAGE_FORMAT_NV12;
-    const auto start = std::chrono::steady_clock::now();
-    const int status = hardware::vantorClient::runInterpBicubic(to, from, format);
-    const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - start;
-    if (status != 0) throw UserError("the library failed with status " + std::to_string(status));
-    dst.bytes.resize(byteCount(dst.layout, dst.size));
-    return elapsed.count();
-}
 
 const char* describe(Size from, Size to) {
     if (from == to) return "copied";
@@ -71,21 +46,18 @@ int run(const ScaleOptions& options) {
     Picture input = readPicture(inputForm);
     const Size size = targetSize(options.size, input.size);
 
-    const bool isGray = input.layout == Layout::Gray || outputForm.layout == Layout::Gray;
-    const Layout working = isGray ? Layout::Gray : Layout::Nv12;
-    const Layout written = outputForm.layout.value_or(isGray ? Layout::Gray : Layout::Rgb);
+    const Layout written = outputForm.layout.value_or(input.layout == Layout::Gray ? Layout::Gray : Layout::Rgb);
     checkOutput(outputForm, "--size", written, size);
 
-    const bool usesRgb = input.layout == Layout::Rgb || written == Layout::Rgb;
-    Picture src = convert(std::move(input), working);
-    Picture dst = makePicture(working, size);
-    const double milliseconds = scale(src, dst);
+    const Layout read = input.layout;
+    Picture src = convert(std::move(input), workingLayout(read, written));
+    Picture dst = makePicture(src.layout, size);
+    const double milliseconds = runRequest(dst, src, hardware::vantorClient::runInterpBicubic);
     writePicture(outputForm, convert(std::move(dst), written));
-    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s in software in %.2f ms%s\n",
-                 options.input.c_str(), toString(src.size).c_str(),
-                 toString(inputForm.layout.value_or(input.layout)), options.output.c_str(),
-                 toString(size).c_str(), toString(written), describe(src.size, size), toString(working),
-                 milliseconds, usesRgb ? "; RGB by BT.601, limited range" : "");
+    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s in software in %.2f ms%s\n", options.input.c_str(),
+                 toString(src.size).c_str(), toString(read), options.output.c_str(), toString(size).c_str(),
+                 toString(written), describe(src.size, size), toString(src.layout), milliseconds,
+                 describeRgb(read, written));
     return kDone;
 }
 

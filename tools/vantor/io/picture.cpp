@@ -26,20 +26,9 @@ uint8_t* secondChroma(Picture& picture) {
 
 Picture padToEven(const Picture& rgb) {
     const Size even{(rgb.size.width + 1) & ~1, (rgb.size.height + 1) & ~1};
-    note("picture of " + toString(rgb.size) +
-         ": chroma needs even sizes, so the last column or row is repeated (" + toString(even) + ")");
-    Picture padded = makePicture(Layout::Rgb, even);
-    uint8_t* out = padded.bytes.data();
-    for (int y = 0; y < even.height; ++y) {
-        for (int x = 0; x < even.width; ++x) {
-            const int fromX = std::min(x, rgb.size.width - 1);
-            const int fromY = std::min(y, rgb.size.height - 1);
-            for (const Component& component : components(rgb)) {
-                *out++ = static_cast<uint8_t>(component.at(fromX, fromY));
-            }
-        }
-    }
-    return padded;
+    note("picture of " + toString(rgb.size) + ": chroma needs even sizes, so the last column or row is repeated (" +
+         toString(even) + ")");
+    return onCanvas(rgb, even);
 }
 
 Picture rgbToNv12(const Picture& rgb) {
@@ -156,6 +145,22 @@ std::vector<Component> components(const Picture& picture) {
                     {"B", bytes + 2, size, 3, 3 * width}};
     }
     return {luma};
+}
+
+Picture onCanvas(const Picture& picture, Size size) {
+    Picture canvas = makePicture(picture.layout, size);
+    const std::vector<Component> from = components(picture);
+    const std::vector<Component> to = components(canvas);
+    for (size_t i = 0; i < from.size(); ++i) {
+        const Size last{from[i].size.width - 1, from[i].size.height - 1};
+        for (int y = 0; y < to[i].size.height; ++y) {
+            uint8_t* out = canvas.bytes.data() + (to[i].row(y) - canvas.bytes.data());
+            for (int x = 0; x < to[i].size.width; ++x, out += to[i].step) {
+                *out = static_cast<uint8_t>(from[i].at(std::min(x, last.width), std::min(y, last.height)));
+            }
+        }
+    }
+    return canvas;
 }
 
 Picture convert(Picture picture, Layout layout) {

@@ -62,12 +62,15 @@ struct Component {
     size_t step;    ///< bytes from one sample to the next
     size_t stride;  ///< bytes from one row to the next
 
-    int at(int x, int y) const {
-        return first[static_cast<size_t>(y) * stride + static_cast<size_t>(x) * step];
-    }
+    const uint8_t* row(int y) const { return first + static_cast<size_t>(y) * stride; }
+    int at(int x, int y) const { return row(y)[static_cast<size_t>(x) * step]; }
 };
 
 std::vector<Component> components(const Picture& picture);
+
+/// The picture on a canvas of another size: cut off, or extended by repeating its last column and row, on the right and
+/// below. Even sizes only where chroma has half the size.
+Picture onCanvas(const Picture& picture, Size size);
 
 /// Converts between any two layouts. RGB is taken to and from YUV with the BT.601 matrix in limited range;
 /// gray gets neutral chroma; pictures lose their chroma on the way to gray. Sizes with chroma at half size
