@@ -231,8 +231,8 @@ int32_t vantorClient::runGDCMatrix(const BufferData& dst, const BufferData& src,
     vantor::AffineMatrix affine(matrix);
     _pos points[vantor::kGridNodes * vantor::kGridNodes] = {};
     int shiftX, shiftY, scaleX, scaleY, invScaleX, invScaleY;
-    getGridSet(src.width, src.height, affine.values, points, &shiftX, &shiftY, &scaleX, &scaleY,
-               &invScaleX, &invScaleY, 1);
+    getGridSet(src.width, src.height, affine.values, points, &shiftX, &shiftY, &scaleX, &scaleY, &invScaleX,
+               &invScaleY, 1);
     _GDCGrid grid;
     for (size_t k = 0; k < std::size(points); ++k) {
         grid.dX[k] = vantor::saturateToInt(points[k].x);

@@ -5,13 +5,22 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 
+#include "tools/vantor/io/picture_file.h"
+
 namespace vantor::tool {
 
 using Run = std::function<int()>;
 
 void addScale(CLI::App& app, Run& run);
+void addWarp(CLI::App& app, Run& run);
+void addGrid(CLI::App& app, Run& run);
+void addExplain(CLI::App& app, Run& run);
 void addCompare(CLI::App& app, Run& run);
 void addChart(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
+
+/// The options that say what a raw input, and a raw result, is.
+void addFormOptions(CLI::App& command, FormOptions& input);
+void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output);
 
 }  // namespace vantor::tool

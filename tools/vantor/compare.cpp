@@ -80,14 +80,20 @@ void report(const CompareOptions& options, const std::vector<Difference>& differ
         std::for_each(differences.begin(), differences.end(), print);
         return;
     }
-    nlohmann::ordered_json json{{"a", options.a}, {"b", options.b}, {"identical", identical}};
+    nlohmann::ordered_json json{
+        {"a", options.a}, {"b", options.b}, {"tolerance", options.tolerance}, {"identical", identical}};
     for (const Difference& difference : differences) json["components"].push_back(toJson(difference));
     std::printf("%s\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
 }
 
 int run(const CompareOptions& options) {
-    const Picture a = readPicture(fileForm(options.a, options.form));
-    const Picture b = readPicture(fileForm(options.b, options.form));
+    // Of a PNG and a raw file, the options speak of the raw one.
+    const bool areAlike = isPngName(options.a) == isPngName(options.b);
+    const auto formOf = [&](const std::string& path) {
+        return fileForm(path, areAlike || !isPngName(path) ? options.form : FormOptions{"--input", {}, {}});
+    };
+    const Picture a = readPicture(formOf(options.a));
+    const Picture b = readPicture(formOf(options.b));
     const std::vector<Component> fromA = components(a);
     const std::vector<Component> fromB = components(b);
     if (!(a.size == b.size) || fromA.size() != fromB.size() || std::string(fromA[0].name) != fromB[0].name) {
@@ -113,8 +119,7 @@ void addCompare(CLI::App& app, Run& run) {
     command
         ->add_option("--tolerance", options->tolerance, "Largest difference that still counts as identical")
         ->check(CLI::Range(0, 255));
-    command->add_option("--input-size", options->form.size, "Size of raw pictures whose names do not say it");
-    command->add_option("--input-format", options->form.format, "Layout of raw pictures: nv12, i420 or gray");
+    addFormOptions(*command, options->form);
     command->add_flag("--json", options->json, "Write the result as JSON");
     command->footer("Exit status: 0 identical, 1 different, 2 trouble.");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });

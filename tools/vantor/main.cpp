@@ -1,4 +1,4 @@
-// vantor: scale and compare pictures from the shell.
+// vantor: scale, warp and compare pictures from the shell.
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -29,13 +29,16 @@ int trouble(const std::string& text) {
 }
 
 int runTool(int argc, char** argv) {
-    CLI::App app{"Scales and compares NV12, I420, gray and PNG pictures with libVantor10."};
+    CLI::App app{"Scales, warps and compares NV12, I420, gray and PNG pictures with libVantor10."};
     app.name("vantor");
     app.set_version_flag("--version", "vantor " VANTOR_VERSION);
     app.require_subcommand(1);
     app.footer("Exit status: 0 done (compare: identical), 1 different (compare only), 2 trouble.");
     Run run;
     addScale(app, run);
+    addWarp(app, run);
+    addGrid(app, run);
+    addExplain(app, run);
     addCompare(app, run);
     addChart(app, run);
     addInfo(app, run);
@@ -53,6 +56,16 @@ int runTool(int argc, char** argv) {
 
 void note(const std::string& text) {
     std::fprintf(stderr, "vantor: note: %s\n", text.c_str());
+}
+
+void addFormOptions(CLI::App& command, FormOptions& input) {
+    command.add_option("--input-size", input.size, "Size of a raw picture whose name does not say it");
+    command.add_option("--input-format", input.format, "Layout of a raw picture: nv12, i420 or gray");
+}
+
+void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output) {
+    addFormOptions(command, input);
+    command.add_option("--output-format", output.format, "Layout of a raw result");
 }
 
 }  // namespace vantor::tool

@@ -35,6 +35,20 @@ double runRequest(Picture& dst, Picture& src, const Request& request) {
     return elapsed.count();
 }
 
+Size warpFrame(const std::string& what, Size picture) {
+    if (picture.width < 96 || picture.height < 64 || picture.width > 8192 || picture.height > 6144) {
+        throw UserError(what + ": " + toString(picture) + " picture: warps take 96x64 to 8192x6144");
+    }
+    return picture.roundedUp(16, 2);
+}
+
+Picture onFrame(const std::string& what, Picture picture, Size frame) {
+    if (picture.size == frame) return picture;
+    note(what + ": " + toString(picture.size) + " picture: warped as " + toString(frame) +
+         ", its last column and row repeated, and cropped back");
+    return onCanvas(picture, frame);
+}
+
 const char* describeRgb(Layout read, Layout written) {
     return read == Layout::Rgb || written == Layout::Rgb ? "; RGB by BT.601, limited range" : "";
 }

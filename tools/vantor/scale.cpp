@@ -1,12 +1,12 @@
 // vantor scale: one picture to another size.
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/numbers.h"
 #include "tools/vantor/request.h"
 
 namespace vantor::tool {
@@ -26,15 +26,16 @@ const char* describe(Size from, Size to) {
     return "reduced (bicubic luma, bilinear chroma)";
 }
 
-/// "1280x720", or "50%" of the source, to the nearest even width and height.
-Size targetSize(const std::string& text, Size source) {
+/// "1280x720", or "50%" of the source, rounded to multiples of `step`.
+Size targetSize(const std::string& text, Size source, int step) {
     if (text.empty() || text.back() != '%') return parseSize("--size", text);
-    char* end = nullptr;
-    const double percent = std::strtod(text.c_str(), &end);
-    if (*end != '%' || !(percent > 0 && percent <= 100.0 * kLargestSide)) {
+    const std::vector<double> percent = parseNumbers("--size", text.substr(0, text.size() - 1), 1, 1);
+    if (!(percent[0] > 0 && percent[0] <= 100.0 * kLargestSide)) {
         throw UserError("--size " + text + ": expected a positive percentage, such as 50%");
     }
-    const auto side = [percent](int from) { return 2 * static_cast<int>(std::lround(from * percent / 200)); };
+    const auto side = [&](int from) {
+        return step * static_cast<int>(std::lround(from * percent[0] / 100 / step));
+    };
     const Size size{side(source.width), side(source.height)};
     checkLimits("--size " + text + ":", size);
     return size;
@@ -44,20 +45,21 @@ int run(const ScaleOptions& options) {
     const FileForm inputForm = fileForm(options.input, options.inputForm);
     const FileForm outputForm = fileForm(options.output, options.outputForm);
     Picture input = readPicture(inputForm);
-    const Size size = targetSize(options.size, input.size);
-
-    const Layout written = outputForm.layout.value_or(input.layout == Layout::Gray ? Layout::Gray : Layout::Rgb);
-    checkOutput(outputForm, "--size", written, size);
-
     const Layout read = input.layout;
-    Picture src = convert(std::move(input), workingLayout(read, written));
-    Picture dst = makePicture(src.layout, size);
+    const Size readSize = input.size;
+    const Layout written = outputForm.layout.value_or(read == Layout::Gray ? Layout::Gray : Layout::Rgb);
+    const Layout working = workingLayout(read, written);
+
+    Picture src = convert(std::move(input), working);
+    const Size size = targetSize(options.size, src.size, isSubsampled(working) ? 2 : 1);
+    checkOutput(outputForm, "--size", working, size);
+    Picture dst = makePicture(working, size);
     const double milliseconds = runRequest(dst, src, hardware::vantorClient::runInterpBicubic);
     writePicture(outputForm, convert(std::move(dst), written));
-    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s in software in %.2f ms%s\n", options.input.c_str(),
-                 toString(src.size).c_str(), toString(read), options.output.c_str(), toString(size).c_str(),
-                 toString(written), describe(src.size, size), toString(src.layout), milliseconds,
-                 describeRgb(read, written));
+    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s in software in %.2f ms%s\n",
+                 options.input.c_str(), toString(readSize).c_str(), toString(read), options.output.c_str(),
+                 toString(size).c_str(), toString(written), describe(src.size, size), toString(working),
+                 milliseconds, describeRgb(read, written));
     return kDone;
 }
 
@@ -69,11 +71,7 @@ void addScale(CLI::App& app, Run& run) {
     command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
     command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
     command->add_option("--size", options->size, "Size of the result, such as 1280x720 or 50%")->required();
-    command->add_option("--input-size", options->inputForm.size,
-                        "Size of a raw IN whose name does not say it");
-    command->add_option("--input-format", options->inputForm.format,
-                        "Layout of a raw IN: nv12, i420 or gray");
-    command->add_option("--output-format", options->outputForm.format, "Layout of a raw result");
+    addFormOptions(*command, options->inputForm, options->outputForm);
     command->footer(
         "Examples:\n"
         "  vantor scale photo.png -o small.png --size 640x480\n"

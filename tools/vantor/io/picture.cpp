@@ -24,13 +24,6 @@ uint8_t* secondChroma(Picture& picture) {
     return chroma(picture) + picture.size.pixels() / 4;
 }
 
-Picture padToEven(const Picture& rgb) {
-    const Size even{(rgb.size.width + 1) & ~1, (rgb.size.height + 1) & ~1};
-    note("picture of " + toString(rgb.size) + ": chroma needs even sizes, so the last column or row is repeated (" +
-         toString(even) + ")");
-    return onCanvas(rgb, even);
-}
-
 Picture rgbToNv12(const Picture& rgb) {
     const auto [width, height] = rgb.size;
     std::vector<uint8_t> argb(4 * rgb.size.pixels());
@@ -42,7 +35,9 @@ Picture rgbToNv12(const Picture& rgb) {
 
 Picture toNv12(Picture picture) {
     if (picture.layout == Layout::Nv12) return picture;
-    if (picture.layout == Layout::Rgb) return rgbToNv12(picture.size.isEven() ? picture : padToEven(picture));
+    if (picture.layout == Layout::Rgb) {
+        return rgbToNv12(picture.size.isEven() ? picture : onCanvas(picture, picture.size.roundedUp(2, 2)));
+    }
     const auto [width, height] = picture.size;
     Picture nv12 = makePicture(Layout::Nv12, picture.size);
     if (picture.layout == Layout::I420) {
@@ -165,7 +160,14 @@ Picture onCanvas(const Picture& picture, Size size) {
 
 Picture convert(Picture picture, Layout layout) {
     if (picture.layout == layout) return picture;
-    return fromNv12(toNv12(std::move(picture)), layout);
+    const Size size = picture.size;
+    Picture converted = fromNv12(toNv12(std::move(picture)), layout);
+    if (converted.size == size) return converted;
+    if (!isSubsampled(layout)) return onCanvas(converted, size);
+    note("picture of " + toString(size) +
+         ": chroma needs even sizes, so the last column or row is repeated (" + toString(converted.size) +
+         ")");
+    return converted;
 }
 
 }  // namespace vantor::tool

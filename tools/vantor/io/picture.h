@@ -18,6 +18,10 @@ struct Size {
 
     bool operator==(const Size& other) const { return width == other.width && height == other.height; }
     bool isEven() const { return width % 2 == 0 && height % 2 == 0; }
+    /// To the next multiples.
+    Size roundedUp(int ofWidth, int ofHeight) const {
+        return {(width + ofWidth - 1) / ofWidth * ofWidth, (height + ofHeight - 1) / ofHeight * ofHeight};
+    }
     size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
 };
 
@@ -68,8 +72,8 @@ struct Component {
 
 std::vector<Component> components(const Picture& picture);
 
-/// The picture on a canvas of another size: cut off, or extended by repeating its last column and row, on the right and
-/// below. Even sizes only where chroma has half the size.
+/// The picture on a canvas of another size: cut off, or extended by repeating its last column and row, on the
+/// right and below. Even sizes only where chroma has half the size.
 Picture onCanvas(const Picture& picture, Size size);
 
 /// Converts between any two layouts. RGB is taken to and from YUV with the BT.601 matrix in limited range;

@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/input_file.h"
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/png_file.h"
 
@@ -44,6 +42,13 @@ bool looksLikeSize(const std::string& word) {
     return cross != std::string::npos && isNumber(word.substr(0, cross)) && isNumber(word.substr(cross + 1));
 }
 
+template <typename Value>
+void takeOnly(std::optional<Value>& known, const std::optional<Value>& found, const std::string& trouble) {
+    if (known && found && !(*known == *found))
+        throw UserError(trouble + ": expected one, or an option that decides");
+    if (found) known = found;
+}
+
 void applyOptions(FileForm& form, const FormOptions& options) {
     const std::string formatOption = options.optionPrefix + "-format";
     const std::string sizeOption = options.optionPrefix + "-size";
@@ -70,35 +75,38 @@ Picture readRaw(const FileForm& form) {
         throw UserError(form.path + ": " + toString(*form.layout) + " pictures of " + toString(*form.size) +
                         ": width and height must be even");
     }
-    std::error_code error;
-    const std::uintmax_t length = std::filesystem::file_size(form.path, error);
-    if (error) throw UserError(form.path + ": " + error.message());
     const size_t expected = byteCount(*form.layout, *form.size);
-    if (length != expected) {
+    if (const uintmax_t length = lengthOf(form.path); length != expected) {
         throw UserError(form.path + ": one " + toString(*form.size) + " " + toString(*form.layout) +
                         " picture has " + std::to_string(expected) + " bytes, the file has " +
                         std::to_string(length));
     }
-    Picture picture = makePicture(*form.layout, *form.size);
-    std::ifstream file(form.path, std::ios::binary);
-    if (!file.read(reinterpret_cast<char*>(picture.bytes.data()), static_cast<std::streamsize>(expected))) {
-        throw UserError(form.path + ": cannot read: " + std::strerror(errno));
-    }
-    return picture;
+    return {*form.layout, *form.size, readWhole(form.path)};
 }
 
 }  // namespace
 
+bool isPngName(const std::string& path) {
+    const std::vector<std::string> words = wordsOf(path);
+    return words.size() > 1 && words.back() == "png";
+}
+
 FileForm fileForm(const std::string& path, const FormOptions& options) {
     FileForm form;
     form.path = path;
-    const std::vector<std::string> words = wordsOf(path);
-    form.isPng = words.size() > 1 && words.back() == "png";
+    form.isPng = isPngName(path);
     applyOptions(form, options);
     if (form.isPng) return form;
+    const std::vector<std::string> words = wordsOf(path);
+    if (!form.layout) form.layout = findLayout(words.back());
+    const bool seeksLayout = !form.layout;
+    const bool seeksSize = !form.size;
     for (const std::string& word : words) {
-        if (!form.layout) form.layout = findLayout(word);
-        if (!form.size && looksLikeSize(word)) form.size = parseSize(path + ":", word);
+        if (seeksLayout) takeOnly(form.layout, findLayout(word), path + ": several layouts in the name");
+        if (seeksSize && looksLikeSize(word)) {
+            takeOnly(form.size, std::optional(parseSize(path + ":", word)),
+                     path + ": several sizes in the name");
+        }
     }
     if (!form.layout) {
         throw UserError(path +
@@ -118,7 +126,7 @@ void checkOutput(const FileForm& form, const std::string& what, Layout layout, S
         throw UserError(what + " " + toString(size) + ": the output's name says " + toString(*form.size) +
                         " (" + form.path + ")");
     }
-    if (layout != Layout::Gray && !size.isEven()) {
+    if (isSubsampled(layout) && !size.isEven()) {
         throw UserError(what + " " + toString(size) + ": width and height of a colour picture must be even " +
                         "(chroma has half the size)");
     }

@@ -24,6 +24,8 @@ struct FormOptions {
     std::string size;
 };
 
+bool isPngName(const std::string& path);
+
 /// Works out a file's form. Layout and size are words of the name, set off by "_", "-" or ".", as in
 /// clip_1280x720_nv12.yuv or still-640x480.gray; options win over the name. Refuses names that leave the
 /// layout of a raw file open.
@@ -32,8 +34,8 @@ FileForm fileForm(const std::string& path, const FormOptions& options);
 /// Reads a picture. A raw file needs a size, and as many bytes as that makes. Alpha is dropped, with a note.
 Picture readPicture(const FileForm& form);
 
-/// Refuses, before any work is done, a size that contradicts the output's name or that colour cannot have.
-/// `what` is what an error names.
+/// Refuses, before any work is done, a size that contradicts the output's name, or that the chroma of
+/// `layout` cannot have. `what` is what an error names.
 void checkOutput(const FileForm& form, const std::string& what, Layout layout, Size size);
 
 /// Writes a picture in its own layout: RGB or gray as PNG, the others raw. The file appears whole or not at

@@ -1,0 +1,16 @@
+// Pictures of grids.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/vantor/warp_map.h"
+
+namespace vantor::tool {
+
+/// A PNG of `frame`'s size: the outline of the picture, and over it the mesh of 32 x 32 cells, each node
+/// drawn where it takes its pixels from, its move multiplied by `exaggeration`. `title` stands above.
+std::vector<uint8_t> plotGrid(const Grid& grid, Size frame, double exaggeration, const std::string& title);
+
+}  // namespace vantor::tool

@@ -1,0 +1,73 @@
+#include "tools/vantor/grid_report.h"
+
+#include <algorithm>
+
+#include "gdc_model/gdc_run.h"
+#include "gdc_model/grid_interp.h"
+#include "tools/vantor/model_frame.h"
+
+namespace vantor::tool {
+namespace {
+
+using Nodes = std::array<std::array<Point, kGridNodes>, kGridNodes>;
+
+/// Where the nodes take their pixels from.
+Nodes sourcesOf(const Grid& grid, Size frame) {
+    Nodes nodes;
+    for (size_t row = 0; row < kGridNodes; ++row) {
+        for (size_t column = 0; column < kGridNodes; ++column) {
+            const size_t index = row * kGridNodes + column;
+            nodes[row][column] = {
+                frame.width * static_cast<double>(column) / 32 + moveAcross(grid.dX[index], frame),
+                frame.height * static_cast<double>(row) / 32 + moveDown(grid.dY[index], frame)};
+        }
+    }
+    return nodes;
+}
+
+bool isFolded(const Nodes& nodes, size_t row, size_t column) {
+    const Point corners[] = {nodes[row][column], nodes[row][column + 1], nodes[row + 1][column + 1],
+                             nodes[row + 1][column]};
+    for (size_t i = 0; i < 4; ++i) {
+        const Point &before = corners[(i + 3) % 4], &at = corners[i], &after = corners[(i + 1) % 4];
+        const double area = (at.x - before.x) * (after.y - at.y) - (at.y - before.y) * (after.x - at.x);
+        if (area <= 0) return true;
+    }
+    return false;
+}
+
+int countFolded(const Nodes& nodes) {
+    int folded = 0;
+    for (size_t row = 0; row < kGridCells; ++row) {
+        for (size_t column = 0; column < kGridCells; ++column) folded += isFolded(nodes, row, column);
+    }
+    return folded;
+}
+
+double shareOutside(const Grid& grid, Size frame) {
+    const GdcFrame model = modelFrame(frame);
+    const GridTables tables(grid);
+    size_t outside = 0;
+    for (int y = 0; y < frame.height; ++y) {
+        const GridLines lines(tables, model, y);
+        for (int x = 0; x < frame.width; ++x) outside += !lines.source(model, x, y).inside;
+    }
+    return static_cast<double>(outside) / static_cast<double>(frame.pixels());
+}
+
+}  // namespace
+
+GridReport examine(const Grid& grid, Size frame) {
+    const auto isBeyond = [](int32_t value) { return clampDisplacement(value >> 1) != value >> 1; };
+    const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyond) +
+                        std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyond);
+    const auto [leastX, largestX] = std::minmax_element(std::begin(grid.dX), std::end(grid.dX));
+    const auto [leastY, largestY] = std::minmax_element(std::begin(grid.dY), std::end(grid.dY));
+    return {{moveAcross(*leastX, frame), moveDown(*leastY, frame)},
+            {moveAcross(*largestX, frame), moveDown(*largestY, frame)},
+            static_cast<int>(beyond),
+            countFolded(sourcesOf(grid, frame)),
+            shareOutside(grid, frame)};
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,20 @@
+// Grid files, in two forms that hold the same numbers.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hardware/vantorClient/vantor_client.h"
+
+namespace vantor::tool {
+
+/// Reads either form: the wire form (8712 bytes: dX, then dY, little-endian) is told by its length.
+hardware::vantorClient::_GDCGrid readGrid(const std::string& path);
+
+/// The text form for a name ending in .txt: a line "dX", 33 rows of 33 numbers, a line "dY", 33 more; "#"
+/// begins a comment. The wire form for every other name. The file appears whole or not at all.
+void writeGrid(const std::string& path, const hardware::vantorClient::_GDCGrid& grid,
+               const std::string& comment);
+
+}  // namespace vantor::tool

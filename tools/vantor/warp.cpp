@@ -1,0 +1,104 @@
+// vantor warp: rotate, undistort or otherwise move the pixels of a picture.
+#include <cstdio>
+#include <memory>
+
+#include "tools/vantor/commands.h"
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/numbers.h"
+#include "tools/vantor/request.h"
+#include "tools/vantor/warp_options.h"
+
+namespace vantor::tool {
+namespace {
+
+struct WarpCommand {
+    std::string input;
+    std::string output;
+    std::string matrix;
+    WarpOptions warp;
+    FormOptions inputForm{"--input", {}, {}};
+    FormOptions outputForm{"--output", {}, {}};
+};
+
+std::vector<int16_t> parseMatrix(const std::string& text) {
+    std::vector<int16_t> matrix;
+    for (double number : parseNumbers("--matrix", text, 6, 6)) {
+        matrix.push_back(static_cast<int16_t>(number));
+        if (matrix.back() != number)
+            throw UserError("--matrix " + text + ": expected whole numbers of 16 bits");
+    }
+    return matrix;
+}
+
+/// The request that the options stand for, for a picture that the library gets at `frame`'s size.
+Request requestFrom(const WarpCommand& command, Size picture, Size frame) {
+    const bool hasWarp = command.warp.hasParts() || !command.warp.gridFile.empty();
+    if (command.matrix.empty() == !hasWarp) {
+        throw UserError(
+            "expected one of --matrix, --grid, or a warp described by --rotate, --zoom, --shear, --shift, "
+            "--lens and --center");
+    }
+    if (!command.matrix.empty()) {
+        return [matrix = parseMatrix(command.matrix)](const auto& dst, const auto& src, int32_t format) {
+            return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format,
+                                                        hardware::GDC_C_MODEL);
+        };
+    }
+    return [grid = gridFrom(command.warp, picture, frame)](const auto& dst, const auto& src, int32_t format) {
+        return hardware::vantorClient::runGDCGrid(dst, src, grid, format, hardware::GDC_C_MODEL);
+    };
+}
+
+int run(const WarpCommand& command) {
+    const FileForm inputForm = fileForm(command.input, command.inputForm);
+    const FileForm outputForm = fileForm(command.output, command.outputForm);
+    Picture input = readPicture(inputForm);
+    const Size size = input.size;
+    const Layout read = input.layout;
+    const Layout written = outputForm.layout.value_or(read == Layout::Gray ? Layout::Gray : Layout::Rgb);
+    checkOutput(outputForm, command.input, written, size);
+    const Size frame = warpFrame(command.input, size);
+    const Request request = requestFrom(command, size, frame);
+
+    Picture src = convert(onFrame(command.input, std::move(input), frame), workingLayout(read, written));
+    Picture dst = makePicture(src.layout, frame);
+    const double milliseconds = runRequest(dst, src, request);
+    Picture result = convert(std::move(dst), written);
+    writePicture(outputForm, frame == size ? result : onCanvas(result, size));
+    const std::string what = command.matrix.empty() ? describe(command.warp) : "matrix " + command.matrix;
+    std::fprintf(stderr, "vantor: %s %s %s to %s %s: warped (%s) as %s in the software model in %.2f ms%s\n",
+                 command.input.c_str(), toString(size).c_str(), toString(read), command.output.c_str(),
+                 toString(written), what.c_str(), toString(src.layout), milliseconds,
+                 describeRgb(read, written));
+    return kDone;
+}
+
+}  // namespace
+
+void addWarp(CLI::App& app, Run& run) {
+    auto options = std::make_shared<WarpCommand>();
+    CLI::App* command =
+        app.add_subcommand("warp", "Rotate, undistort or otherwise move the pixels of a picture");
+    command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
+    command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
+    addWarpOptions(*command, options->warp);
+    command->add_option("--grid", options->warp.gridFile, "Grid file, as vantor grid makes them");
+    command->add_option(
+        "--matrix", options->matrix,
+        "a,b,c,d,e,f: output (x, y) comes from (a x + b y + c, d x + e y + f); whole numbers, a, b, d, e "
+        "in 1/4096 and c, f in 1/32 pixel");
+    addFormOptions(*command, options->inputForm, options->outputForm);
+    command->footer(
+        "A described warp goes from an output position to its source through --rotate, --zoom, --shear, "
+        "--shift\n"
+        "and --lens in this order, around --center.\n"
+        "Examples:\n"
+        "  vantor warp photo.png -o turned.png --rotate 2 --zoom 1.05\n"
+        "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"
+        "  vantor warp photo.png -o warped.png --grid warp.grid\n"
+        "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

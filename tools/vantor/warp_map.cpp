@@ -1,0 +1,77 @@
+#include "tools/vantor/warp_map.h"
+
+#include <cmath>
+
+#include "gdc_model/fixed_point.h"
+#include "gdc_model/gdc_scales.h"
+#include "gdc_model/grid_interp.h"
+
+namespace vantor::tool {
+namespace {
+
+/// Node values of one pixel. The engine halves a value, multiplies it by invScale / 8192 and takes 1/256
+/// pixel.
+double unitsPerPixel(const GdcScales& scales) {
+    return 256.0 * 16384 / scales.invScale;
+}
+
+int32_t nodeValue(double pixels, const GdcScales& scales) {
+    return saturateToInt(std::round(pixels * unitsPerPixel(scales)));
+}
+
+}  // namespace
+
+WarpMap::WarpMap(const WarpParts& parts, Size picture)
+    : parts_(parts),
+      center_(parts.center.value_or(Point{picture.width / 2.0, picture.height / 2.0})),
+      radius_(std::hypot(picture.width, picture.height) / 2),
+      cosine_(std::cos(parts.rotate * std::acos(-1.0) / 180)),
+      sine_(std::sin(parts.rotate * std::acos(-1.0) / 180)) {}
+
+Point WarpMap::source(Point output) const {
+    const Point p{output.x - center_.x, output.y - center_.y};
+    const Point turned{(cosine_ * p.x - sine_ * p.y) / parts_.zoom,
+                       (sine_ * p.x + cosine_ * p.y) / parts_.zoom};
+    const double determinant = 1 - parts_.shear.x * parts_.shear.y;
+    const Point straight{(turned.x - parts_.shear.x * turned.y) / determinant,
+                         (turned.y - parts_.shear.y * turned.x) / determinant};
+    const Point bent = distorted({straight.x - parts_.shift.x, straight.y - parts_.shift.y});
+    return {center_.x + bent.x, center_.y + bent.y};
+}
+
+/// Where the lens puts what belongs at a position: the usual radial and tangential polynomials.
+Point WarpMap::distorted(Point fromCenter) const {
+    const auto [k1, k2, k3, p1, p2] = parts_.lens;
+    const double x = fromCenter.x / radius_;
+    const double y = fromCenter.y / radius_;
+    const double r2 = x * x + y * y;
+    const double radial = 1 + r2 * (k1 + r2 * (k2 + r2 * k3));
+    return {radius_ * (x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x)),
+            radius_ * (y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y)};
+}
+
+Grid makeGrid(const WarpMap& map, Size frame) {
+    const GdcScales scalesX = gdcScalesX(frame.width);
+    const GdcScales scalesY = gdcScalesY(frame.height);
+    Grid grid;
+    for (int row = 0; row < kGridNodes; ++row) {
+        for (int column = 0; column < kGridNodes; ++column) {
+            const Point node{frame.width * column / 32.0, frame.height * row / 32.0};
+            const Point source = map.source(node);
+            const int index = row * kGridNodes + column;
+            grid.dX[index] = nodeValue(source.x - node.x, scalesX);
+            grid.dY[index] = nodeValue(source.y - node.y, scalesY);
+        }
+    }
+    return grid;
+}
+
+double moveAcross(int32_t value, Size frame) {
+    return value / unitsPerPixel(gdcScalesX(frame.width));
+}
+
+double moveDown(int32_t value, Size frame) {
+    return value / unitsPerPixel(gdcScalesY(frame.height));
+}
+
+}  // namespace vantor::tool

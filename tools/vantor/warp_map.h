@@ -1,0 +1,57 @@
+// Warps that users describe, as maps in double precision and as grids.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hardware/vantorClient/vantor_client.h"
+#include "tools/vantor/io/picture.h"
+
+namespace vantor::tool {
+
+using Grid = hardware::vantorClient::_GDCGrid;
+
+/// In pixels; pixel (i, j) covers i to i + 1 and j to j + 1, so its centre is at i + 0.5, j + 0.5.
+struct Point {
+    double x;
+    double y;
+};
+
+/// The parts of a warp, in the order in which they lead from an output position to its source.
+struct WarpParts {
+    double rotate = 0;             ///< degrees, counter-clockwise as seen
+    double zoom = 1;               ///< above 1 enlarges
+    Point shear{0, 0};             ///< pixels to the right a pixel down, and down a pixel to the right
+    Point shift{0, 0};             ///< pixels to the right and down
+    std::array<double, 5> lens{};  ///< k1, k2, k3, p1, p2 of the lens whose distortion is taken out
+    std::optional<Point> center;   ///< of all of it; the picture's middle if not given
+};
+
+/// From output positions to source positions. Lens radii are in halves of the picture's diagonal.
+class WarpMap {
+public:
+    WarpMap(const WarpParts& parts, Size picture);
+
+    Point source(Point output) const;
+
+private:
+    Point distorted(Point fromCenter) const;
+
+    WarpParts parts_;
+    Point center_;
+    double radius_;
+    double cosine_;
+    double sine_;
+};
+
+/// The map at the nodes of a grid for pictures of `frame`'s size (the size that the library gets, padding
+/// included). Moves beyond the range of a node stop there.
+Grid makeGrid(const WarpMap& map, Size frame);
+
+/// A node's move in pixels across, or down, for pictures of a size.
+double moveAcross(int32_t value, Size frame);
+double moveDown(int32_t value, Size frame);
+
+}  // namespace vantor::tool

@@ -1,0 +1,86 @@
+#include "tools/vantor/warp_options.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/numbers.h"
+
+namespace vantor::tool {
+namespace {
+
+Point parsePoint(const std::string& option, const std::string& text) {
+    const std::vector<double> numbers = parseNumbers(option, text, 2, 2);
+    return {numbers[0], numbers[1]};
+}
+
+WarpParts partsOf(const WarpOptions& options) {
+    WarpParts parts;
+    parts.rotate = options.rotate;
+    parts.zoom = options.zoom;
+    if (!(std::isfinite(options.rotate))) throw UserError("--rotate: expected degrees, such as 2.5");
+    if (!(options.zoom > 0 && std::isfinite(options.zoom))) {
+        throw UserError("--zoom " + std::to_string(options.zoom) + ": expected a number above 0");
+    }
+    if (!options.shear.empty()) parts.shear = parsePoint("--shear", options.shear);
+    if (parts.shear.x * parts.shear.y == 1)
+        throw UserError("--shear " + options.shear + ": X times Y must not be 1");
+    if (!options.shift.empty()) parts.shift = parsePoint("--shift", options.shift);
+    if (!options.center.empty()) parts.center = parsePoint("--center", options.center);
+    if (!options.lens.empty()) {
+        const std::vector<double> lens = parseNumbers("--lens", options.lens, 1, 5);
+        if (lens.size() == 4) throw UserError("--lens " + options.lens + ": expected K1[,K2[,K3[,P1,P2]]]");
+        std::copy(lens.begin(), lens.end(), parts.lens.begin());
+    }
+    return parts;
+}
+
+}  // namespace
+
+bool WarpOptions::hasParts() const {
+    return rotate != 0 || zoom != 1 || !(shear.empty() && shift.empty() && lens.empty() && center.empty());
+}
+
+void addWarpOptions(CLI::App& command, WarpOptions& options) {
+    command.add_option("--rotate", options.rotate, "Turn by degrees, counter-clockwise");
+    command.add_option("--zoom", options.zoom, "Enlarge by a factor");
+    command.add_option("--shear", options.shear,
+                       "X,Y: pixels to the right a pixel down, and down a pixel to the right");
+    command.add_option("--shift", options.shift, "X,Y: move by pixels to the right and down");
+    command.add_option("--lens", options.lens,
+                       "K1[,K2[,K3[,P1,P2]]]: take out a lens's distortion; radii in halves of the diagonal");
+    command.add_option("--center", options.center,
+                       "X,Y: the middle of all that, in pixels; the picture's if not given");
+}
+
+Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
+    if (!options.gridFile.empty()) {
+        if (options.hasParts())
+            throw UserError(options.gridFile + ": expected a grid file or a described warp, not both");
+        return readGrid(options.gridFile);
+    }
+    return makeGrid(WarpMap(partsOf(options), picture), frame);
+}
+
+std::string describe(const WarpOptions& options) {
+    if (!options.gridFile.empty()) return "grid of " + options.gridFile;
+    std::string text;
+    const auto add = [&](const char* name, const std::string& value) {
+        if (!value.empty()) text += (text.empty() ? "" : ", ") + std::string(name) + " " + value;
+    };
+    const auto number = [](double value, double neutral) {
+        char digits[32];
+        std::snprintf(digits, sizeof digits, "%g", value);
+        return value == neutral ? std::string() : std::string(digits);
+    };
+    add("rotation", number(options.rotate, 0));
+    add("zoom", number(options.zoom, 1));
+    add("shear", options.shear);
+    add("shift", options.shift);
+    add("lens", options.lens);
+    add("center", options.center);
+    return text.empty() ? "no move" : text;
+}
+
+}  // namespace vantor::tool
