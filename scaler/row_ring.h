@@ -11,6 +11,8 @@ constexpr int kStripColumns = 1024;
 /// `Rows` is a power of two.
 template <typename Sample, int Rows, int Columns>
 class RowRing {
+    static_assert((Rows & (Rows - 1)) == 0);
+
 public:
     /// Source row `index` filtered; `filter(index, out)` is called if the ring does not hold it.
     template <typename Filter>

@@ -14,7 +14,7 @@ namespace {
 using BufferData = vantorClient::BufferData;
 
 int64_t lumaBytes(const BufferData& image) {
-    return int64_t{image.width} * image.height;
+    return image.width > 0 && image.height > 0 ? int64_t{image.width} * image.height : 0;
 }
 
 uint8_t* chromaPlane(const BufferData& image) {
@@ -22,6 +22,7 @@ uint8_t* chromaPlane(const BufferData& image) {
 }
 
 void copyBytes(uint8_t* dst, const uint8_t* src, int64_t bytes) {
+    // Requests in place are common: the pictures may overlap.
     if (bytes > 0) std::memmove(dst, src, static_cast<std::size_t>(bytes));
 }
 

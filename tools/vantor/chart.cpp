@@ -14,6 +14,7 @@ namespace {
 struct ChartOptions {
     std::string output;
     std::string size = "1280x720";
+    FormOptions form{"--output", {}, {}};
 };
 
 struct Color {
@@ -60,7 +61,7 @@ Color chartColor(double x, double y, double width, double height) {
 }
 
 int run(const ChartOptions& options) {
-    const FileForm form = fileForm(options.output, {"--output", {}, {}});
+    const FileForm form = fileForm(options.output, options.form);
     const Size size = parseSize("--size", options.size);
     const Layout layout = form.layout.value_or(Layout::Rgb);
     checkOutput(form, "--size", layout, size);
@@ -85,6 +86,7 @@ void addChart(CLI::App& app, Run& run) {
     CLI::App* command = app.add_subcommand("chart", "Draw a test chart in which scaling faults show");
     command->add_option("-o,--output", options->output, "Chart; its name says the file type")->required();
     command->add_option("--size", options->size, "Size of the chart")->capture_default_str();
+    command->add_option("--output-format", options->form.format, "Layout of a raw chart: nv12, i420 or gray");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

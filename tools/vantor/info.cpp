@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <string>
 
 #include "processor/instruction_set.h"
@@ -18,7 +19,8 @@ namespace {
 std::string processorName() {
     std::ifstream file("/proc/cpuinfo");
     for (std::string line; std::getline(file, line);) {
-        if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+        const size_t colon = line.find(": ");
+        if (line.rfind("model name", 0) == 0 && colon != std::string::npos) return line.substr(colon + 2);
     }
     return "unknown";
 }
@@ -46,7 +48,13 @@ void printVariable(const char* name) {
     std::printf("%s: %s\n", name, value ? value : "not set");
 }
 
-int run() {
+int describePicture(const std::string& path, const FormOptions& form) {
+    const Picture picture = readPicture(fileForm(path, form));
+    std::printf("%s %s\n", toString(picture.size).c_str(), toString(picture.layout));
+    return kDone;
+}
+
+int describeBuild() {
     std::printf("vantor %s, library built in\n", VANTOR_VERSION);
     std::printf("built for: %s, by %s\n", VANTOR_TARGET, VANTOR_COMPILER);
     std::printf("processor: %s\n", processorName().c_str());
@@ -66,8 +74,21 @@ int run() {
 }  // namespace
 
 void addInfo(CLI::App& app, Run& run) {
-    CLI::App* command = app.add_subcommand("info", "Describe this build and machine, for a bug report");
-    command->callback([&run] { run = tool::run; });
+    struct InfoOptions {
+        std::string picture;
+        FormOptions form{"--input", {}, {}};
+    };
+    auto options = std::make_shared<InfoOptions>();
+    CLI::App* command =
+        app.add_subcommand("info", "Describe this build and machine, for a bug report, or a picture");
+    command->add_option("PICTURE", options->picture, "Picture to describe by size and layout instead");
+    addFormOptions(*command, options->form);
+    command->callback([options, &run] {
+        run = [options] {
+            return options->picture.empty() ? describeBuild()
+                                            : describePicture(options->picture, options->form);
+        };
+    });
 }
 
 }  // namespace vantor::tool

@@ -1,4 +1,5 @@
 // vantor: scale, warp and compare pictures from the shell.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -28,6 +29,24 @@ int trouble(const std::string& text) {
     return kTrouble;
 }
 
+std::vector<std::string> subcommandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+bool contains(const std::vector<std::string>& words, const std::string& word) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += " " + word;
+    return text;
+}
+
 int runTool(int argc, char** argv) {
     CLI::App app{"Scales, warps and compares NV12, I420, gray and PNG pictures with libVantor10."};
     app.name("vantor");
@@ -42,14 +61,20 @@ int runTool(int argc, char** argv) {
     addCompare(app, run);
     addChart(app, run);
     addInfo(app, run);
+    if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
+        return trouble(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return app.exit(error);
+        if (error.get_exit_code() == 0)
+            return app.exit(error) == 0 && std::fflush(stdout) == 0 ? kDone : kTrouble;
         return trouble(std::string(error.what()) + " (vantor --help shows how)");
     }
     checkEnvironment();
-    return run();
+    const int status = run();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw UserError("cannot write to standard output");
+    return status;
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 /// A new file beside the goal that is removed unless it is renamed to it.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(const fs::path& goal) : goal_(goal), name_(goal.string() + ".XXXXXX") {
+    explicit TemporaryFile(const fs::path& goal) : goal_(goal), name_(goal.parent_path() / ".vantor-XXXXXX") {
         descriptor_ = mkstemp(name_.data());
         if (descriptor_ < 0) fail(goal_);
     }
@@ -38,15 +38,22 @@ public:
     int descriptor() const { return descriptor_; }
 
     void rename() {
-        const mode_t mask = umask(0);
-        umask(mask);
-        const bool ready = fchmod(descriptor_, 0666 & ~mask) == 0;
+        const bool ready = fchmod(descriptor_, rights()) == 0;
         const bool closed = close(std::exchange(descriptor_, -1)) == 0;
         if (!ready || !closed || std::rename(name_.c_str(), goal_.c_str()) != 0) fail(goal_);
         name_.clear();
     }
 
 private:
+    /// Those of the file that is replaced, or of a new one.
+    mode_t rights() const {
+        struct stat old {};
+        if (stat(goal_.c_str(), &old) == 0) return old.st_mode & 07777;
+        const mode_t mask = umask(0);
+        umask(mask);
+        return 0666 & ~mask;
+    }
+
     std::string goal_;
     std::string name_;
     int descriptor_;
@@ -72,6 +79,16 @@ void writeDirectly(const std::string& path, const std::vector<uint8_t>& bytes) {
     if (close(descriptor) != 0) fail(path);
 }
 
+/// Where a path leads in the end, so that a link stays and its goal is replaced, or made.
+fs::path throughLinks(fs::path path) {
+    constexpr int kMostLinks = 40;
+    std::error_code ignored;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(fs::symlink_status(path, ignored)); ++i) {
+        path = path.parent_path() / fs::read_symlink(path);
+    }
+    return path;
+}
+
 }  // namespace
 
 void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes) {
@@ -79,9 +96,7 @@ void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes) {
     const fs::file_status status = fs::status(path, ignored);
     if (fs::is_directory(status)) throw UserError(path + ": cannot write: is a directory");
     if (fs::exists(status) && !fs::is_regular_file(status)) return writeDirectly(path, bytes);
-    // Through a link, so that the link stays and its goal is replaced.
-    const fs::path resolved = fs::exists(status) ? fs::canonical(path) : fs::path(path);
-    TemporaryFile file(resolved);
+    TemporaryFile file(throughLinks(path));
     writeAll(file.descriptor(), bytes, path);
     file.rename();
 }
