@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 #include "scaler/bicubic_luma.h"
 #include "scaler/bicubic_luma_kernels.h"
@@ -25,6 +27,18 @@ void forEachTable(const char* family, const Kernels* const (&tables)[Count], Che
                     runs ? "tested" : "not supported by this processor");
         EXPECT_TRUE(i == 0 || tables[i - 1]->set < tables[i]->set);
         if (runs) check(*tables[i]);
+    }
+}
+
+TEST(Kernels, UsersLimitTheInstructionSets) {
+    const char* limit = std::getenv("VANTOR_CPU");
+    ASSERT_TRUE(isInstructionSetLimit(limit)) << limit;
+    EXPECT_FALSE(isInstructionSetLimit("neon"));
+    const std::string last = limit ? limit : "avx512";
+    const int lastSet = last == "plain" ? 0 : last == "avx2" ? 2 : 3;
+    for (InstructionSet set : kInstructionSets) {
+        EXPECT_EQ(isUsable(set), processorHas(set) && static_cast<int>(set) <= lastSet)
+            << instructionSetName(set);
     }
 }
 

@@ -127,16 +127,31 @@ TEST(BilinearChroma, EqualsAPixelByPixelWalk) {
     }
 }
 
-TEST(Scaler, TablesFitWidthsBeyondAnyPicture) {
+TEST(Scaler, WidthsBeyondAnyPictureFit) {
     Random random(seed());
-    const Geometry src{70001, 5, 70001};
-    const Geometry dst{33333, 4, 33333};
-    const auto scale = [&](uint8_t* from, uint8_t* to) {
-        interpolateBCY_neon(from, to, src.width, src.height, src.stride, dst.width, dst.height, dst.stride);
+    const Geometry src{300001, 4, 300001}, dst{133333, 4, 133333};
+    const auto run = [&](auto* function, auto* from, auto* to, int parts, auto... more) {
+        function(from, to, src.width / parts, src.height, src.stride, dst.width / parts, dst.height,
+                 dst.stride, more...);
     };
-    expectSame(random, src, dst, 0, scale, [&](const uint8_t* from, uint8_t* to) {
-        reference::luma(from, to, src.width, src.height, src.stride, dst.width, dst.height, dst.stride, 5);
-    });
+    expectSame(
+        random, src, dst, 0,
+        [&](uint8_t* from, uint8_t* to) {
+            for (Kernel* kernel : {interpolateBCY_neon_1, interpolateBCY_neon_2, interpolateBCY_neon_3,
+                                   interpolateBCY_neon_4}) {
+                run(kernel, from, to, 1);
+            }
+        },
+        [&](const uint8_t* from, uint8_t* to) { run(reference::luma, from, to, 1, 13); });
+    expectSame(
+        random, src, dst, 0,
+        [&](uint8_t* from, uint8_t* to) {
+            for (Kernel* kernel : {interpolateBLUV_neon_1, interpolateBLUV_neon_2, interpolateBLUV_neon_3,
+                                   interpolateBLUV_neon_4}) {
+                run(kernel, from, to, 2);
+            }
+        },
+        [&](const uint8_t* from, uint8_t* to) { run(reference::chroma, from, to, 2); });
 }
 
 TEST(InterpolateProcess, EqualsAPixelByPixelWalkOverCropsAndStrides) {
@@ -211,26 +226,6 @@ TEST(FourTap, BandEqualsAPixelByPixelWalkOverCropsTablesAndOddSizes) {
     }
 }
 
-TEST(FourTap, DriverEqualsAPixelByPixelWalkOfTheWholePicture) {
-    Random random(seed());
-    FourTapFilter filter = makeFourTapFilter();
-    for (int i = 0; i < kRounds / 4 && !HasFatalFailure(); ++i) {
-        const int srcW = random.between(1, 60), srcH = random.between(1, 40);
-        const int dstW = random.between(1, 120), dstH = random.between(1, 80);
-        const int srcLuma = srcW * srcH, dstLuma = dstW * dstH;
-        expectSame(
-            random, {srcLuma + srcLuma / 2, 1, 0}, {dstLuma + dstLuma / 2, 1, 0}, 0,
-            [&](uint8_t* from, uint8_t* to) {
-                Interp4_process(from, from + srcLuma, to, to + dstLuma, srcW, srcH, -1, dstW, dstH, -1, 0, 0,
-                                srcW, srcH, false);
-            },
-            [&](const uint8_t* from, uint8_t* to) {
-                reference::fourTap(from, from + srcLuma, to, to + dstLuma, filter.data(), srcW, srcH, 0, 0,
-                                   srcW, srcH, dstW, dstH, 0, 0, dstW, dstH, false);
-            });
-    }
-}
-
 TEST(FourTap, FilterIsTheCubicKernelAndKeepsLevels) {
     const FourTapFilter filter = makeFourTapFilter();
     for (size_t phase = 0; phase < kFourTapPhases; ++phase) {
@@ -248,29 +243,36 @@ TEST(FourTap, FilterIsTheCubicKernelAndKeepsLevels) {
     }
 }
 
-TEST(Scaler, ThreadEntriesRunTheirBandAndReturnAsPromised) {
+TEST(Scaler, ThreadEntriesWriteTheRowsOfTheirBandAndReturnTheirArgument) {
     using Entry = void*(void*);
     Entry* const luma[] = {interpolateBCY_neon_thread1, interpolateBCY_neon_thread2,
                            interpolateBCY_neon_thread3, interpolateBCY_neon_thread4};
     Entry* const chroma[] = {interpolateBLUV_neon_thread1, interpolateBLUV_neon_thread2,
                              interpolateBLUV_neon_thread3, interpolateBLUV_neon_thread4};
-    // 16 rows to 16: band N writes rows 4N - 4 to 4N - 1, the fourth chroma entry those of band 3.
     std::vector<uint8_t> src(16 * 16, 7);
-    for (size_t band = 0; band < 4; ++band) {
-        std::vector<uint8_t> y(16 * 16), both(16 * 16), alone(16 * 16);
-        ScaleSliceArgs pairs{src.data(), both.data(), 8, 16, 16, 8, 16, 16};
-        LumaSliceArgs args{{src.data(), y.data(), 16, 16, 16, 16, 16, 16}, &pairs};
-        EXPECT_EQ(luma[band](&args), &args);
-        args.luma = {src.data(), alone.data(), 8, 16, 16, 8, 16, 16};
-        EXPECT_EQ(chroma[band](&args), &args);
-        const auto rowsOf = [](size_t index) {
+    for (int height = 1; height <= 16; ++height) {
+        const int edges[] = {0, height / 4, height / 2, 3 * height / 4, height};
+        const auto rows = [&](size_t band) {
             std::vector<uint8_t> plane(16 * 16);
-            std::fill_n(plane.begin() + static_cast<std::ptrdiff_t>(index * 64), 64, uint8_t{7});
+            std::fill(plane.begin() + 16 * edges[band], plane.begin() + 16 * edges[band + 1], uint8_t{7});
             return plane;
         };
-        EXPECT_EQ(y, rowsOf(band));
-        EXPECT_EQ(both, rowsOf(band));
-        EXPECT_EQ(alone, rowsOf(std::min<size_t>(band, 2)));
+        for (size_t band = 0; band < 4; ++band) {
+            std::vector<uint8_t> y(16 * 16), both(16 * 16), alone(16 * 16);
+            ScaleSliceArgs pairs{src.data(), both.data(), 8, 16, 16, 8, height, 16};
+            LumaSliceArgs args{{src.data(), y.data(), 16, 16, 16, 16, height, 16}, &pairs};
+            EXPECT_EQ(luma[band](&args), &args);
+            args.luma = {src.data(), alone.data(), 8, 16, 16, 8, height, 16};
+            EXPECT_EQ(chroma[band](&args), &args);
+            EXPECT_EQ(y, rows(band)) << "band " << band + 1 << " of " << height;
+            EXPECT_EQ(both, rows(band));
+            EXPECT_EQ(alone, rows(std::min<size_t>(band, 2)));  // the fourth entry works on band 3
+        }
+        std::vector<uint8_t> upper(16 * 16), lower(16 * 16);
+        interpolateBCY_1(src.data(), upper.data(), 16, 16, 16, 16, height, 16);
+        interpolateBCY_2(src.data(), lower.data(), 16, 16, 16, 16, height, 16);
+        EXPECT_EQ(std::count(upper.begin(), upper.end(), 7), 16 * (height / 2));
+        EXPECT_EQ(lower[static_cast<size_t>(16 * (height / 2))], 7);
     }
 }
 

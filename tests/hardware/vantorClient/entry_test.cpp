@@ -12,6 +12,7 @@
 
 #include "gdc_model/gdc_state.h"
 #include "hardware/vantorClient/vantor_client.h"
+#include "scaler/interpolate.h"
 #include "tests/support.h"
 
 namespace {
@@ -23,9 +24,16 @@ using BufferData = vantorClient::BufferData;
 
 std::vector<std::string> logLines;
 std::string lastFormat;
-int threadCalls = 0;
-int threadsJoined = 0;
-int failingThreadCall = 0;  // counted from 1; 0 for none
+struct Thread {
+    void* (*entry)(void*);
+    void* record;
+    pthread_t handle;
+};
+
+std::vector<Thread> threads;     // created, or asked for
+std::vector<Thread> joined;      // in the order of joining; `record` is what the thread returned
+size_t failingThreadCall = 0;    // counted from 1; 0 for none
+void (*beforeThread)() = [] {};  // called before each thread is created
 
 }  // namespace
 
@@ -45,20 +53,27 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
                               void* data) {
     static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
     EXPECT_EQ(attributes, nullptr);
-    return ++threadCalls == failingThreadCall ? EAGAIN : real(thread, attributes, entry, data);
+    beforeThread();
+    const bool fails = threads.size() + 1 == failingThreadCall;
+    const int result = fails ? EAGAIN : real(thread, attributes, entry, data);
+    threads.push_back({entry, data, fails ? pthread_t{} : *thread});
+    return result;
 }
 
 extern "C" int pthread_join(pthread_t thread, void** result) {
     static const auto real = reinterpret_cast<decltype(&pthread_join)>(dlsym(RTLD_NEXT, "pthread_join"));
-    ++threadsJoined;
-    return real(thread, result);
+    EXPECT_EQ(result, nullptr);
+    void* returned = nullptr;
+    const int status = real(thread, &returned);
+    joined.push_back({nullptr, returned, thread});
+    return status;
 }
 #endif
 
 namespace {
 
 #if UINTPTR_MAX == UINT32_MAX
-static_assert(sizeof(BufferData) == 40);
+static_assert(sizeof(BufferData) == 40 && sizeof(ScaleSliceArgs) == 32 && sizeof(LumaSliceArgs) == 36);
 #endif
 static_assert(offsetof(BufferData, uv) == sizeof(void*) && offsetof(BufferData, fdY) == 2 * sizeof(void*));
 static_assert(offsetof(BufferData, fdUV) == offsetof(BufferData, fdY) + 4);
@@ -89,7 +104,9 @@ struct Image {
 struct Transcript : testing::Test {
     void SetUp() override {
         logLines.clear();
-        threadCalls = threadsJoined = failingThreadCall = 0;
+        threads.clear();
+        joined.clear();
+        failingThreadCall = 0;
     }
 };
 
@@ -119,7 +136,7 @@ TEST_F(Transcript, Nv12WithMissingPlanesIsRefusedWhereItIsCopiedOrEnlarged) {
                       "%s:%s():%d Invalid arguments [src.y=%p / src.uv=%p / dst.y=%p / dst.uv=%p]");
         }
         EXPECT_EQ(dst.block, untouched);
-        EXPECT_EQ(threadCalls, 0);
+        EXPECT_TRUE(threads.empty());
     }
 }
 
@@ -143,14 +160,21 @@ TEST_F(Transcript, EqualSizesAreCopiedWithoutThreads) {
     EXPECT_EQ(dst.block, expected);
     EXPECT_EQ(0, vantorClient::runInterpBicubic(dst.data, src.data, IMAGE_FORMAT_NV12));
     EXPECT_EQ(dst.block, src.block);
-    Image apart(16, 8, 3);
-    std::vector<uint8_t> uv(64);
+    Image odd(5, 3, 1), apart(5, 3, 3);  // 15 bytes of luma, 7 of chroma
+    std::vector<uint8_t> uv(8, 3);
+    odd.block.resize(23, 1);
+    odd.data.y = odd.block.data();
     EXPECT_EQ(0, vantorClient::runInterpBicubic(apart.with(apart.data.y, uv.data()),
-                                                src.with(src.data.y, src.chroma()), IMAGE_FORMAT_NV12));
-    EXPECT_EQ(uv, std::vector<uint8_t>(64, 1));
-    EXPECT_EQ(apart.block[127], 1);
-    EXPECT_EQ(apart.block[128], 3);
-    EXPECT_EQ(threadCalls, 0);
+                                                odd.with(odd.data.y, odd.chroma()), IMAGE_FORMAT_NV12));
+    EXPECT_EQ(uv, (std::vector<uint8_t>{1, 1, 1, 1, 1, 1, 1, 3}));
+    EXPECT_EQ(apart.block[14], 1);
+    EXPECT_EQ(apart.block[15], 3);
+    apart.block.resize(23, 3);
+    apart.data.y = apart.block.data();
+    EXPECT_EQ(0, vantorClient::runInterpBicubic(apart.data, odd.data, IMAGE_FORMAT_NV12));
+    EXPECT_EQ(apart.block[21], 1);
+    EXPECT_EQ(apart.block[22], 3);
+    EXPECT_TRUE(threads.empty());
 }
 
 TEST_F(Transcript, ChromaGoesWhereThePlanesSay) {
@@ -183,6 +207,8 @@ TEST_F(Transcript, SizesOfZeroOrLessSucceedAndWriteNothing) {
             empty.width = emptySource.width = size;
             EXPECT_EQ(0, vantorClient::runInterpBicubic(empty, src.data, format));
             EXPECT_EQ(0, vantorClient::runInterpBicubic(dst.data, emptySource, format));
+            EXPECT_EQ(0, vantorClient::runInterpBicubic(empty, emptySource, format));
+            empty.height = emptySource.height = size;
             EXPECT_EQ(0, vantorClient::runInterpBicubic(empty, emptySource, format));
             EXPECT_EQ(dst.block, untouched);
         }
@@ -305,9 +331,31 @@ TEST_F(Warp, NullPlanesAreFoundBeforeAndAfterTheCore) {
 #endif
 
 #ifndef VANTOR_KEEP_THREAD_CALLS
-TEST_F(Transcript, EachPassCreatesAndJoinsThreeThreadsAndSurvivesAnyOfThemFailing) {
+Image* wipedChroma = nullptr;
+
+TEST_F(Transcript, TheSecondPassComputesAllChromaAgain) {
+    Image src(40, 32, 5), dst(24, 26, 0);
+    wipedChroma = &dst;
+    beforeThread = [] {
+        if (threads.size() == 3)
+            std::fill(wipedChroma->chroma(), wipedChroma->block.data() + 936, uint8_t{77});
+    };
+    EXPECT_EQ(0, vantorClient::runInterpBicubic(dst.data, src.data, IMAGE_FORMAT_NV12));
+    beforeThread = [] {};
+    EXPECT_EQ(dst.block, std::vector<uint8_t>(936, 5));
+    void* (*const entries[])(void*) = {interpolateBCY_neon_thread1,  interpolateBCY_neon_thread2,
+                                       interpolateBCY_neon_thread3,  interpolateBLUV_neon_thread1,
+                                       interpolateBLUV_neon_thread2, interpolateBLUV_neon_thread3};
+    for (size_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(threads[i].entry, entries[i]);
+        EXPECT_EQ(threads[i].record, threads[i % 3].record);
+    }
+}
+
+TEST_F(Transcript, EachPassJoinsItsThreeThreadsInOrderAndSurvivesAnyOfThemFailing) {
     struct Case {
-        int width, format, threads;
+        int width, format;
+        size_t threads;
     };
     for (const Case& c : {Case{24, IMAGE_FORMAT_NV12, 6}, Case{24, IMAGE_FORMAT_GRAYSCALE, 3},
                           Case{80, IMAGE_FORMAT_NV12, 3}, Case{80, IMAGE_FORMAT_GRAYSCALE, 3}}) {
@@ -315,17 +363,19 @@ TEST_F(Transcript, EachPassCreatesAndJoinsThreeThreadsAndSurvivesAnyOfThemFailin
         Image src(40, 30, 0), expected(c.width, 26, 0);
         src.block = random.content(src.block.size());
         src.data.y = src.block.data();
-        SetUp();
-        EXPECT_EQ(0, vantorClient::runInterpBicubic(expected.data, src.data, c.format));
-        EXPECT_EQ(threadCalls, c.threads);
-        EXPECT_EQ(threadsJoined, c.threads);
-        for (int failing = 1; failing <= c.threads; ++failing) {
+        for (size_t failing = 0; failing <= c.threads; ++failing) {
             Image dst(c.width, 26, 0);
             SetUp();
             failingThreadCall = failing;
             EXPECT_EQ(0, vantorClient::runInterpBicubic(dst.data, src.data, c.format));
-            EXPECT_EQ(threadCalls, c.threads);
-            EXPECT_EQ(threadsJoined, c.threads - 1);
+            ASSERT_EQ(threads.size(), c.threads);
+            if (failing > 0) threads.erase(threads.begin() + static_cast<std::ptrdiff_t>(failing - 1));
+            ASSERT_EQ(joined.size(), threads.size());
+            for (size_t i = 0; i < joined.size(); ++i) {
+                EXPECT_EQ(joined[i].handle, threads[i].handle);
+                EXPECT_EQ(joined[i].record, c.width == 80 ? nullptr : threads[i].record);
+            }
+            if (failing == 0) expected.block = dst.block;
             EXPECT_TRUE(dst.block == expected.block) << "thread " << failing << " of " << c.threads;
         }
         EXPECT_TRUE(logLines.empty());

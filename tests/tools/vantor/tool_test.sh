@@ -49,20 +49,29 @@ expect 0 "last column or row is repeated (6x4)" scale rgb.png -o flat.png --size
 expect 0 "gray to gray.png 31x17 gray" scale out.gray --input-size 20x64 -o gray.png --size 31x17
 expect 0 "test chart" chart -o chart.png --size 320x180
 expect 0 "rgb to chart.nv12 320x180 nv12: copied" scale chart.png -o chart.nv12 --size 320x180
+expect 0 "i420: copied" scale chart.png -o chart_320x180.i420 --size 320x180
+expect 0 "V: equal (14400 samples)" compare chart.nv12 chart_320x180.i420 --input-size 320x180
+expect 0 "" scale chart.nv12 --input-size 320x180 -o back.png --size 100%
+expect 1 "psnr" compare chart.png back.png --json # colours survive but for rounding and the chroma's half size
+python3 -c 'import json; c = json.load(open("out"))["components"]; assert min(x["psnr"] for x in c) > 24, c' ||
+    fail "colours after RGB to NV12 and back"
+base64 -d >red_4x4.png <<<iVBORw0KGgoAAAANSUhEUgAAAAQAAAAECAIAAAAmkwkpAAAAEElEQVR42mP4z8AARwzEcQCukw/xOF6MEQAAAABJRU5ErkJggg==
+expect 0 "nv12: copied" scale red_4x4.png -o red.nv12 --size 4x4
+{ bytes 16 122; printf '\132\357\132\357\132\357\132\357'; } | cmp - red.nv12 || fail "red is no BT.601 red"
 expect 0 "reduced (bicubic" scale chart.png -o half.png --size 160x90
-expect 0 "to odd.nv12 66x36 nv12" scale chart.png -o odd.nv12 --size 20.5%
+expect 0 "to odd.nv12 106x60 nv12" scale chart.png -o odd.nv12 --size 33%
 expect 0 "enlarged (four-tap" scale half.png -o chart_320x180.i420 --size 320x180
 
 # Comparing.
 bytes 24 0 >a_6x4.gray
-{ bytes 7 0; bytes 1 3; bytes 16 0; } >b_6x4.gray
+{ bytes 10 0; bytes 1 3; bytes 13 0; } >b_6x4.gray
 expect 0 "Y: equal (24 samples)" compare a_6x4.gray a_6x4.gray
-line="Y: 1 of 24 samples differ, first at (1, 1): 0 and 3; largest difference 3, PSNR 52.39 dB"
+line="Y: 1 of 24 samples differ, first at (4, 1): 0 and 3; largest difference 3, PSNR 52.39 dB"
 expect 1 "$line" compare a_6x4.gray b_6x4.gray
 expect 0 "$line" compare a_6x4.gray b_6x4.gray --tolerance 3
 expect 1 '"first": {' compare a_6x4.gray b_6x4.gray --json
 python3 -c 'import json; d = json.load(open("out")); c = d["components"][0]
-assert d["identical"] is False and c["differing"] == 1 and c["first"] == {"x": 1, "y": 1, "a": 0, "b": 3}, d
+assert d["identical"] is False and c["differing"] == 1 and c["first"] == {"x": 4, "y": 1, "a": 0, "b": 3}, d
 assert c["largest"] == 3 and abs(c["psnr"] - 52.39) < 0.01, c' || fail "compare --json"
 expect 2 "cannot compare: a_6x4.gray is 6x4 gray, chart.png is 320x180 rgb" compare a_6x4.gray chart.png
 
@@ -81,6 +90,9 @@ refuse "--size 16385x8: width and height must be from 4 to 16384" chart.png --si
 refuse "--size 99999999999x8: expected WIDTHxHEIGHT" chart.png --size 99999999999x8
 refuse "--size 15x8: width and height of a colour picture must be even" chart.png --size 15x8
 refuse "b_6x4.gray: one 6x8 gray picture has 48 bytes, the file has 24" b_6x4.gray --size 8x8 --input-size 6x8
+refuse "b_6x4.gray: one 4x4 gray picture has 16 bytes, the file has 24" b_6x4.gray --size 8x8 --input-size 4x4
+refuse "a_gray_nv12.yuv: several layouts in the name" a_gray_nv12.yuv --size 8x8
+refuse ".: expected a regular file" . --input-format gray --input-size 8x8 --size 8x8
 refuse "--input-format nv21: expected nv12, i420 or gray" b_6x4.gray --size 8x8 --input-format nv21
 refuse "clip.yuv: layout unknown: expected a name ending in" clip.yuv --size 8x8
 refuse "clip.nv12: size unknown" clip.nv12 --size 8x8
@@ -96,16 +108,63 @@ expect 2 "--tolerance: Value 300 not in range 0 to 255" compare chart.png chart.
 expect 2 "subcommand is required" --
 VANTOR_CPU=sse9 expect 2 "VANTOR_CPU=sse9: expected plain, avx2 or avx512" info
 VANTOR_LOG=loud expect 2 "VANTOR_LOG=loud: expected off, error or info" info
-[ -z "$(find . -name '*.png.*')" ] || fail "temporary files were left"
+(trap '' XFSZ && ulimit -f 8 && "$vantor" scale chart.png -o kept.png --size 300% 2>&1) | grep -qF "File too large" ||
+    fail "a file size limit went unnoticed"
+[ "$(cat kept.png)" = old ] || fail "a file size limit: kept.png was touched"
+[ -z "$(find . -name '.vantor*')" ] || fail "temporary files were left"
+expect 2 "scael: expected a sub-command: scale warp" scael
+"$vantor" info >/dev/full 2>out && fail "a full disk behind standard output went unnoticed"
 
 # Results: through links, with usual rights, and to what is no file.
 ln -s kept.png link.png
 expect 0 "to link.png" scale chart.png -o link.png --size 8x8
 [ -L link.png ] && expect 0 "R: equal" compare link.png kept.png
-[ "$(stat -c %a kept.png)" = "$(printf %o $((0666 & ~$(umask))))" ] || fail "rights of a result: $(stat -c %a kept.png)"
+[ "$(stat -c %a half.png)" = "$(printf %o $((0666 & ~$(umask))))" ] || fail "rights of a new result"
+chmod 600 half.png
+ln -s made.png dangling.png
+expect 0 "" scale chart.png -o half.png --size 50%
+[ "$(stat -c %a half.png)" = 600 ] || fail "rights of a replaced result"
+expect 0 "to dangling.png" scale chart.png -o dangling.png --size 8x8
+[ -L dangling.png ] && [ -f made.png ] || fail "a dangling link was replaced"
 expect 0 "to /dev/null" scale chart.png -o /dev/null --output-format gray --size 8x8
 [ -c /dev/null ] || fail "/dev/null was replaced"
 expect 2 "cannot write: No space left on device" scale chart.png -o /dev/full --output-format gray --size 8x8
+
+
+# Warping.
+expect 0 "" scale chart.png -o odd.gray --size 101x77
+expect 0 "warped (rotation 90) as nv12" warp chart.png -o turned.png --rotate 90
+expect 0 "warped as 112x78, its last column and row repeated" warp odd.gray --input-size 101x77 -o w.gray --zoom 1.5
+expect 0 "as gray in the software model" warp odd.gray --input-size 101x77 -o odd.png --shift 5,5
+expect 0 "101x77 gray" info odd.png
+expect 0 "folded cells: 0 of 1024" grid --rotate 2 --size 320x180 -o turn.grid --plot mesh.png --check
+[ "$(stat -c %s turn.grid)" = 8712 ] || fail "length of a grid"
+expect 0 "grid of turn.grid" grid turn.grid -o turn.txt
+expect 0 "" grid turn.txt -o again.grid
+cmp turn.grid again.grid || fail "a grid changed on its way through text"
+expect 0 "320x180 rgb" info mesh.png
+expect 0 "" warp chart.png -o by_options.png --rotate 2
+expect 0 "" warp chart.png -o by_grid.png --grid turn.txt
+expect 0 "R: equal" compare by_options.png by_grid.png
+expect 0 "matrix 4096,0,0,0,4096,0" warp chart.png -o matrix.png --matrix 4096,0,0,0,4096,0
+VANTOR_LOG=info expect 0 "I VANTOR_CLIENT: vantor_client.cpp:runGDCGrid():1132 Process WARPING" warp chart.png -o x.png --zoom 2
+expect 1 "folded cells:" grid --lens=-1 --size 320x180 --check
+sed 's/^dY/dZ/' turn.txt >broken.txt
+refuse_warp() {
+    expect 2 "$1" warp chart.png -o never.png "${@:2}"
+}
+refuse_warp "broken.txt: no grid: line 37: 'dZ', expected dY" --grid broken.txt
+refuse_warp "expected one of --matrix, --grid, or a warp described"
+refuse_warp "expected one of --matrix, --grid, or a warp described" --rotate 2 --matrix 1,2,3,4,5,6
+refuse_warp "--matrix 1,2,3: expected 6 numbers set off by commas" --matrix 1,2,3
+refuse_warp "--matrix 40000,0,0,0,0,0: expected whole numbers of 16 bits" --matrix 40000,0,0,0,0,0
+refuse_warp "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]" --lens 1,2,3,4
+refuse_warp "--zoom 0.000000: expected a number above 0" --zoom 0
+expect 2 "gray.png: 31x17 picture: warps take 96x64 to 8192x6144" warp gray.png -o never.png --zoom 2
+expect 0 "the library's picture has Y" explain chart.png 160 90 --rotate 10
+said=$(sed -n 's/.*\([YUV]\) = \([0-9]*\)$/\1 \2/p' out | paste -sd, | sed 's/,/, /g')
+grep -qF "picture has $said there" out || fail "explain says $said: $(cat out)"
+expect 2 "X Y 320 0: expected 0 0 to 319 179" explain chart.png 320 0 --rotate 10
 
 VANTOR_CPU=plain expect 0 "in use plain" info
 expect 0 "pictures of 4x4 to 16384x16384" info
