@@ -190,34 +190,25 @@ TEST(GdcModel, DithersByParityAndClampsOnBothSides) {
     EXPECT_EQ(column, (Samples{6, 1, 6, 3, 0}));
 }
 
-TEST(GdcModel, PlaneConversionsKeepTheirPlacesAtAnySize) {
-    for (int W : {0, 1, 2, 5, 4, 33, 64, 131}) {
-        for (int H : {0, 1, 2, 3, 4, 7}) {
-            const size_t bytes = static_cast<size_t>(W * H * 3 / 2);
-            GuardedPlane src(bytes, Guard::Back), planes(bytes, Guard::Back), back(bytes, Guard::Back);
-            for (size_t i = 0; i < bytes; ++i) src.data()[i] = static_cast<uint8_t>(i * 11 + 1);
-            Bytes expected(bytes);
-            std::copy_n(src.data(), W * H, expected.begin());
-            for (int component : {0, 1}) {
-                int planar = W * H + component * (H / 2) * (W / 2);
-                for (int r = 0; r < H / 2; ++r) {
-                    for (int c = component; c < W; c += 2)
-                        expected[size_t(planar++)] = src.data()[W * H + r * W + c];
-                }
-            }
+TEST(GdcModel, PlaneConversionsRoundTripAtAnySize) {
+    for (int W : {0, 1, 2, 4, 5, 33, 64, 131}) {
+        for (int H : {0, 1, 2, 3, 7}) {
+            const auto bytes = static_cast<size_t>(W * H + H / 2 * W);
+            Random random(seed());
+            GuardedPlane src(random.content(bytes), Guard::Back), planes(bytes, Guard::Back),
+                back(bytes, Guard::Back);
             YUV2PlaneTo3Plane(src.data(), planes.data(), W, H);
-            EXPECT_EQ(planes.bytes(), expected) << W << "x" << H;
             YUV3PlaneTo2Plane(planes.data(), back.data(), W, H);
-            Bytes original = src.bytes();
-            original.resize(size_t(W * H + H / 2 * W));
-            Bytes restored = back.bytes();
-            restored.resize(original.size());
-            EXPECT_TRUE(W % 2 || restored == original) << W << "x" << H;
+            // With an odd width the V plane lies over the end of U, so U is not all there.
+            EXPECT_TRUE(W % 2 || back.bytes() == src.bytes()) << W << "x" << H;
         }
     }
-    uint8_t five[15] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 4, 5}, planes[15] = {};
-    YUV2PlaneTo3Plane(five, planes, 5, 2);
-    EXPECT_EQ(Bytes(planes + 10, planes + 14), (Bytes{1, 3, 2, 4}));  // V over the end of U
+    uint8_t wide[15] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 4, 5}, planes[15] = {};
+    YUV2PlaneTo3Plane(wide, planes, 5, 2);
+    EXPECT_EQ(Bytes(planes + 10, planes + 15), (Bytes{1, 3, 2, 4, 0}));
+    uint8_t even[12] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 4};
+    YUV2PlaneTo3Plane(even, planes, 4, 2);
+    EXPECT_EQ(Bytes(planes + 8, planes + 12), (Bytes{1, 3, 2, 4}));
 }
 
 TEST(GdcModel, RunnerWarpsAtTheStepAndPlaceItIsGiven) {
