@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -110,8 +111,11 @@ void GDCWrapper(unsigned char* src, double* matrix, unsigned char* dst, int W, i
     std::transform(points.begin(), points.end(), gridY.begin(),
                    [](const _pos& p) { return saturateToInt(p.y); });
 
-    const int64_t srcBytes = std::max<int64_t>(int64_t{W} * H * 3 / 2, 0);
-    const int64_t dstBytes = std::max<int64_t>(int64_t{outWidth} * outHeight * 3 / 2, 0);
+    const auto bytes = [](int width, int height) {
+        return static_cast<std::ptrdiff_t>(std::max<int64_t>(int64_t{width} * height * 3 / 2, 0));
+    };
+    const std::ptrdiff_t srcBytes = bytes(W, H);
+    const std::ptrdiff_t dstBytes = bytes(outWidth, outHeight);
     // The core may reach beyond the pictures' bytes when a size is odd.
     std::vector<unsigned short> src16(std::max(gdcPictureSamples(W, H), static_cast<size_t>(srcBytes)));
     std::vector<unsigned short> dst16(

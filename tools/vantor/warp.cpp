@@ -1,4 +1,6 @@
 // vantor warp: rotate, undistort or otherwise move the pixels of a picture.
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 
@@ -24,9 +26,10 @@ struct WarpCommand {
 std::vector<int16_t> parseMatrix(const std::string& text) {
     std::vector<int16_t> matrix;
     for (double number : parseNumbers("--matrix", text, 6, 6)) {
+        if (number != std::trunc(number) || number < INT16_MIN || number > INT16_MAX) {
+            throw UserError("--matrix " + text + ": expected whole numbers from -32768 to 32767");
+        }
         matrix.push_back(static_cast<int16_t>(number));
-        if (matrix.back() != number)
-            throw UserError("--matrix " + text + ": expected whole numbers of 16 bits");
     }
     return matrix;
 }

@@ -30,10 +30,10 @@ struct Thread {
     pthread_t handle;
 };
 
-std::vector<Thread> threads;     // created, or asked for
-std::vector<Thread> joined;      // in the order of joining; `record` is what the thread returned
-size_t failingThreadCall = 0;    // counted from 1; 0 for none
-void (*beforeThread)() = [] {};  // called before each thread is created
+std::vector<Thread> threads;   // created, or asked for
+std::vector<Thread> joined;    // in the order of joining; `record` is what the thread returned
+size_t failingThreadCall = 0;  // counted from 1; 0 for none
+[[maybe_unused]] void (*beforeThread)() = [] {};  // called before each thread is created
 
 }  // namespace
 

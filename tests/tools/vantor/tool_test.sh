@@ -157,7 +157,7 @@ refuse_warp "broken.txt: no grid: line 37: 'dZ', expected dY" --grid broken.txt
 refuse_warp "expected one of --matrix, --grid, or a warp described"
 refuse_warp "expected one of --matrix, --grid, or a warp described" --rotate 2 --matrix 1,2,3,4,5,6
 refuse_warp "--matrix 1,2,3: expected 6 numbers set off by commas" --matrix 1,2,3
-refuse_warp "--matrix 40000,0,0,0,0,0: expected whole numbers of 16 bits" --matrix 40000,0,0,0,0,0
+refuse_warp "--matrix 40000,0,0,0,0,0: expected whole numbers from -32768 to 32767" --matrix 40000,0,0,0,0,0
 refuse_warp "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]" --lens 1,2,3,4
 refuse_warp "--zoom 0.000000: expected a number above 0" --zoom 0
 expect 2 "gray.png: 31x17 picture: warps take 96x64 to 8192x6144" warp gray.png -o never.png --zoom 2

@@ -16,8 +16,9 @@ using Grid = hardware::vantorClient::_GDCGrid;
 constexpr int kNodes = 33;
 
 int32_t littleEndian(const uint8_t* bytes) {
-    return static_cast<int32_t>(bytes[0] | bytes[1] << 8 | bytes[2] << 16 |
-                                static_cast<uint32_t>(bytes[3]) << 24);
+    uint32_t value = 0;
+    for (int i = 3; i >= 0; --i) value = value << 8 | bytes[i];
+    return static_cast<int32_t>(value);
 }
 
 Grid fromWire(const std::vector<uint8_t>& bytes) {
