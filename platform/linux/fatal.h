@@ -1,0 +1,5 @@
+// How the stand-in ends a process where the platform does.
+#pragma once
+
+/// Logs the text as a fatal line and aborts.
+[[noreturn]] void vantorPlatformFatal(const char* tag, const char* text);

@@ -1,0 +1,2 @@
+// Generated headers include this one and use nothing of it.
+#pragma once
