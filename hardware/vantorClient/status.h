@@ -6,6 +6,7 @@
 namespace hardware {
 
 constexpr int32_t kSuccess = 0;
-constexpr int32_t kFailure = -38;  // -ENOSYS, the one error code
+constexpr int32_t kFailure = -38;  // -ENOSYS, the error code
+constexpr int32_t kNoHandle = -1;  // a handle for the service could not be created
 
 }  // namespace hardware

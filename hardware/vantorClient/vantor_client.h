@@ -49,6 +49,16 @@ public:
         int32_t dY[1089];
     };
 
+    /// Connects to the hardware service ("default") and opens the allocator of shared buffers. Needed, and
+    /// successful, before runCSC and runGDCGrid on GDC_HW, which otherwise end the process. Counts its calls;
+    /// the first two connect. Fails with -38, and logs why: no service, no allocator. The count is then up
+    /// all the same.
+    static int32_t init();
+
+    /// Counts down. Only one call more than init's closes the allocator, whose descriptor is kept even so: a
+    /// later init does not open it again. Fails with -38, and logs it, if that closing fails.
+    static int32_t deinit();
+
     /// Scales the whole of `src` to the whole of `dst` on the processor, on three created threads and the
     /// caller. Looks at planes and sizes only, not at descriptors or regions of interest.
     ///
@@ -70,6 +80,29 @@ public:
     /// exactly one null chroma plane (logged as an error). Sizes of zero or less succeed and write nothing.
     static int32_t runInterpBicubic(const BufferData& dst, const BufferData& src, int32_t format);
 
+    /// Scales `src` to `dst` on the hardware service, region of interest to region of interest. One request
+    /// at a time in a process, and only after init.
+    ///
+    /// Each picture gives its shared buffers (NV12: `fdY` and `fdUV`, or `fdY` alone for one buffer of luma
+    /// and chroma; grayscale: `fdY`, and no `fdUV`), which the service uses as they are; or none (NV12: both
+    /// -1; grayscale: both negative), and then its planes are copied through buffers that the library
+    /// allocates.
+    ///
+    /// Sizes are even, 16 x 16 (`dst`: 4 x 4) to 8192 x 8192, factors 0.25 to 8.
+    ///
+    /// When the service fails, or a buffer cannot be allocated, runInterpBicubic does the work, whole picture
+    /// to whole picture, and -38 is returned all the same. Fails also with -38: sizes, format, descriptors;
+    /// with -1: a handle could not be created (descriptors given for that picture are then closed). All are
+    /// logged.
+    ///
+    /// WARNING, copied pictures of different sizes: the length of the source's luma is taken from `dst`. So a
+    /// source with a chroma plane of its own, and any grayscale source, reaches the service wrong: from
+    /// beyond its end where `dst` is larger, cut off where it is smaller. NV12 with chroma behind the luma,
+    /// and given buffers, are sound. WARNING: allocated buffers stay open for the life of the process, one or
+    /// two descriptors a request. WARNING: the fallback reads and writes through the planes. With given
+    /// buffers and null planes it ends the process for grayscale and for reductions.
+    static int32_t runCSC(const BufferData& dst, const BufferData& src, int32_t format);
+
     /// Warps `src` by a grid to `dst`, which has the same size: 96 x 64 to 8192 x 6144, a multiple of 16
     /// wide, even high. What comes from outside the source is black.
     ///
@@ -82,8 +115,8 @@ public:
     /// alone.
     ///
     /// GDC_C_MODEL computes on the caller's thread, and in state that all of the process shares: one warp at
-    /// a time. GDC_HW: this build has no connection to the service, so after validation `src` is copied to
-    /// `dst` and -38 returned, as whenever the service fails.
+    /// a time. GDC_HW computes on the hardware service, with the buffers and hazards of runCSC; when it fails, or
+    /// a buffer cannot be allocated, `src` is copied to `dst` and -38 returned all the same.
     ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format or target, a
     /// null luma plane (NV12 in the model; its working memory, about 9 x width x height bytes, is then not

@@ -13,16 +13,21 @@
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/grid_interp.h"
 #include "gdc_model/matrix.h"
+#include "hardware/vantorClient/connection.h"
 #include "hardware/vantorClient/log.h"
+#include "hardware/vantorClient/service_request.h"
 #include "hardware/vantorClient/status.h"
 #include "hardware/vantorClient/vantor_client.h"
 
 namespace hardware {
 namespace {
 
+using ::android::hardware::hidl_handle;
+using ::android::hardware::Return;
 using BufferData = vantorClient::BufferData;
 using Grid = vantorClient::_GDCGrid;
 
+constexpr char kHardwareFunction[] = "runGDCHWGrid";
 constexpr int kSmallestWidth = 96;
 constexpr int kSmallestHeight = 64;
 constexpr int kLargestWidth = 8192;
@@ -203,14 +208,60 @@ int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid,
     return kSuccess;
 }
 
+BufferRecord warpingRecord;
+
+class WarpingRequest final : public ServiceRequest {
+public:
+    WarpingRequest(const BufferData& dst, const BufferData& src, const Grid& grid)
+        : ServiceRequest(
+              kHardwareFunction,
+              {vantor::kLineWarpSourcePair, vantor::kLineWarpSourceGray, vantor::kLineWarpSourceIon,
+               vantor::kLineWarpIn, vantor::kLineWarpSourceHandle, vantor::kLineWarpSourceUnmap},
+              {vantor::kLineWarpDestinationPair, vantor::kLineWarpDestinationGray,
+               vantor::kLineWarpDestinationIon, vantor::kLineWarpOut, vantor::kLineWarpDestinationHandle,
+               vantor::kLineWarpDestinationUnmap},
+              warpingRecord),
+          dst_(geometry(dst)),
+          src_(geometry(src)) {
+        static_assert(sizeof grid_.dX == sizeof grid.dX && sizeof grid_ == sizeof grid);
+        std::memcpy(grid_.dX.data(), grid.dX, sizeof grid.dX);
+        std::memcpy(grid_.dY.data(), grid.dY, sizeof grid.dY);
+    }
+
+    Return<int32_t> call(const hidl_handle& dst, const hidl_handle& src) const override {
+        return vantorService->runGDC(dst_, dst, src_, src, grid_, warpingToken);
+    }
+    void logElapsed(double milliseconds) const override {
+        VANTOR_LOG_INFO(kHardwareFunction, vantor::kLineWarpElapsed, "runGDC %fms elapsed", milliseconds);
+    }
+    void logFailure() const override {
+        VANTOR_LOG_ERROR(kHardwareFunction, vantor::kLineWarpServiceFailed, "runGDC() failed");
+    }
+    void logDone() const override {
+        VANTOR_LOG_INFO(kHardwareFunction, vantor::kLineWarpDone, "WARPING done");
+    }
+
+private:
+    service::ImageGeometry dst_;
+    service::ImageGeometry src_;
+    service::GdcGrid grid_;
+};
+
 /// What a request does when the service does not: a copy, which is still reported as a failure.
 int32_t fallBack(const BufferData& dst, const BufferData& src, int32_t format) {
-    VANTOR_LOG_ERROR("runGDCHWGrid", vantor::kLineWarpFallback,
+    VANTOR_LOG_ERROR(kHardwareFunction, vantor::kLineWarpFallback,
                      "Error occurs, run SW scaler (memcpy) instead");
     if (vantorClient::runInterpBicubic(dst, src, format) != kSuccess) {
-        VANTOR_LOG_ERROR("runGDCHWGrid", vantor::kLineWarpFallbackFailed, "runInterpBicubic() failed");
+        VANTOR_LOG_ERROR(kHardwareFunction, vantor::kLineWarpFallbackFailed, "runInterpBicubic() failed");
     }
     return kFailure;
+}
+
+int32_t runHardware(const BufferData& dst, const BufferData& src, const Grid& grid, int32_t format) {
+    warpingToken = new ::android::hidl::base::V1_0::IBase();
+    const WarpingRequest request(dst, src, grid);
+    const ServiceOutcome outcome = runOnService(request, dst, src, format);
+    return outcome == ServiceOutcome::Failed ? fallBack(dst, src, format) : statusOf(outcome);
 }
 
 }  // namespace
@@ -220,7 +271,7 @@ int32_t vantorClient::runGDCGrid(const BufferData& dst, const BufferData& src, c
     VANTOR_LOG_INFO("runGDCGrid", vantor::kLineWarp, "Process WARPING using GDC (target=%s)",
                     targetName(target));
     if (!validate(dst, src, format)) return kFailure;
-    if (target == GDC_HW) return fallBack(dst, src, format);
+    if (target == GDC_HW) return runHardware(dst, src, grid, format);
     if (target == GDC_C_MODEL) return runModel(dst, src, grid, format);
     WARP_ERROR(kLineWarpTarget, "Invalid target model for GDC");
     return kFailure;

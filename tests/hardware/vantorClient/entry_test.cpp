@@ -270,16 +270,9 @@ TEST_F(Warp, IsValidatedInOrder) {
     EXPECT_EQ(logLines.back(), "6 VANTOR_CLIENT vantor_client.cpp:runGDCMatrix():1249 runGDCGrid() failed");
 }
 
-TEST_F(Warp, RefusesUnknownTargetsLastAndFallsBackWithoutTheService) {
+TEST_F(Warp, RefusesUnknownTargetsLast) {
     EXPECT_EQ(-38, run(IMAGE_FORMAT_NV12, 2));
     expectError("runGDCGrid():1191 Invalid target model for GDC", "INVALID");
-    EXPECT_EQ(-38, run(IMAGE_FORMAT_NV12, hardware::GDC_HW));
-    expectError("runGDCHWGrid():973 Error occurs, run SW scaler (memcpy) instead", "GDC_HW");
-    EXPECT_EQ(dst.block, src.block);
-    dst.data.y = nullptr;
-    EXPECT_EQ(-38, run(IMAGE_FORMAT_NV12, hardware::GDC_HW));
-    EXPECT_EQ(logLines.back(),
-              "6 VANTOR_CLIENT vantor_client.cpp:runGDCHWGrid():976 runInterpBicubic() failed");
 }
 
 TEST_F(Warp, ChromaGoesWhereThePlanesSay) {
