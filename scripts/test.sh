@@ -1,6 +1,7 @@
 #!/bin/sh
 # test.sh [--all]: sets up, builds and runs the native tests; with --all the whole matrix: the format of the sources,
-# g++ and clang, sanitizers, and 32-bit and 64-bit ARM under the emulator.
+# the generated headers, the platform's real libraries, g++ and clang, sanitizers, and 32-bit and 64-bit ARM under the
+# emulator.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh "$@"
@@ -19,5 +20,7 @@ run() {
 run release
 if [ "${1:-}" = --all ]; then
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+    scripts/hidl.sh --check
+    scripts/conformance.sh
     for preset in asan tsan arm arm64; do run "$preset"; done
 fi
