@@ -1,0 +1,526 @@
+// The service requests call by call. The program replaces every platform call that the library makes, records
+// it, and lets any one fail; a walker says what calls and log lines must come of that.
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <hidl/Status.h>
+#include <ion/ion.h>
+#include <sys/mman.h>
+#include <sys/time.h>
+#include <unistd.h>
+#include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
+
+#include <cstdarg>
+#include <cstring>
+#include <map>
+
+#include "hardware/vantorClient/vantor_client.h"
+#include "tests/support.h"
+
+namespace {
+
+using android::sp;
+using android::hardware::hidl_handle;
+using android::hardware::Return;
+using hardware::vantorClient;
+using vendor::norlake::hardware::vantorService::V1_0::GdcGrid;
+using vendor::norlake::hardware::vantorService::V1_0::ImageGeometry;
+using vendor::norlake::hardware::vantorService::V1_0::IVantorService;
+using Token = sp<android::hidl::base::V1_0::IBase>;
+using Events = std::vector<std::string>;
+
+bool isRecording = false;
+Events events;
+std::vector<int> buffers;     // descriptors that ion gave
+std::vector<void*> mappings;  // in order
+std::string failingCall;
+int failingTurn = 0;  // counted from 1
+std::map<std::string, int> turns;
+
+/// Notes a call and tells whether it is to fail.
+bool record(const std::string& call, const std::string& argument = "") {
+    events.push_back(argument.empty() ? call : call + " " + argument);
+    return ++turns[call] == failingTurn && call == failingCall;
+}
+
+template <typename Function>
+Function* real(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+int __android_log_print(int priority, const char*, const char* format, ...) {
+    char text[512];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    events.push_back("log " + std::to_string(priority) + " " + text);
+    return 1;
+}
+int ion_open() {
+    return record("ion_open") ? -1 : open("/dev/null", O_RDONLY);
+}
+int ion_close(int fd) {
+    return record("ion_close") ? -9 : real<int(int)>("ion_close")(fd);
+}
+int ion_alloc_fd(int, size_t length, size_t align, unsigned heap, unsigned flags, int* fd) {
+    EXPECT_TRUE(align == 4096 && heap == 1 && flags == 3);
+    if (record("ion_alloc_fd", std::to_string(length))) return -12;
+    *fd = memfd_create("buffer", 0);
+    buffers.push_back(*fd);
+    return ftruncate(*fd, 65536);
+}
+void* mmap(void* hint, size_t length, int protection, int flags, int fd, off_t offset) noexcept {
+    static const auto call = real<void*(void*, size_t, int, int, int, off_t)>("mmap");
+    if (!isRecording || fd < 0) return call(hint, length, protection, flags, fd, offset);
+    EXPECT_TRUE(hint == nullptr && protection == 3 && flags == 1 && offset == 0 && fd == buffers.back());
+    mappings.push_back(record("mmap", std::to_string(length))
+                           ? MAP_FAILED
+                           : call(hint, length, protection, flags, fd, offset));
+    return mappings.back();
+}
+int munmap(void* address, size_t length) noexcept {
+    static const auto call = real<int(void*, size_t)>("munmap");
+    if (!isRecording) return call(address, length);
+    return record("munmap", std::to_string(length)) ? -1 : call(address, length);
+}
+int close(int fd) {
+    static const auto call = real<int(int)>("close");
+    if (isRecording) record("close", std::to_string(fd));
+    return call(fd);
+}
+native_handle_t* native_handle_create(int descriptors, int numbers) {
+    EXPECT_EQ(numbers, 0);
+    static const auto call = real<native_handle_t*(int, int)>("native_handle_create");
+    return record("native_handle_create", std::to_string(descriptors)) ? nullptr : call(descriptors, numbers);
+}
+int native_handle_delete(native_handle_t* handle) {
+    static const auto call = real<int(native_handle_t*)>("native_handle_delete");
+    return record("native_handle_delete") ? -22 : call(handle);
+}
+int gettimeofday(timeval* time, void*) noexcept {
+    *time = {1000 - (record("gettimeofday") ? 0 : 2 * turns["gettimeofday"]), 250000};  // runs backwards
+    return 0;
+}
+}
+
+namespace {
+
+/// Shows what it was sent in `events`, and writes 7 to the destination.
+class FakeService : public IVantorService {
+public:
+    Return<int32_t> runCSC(const ImageGeometry& dst, const hidl_handle& to, const ImageGeometry& src,
+                           const hidl_handle& from, const Token& client) override {
+        return serve(dst, to, src, from, client, "runCSC");
+    }
+    Return<int32_t> runGDC(const ImageGeometry& dst, const hidl_handle& to, const ImageGeometry& src,
+                           const hidl_handle& from, const GdcGrid& grid, const Token& client) override {
+        EXPECT_EQ(grid.dX[1][2] * 1000 + grid.dY[32][32], 35 * 1000 + 77);
+        return serve(dst, to, src, from, client, "runGDC");
+    }
+
+    Token token;
+    std::string seen;  // the source's first buffer, a byte every 64th
+    bool isDead = false;
+
+private:
+    static std::string describe(const ImageGeometry& g, const hidl_handle& h) {
+        std::string text =
+            std::to_string(g.width) + "x" + std::to_string(g.height) + "@" + std::to_string(g.cropRight);
+        for (int i = 0; i < h->numFds; ++i) text += " " + std::to_string(h->data[i]);
+        return text;
+    }
+    Return<int32_t> serve(const ImageGeometry& dst, const hidl_handle& to, const ImageGeometry& src,
+                          const hidl_handle& from, const Token& client, const std::string& method) {
+        token = client;
+        if (isDead) return android::hardware::Status::fromStatusT(android::DEAD_OBJECT);
+        if (record("service", method + " " + describe(dst, to) + " from " + describe(src, from))) return 5;
+        isRecording = false;
+        std::vector<char> bytes(65536);
+        seen.clear();
+        if (pread(from->data[0], bytes.data(), bytes.size(), 0) > 0) {
+            for (int i = 0; i < src.width * src.height * 3 / 2; i += 64)
+                seen += bytes[static_cast<size_t>(i)];
+        }
+        std::fill(bytes.begin(), bytes.end(), 7);
+        EXPECT_GE(pwrite(to->data[0], bytes.data(), bytes.size(), 0), 0);
+        isRecording = true;
+        return 0;
+    }
+};
+
+struct Picture {
+    explicit Picture(int width, int height, char level) : bytes(65536, level) {
+        data.y = reinterpret_cast<uint8_t*>(bytes.data());
+        data.width = width;
+        data.height = height;
+        data.cropRight = width - 1;
+    }
+    std::vector<char> bytes;
+    vantorClient::BufferData data;
+};
+
+/// What distinguishes the two requests in their calls and lines.
+struct Kind {
+    bool isWarp;
+    const char* function;
+    const char* method;
+    const char* start;
+    const char* fallback;
+    const char* done;
+    int lines[12];  // source and destination: pair, gray, allocation, picture, handle, unmapping
+    int more[4];    // elapsed, failed, done, fallback
+};
+
+constexpr Kind kKinds[] = {{false,
+                            "runCSC",
+                            "runCSC",
+                            "runCSC():421 Process SCALING using CSC",
+                            "Error occurs, run SW scaler instead",
+                            "SCALING done",
+                            {131, 136, 149, 221, 262, 551, 177, 182, 195, 226, 301, 572},
+                            {511, 533, 579, 583}},
+                           {true,
+                            "runGDCHWGrid",
+                            "runGDC",
+                            "runGDCGrid():1132 Process WARPING using GDC (target=GDC_HW)",
+                            "Error occurs, run SW scaler (memcpy) instead",
+                            "WARPING done",
+                            {629, 634, 648, 741, 786, 940, 693, 698, 712, 746, 841, 963},
+                            {894, 920, 970, 973}}};
+
+/// Walks a request as it should go, over the descriptors and mappings that the real one was given.
+class Walker {
+public:
+    Walker(const Kind& kind, const vantorClient::BufferData& dst, const vantorClient::BufferData& src,
+           bool isGray)
+        : kind_(kind), sides_{{src, 0}, {dst, 6}}, isGray_(isGray) {}
+
+    int run() {
+        expected.push_back(std::string("log 4 vantor_client.cpp:") + kind_.start);
+        for (Side& side : sides_) {
+            const auto& d = side.image;
+            if (isGray_ ? d.fdUV >= 0 : !(d.fdY >= 0 && d.fdUV >= -1) && !(d.fdY == -1 && d.fdUV == -1)) {
+                log(6, side.line(isGray_),
+                    isGray_ ? "fdUV(" + std::to_string(d.fdUV) + ") must not be provided for Grayscale format"
+                            : "fdY(" + std::to_string(d.fdY) + ") must be followed by fdUV(" +
+                                  std::to_string(d.fdUV) + ")");
+                return -38;
+            }
+            if (!select(side)) return fallBack();
+        }
+        describe(sides_[0], "IN");
+        describe(sides_[1], "OUT");
+        for (Side& side : sides_) {
+            if (!createHandle(side)) return -1;
+        }
+        attempt("gettimeofday");
+        const bool fails = attempt(
+            "service", std::string(kind_.method) + sides_[1].sent(" ") + " from" + sides_[0].sent(" "));
+        attempt("gettimeofday");
+        log(4, kind_.more[0], std::string(kind_.method) + " -2000.000000ms elapsed");
+        if (fails) log(6, kind_.more[1], std::string(kind_.method) + "() failed");
+        int status = fails ? 5 : 0;
+        for (Side& side : sides_) {
+            if (side.mapped) status = attempt("munmap", std::to_string(side.mapped)) ? -1 : 0;
+            if (status == 0) {
+                status = attempt("native_handle_delete") ? -22 : 0;
+            } else {
+                log(6, side.line(5), "munmap() failed");
+            }
+        }
+        log(4, kind_.more[2], kind_.done);
+        return fails ? fallBack() : 0;
+    }
+
+    Events expected;
+    size_t leaked = 0;  ///< descriptors that stay open
+
+private:
+    struct Side {
+        const vantorClient::BufferData& image;
+        int firstLine;
+        size_t mapped = 0;
+        std::vector<int> fds{};
+        void* y = nullptr;
+        void* uv = nullptr;
+
+        int line(int index) const { return firstLine + index; }
+        std::string sent(const std::string& before) const {
+            std::string text = before + std::to_string(image.width) + "x" + std::to_string(image.height) +
+                               "@" + std::to_string(image.cropRight);
+            for (int fd : fds) text += " " + std::to_string(fd);
+            return text;
+        }
+    };
+
+    bool attempt(const std::string& call, const std::string& argument = "") {
+        expected.push_back(argument.empty() ? call : call + " " + argument);
+        return ++turns_[call] == failingTurn && call == failingCall;
+    }
+    void log(int priority, int line, const std::string& text) {
+        const int number = line < 12 ? kind_.lines[line] : line;
+        expected.push_back("log " + std::to_string(priority) + " vantor_client.cpp:" + kind_.function +
+                           "():" + std::to_string(number) + " " + text);
+    }
+    bool select(Side& side) {
+        const size_t luma = static_cast<size_t>(side.image.width) * static_cast<size_t>(side.image.height);
+        const bool isImported = side.image.fdY >= 0;
+        side.y = side.image.y;
+        if (isImported) side.fds.push_back(side.image.fdY);
+        if (isImported && !isGray_ && side.image.fdUV >= 0) {
+            side.fds.push_back(side.image.fdUV);
+            side.uv = side.image.uv;
+        }
+        if (isImported && !isGray_) return true;
+        const size_t length = isImported ? luma / 2 : luma * 3 / 2;
+        if (attempt("ion_alloc_fd", std::to_string(length))) {
+            log(6, side.line(2), "ion_alloc_fd(" + std::to_string(device) + ") failed");
+            return false;
+        }
+        attempt("mmap", std::to_string(length));
+        side.mapped = length;
+        side.fds.push_back(buffers[leaked]);
+        (isImported ? side.uv : side.y) = mappings[leaked++];
+        return true;
+    }
+    void describe(const Side& side, const char* name) {
+        char text[256];
+        std::snprintf(text, sizeof text, "%s : y=%p, uv=%p, size=[%dx%d], fdY=%d(%s), fdUV=%d(%s)", name,
+                      side.y, side.uv, side.image.width, side.image.height, side.fds[0],
+                      side.image.fdY > -1 ? "IMPORT" : "ALLOC", side.fds.size() > 1 ? side.fds[1] : -1,
+                      side.image.fdUV > -1 ? "IMPORT" : "ALLOC");
+        log(4, side.line(3), text);
+    }
+    bool createHandle(Side& side) {
+        if (!attempt("native_handle_create", std::to_string(side.fds.size()))) return true;
+        log(6, side.line(4), "native_handle_create() failed");
+        for (int fd : side.fds) attempt("close", std::to_string(fd));
+        leaked -= side.fds.size();  // the caller's own count as well
+        if (side.mapped && attempt("munmap", std::to_string(side.mapped)))
+            log(6, side.line(5), "munmap() failed");
+        return false;
+    }
+    int fallBack() {
+        log(6, kind_.more[3], kind_.fallback);
+        return -38;
+    }
+
+    const Kind& kind_;
+    Side sides_[2];
+    bool isGray_;
+    std::map<std::string, int> turns_;
+
+public:
+    static int device;
+};
+
+int Walker::device = -1;
+
+size_t openDescriptors() {
+    size_t count = 0;
+    DIR* folder = opendir("/proc/self/fd");
+    while (readdir(folder) != nullptr) ++count;
+    closedir(folder);
+    return count;
+}
+
+class ServiceRequests : public testing::Test {
+protected:
+    void SetUp() override {
+        failingTurn = 0;
+        if (Walker::device < 0) {
+            ASSERT_EQ(android::OK, service_->registerAsService("default"));
+            ASSERT_EQ(0, vantorClient::init());
+            Walker::device = open("/dev/null", O_RDONLY) - 1;  // the one before is the library's
+        }
+    }
+
+    int run(const Kind& kind, const Picture& dst, const Picture& src, int format) {
+        events.clear();
+        turns.clear();
+        buffers.clear();
+        mappings.clear();
+        grid_.dX[35] = 35;
+        grid_.dY[1088] = 77;
+        isRecording = true;
+        const int status = kind.isWarp
+                               ? vantorClient::runGDCGrid(dst.data, src.data, grid_, format, hardware::GDC_HW)
+                               : vantorClient::runCSC(dst.data, src.data, format);
+        isRecording = false;
+        return status;
+    }
+
+    void closeBuffers() {
+        for (int fd : buffers) close(fd);
+    }
+
+    static inline sp<FakeService> service_ = new FakeService;
+    vantorClient::_GDCGrid grid_{};
+};
+
+TEST_F(ServiceRequests, GoAsTheWalkerSaysForEveryDescriptorPairAndEveryFailingCall) {
+    constexpr int kGiven = 1000;  // stands for a descriptor of the caller's
+    const int pairs[][2] = {{kGiven, kGiven}, {kGiven, -1}, {-1, -1}, {-1, kGiven},
+                            {-2, -2},         {kGiven, -2}, {-5, -3}};
+    const char* calls[] = {"",       "ion_alloc_fd", "munmap", "native_handle_create", "native_handle_delete",
+                           "service"};
+    int requests = 0;
+    for (const Kind& kind : kKinds) {
+        for (int combination = 0; combination < 2 * 7 * 7 && !HasFatalFailure(); ++combination) {
+            for (const char* call : calls) {
+                failingCall = call;
+                for (failingTurn = 1;; ++failingTurn) {
+                    Picture src(96, 64, 1), dst(96, 64, 2);
+                    const size_t before = openDescriptors();
+                    int given = 0;
+                    const auto descriptor = [&](int value) {
+                        given += value == kGiven;
+                        return value == kGiven ? open("/dev/null", O_RDWR) : value;
+                    };
+                    const int format = combination % 2;
+                    for (auto* side : {&src, &dst}) {
+                        const auto& pair = pairs[(side == &src ? combination / 2 : combination / 14) % 7];
+                        side->data.fdY = descriptor(pair[0]);
+                        side->data.fdUV = descriptor(pair[1]);
+                    }
+                    const int status = run(kind, dst, src, format);
+                    Walker walker(kind, dst.data, src.data, format == 0);
+                    ASSERT_EQ(walker.run(), status);
+                    ASSERT_EQ(events, walker.expected) << call << " " << failingTurn;
+                    EXPECT_EQ(openDescriptors(), before + static_cast<size_t>(given) + walker.leaked);
+                    ++requests;
+                    const bool isOver = turns[failingCall] < failingTurn;
+                    closeBuffers();
+                    for (const auto* side : {&src, &dst}) {
+                        for (int fd : {side->data.fdY, side->data.fdUV}) {
+                            if (fd >= 0) close(fd);
+                        }
+                    }
+                    if (isOver) break;
+                }
+            }
+        }
+    }
+    EXPECT_GT(requests, 1500);
+}
+
+TEST_F(ServiceRequests, CopyPlanesInAndOutByTheDestinationsSize) {
+    for (const Kind& kind : kKinds) {
+        Picture src(96, 64, 1), dst(96, 64, 2);
+        std::vector<uint8_t> from(3072, 3), to(3072, 4);
+        EXPECT_EQ(0, run(kind, dst, src, 1));
+        EXPECT_EQ(service_->seen, std::string(144, 1));
+        EXPECT_EQ(dst.bytes[9215] * 10 + dst.bytes[9216], 72);
+        closeBuffers();
+        src.data.uv = from.data();
+        dst.data.uv = to.data();
+        EXPECT_EQ(0, run(kind, dst, src, 1));
+        EXPECT_EQ(service_->seen, std::string(96, 1) + std::string(48, 3));
+        EXPECT_EQ(to, std::vector<uint8_t>(3072, 7));
+        closeBuffers();
+        dst.bytes.assign(65536, 2);
+        EXPECT_EQ(0, run(kind, dst, src, 0));
+        EXPECT_EQ(service_->seen, std::string(96, 1) + std::string(48, 0));
+        EXPECT_EQ(dst.bytes[6143] * 10 + dst.bytes[6144], 72);
+        closeBuffers();
+        // Without planes nothing is copied; the mapping may even have failed.
+        src.data.y = dst.data.y = nullptr;
+        failingCall = "mmap";
+        failingTurn = 1;
+        EXPECT_EQ(0, run(kind, dst, src, 1));
+        EXPECT_EQ(service_->seen, std::string(144, 0));
+        failingTurn = 0;
+        closeBuffers();
+    }
+    // A smaller destination cuts the luma off, and the chroma follows there.
+    Picture src(96, 64, 1), dst(48, 32, 2);
+    std::vector<uint8_t> chroma(3072, 3);
+    src.data.uv = chroma.data();
+    EXPECT_EQ(0, run(kKinds[0], dst, src, 1));
+    EXPECT_EQ(service_->seen, std::string(24, 1) + std::string(48, 3) + std::string(72, 0));
+    closeBuffers();
+}
+
+TEST_F(ServiceRequests, ScalingIsValidatedInOrderAndTakesANewTokenEachTime) {
+    struct Case {
+        int srcWidth, srcHeight, dstWidth, dstHeight, format;
+        const char* line;
+    };
+    const Case cases[] = {
+        {15, 16, 3, 4, 5, "431 Invalid image format(5)"},
+        {15, 16, 3, 4, 1, "437 Invalid src image size [15x16] : must not be smaller than 16x16"},
+        {8194, 16, 3, 4, 1, "443 Invalid dst image size [3x4] : must not be smaller than 4x4"},
+        {8194, 16, 8194, 16, 0, "449 Invalid src image size [8194x16] : must not be larger than 8192x8192"},
+        {16, 16, 16, 8194, 1, "455 Invalid dst image size [16x8194] : must not be larger than 8192x8192"},
+        {100, 100, 20, 20, 1,
+         "463 Invalid scaling factor [scaleW=0.200000, scaleH=0.200000] : must not be smaller than "
+         "[scaleW=0.250000, "
+         "scaleH=0.250000]"},
+        {17, 16, 17, 130, 1,
+         "471 Invalid scaling factor [scaleW=1.000000, scaleH=8.125000] : must not be larger than "
+         "[scaleW=8.000000, "
+         "scaleH=8.000000]"},
+        {17, 16, 16, 17, 1, "478 Src width(17) and height(16) must be aligned with w=2, h=2 for CSC"},
+        {16, 16, 4, 5, 1, "484 Dst width(4) and height(5) must be aligned with w=2, h=2 for CSC"}};
+    Picture src(16, 16, 1), dst(4, 4, 2);
+    EXPECT_EQ(0, run(kKinds[0], dst, src, 1));  // a factor of exactly 0.25
+    closeBuffers();
+    const Token first = service_->token;
+    for (const Case& c : cases) {
+        Picture from(c.srcWidth, c.srcHeight, 1), to(c.dstWidth, c.dstHeight, 2);
+        EXPECT_EQ(-38, run(kKinds[0], to, from, c.format));
+        EXPECT_EQ(events, (Events{std::string("log 4 vantor_client.cpp:") + kKinds[0].start,
+                                  std::string("log 6 vantor_client.cpp:runCSC():") + c.line}));
+    }
+    service_->token.clear();
+    EXPECT_EQ(first->getStrongCount(), 1);  // rejected requests replaced the library's reference
+    EXPECT_EQ(0, run(kKinds[0], dst, src, 1));
+    closeBuffers();
+    const Token second = service_->token;
+    Picture small(95, 64, 1);
+    EXPECT_EQ(-38, run(kKinds[1], small, small, 1));  // a rejected warp keeps its token, and the scaler's
+    service_->token.clear();
+    EXPECT_EQ(second->getStrongCount(), 2);
+}
+
+TEST_F(ServiceRequests, EndTheProcessWhenTheTransportFails) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    Picture src(96, 64, 1), dst(96, 64, 2);
+    service_->isDead = true;
+    for (const Kind& kind : kKinds) EXPECT_DEATH(run(kind, dst, src, 1), "");
+    service_->isDead = false;
+}
+
+TEST_F(ServiceRequests, CountReferencesByTheirOddRules) {
+    const auto expectCall = [](int (*call)(), int status, const Events& expected) {
+        events.clear();
+        EXPECT_EQ(call(), status);
+        EXPECT_EQ(events, expected);
+    };
+    const auto line = [](const std::string& text) { return "log " + text; };
+    failingTurn = 0;
+    // SetUp counted to 1.
+    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(2)")});
+    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(3)")});
+    for (int count : {2, 1, 0}) {
+        expectCall(vantorClient::deinit, 0,
+                   {line("4 vantor_client.cpp:deinit():91 Reference count=(" + std::to_string(count) + ")")});
+    }
+    failingCall = "ion_close";
+    failingTurn = 1;
+    turns.clear();
+    expectCall(vantorClient::deinit, -38,
+               {line("4 vantor_client.cpp:deinit():91 Reference count=(-1)"), "ion_close",
+                line("6 vantor_client.cpp:deinit():98 ion_close() failed")});
+    failingTurn = 0;
+    // The descriptor is kept, so the allocator is not opened again.
+    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(0)")});
+    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(1)")});
+}
+
+}  // namespace
