@@ -115,8 +115,8 @@ public:
     /// alone.
     ///
     /// GDC_C_MODEL computes on the caller's thread, and in state that all of the process shares: one warp at
-    /// a time. GDC_HW computes on the hardware service, with the buffers and hazards of runCSC; when it fails, or
-    /// a buffer cannot be allocated, `src` is copied to `dst` and -38 returned all the same.
+    /// a time. GDC_HW computes on the hardware service, with the buffers and hazards of runCSC; when it
+    /// fails, or a buffer cannot be allocated, `src` is copied to `dst` and -38 returned all the same.
     ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format or target, a
     /// null luma plane (NV12 in the model; its working memory, about 9 x width x height bytes, is then not

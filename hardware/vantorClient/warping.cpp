@@ -1,18 +1,13 @@
 // The warping requests.
-#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
 #include "gdc_model/fixed_point.h"
-#include "gdc_model/gdc_core.h"
-#include "gdc_model/gdc_extent.h"
 #include "gdc_model/gdc_grid.h"
-#include "gdc_model/gdc_planes.h"
-#include "gdc_model/gdc_scales.h"
 #include "gdc_model/grid_interp.h"
 #include "gdc_model/matrix.h"
+#include "gdc_model/staged_warp.h"
 #include "hardware/vantorClient/connection.h"
 #include "hardware/vantorClient/log.h"
 #include "hardware/vantorClient/service_request.h"
@@ -82,57 +77,6 @@ bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     return false;
 }
 
-/// The output region as the core takes it.
-struct Region {
-    int64_t width;
-    int64_t height;
-
-    explicit Region(const BufferData& dst)
-        : width(int64_t{dst.cropRight} - dst.cropLeft + 1),
-          height(int64_t{dst.cropBottom} - dst.cropTop + 1) {}
-
-    /// Whether the core can count its columns, rows and samples.
-    bool isCountable() const {
-        const auto fits = [](int64_t value) { return value >= INT32_MIN && value <= INT32_MAX; };
-        if (!fits(width) || !fits(height)) return false;
-        return width < 1 || height < 1 || (fits(width * height) && fits(width * height * 5));
-    }
-};
-
-/// The model's working memory. A request that fails half way never gives it back: clients know that from the
-/// device, where it is so.
-struct ModelBuffers {
-    uint8_t* srcPlanes;  ///< three planes
-    uint8_t* dstPlanes;
-    uint16_t* src16;
-    uint16_t* dst16;
-    uint8_t* srcStaged;  ///< two planes, packed
-    uint8_t* dstStaged;
-
-    ModelBuffers(size_t bytes, size_t outputSamples)
-        : srcPlanes(allocate(bytes)),
-          dstPlanes(allocate(bytes)),
-          src16(allocateSamples(bytes)),
-          dst16(allocateSamples(std::max(bytes, outputSamples))),
-          srcStaged(allocate(bytes)),
-          dstStaged(allocate(bytes)) {}
-
-    void release() {
-        std::free(srcStaged);
-        std::free(dstStaged);
-        std::free(src16);
-        std::free(dst16);
-        std::free(srcPlanes);
-        std::free(dstPlanes);
-    }
-
-private:
-    static uint8_t* allocate(size_t bytes) { return static_cast<uint8_t*>(std::malloc(bytes)); }
-    static uint16_t* allocateSamples(size_t samples) {
-        return static_cast<uint16_t*>(std::calloc(samples, sizeof(uint16_t)));
-    }
-};
-
 struct PlaneBytes {
     size_t luma;
     size_t chroma;
@@ -177,34 +121,15 @@ bool scatter(const uint8_t* staged, int32_t format, const BufferData& dst) {
     return true;
 }
 
-void runCore(const BufferData& dst, const Region& region, const Grid& grid, const ModelBuffers& buffers) {
-    constexpr int kLargestScale = 65535;
-    const int W = dst.width;
-    const int H = dst.height;
-    const vantor::GdcScales x = vantor::gdcScalesX(W);
-    const vantor::GdcScales y = vantor::gdcScalesY(H);
-    // The core takes its grids for reading only, by a signature that does not say so.
-    GdcCore(buffers.dst16, buffers.src16, const_cast<int32_t*>(grid.dX), const_cast<int32_t*>(grid.dY), W, H,
-            W, H, x.shifter, y.shifter, std::min(x.scale, kLargestScale), std::min(y.scale, kLargestScale),
-            x.invScale, y.invScale, vantor::kOutScaleOne, vantor::kOutScaleOne, dst.cropLeft, dst.cropTop,
-            static_cast<int>(region.width), static_cast<int>(region.height));
-}
-
 int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid, int32_t format) {
-    const Region region(dst);
+    const vantor::OutputRegion region(dst.cropLeft, dst.cropTop, dst.cropRight, dst.cropBottom);
     if (!region.isCountable()) return kFailure;
-    const size_t bytes = PlaneBytes(src).all();
-    ModelBuffers buffers(
-        bytes, vantor::gdcPictureSamples(static_cast<int>(region.width), static_cast<int>(region.height)));
-    if (!gather(src, format, buffers.srcStaged)) return kFailure;
-    YUV2PlaneTo3Plane(buffers.srcStaged, buffers.srcPlanes, src.width, src.height);
-    std::copy_n(buffers.srcPlanes, bytes, buffers.src16);
-    runCore(dst, region, grid, buffers);
-    std::transform(buffers.dst16, buffers.dst16 + bytes, buffers.dstPlanes,
-                   [](uint16_t sample) { return static_cast<uint8_t>(sample); });
-    YUV3PlaneTo2Plane(buffers.dstPlanes, buffers.dstStaged, dst.width, dst.height);
-    if (!scatter(buffers.dstStaged, format, dst)) return kFailure;
-    buffers.release();
+    vantor::StagedWarp warp(src.width, src.height, region);
+    // On failure the working memory is kept: clients know that from the device, where it is so.
+    if (!gather(src, format, warp.source())) return kFailure;
+    warp.run(grid.dX, grid.dY);
+    if (!scatter(warp.result(), format, dst)) return kFailure;
+    warp.release();
     return kSuccess;
 }
 

@@ -15,6 +15,7 @@ void addScale(CLI::App& app, Run& run);
 void addWarp(CLI::App& app, Run& run);
 void addGrid(CLI::App& app, Run& run);
 void addExplain(CLI::App& app, Run& run);
+void addCrosscheck(CLI::App& app, Run& run);
 void addCompare(CLI::App& app, Run& run);
 void addChart(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);

@@ -1,12 +1,11 @@
 // vantor compare: where and by how much two pictures differ.
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <nlohmann/json.hpp>
 
 #include "tools/vantor/commands.h"
+#include "tools/vantor/difference.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/picture_file.h"
 
@@ -20,50 +19,6 @@ struct CompareOptions {
     int tolerance = 0;
     bool json = false;
 };
-
-struct Difference {
-    const char* component;
-    size_t samples;
-    size_t differing = 0;  ///< samples that differ at all
-    int largest = 0;
-    double squares = 0;
-    int firstX = 0;
-    int firstY = 0;
-    int firstA = 0;
-    int firstB = 0;
-
-    double psnr() const { return 10 * std::log10(255.0 * 255.0 * static_cast<double>(samples) / squares); }
-};
-
-Difference measure(const Component& a, const Component& b) {
-    Difference difference{a.name, a.size.pixels()};
-    for (int y = 0; y < a.size.height; ++y) {
-        for (int x = 0; x < a.size.width; ++x) {
-            const int distance = std::abs(a.at(x, y) - b.at(x, y));
-            if (distance == 0) continue;
-            if (difference.differing == 0) {
-                difference.firstX = x;
-                difference.firstY = y;
-                difference.firstA = a.at(x, y);
-                difference.firstB = b.at(x, y);
-            }
-            ++difference.differing;
-            difference.largest = std::max(difference.largest, distance);
-            difference.squares += distance * distance;
-        }
-    }
-    return difference;
-}
-
-void print(const Difference& d) {
-    if (d.differing == 0) {
-        std::printf("%s: equal (%zu samples)\n", d.component, d.samples);
-        return;
-    }
-    std::printf(
-        "%s: %zu of %zu samples differ, first at (%d, %d): %d and %d; largest difference %d, PSNR %.2f dB\n",
-        d.component, d.differing, d.samples, d.firstX, d.firstY, d.firstA, d.firstB, d.largest, d.psnr());
-}
 
 nlohmann::ordered_json toJson(const Difference& d) {
     nlohmann::ordered_json json{
@@ -94,15 +49,11 @@ int run(const CompareOptions& options) {
     };
     const Picture a = readPicture(formOf(options.a));
     const Picture b = readPicture(formOf(options.b));
-    const std::vector<Component> fromA = components(a);
-    const std::vector<Component> fromB = components(b);
-    if (!(a.size == b.size) || fromA.size() != fromB.size() || std::string(fromA[0].name) != fromB[0].name) {
-        throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " +
-                        toString(a.layout) + ", " + options.b + " is " + toString(b.size) + " " +
-                        toString(b.layout));
+    if (!areComparable(a, b)) {
+        throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " + toString(a.layout) +
+                        ", " + options.b + " is " + toString(b.size) + " " + toString(b.layout));
     }
-    std::vector<Difference> differences;
-    for (size_t i = 0; i < fromA.size(); ++i) differences.push_back(measure(fromA[i], fromB[i]));
+    const std::vector<Difference> differences = measure(a, b);
     const bool identical = std::all_of(differences.begin(), differences.end(),
                                        [&](const Difference& d) { return d.largest <= options.tolerance; });
     report(options, differences, identical);

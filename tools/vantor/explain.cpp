@@ -79,7 +79,7 @@ void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src
 /// What the library itself gives for the pixel.
 void printLibraryResult(Picture& src, const Grid& grid, int x, int y) {
     Picture dst = makePicture(src.layout, src.size);
-    runRequest(dst, src, [&](const auto& to, const auto& from, int32_t format) {
+    runRequest(dst, src, Path::Processor, [&](const auto& to, const auto& from, int32_t format) {
         return hardware::vantorClient::runGDCGrid(to, from, grid, format, hardware::GDC_C_MODEL);
     });
     const std::vector<Component> c = components(dst);

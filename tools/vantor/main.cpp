@@ -58,6 +58,7 @@ int runTool(int argc, char** argv) {
     addWarp(app, run);
     addGrid(app, run);
     addExplain(app, run);
+    addCrosscheck(app, run);
     addCompare(app, run);
     addChart(app, run);
     addInfo(app, run);

@@ -14,10 +14,12 @@ inline GdcFrame modelFrame(Size size) {
     const GdcScales x = gdcScalesX(size.width);
     const GdcScales y = gdcScalesY(size.height);
     GdcFrame frame{};
-    frame.x = {size.width, x.shifter, std::min(x.scale, 65535), x.invScale, kOutScaleOne, 0, size.width,
-               0,          0};
-    frame.y = {size.height, y.shifter, std::min(y.scale, 65535), y.invScale, kOutScaleOne, 0, size.height,
-               0,           0};
+    frame.x = {
+        size.width, x.shifter, std::min(x.scale, kLargestScale), x.invScale, kOutScaleOne, 0, size.width,
+        0,          0};
+    frame.y = {
+        size.height, y.shifter, std::min(y.scale, kLargestScale), y.invScale, kOutScaleOne, 0, size.height,
+        0,           0};
     return frame;
 }
 

@@ -1,38 +1,107 @@
 #include "tools/vantor/request.h"
 
+#include <algorithm>
+#include <chrono>
+
+#include "service/software_service.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/log_watch.h"
+#include "tools/vantor/shared_buffer.h"
 
 namespace vantor::tool {
+namespace {
 
-Layout workingLayout(Layout read, Layout written) {
-    return read == Layout::Gray || written == Layout::Gray ? Layout::Gray : Layout::Nv12;
+using BufferData = hardware::vantorClient::BufferData;
+
+constexpr char kFallbackLine[] = "Error occurs";
+
+/// One block with chroma behind the luma, and the whole picture as its region.
+BufferData describeBuffer(uint8_t* bytes, Size size) {
+    BufferData data;
+    data.y = bytes;
+    data.width = size.width;
+    data.height = size.height;
+    data.cropRight = size.width - 1;
+    data.cropBottom = size.height - 1;
+    return data;
+}
+
+/// A gray picture gets room for chroma as well, which the library's reduction wants.
+std::vector<uint8_t> block(const Picture& picture) {
+    std::vector<uint8_t> bytes = picture.bytes;
+    bytes.resize(byteCount(Layout::Nv12, picture.size), 128);
+    return bytes;
 }
 
 int32_t formatOf(const Picture& picture) {
     return picture.layout == Layout::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE : hardware::IMAGE_FORMAT_NV12;
 }
 
-hardware::vantorClient::BufferData buffer(Picture& picture) {
-    picture.bytes.resize(byteCount(Layout::Nv12, picture.size), 128);
-    hardware::vantorClient::BufferData data;
-    data.y = picture.bytes.data();
-    data.width = picture.size.width;
-    data.height = picture.size.height;
-    data.cropRight = picture.size.width - 1;
-    data.cropBottom = picture.size.height - 1;
-    return data;
+template <typename Call>
+double timed(Call&& call) {
+    const auto start = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-double runRequest(Picture& dst, Picture& src, const Request& request) {
-    const auto from = buffer(src);
-    const auto to = buffer(dst);
-    const auto start = std::chrono::steady_clock::now();
-    const int status = request(to, from, formatOf(src));
-    const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - start;
-    if (status != 0) throw UserError("the library failed with status " + std::to_string(status));
-    src.bytes.resize(byteCount(src.layout, src.size));
-    dst.bytes.resize(byteCount(dst.layout, dst.size));
-    return elapsed.count();
+RequestResult runOnProcessor(Picture& dst, const Picture& src, const Request& request) {
+    std::vector<uint8_t> from = block(src);
+    std::vector<uint8_t> to = block(dst);
+    int32_t status = 0;
+    const double milliseconds = timed([&] {
+        status = request(describeBuffer(to.data(), dst.size), describeBuffer(from.data(), src.size),
+                         formatOf(src));
+    });
+    if (status != 0) throw UserError("the library refused: " + lastErrorLine());
+    std::copy_n(to.begin(), dst.bytes.size(), dst.bytes.begin());
+    return {milliseconds, {}};
+}
+
+RequestResult runOnHardware(Picture& dst, const Picture& src, const Request& request) {
+    startSoftwareService();
+    if (hardware::vantorClient::init() != 0) throw UserError("no hardware service: " + lastErrorLine());
+    const std::vector<uint8_t> content = block(src);
+    SharedBuffer from(content.size());
+    SharedBuffer to(byteCount(Layout::Nv12, dst.size));
+    std::copy(content.begin(), content.end(), from.bytes());
+    BufferData fromData = describeBuffer(from.bytes(), src.size);
+    BufferData toData = describeBuffer(to.bytes(), dst.size);
+    fromData.fdY = from.descriptor();
+    toData.fdY = to.descriptor();
+
+    RequestResult result{};
+    int32_t status = 0;
+    result.milliseconds = timed([&] { status = request(toData, fromData, formatOf(src)); });
+    if (status != 0) {
+        if (lastErrorLine().find(kFallbackLine) == std::string::npos) {
+            throw UserError("the hardware path refused: " + lastErrorLine());
+        }
+        result.fallback = errorLineBefore(kFallbackLine);
+    }
+    std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
+    return result;
+}
+
+}  // namespace
+
+Layout workingLayout(Layout read, Layout written) {
+    return read == Layout::Gray || written == Layout::Gray ? Layout::Gray : Layout::Nv12;
+}
+
+Path parsePath(const std::string& text, const std::string& processor) {
+    if (text == processor) return Path::Processor;
+    if (text == "hw") return Path::Hardware;
+    throw UserError("--path " + text + ": expected hw or " + processor);
+}
+
+RequestResult runRequest(Picture& dst, const Picture& src, Path path, const Request& request) {
+    return path == Path::Hardware ? runOnHardware(dst, src, request) : runOnProcessor(dst, src, request);
+}
+
+std::string describe(Path path, const std::string& processor, const RequestResult& result) {
+    if (path == Path::Processor) return "in " + processor;
+    if (result.fallback.empty()) return "on the hardware path (software service)";
+    return "by the hardware path's fallback (" + result.fallback + ")";
 }
 
 Size warpFrame(const std::string& what, Size picture) {

@@ -16,6 +16,7 @@ struct ScaleOptions {
     std::string input;
     std::string output;
     std::string size;
+    std::string path = "sw";
     FormOptions inputForm{"--input", {}, {}};
     FormOptions outputForm{"--output", {}, {}};
 };
@@ -54,12 +55,15 @@ int run(const ScaleOptions& options) {
     const Size size = targetSize(options.size, src.size, isSubsampled(working) ? 2 : 1);
     checkOutput(outputForm, "--size", working, size);
     Picture dst = makePicture(working, size);
-    const double milliseconds = runRequest(dst, src, hardware::vantorClient::runInterpBicubic);
+    const Path path = parsePath(options.path, "sw");
+    const RequestResult result = runRequest(
+        dst, src, path,
+        path == Path::Hardware ? hardware::vantorClient::runCSC : hardware::vantorClient::runInterpBicubic);
     writePicture(outputForm, convert(std::move(dst), written));
-    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s in software in %.2f ms%s\n",
-                 options.input.c_str(), toString(readSize).c_str(), toString(read), options.output.c_str(),
-                 toString(size).c_str(), toString(written), describe(src.size, size), toString(working),
-                 milliseconds, describeRgb(read, written));
+    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s %s in %.2f ms%s\n", options.input.c_str(),
+                 toString(readSize).c_str(), toString(read), options.output.c_str(), toString(size).c_str(),
+                 toString(written), describe(src.size, size), toString(working),
+                 describe(path, "software", result).c_str(), result.milliseconds, describeRgb(read, written));
     return kDone;
 }
 
@@ -71,6 +75,8 @@ void addScale(CLI::App& app, Run& run) {
     command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
     command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
     command->add_option("--size", options->size, "Size of the result, such as 1280x720 or 50%")->required();
+    command->add_option("--path", options->path, "sw: on the processor; hw: on the hardware service")
+        ->capture_default_str();
     addFormOptions(*command, options->inputForm, options->outputForm);
     command->footer(
         "Examples:\n"

@@ -18,6 +18,7 @@ struct WarpCommand {
     std::string input;
     std::string output;
     std::string matrix;
+    std::string path = "model";
     WarpOptions warp;
     FormOptions inputForm{"--input", {}, {}};
     FormOptions outputForm{"--output", {}, {}};
@@ -35,21 +36,22 @@ std::vector<int16_t> parseMatrix(const std::string& text) {
 }
 
 /// The request that the options stand for, for a picture that the library gets at `frame`'s size.
-Request requestFrom(const WarpCommand& command, Size picture, Size frame) {
-    const bool hasWarp = command.warp.hasParts() || !command.warp.gridFile.empty();
-    if (command.matrix.empty() == !hasWarp) {
+Request requestFrom(const WarpCommand& command, int32_t target, Size picture, Size frame) {
+    if (command.matrix.empty() == !command.warp.isGiven()) {
         throw UserError(
             "expected one of --matrix, --grid, or a warp described by --rotate, --zoom, --shear, --shift, "
             "--lens and --center");
     }
     if (!command.matrix.empty()) {
-        return [matrix = parseMatrix(command.matrix)](const auto& dst, const auto& src, int32_t format) {
-            return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format,
-                                                        hardware::GDC_C_MODEL);
-        };
+        return
+            [target, matrix = parseMatrix(command.matrix)](const auto& dst, const auto& src, int32_t format) {
+                return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format,
+                                                            hardware::GDC_C_MODEL);
+            };
     }
-    return [grid = gridFrom(command.warp, picture, frame)](const auto& dst, const auto& src, int32_t format) {
-        return hardware::vantorClient::runGDCGrid(dst, src, grid, format, hardware::GDC_C_MODEL);
+    return [target, grid = gridFrom(command.warp, picture, frame)](const auto& dst, const auto& src,
+                                                                   int32_t format) {
+        return hardware::vantorClient::runGDCGrid(dst, src, grid, format, target);
     };
 }
 
@@ -62,17 +64,20 @@ int run(const WarpCommand& command) {
     const Layout written = outputForm.layout.value_or(read == Layout::Gray ? Layout::Gray : Layout::Rgb);
     checkOutput(outputForm, command.input, written, size);
     const Size frame = warpFrame(command.input, size);
-    const Request request = requestFrom(command, size, frame);
+    const Path path = parsePath(command.path, "model");
+    const int32_t target = path == Path::Hardware ? hardware::GDC_HW : hardware::GDC_C_MODEL;
+    const Request request = requestFrom(command, target, size, frame);
 
     Picture src = convert(onFrame(command.input, std::move(input), frame), workingLayout(read, written));
     Picture dst = makePicture(src.layout, frame);
-    const double milliseconds = runRequest(dst, src, request);
+    const RequestResult outcome = runRequest(dst, src, path, request);
     Picture result = convert(std::move(dst), written);
     writePicture(outputForm, frame == size ? result : onCanvas(result, size));
     const std::string what = command.matrix.empty() ? describe(command.warp) : "matrix " + command.matrix;
-    std::fprintf(stderr, "vantor: %s %s %s to %s %s: warped (%s) as %s in the software model in %.2f ms%s\n",
+    std::fprintf(stderr, "vantor: %s %s %s to %s %s: warped (%s) as %s %s in %.2f ms%s\n",
                  command.input.c_str(), toString(size).c_str(), toString(read), command.output.c_str(),
-                 toString(written), what.c_str(), toString(src.layout), milliseconds,
+                 toString(written), what.c_str(), toString(src.layout),
+                 describe(path, "the software model", outcome).c_str(), outcome.milliseconds,
                  describeRgb(read, written));
     return kDone;
 }
@@ -91,6 +96,8 @@ void addWarp(CLI::App& app, Run& run) {
         "--matrix", options->matrix,
         "a,b,c,d,e,f: output (x, y) comes from (a x + b y + c, d x + e y + f); whole numbers, a, b, d, e "
         "in 1/4096 and c, f in 1/32 pixel");
+    command->add_option("--path", options->path, "model: in the software model; hw: on the hardware service")
+        ->capture_default_str();
     addFormOptions(*command, options->inputForm, options->outputForm);
     command->footer(
         "A described warp goes from an output position to its source through --rotate, --zoom, --shear, "

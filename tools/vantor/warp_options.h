@@ -22,6 +22,8 @@ struct WarpOptions {
 
     /// Whether any part was given.
     bool hasParts() const;
+    /// Whether a file or any part was given.
+    bool isGiven() const { return hasParts() || !gridFile.empty(); }
 };
 
 void addWarpOptions(CLI::App& command, WarpOptions& options);

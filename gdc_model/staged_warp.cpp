@@ -1,0 +1,67 @@
+#include "gdc_model/staged_warp.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "gdc_model/gdc_core.h"
+#include "gdc_model/gdc_extent.h"
+#include "gdc_model/gdc_planes.h"
+#include "gdc_model/gdc_scales.h"
+
+namespace vantor {
+namespace {
+
+uint8_t* allocate(size_t bytes) {
+    return static_cast<uint8_t*>(std::malloc(bytes));
+}
+
+uint16_t* allocateSamples(size_t samples) {
+    return static_cast<uint16_t*>(std::calloc(samples, sizeof(uint16_t)));
+}
+
+}  // namespace
+
+bool OutputRegion::isCountable() const {
+    const auto fits = [](int64_t value) { return value >= INT32_MIN && value <= INT32_MAX; };
+    if (!fits(width) || !fits(height)) return false;
+    return width < 1 || height < 1 || (fits(width * height) && fits(width * height * 5));
+}
+
+StagedWarp::StagedWarp(int width, int height, const OutputRegion& region)
+    : width_(width),
+      height_(height),
+      region_(region),
+      bytes_(static_cast<size_t>(width) * static_cast<size_t>(height) * 3 / 2),
+      srcPlanes_(allocate(bytes_)),
+      dstPlanes_(allocate(bytes_)),
+      src16_(allocateSamples(bytes_)),
+      dst16_(allocateSamples(std::max(
+          bytes_, gdcPictureSamples(static_cast<int>(region.width), static_cast<int>(region.height))))),
+      srcStaged_(allocate(bytes_)),
+      dstStaged_(allocate(bytes_)) {}
+
+void StagedWarp::run(const int32_t* gridX, const int32_t* gridY) {
+    YUV2PlaneTo3Plane(srcStaged_, srcPlanes_, width_, height_);
+    std::copy_n(srcPlanes_, bytes_, src16_);
+    const GdcScales x = gdcScalesX(width_);
+    const GdcScales y = gdcScalesY(height_);
+    // The core takes its grids for reading only, by a signature that does not say so.
+    GdcCore(dst16_, src16_, const_cast<int32_t*>(gridX), const_cast<int32_t*>(gridY), width_, height_, width_,
+            height_, x.shifter, y.shifter, std::min(x.scale, kLargestScale), std::min(y.scale, kLargestScale),
+            x.invScale, y.invScale, kOutScaleOne, kOutScaleOne, region_.left, region_.top,
+            static_cast<int>(region_.width), static_cast<int>(region_.height));
+    std::transform(dst16_, dst16_ + bytes_, dstPlanes_,
+                   [](uint16_t sample) { return static_cast<uint8_t>(sample); });
+    YUV3PlaneTo2Plane(dstPlanes_, dstStaged_, width_, height_);
+}
+
+void StagedWarp::release() {
+    std::free(srcStaged_);
+    std::free(dstStaged_);
+    std::free(src16_);
+    std::free(dst16_);
+    std::free(srcPlanes_);
+    std::free(dstPlanes_);
+}
+
+}  // namespace vantor
