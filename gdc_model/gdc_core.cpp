@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "gdc_model/gdc_run.h"
+#include "gdc_model/gdc_scales.h"
 #include "gdc_model/gdc_state.h"
 
 namespace vantor {
@@ -157,7 +158,25 @@ Quad chromaQuad(const GdcFrame& frame, const GdcSource& src, const uint16_t* pla
     return {top[columns.first], top[columns.second], bottom[columns.first], bottom[columns.second]};
 }
 
-void runGdc(const GdcFrame& frame, uint16_t* dst, const uint16_t* src, const int* gridDX, const int* gridDY) {
+GdcFrame requestFrame(int width, int height, const OutputRegion& region) {
+    const auto axis = [](const GdcScales& scales, int size, int start, int64_t count) {
+        return GdcAxis{size,
+                       scales.shifter,
+                       std::min(scales.scale, kLargestScale),
+                       scales.invScale,
+                       kOutScaleOne,
+                       start,
+                       static_cast<int>(count),
+                       0,
+                       0};
+    };
+    return {{},
+            axis(gdcScalesX(width), width, region.left, region.width),
+            axis(gdcScalesY(height), height, region.top, region.height)};
+}
+
+void runGdc(const GdcFrame& frame, uint16_t* dst, const uint16_t* src, const int* gridDX,
+            const int* gridDY) noexcept {
     loadState(frame, gridDX, gridDY);
     if (frame.x.outCropSize < 1 || frame.y.outCropSize < 1) return;
     GdcWalk(frame, dst, src).run();
@@ -168,7 +187,7 @@ void runGdc(const GdcFrame& frame, uint16_t* dst, const uint16_t* src, const int
 void GdcCore(unsigned short* dst, unsigned short* src, int* gridDX, int* gridDY, int W, int H,
              int /*spareWidth*/, int /*spareHeight*/, int scaleShifterX, int scaleShifterY, int scaleX,
              int scaleY, int invScaleX, int invScaleY, int outScaleX, int outScaleY, int outCropStartX,
-             int outCropStartY, int outW, int outH) noexcept {
+             int outCropStartY, int outW, int outH) {
     vantor::GdcFrame frame{};
     frame.x = {W, scaleShifterX, scaleX, invScaleX, outScaleX, outCropStartX, outW, 0, 0};
     frame.y = {H, scaleShifterY, scaleY, invScaleY, outScaleY, outCropStartY, outH, 0, 0};

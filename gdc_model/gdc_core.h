@@ -15,12 +15,13 @@
 /// 16384 in 1/256 source sample. `scaleShifter` and `scale` place an output column (row) in the grid;
 /// getGridSet computes them and `invScale`. `outScale` is the output step in 1/128 source sample (128 is
 /// 1:1). Columns from outCropStartX and rows from outCropStartY are computed. Pixels from outside the source
-/// are black; an empty region loads the state and writes nothing. The spare arguments are not read.
+/// are black; sources one sample wide or high, into which no tap folds back, are all that sample; an empty
+/// region loads the state and writes nothing. The spare arguments are not read.
 ///
 /// Loads the state of gdc_model/gdc_state.h: one run at a time in a process.
 void GdcCore(unsigned short* dst, unsigned short* src, int* gridDX, int* gridDY, int W, int H, int spareWidth,
              int spareHeight, int scaleShifterX, int scaleShifterY, int scaleX, int scaleY, int invScaleX,
              int invScaleY, int outScaleX, int outScaleY, int outCropStartX, int outCropStartY, int outW,
-             int outH) noexcept;
+             int outH);
 
 #pragma GCC visibility pop

@@ -3,17 +3,14 @@
 
 namespace vantor {
 
-/// What the engine fixes. The defaults are its values; tests vary them.
+/// What the engine fixes for a whole run, as it fixes the axes' crop and mirror to 0. The defaults are its
+/// values; tests vary them.
 struct GdcSettings {
     int interpType = 3;
     int clampType = 2;
     int yuvFormat = 1;
     int src10bit = 0;
     int dst10bit = 0;
-    int mirrorX = 0;
-    int mirrorY = 0;
-    int cropStartX = 0;
-    int cropStartY = 0;
 
     bool is420() const { return yuvFormat == 1; }
 };

@@ -4,13 +4,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "gdc_model/fixed_point.h"
 #include "gdc_model/gdc_core.h"
 #include "gdc_model/gdc_extent.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/grid_interp.h"
+#include "gdc_model/zeroed.h"
 
 namespace vantor {
 namespace {
@@ -20,7 +20,7 @@ namespace {
 int scaleShifter(int size, int full) {
     if (size > full) return 7;
     for (int i = 0; i < 6; ++i) {
-        if (int64_t{size} << i > full / 2) return 6 - i;
+        if (int64_t{size} * (1 << i) > full / 2) return 6 - i;
     }
     return 0;
 }
@@ -99,31 +99,27 @@ void getGridSet(int W, int H, double* matrix, _pos* grid, int* shiftX, int* shif
 
 void GDCWrapper(unsigned char* src, double* matrix, unsigned char* dst, int W, int H, int outScaleWidth,
                 int outScaleHeight, int outScaleX, int outScaleY, int outCropStartX, int outCropStartY,
-                int outWidth, int outHeight, int clamp) noexcept {
-    std::vector<_pos> points(kGridNodes * kGridNodes);
+                int outWidth, int outHeight, int clamp) {
+    auto points = zeroed<_pos>(kGridNodes * kGridNodes);
     int shiftX, shiftY, scaleX, scaleY, invScaleX, invScaleY;
     getGridSet(W, H, matrix, points.data(), &shiftX, &shiftY, &scaleX, &scaleY, &invScaleX, &invScaleY,
                clamp);
-    std::vector<int> gridX(points.size());
-    std::vector<int> gridY(points.size());
+    auto gridX = zeroed<int>(points.size());
+    auto gridY = zeroed<int>(points.size());
     std::transform(points.begin(), points.end(), gridX.begin(),
                    [](const _pos& p) { return saturateToInt(p.x); });
     std::transform(points.begin(), points.end(), gridY.begin(),
                    [](const _pos& p) { return saturateToInt(p.y); });
 
-    const auto bytes = [](int width, int height) {
-        return static_cast<std::ptrdiff_t>(std::max<int64_t>(int64_t{width} * height * 3 / 2, 0));
-    };
-    const std::ptrdiff_t srcBytes = bytes(W, H);
-    const std::ptrdiff_t dstBytes = bytes(outWidth, outHeight);
+    const size_t srcBytes = pictureSamples(W, H);
+    const size_t dstBytes = pictureSamples(outWidth, outHeight);
     // The core may reach beyond the pictures' bytes when a size is odd.
-    std::vector<unsigned short> src16(std::max(gdcPictureSamples(W, H), static_cast<size_t>(srcBytes)));
-    std::vector<unsigned short> dst16(
-        std::max(gdcPictureSamples(outWidth, outHeight), static_cast<size_t>(dstBytes)));
+    auto src16 = zeroed<unsigned short>(std::max(gdcPictureSamples(W, H), srcBytes));
+    auto dst16 = zeroed<unsigned short>(std::max(gdcPictureSamples(outWidth, outHeight), dstBytes));
     std::copy_n(src, srcBytes, src16.begin());
     GdcCore(dst16.data(), src16.data(), gridX.data(), gridY.data(), W, H, outScaleWidth, outScaleHeight,
             shiftX, shiftY, scaleX, scaleY, invScaleX, invScaleY, outScaleX, outScaleY, outCropStartX,
             outCropStartY, outWidth, outHeight);
-    std::transform(dst16.begin(), dst16.begin() + dstBytes, dst,
+    std::transform(dst16.begin(), dst16.begin() + static_cast<std::ptrdiff_t>(dstBytes), dst,
                    [](unsigned short sample) { return static_cast<unsigned char>(sample); });
 }

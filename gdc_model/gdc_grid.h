@@ -23,6 +23,6 @@ void getGridSet(int W, int H, double* matrix, _pos* grid, int* shiftX, int* shif
 /// to one of outWidth x outHeight. The rest is passed on to GdcCore.
 void GDCWrapper(unsigned char* src, double* matrix, unsigned char* dst, int W, int H, int outScaleWidth,
                 int outScaleHeight, int outScaleX, int outScaleY, int outCropStartX, int outCropStartY,
-                int outWidth, int outHeight, int clamp) noexcept;
+                int outWidth, int outHeight, int clamp);
 
 #pragma GCC visibility pop

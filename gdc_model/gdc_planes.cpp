@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <vector>
 
 #include "gdc_model/fixed_point.h"
 #include "gdc_model/gdc_grid.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/matrix.h"
+#include "gdc_model/zeroed.h"
 
 namespace vantor {
 namespace {
@@ -55,13 +54,10 @@ void YUV3PlaneTo2Plane(unsigned char* src, unsigned char* dst, int W, int H) {
 
 void GDCRunnerCModel(short* matrix, unsigned char* src, unsigned char* dst, int W, int H, int outScaleWidth,
                      int outScaleHeight, int outCropStartX, int outCropStartY, int outWidth, int outHeight,
-                     int clamp) noexcept {
+                     int clamp) {
     AffineMatrix affine(matrix);
-    const auto bytes = [](int width, int height) {
-        return static_cast<size_t>(std::max<int64_t>(int64_t{width} * height * 3 / 2, 0));
-    };
-    std::vector<unsigned char> src3(bytes(W, H));
-    std::vector<unsigned char> dst3(bytes(outWidth, outHeight));
+    auto src3 = zeroed<unsigned char>(pictureSamples(W, H));
+    auto dst3 = zeroed<unsigned char>(pictureSamples(outWidth, outHeight));
     YUV2PlaneTo3Plane(src, src3.data(), W, H);
     GDCWrapper(src3.data(), affine.values, dst3.data(), W, H, outScaleWidth, outScaleHeight,
                outScale(W, outScaleWidth), outScale(H, outScaleHeight), outCropStartX, outCropStartY,

@@ -20,6 +20,6 @@ void YUV3PlaneTo2Plane(unsigned char* src, unsigned char* dst, int W, int H);
 /// picture.
 void GDCRunnerCModel(short* matrix, unsigned char* src, unsigned char* dst, int W, int H, int outScaleWidth,
                      int outScaleHeight, int outCropStartX, int outCropStartY, int outWidth, int outHeight,
-                     int clamp) noexcept;
+                     int clamp);
 
 #pragma GCC visibility pop

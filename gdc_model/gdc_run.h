@@ -5,6 +5,7 @@
 
 #include "gdc_model/gdc_frame.h"
 #include "gdc_model/grid_interp.h"
+#include "gdc_model/output_region.h"
 #include "gdc_model/sampling.h"
 
 namespace vantor {
@@ -18,9 +19,12 @@ struct GdcPlanes {
     int stride;
 
     GdcPlanes(Sample* samples, int width, int height, const GdcSettings& settings)
-        : y(samples), u(y + std::ptrdiff_t{width} * height), stride(width) {
-        v = y + (settings.is420() ? std::ptrdiff_t{width} * height * 5 / 4
-                                  : std::ptrdiff_t{width} * height * 3 / 2);
+        : y(samples), u(samples), v(samples), stride(width) {
+        // No sample is touched in pictures without any, whatever their sizes say.
+        if (width < 1 || height < 1) return;
+        const std::ptrdiff_t luma = std::ptrdiff_t{width} * height;
+        u += luma;
+        v += luma + (settings.is420() ? luma / 4 : luma / 2);
     }
 };
 
@@ -46,7 +50,12 @@ inline bool hasChroma(const GdcSettings& settings, int ox, int oy) {
     return (ox & 1) == 0 && (!settings.is420() || (oy & 1) == 0);
 }
 
-/// Loads the state, copies the grids and computes the region. GdcCore is this with default settings.
-void runGdc(const GdcFrame& frame, uint16_t* dst, const uint16_t* src, const int* gridDX, const int* gridDY);
+/// The parameters of a request at one size: output and source to the same scale.
+GdcFrame requestFrame(int width, int height, const OutputRegion& region);
+
+/// Loads the state, copies the grids and computes the region. GdcCore is this with default settings. Ends the
+/// process if there is no memory for a row's positions.
+void runGdc(const GdcFrame& frame, uint16_t* dst, const uint16_t* src, const int* gridDX,
+            const int* gridDY) noexcept;
 
 }  // namespace vantor

@@ -28,8 +28,8 @@ struct VirtualPosition {
 inline VirtualPosition virtualPosition(const GdcAxis& axis, int position, int cellSize) {
     const int32_t halfSteps = wrapAdd(wrapAdd(wrapMul(2, position), 1), wrapMul(2, axis.cropStart));
     const int32_t product = wrapMul(halfSteps, wrapMul(axis.outScale, axis.scale) >> 7);
-    const int32_t scaled =
-        divide(wrapAdd(product, powerOfTwo(axis.scaleShifter + 7)), powerOfTwo(axis.scaleShifter + 8));
+    const int32_t scaled = divide(wrapAdd(product, powerOfTwo(wrapAdd(axis.scaleShifter, 7))),
+                                  powerOfTwo(wrapAdd(axis.scaleShifter, 8)));
     const int frameSize = kGridCells * cellSize;
     const int coordinate = std::clamp(axis.mirror ? wrapSub(frameSize, scaled) : scaled, 0, frameSize);
     const int cell = std::min(coordinate / cellSize + 1, kGridCells);

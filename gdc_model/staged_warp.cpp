@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "gdc_model/gdc_core.h"
 #include "gdc_model/gdc_extent.h"
 #include "gdc_model/gdc_planes.h"
-#include "gdc_model/gdc_scales.h"
+#include "gdc_model/gdc_run.h"
 
 namespace vantor {
 namespace {
@@ -20,12 +19,6 @@ uint16_t* allocateSamples(size_t samples) {
 }
 
 }  // namespace
-
-bool OutputRegion::isCountable() const {
-    const auto fits = [](int64_t value) { return value >= INT32_MIN && value <= INT32_MAX; };
-    if (!fits(width) || !fits(height)) return false;
-    return width < 1 || height < 1 || (fits(width * height) && fits(width * height * 5));
-}
 
 StagedWarp::StagedWarp(int width, int height, const OutputRegion& region)
     : width_(width),
@@ -43,13 +36,7 @@ StagedWarp::StagedWarp(int width, int height, const OutputRegion& region)
 void StagedWarp::run(const int32_t* gridX, const int32_t* gridY) {
     YUV2PlaneTo3Plane(srcStaged_, srcPlanes_, width_, height_);
     std::copy_n(srcPlanes_, bytes_, src16_);
-    const GdcScales x = gdcScalesX(width_);
-    const GdcScales y = gdcScalesY(height_);
-    // The core takes its grids for reading only, by a signature that does not say so.
-    GdcCore(dst16_, src16_, const_cast<int32_t*>(gridX), const_cast<int32_t*>(gridY), width_, height_, width_,
-            height_, x.shifter, y.shifter, std::min(x.scale, kLargestScale), std::min(y.scale, kLargestScale),
-            x.invScale, y.invScale, kOutScaleOne, kOutScaleOne, region_.left, region_.top,
-            static_cast<int>(region_.width), static_cast<int>(region_.height));
+    runGdc(requestFrame(width_, height_, region_), dst16_, src16_, gridX, gridY);
     std::transform(dst16_, dst16_ + bytes_, dstPlanes_,
                    [](uint16_t sample) { return static_cast<uint8_t>(sample); });
     YUV3PlaneTo2Plane(dstPlanes_, dstStaged_, width_, height_);

@@ -4,25 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "gdc_model/output_region.h"
+
 namespace vantor {
-
-/// The output pixels that are computed, as the core takes them.
-struct OutputRegion {
-    int left;
-    int top;
-    int64_t width;
-    int64_t height;
-
-    /// From inclusive edges.
-    OutputRegion(int firstColumn, int firstRow, int lastColumn, int lastRow)
-        : left(firstColumn),
-          top(firstRow),
-          width(int64_t{lastColumn} - firstColumn + 1),
-          height(int64_t{lastRow} - firstRow + 1) {}
-
-    /// Whether the core can count its columns, rows and samples in 32 bits.
-    bool isCountable() const;
-};
 
 /// Working memory and steps of one warp. The memory is given back by `release`, not by the destructor.
 class StagedWarp {

@@ -118,8 +118,10 @@ public:
     /// a time. GDC_HW computes on the hardware service, with the buffers and hazards of runCSC; when it
     /// fails, or a buffer cannot be allocated, `src` is copied to `dst` and -38 returned all the same.
     ///
+    /// WARNING: grayscale planes are not checked: a null luma plane ends the process.
+    ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format or target, a
-    /// null luma plane (NV12 in the model; its working memory, about 9 x width x height bytes, is then not
+    /// null luma plane (NV12 in the model; its working memory, 12 x width x height bytes, is then not
     /// given back). A region so large that its samples cannot be counted in 32 bits fails with -38 and no
     /// line.
     static int32_t runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,

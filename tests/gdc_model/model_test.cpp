@@ -75,10 +75,11 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
                                gridY = nodes(random, random.between(0, 5));
         GdcFrame frame{};
         GdcSettings& s = frame.settings;
-        s = {oneIn(3, 3, 0, 4), oneIn(3, 2, -1, 4), oneIn(4, 1, 0, 2),  oneIn(4, 0, 0, 1), 0,
-             oneIn(4, 0, 0, 1), oneIn(4, 0, 0, 1),  oneIn(4, 0, -9, 9), oneIn(4, 0, -9, 9)};
-        frame.x = {W, sx.shifter, scaleX, sx.invScale, outScaleX, startX, outW, s.cropStartX, s.mirrorX};
-        frame.y = {H, sy.shifter, scaleY, sy.invScale, outScaleY, startY, outH, s.cropStartY, s.mirrorY};
+        s = {oneIn(3, 3, 0, 4), oneIn(3, 2, -1, 4), oneIn(4, 1, 0, 2), oneIn(4, 0, 0, 1), 0};
+        const int mirrorX = oneIn(4, 0, 0, 1), mirrorY = oneIn(4, 0, 0, 1);
+        const int cropX = oneIn(4, 0, -9, 9), cropY = oneIn(4, 0, -9, 9);
+        frame.x = {W, sx.shifter, scaleX, sx.invScale, outScaleX, startX, outW, cropX, mirrorX};
+        frame.y = {H, sy.shifter, scaleY, sy.invScale, outScaleY, startY, outH, cropY, mirrorY};
 
         // 4:2:2 pictures reach further than 4:2:0 ones.
         const auto samples = [](int w, int h) {
@@ -89,8 +90,8 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
         const int deep = s.src10bit && random.between(0, 1) ? 4 : 1;
         std::transform(content.begin(), content.end(), src.begin(),
                        [=](int c) { return uint16_t(c * deep); });
-        const reference::GdcOptions options{s.interpType, s.clampType, s.yuvFormat,  s.src10bit,  0,
-                                            s.mirrorX,    s.mirrorY,   s.cropStartX, s.cropStartY};
+        const reference::GdcOptions options{s.interpType, s.clampType, s.yuvFormat, s.src10bit, 0,
+                                            mirrorX,      mirrorY,     cropX,       cropY};
         reference::gdcCore(state, options, expected.data(), src.data(), gridX.data(), gridY.data(), W, H, -1,
                            -1, sx.shifter, sy.shifter, scaleX, scaleY, sx.invScale, sy.invScale, outScaleX,
                            outScaleY, startX, startY, outW, outH);
@@ -212,19 +213,25 @@ TEST(GdcModel, PlaneConversionsRoundTripAtAnySize) {
 }
 
 TEST(GdcModel, RunnerWarpsAtTheStepAndPlaceItIsGiven) {
-    // Flat halves: the right output half begins where the source's does, at half the step and shifted by the
-    // region.
-    Bytes src(64 * 32 * 3 / 2, 128), dst(32 * 16 * 3 / 2, 0);
-    for (size_t i = 0; i < 64 * 32; ++i) src[i] = i % 64 < 32 ? 50 : 200;
-    short identity[6] = {4096, 0, 0, 0, 4096, 0};
-    GDCRunnerCModel(identity, src.data(), dst.data(), 64, 32, 128, 64, 40, 8, 32, 16, 0);
-    EXPECT_EQ(m_OutScaleX, 64);
-    EXPECT_EQ(m_OutScaleY, 64);
-    EXPECT_EQ(dst[5 * 32 + 4], 50);
-    EXPECT_EQ(dst[5 * 32 + 31], 200);
-    EXPECT_EQ(dst[32 * 16 + 9], 128);
-    GDCRunnerCModel(identity, src.data(), dst.data(), 64, 32, 0, 0, 0, 0, 32, 16, 1);
+    // The output begins at column 40 and row 8 of a picture at half the step across; odd sizes stay in their
+    // planes.
+    Bytes content(65 * 33 * 3 / 2, 128);
+    for (size_t i = 0; i < 65 * 33; ++i) content[i] = i % 65 < 32 ? 50 : 255;
+    GuardedPlane src(content, Guard::Back), dst(33 * 17 * 3 / 2, Guard::Back);
+    short shifted[6] = {4096, 0, 32 * 200, 0, 4096, 0};  // 200 pixels from further right, or the last column
+    GDCRunnerCModel(shifted, src.data(), dst.data(), 65, 33, 130, 33, 40, 8, 33, 17, 1);
+    EXPECT_EQ(m_OutScaleX * 1000 + m_OutScaleY, 64 * 1000 + 128);
+    EXPECT_EQ(m_nOutCropStartX * 1000 + m_nOutCropStartY, 40 * 1000 + 8);
+    EXPECT_GT(m_curGrid_dX[0][0], 0);
+    const int clamped = m_curGrid_dX[0][32];
+    GDCRunnerCModel(shifted, src.data(), dst.data(), 65, 33, 0, 33, 0, 0, 33, 17, 0);
     EXPECT_EQ(m_OutScaleX, 0);
+    EXPECT_GT(m_curGrid_dX[0][32], clamped);
+    short identity[6] = {4096, 0, 0, 0, 4096, 0};
+    GDCRunnerCModel(identity, src.data(), dst.data(), 65, 33, 65, 33, 30, 8, 33, 17, 0);
+    EXPECT_EQ(dst.data()[5 * 33], 50);
+    EXPECT_EQ(dst.data()[5 * 33 + 20], 255);
+    EXPECT_EQ(dst.data()[17 * 33 + 9], 128);
 }
 
 }  // namespace

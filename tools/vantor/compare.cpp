@@ -50,8 +50,9 @@ int run(const CompareOptions& options) {
     const Picture a = readPicture(formOf(options.a));
     const Picture b = readPicture(formOf(options.b));
     if (!areComparable(a, b)) {
-        throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " + toString(a.layout) +
-                        ", " + options.b + " is " + toString(b.size) + " " + toString(b.layout));
+        throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " +
+                        toString(a.layout) + ", " + options.b + " is " + toString(b.size) + " " +
+                        toString(b.layout));
     }
     const std::vector<Difference> differences = measure(a, b);
     const bool identical = std::all_of(differences.begin(), differences.end(),

@@ -48,8 +48,9 @@ void explainMove(const char* name, const GdcAxis& axis, int position, int displa
     std::printf("  %s: displacement %d; (%d x %d) rounded by 13 bits + %d x %d = %d (%.4f pixels)\n", name,
                 displacement, axis.invScale, displacement, axis.outScale, 2 * position + 1, source.coordinate,
                 source.coordinate / 256.0);
-    std::printf("     index %d, fraction %d; taps %d %d %d %d\n", source.index, source.fraction, taps[0],
-                taps[1], taps[2], taps[3]);
+    std::printf("     index %d, fraction %d", source.index, source.fraction);
+    if (source.index >= 0) std::printf("; taps %d %d %d %d", taps[0], taps[1], taps[2], taps[3]);
+    std::printf("\n");
 }
 
 void explainLuma(const GdcFrame& frame, const GdcSource& src, const PixelSource& at) {
@@ -69,6 +70,14 @@ void explainLuma(const GdcFrame& frame, const GdcSource& src, const PixelSource&
 void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src, const uint16_t* plane,
                    const PixelSource& at) {
     const Bilinear b(chromaQuad(frame, src, plane, at), at.x, at.y, frame.settings);
+    const ChromaTaps columns = chromaTaps(at.x, frame.x.sourceSize);
+    const ChromaTaps rows = chromaTaps(at.y, frame.y.sourceSize);
+    if (at.inside) {
+        std::printf(
+            "  %s: columns %d and %d, rows %d and %d; fractions %d across, %d down, steps %d and %d\n", name,
+            columns.first, columns.second, rows.first, rows.second, b.fractionX, b.fractionY, b.stepX,
+            b.stepY);
+    }
     std::printf("  %s: %d x %lld + %d x %lld + %d x %lld + %d x %lld, rounded by 9 bits; %s = %d\n", name,
                 b.samples.leftTop, static_cast<long long>(b.leftTopWeight), b.samples.rightTop,
                 static_cast<long long>(b.rightTopWeight), b.samples.leftBottom,

@@ -1,4 +1,5 @@
 // vantor grid: make, show, check and convert grids.
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -35,13 +36,18 @@ void print(const GridCommand& command, const GridReport& report, Size frame) {
 int run(const GridCommand& command) {
     const Size size = parseSize("--size", command.size);
     const Size frame = warpFrame("--size", size);
+    if (!command.output.empty() && command.output == command.plot) {
+        throw UserError("--plot " + command.plot + ": expected another file than --output");
+    }
+    if (!std::isfinite(command.exaggerate)) throw UserError("--exaggerate: expected a number");
     const Grid grid = gridFrom(command.warp, size, frame);
     const GridReport report = examine(grid, frame);
-    print(command, report, frame);
     const std::string what = describe(command.warp);
-    if (!command.output.empty())
-        writeGrid(command.output, grid, what + ", made for pictures of " + toString(frame));
     if (!command.plot.empty()) writeWhole(command.plot, plotGrid(grid, frame, command.exaggerate, what));
+    if (!command.output.empty()) {
+        writeGrid(command.output, grid, what + ", made for pictures of " + toString(frame));
+    }
+    print(command, report, frame);
     const bool isFaulty = report.foldedCells != 0 || report.nodesBeyondRange != 0;
     return command.check && isFaulty ? kDifferent : kDone;
 }

@@ -52,7 +52,9 @@ int runTool(int argc, char** argv) {
     app.name("vantor");
     app.set_version_flag("--version", "vantor " VANTOR_VERSION);
     app.require_subcommand(1);
-    app.footer("Exit status: 0 done (compare: identical), 1 different (compare only), 2 trouble.");
+    app.footer(
+        "Exit status: 0 done (compare, crosscheck: identical), 1 different (grid --check: faults), 2 "
+        "trouble.");
     Run run;
     addScale(app, run);
     addWarp(app, run);

@@ -4,23 +4,13 @@
 #include <algorithm>
 
 #include "gdc_model/gdc_run.h"
-#include "gdc_model/gdc_scales.h"
 #include "tools/vantor/warp_map.h"
 
 namespace vantor::tool {
 
-/// The parameters of a whole-picture warp, as the library sets them.
+/// The parameters of a whole-picture warp.
 inline GdcFrame modelFrame(Size size) {
-    const GdcScales x = gdcScalesX(size.width);
-    const GdcScales y = gdcScalesY(size.height);
-    GdcFrame frame{};
-    frame.x = {
-        size.width, x.shifter, std::min(x.scale, kLargestScale), x.invScale, kOutScaleOne, 0, size.width,
-        0,          0};
-    frame.y = {
-        size.height, y.shifter, std::min(y.scale, kLargestScale), y.invScale, kOutScaleOne, 0, size.height,
-        0,           0};
-    return frame;
+    return requestFrame(size.width, size.height, {0, 0, size.width - 1, size.height - 1});
 }
 
 /// A grid as rows of nodes.

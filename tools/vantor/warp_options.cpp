@@ -39,19 +39,21 @@ WarpParts partsOf(const WarpOptions& options) {
 }  // namespace
 
 bool WarpOptions::hasParts() const {
-    return rotate != 0 || zoom != 1 || !(shear.empty() && shift.empty() && lens.empty() && center.empty());
+    return std::any_of(parts.begin(), parts.end(), [](const CLI::Option* part) { return part->count() > 0; });
 }
 
 void addWarpOptions(CLI::App& command, WarpOptions& options) {
-    command.add_option("--rotate", options.rotate, "Turn by degrees, counter-clockwise");
-    command.add_option("--zoom", options.zoom, "Enlarge by a factor");
-    command.add_option("--shear", options.shear,
-                       "X,Y: pixels to the right a pixel down, and down a pixel to the right");
-    command.add_option("--shift", options.shift, "X,Y: move by pixels to the right and down");
-    command.add_option("--lens", options.lens,
-                       "K1[,K2[,K3[,P1,P2]]]: take out a lens's distortion; radii in halves of the diagonal");
-    command.add_option("--center", options.center,
-                       "X,Y: the middle of all that, in pixels; the picture's if not given");
+    options.parts = {
+        command.add_option("--rotate", options.rotate, "Turn by degrees, counter-clockwise"),
+        command.add_option("--zoom", options.zoom, "Enlarge by a factor"),
+        command.add_option("--shear", options.shear,
+                           "X,Y: pixels to the right a pixel down, and down a pixel to the right"),
+        command.add_option("--shift", options.shift, "X,Y: move by pixels to the right and down"),
+        command.add_option(
+            "--lens", options.lens,
+            "K1[,K2[,K3[,P1,P2]]]: take out a lens's distortion; radii in halves of the diagonal"),
+        command.add_option("--center", options.center,
+                           "X,Y: the middle of all that, in pixels; the picture's if not given")};
 }
 
 Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {

@@ -2,9 +2,8 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <array>
-#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "tools/vantor/warp_map.h"
 
@@ -19,6 +18,8 @@ struct WarpOptions {
     std::string shift;
     std::string lens;
     std::string center;
+
+    std::vector<const CLI::Option*> parts{};  ///< the options above but the file, once declared
 
     /// Whether any part was given.
     bool hasParts() const;

@@ -2,6 +2,7 @@
 // replaces the platform's logger and thread calls, and so sees every one that the library makes.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <pthread.h>
 
 #include <cstdarg>
@@ -280,6 +281,7 @@ TEST_F(Warp, ChromaGoesWhereThePlanesSay) {
     EXPECT_EQ(0, run(IMAGE_FORMAT_GRAYSCALE));
     EXPECT_EQ(dst.block[96 * 64 - 1], 1);
     EXPECT_EQ(dst.block[96 * 64], 2);
+    EXPECT_EQ(m_LT_val, 0);  // the model's chroma
     EXPECT_EQ(0, run());
     EXPECT_EQ(dst.block, src.block);
     dst.data.uv = out.data();
@@ -295,10 +297,12 @@ TEST_F(Warp, RegionsAreTakenAsTheyAre) {
     dst.data.cropRight = -1;  // empty: zero bytes
     EXPECT_EQ(0, run());
     EXPECT_EQ(dst.block, std::vector<uint8_t>(dst.block.size(), 0));
+    dst.data.cropTop = 3;
     dst.data.cropRight = 299;  // larger than the picture: its first samples, what lies outside black
     EXPECT_EQ(0, run());
     EXPECT_EQ(dst.block[95], 1);
     EXPECT_EQ(dst.block[96], 0);
+    EXPECT_EQ(m_nOutCropStartY * 1000 + m_nOutCropHeight, 3 * 1000 + 61);
     dst.data.cropLeft = INT32_MIN;
     EXPECT_EQ(-38, run());
     dst.data.cropLeft = dst.data.cropTop = 0;
@@ -312,12 +316,16 @@ TEST_F(Warp, RegionsAreTakenAsTheyAre) {
 TEST_F(Warp, NullPlanesAreFoundBeforeAndAfterTheCore) {
     grid.dX[5] = 77;
     src.data.y = nullptr;
+    const size_t before = mallinfo2().uordblks;
     EXPECT_EQ(-38, run());
     expectError("runGDCCModelGrid():1073 Invalid arguments [src.y=(nil) / src.uv=(nil)]");
     EXPECT_NE(m_curGrid_dX[0][5], 77);
     src.data.y = src.block.data();
     dst.data.y = nullptr;
     EXPECT_EQ(-38, run());
+    const size_t kept = mallinfo2().uordblks - before;
+    EXPECT_GE(kept, 2 * 12 * 96 * 64U);
+    EXPECT_LT(kept, 2 * 12 * 96 * 64U + 20000);
     expectError("runGDCCModelGrid():1102 Invalid arguments [dst.y=(nil) / dst.uv=(nil)]");
     EXPECT_EQ(m_curGrid_dX[0][5], 77);
 }

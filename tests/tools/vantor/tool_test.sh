@@ -143,6 +143,15 @@ expect 0 "grid of turn.grid" grid turn.grid -o turn.txt
 expect 0 "" grid turn.txt -o again.grid
 cmp turn.grid again.grid || fail "a grid changed on its way through text"
 expect 0 "320x180 rgb" info mesh.png
+for start in 0 4356; do # dX, then dY, little-endian
+    od -An -td4 -v -w12 -j$start -N12 turn.grid | tr -s ' ' | grep -qF -- "$(grep -A1 "^d$([ $start = 0 ] && echo X || echo Y)" turn.txt |
+        tail -1 | cut -d' ' -f1-3)" || fail "the wire form at byte $start"
+done
+expect 0 "" grid --zoom 1 --size 320x180 -o long.txt
+sed -i "2s/.*/# $(head -c $((8709 - $(sed 2d long.txt | wc -c))) /dev/zero | tr '\0' x)/" long.txt
+expect 0 "moves: 0.00 to 0.00" grid long.txt # text of as many bytes as the wire form
+expect 2 "turned.png: no grid: " grid turned.png
+expect 2 "--plot a.png: expected another file than --output" grid --rotate 1 --plot a.png -o a.png
 expect 0 "" warp chart.png -o by_options.png --rotate 2
 expect 0 "" warp chart.png -o by_grid.png --grid turn.txt
 expect 0 "R: equal" compare by_options.png by_grid.png
@@ -165,6 +174,23 @@ expect 0 "the library's picture has Y" explain chart.png 160 90 --rotate 10
 said=$(sed -n 's/.*\([YUV]\) = \([0-9]*\)$/\1 \2/p' out | paste -sd, | sed 's/,/, /g')
 grep -qF "picture has $said there" out || fail "explain says $said: $(cat out)"
 expect 2 "X Y 320 0: expected 0 0 to 319 179" explain chart.png 320 0 --rotate 10
+
+
+# The hardware path.
+expect 0 "as nv12 on the hardware path (software service)" scale chart.png -o hw.png --size 160x90 --path hw
+expect 0 "R: equal" compare hw.png half.png
+expect 0 "as gray on the hardware path" warp odd.gray --input-size 101x77 -o hw_odd.gray --shift 5,5 --path hw
+(ulimit -n 6 && "$vantor" scale odd.gray --input-size 101x77 -o x.gray --size 160x90 --path hw) >out 2>&1
+grep -qF "Src width(101) and height(77) must be aligned" out || fail "a refusal by the hardware path: $(cat out)"
+(ulimit -n 6 && "$vantor" scale chart.png -o fallback.gray --size 160x90 --path hw) >out 2>&1 || fail "$(cat out)"
+grep -qF "as gray by the hardware path's fallback (ion_alloc_fd(3) failed)" out || fail "a fallback: $(cat out)"
+expect 0 "" scale chart.png -o expected.gray --size 160x90
+cmp fallback.gray expected.gray || fail "a fallback's bytes"
+expect 0 "processor: identical" crosscheck chart.png --size 200x100
+expect 0 "processor: identical" crosscheck expected.gray --input-size 160x90 --size 64x126
+expect 0 "processor: identical" crosscheck chart.png --rotate 30
+expect 2 "expected --size for a scaling request, or" crosscheck chart.png
+expect 2 "--path fpga: expected hw or sw" scale chart.png -o x.png --size 8x8 --path fpga
 
 VANTOR_CPU=plain expect 0 "in use plain" info
 expect 0 "pictures of 4x4 to 16384x16384" info

@@ -62,6 +62,12 @@ TEST(WarpMap, PartsLeadFromTheOutputToTheSource) {
     expectSource(shift, {100, 50}, {97, 54});
     lens.lens = {0.5, 0, 0, 0, 0};  // the corner, at radius 1, comes from half as far again
     expectSource(lens, {200, 100}, {250, 125});
+    lens.lens = {0, 0, 0.25, 0.1, 0};  // r = 1 there: 1.25 x, and 2 p1 x y, p1 (1 + 2 y^2) with x = 2 y
+    expectSource(lens, {200, 100}, {233.94427190999916, 128.1524758424985});
+    lens.lens = {0, 0, 0, 0, 0.1};
+    expectSource(lens, {200, 100}, {229.06888370749727, 108.94427190999916});
+    shear.shear = {0, 0.5};
+    expectSource(shear, {110, 70}, {110, 65});
     turn.shift = {10, 0};  // after the turn on the way to the source
     expectSource(turn, {100, 10}, {130, 50});
 }

@@ -8,9 +8,9 @@ namespace vantor::tool {
 
 /// Exit statuses of all sub-commands.
 enum Status : int {
-    kDone = 0,       ///< done; for `compare`: identical
-    kDifferent = 1,  ///< `compare` only: different
-    kTrouble = 2,    ///< nothing was done; standard error says why
+    kDone = 0,       ///< done; for `compare` and `crosscheck`: identical
+    kDifferent = 1,  ///< `compare`, `crosscheck`: different; `grid --check`: the grid has faults
+    kTrouble = 2,    ///< it could not be done; standard error says why
 };
 
 /// Trouble that the user can mend: the text names the file or option, its value and what was expected.

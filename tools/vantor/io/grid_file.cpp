@@ -1,9 +1,12 @@
 #include "tools/vantor/io/grid_file.h"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <filesystem>
 #include <sstream>
 
+#include "gdc_model/grid_interp.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/input_file.h"
 #include "tools/vantor/io/output_file.h"
@@ -13,7 +16,8 @@ namespace {
 
 using Grid = hardware::vantorClient::_GDCGrid;
 
-constexpr int kNodes = 33;
+using vantor::kGridNodes;
+constexpr int kValues = kGridNodes * kGridNodes;
 
 int32_t littleEndian(const uint8_t* bytes) {
     uint32_t value = 0;
@@ -23,14 +27,14 @@ int32_t littleEndian(const uint8_t* bytes) {
 
 Grid fromWire(const std::vector<uint8_t>& bytes) {
     Grid grid;
-    for (int k = 0; k < kNodes * kNodes; ++k) {
+    for (int k = 0; k < kValues; ++k) {
         grid.dX[k] = littleEndian(&bytes[static_cast<size_t>(4 * k)]);
         grid.dY[k] = littleEndian(&bytes[sizeof grid.dX + static_cast<size_t>(4 * k)]);
     }
     return grid;
 }
 
-void appendWire(const int32_t (&table)[kNodes * kNodes], std::vector<uint8_t>& bytes) {
+void appendWire(const int32_t (&table)[kValues], std::vector<uint8_t>& bytes) {
     for (int32_t value : table) {
         for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<uint8_t>(value >> shift));
     }
@@ -73,7 +77,7 @@ private:
         throw UserError(path_ + ": no grid: line " + std::to_string(line_) + ": " +
                         (word.empty() ? "the file ends" : "'" + word.substr(0, 40) + "'") + ", expected " +
                         expected +
-                        " (a grid has 8712 bytes, or is text with dX and dY of 33 x 33 numbers each)");
+                        " (a grid is text with dX and dY of 33 x 33 numbers each, or has 8712 bytes)");
     }
 
     std::string path_;
@@ -93,10 +97,10 @@ Grid fromText(const std::string& path, const std::vector<uint8_t>& bytes) {
     return grid;
 }
 
-void appendText(const char* name, const int32_t (&table)[kNodes * kNodes], std::string& text) {
+void appendText(const char* name, const int32_t (&table)[kValues], std::string& text) {
     text += std::string(name) + "\n";
-    for (int k = 0; k < kNodes * kNodes; ++k) {
-        text += std::to_string(table[k]) + (k % kNodes == kNodes - 1 ? "\n" : " ");
+    for (int k = 0; k < kValues; ++k) {
+        text += std::to_string(table[k]) + (k % kGridNodes == kGridNodes - 1 ? "\n" : " ");
     }
 }
 
@@ -104,14 +108,25 @@ void appendText(const char* name, const int32_t (&table)[kNodes * kNodes], std::
 
 Grid readGrid(const std::string& path) {
     const std::vector<uint8_t> bytes = readWhole(path);
-    return bytes.size() == sizeof(Grid) ? fromWire(bytes) : fromText(path, bytes);
+    const bool isText =
+        std::all_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c >= ' ' || std::isspace(c); }) &&
+        std::none_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c == 0x7F; });
+    // A text may well have as many bytes as the wire form; a wire form without any control character is no
+    // grid.
+    if (isText) return fromText(path, bytes);
+    if (bytes.size() == sizeof(Grid)) return fromWire(bytes);
+    throw UserError(path + ": no grid: " + std::to_string(bytes.size()) +
+                    " bytes that are no text, expected " + std::to_string(sizeof(Grid)));
 }
 
 void writeGrid(const std::string& path, const Grid& grid, const std::string& comment) {
     std::vector<uint8_t> bytes;
     if (std::filesystem::path(path).extension() == ".txt") {
+        std::string line = comment;
+        std::replace_if(
+            line.begin(), line.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
         std::string text =
-            "# Moves of 33 x 33 grid nodes in 1/256 of a virtual frame of 8192 x 6144.\n# " + comment + "\n";
+            "# Moves of 33 x 33 grid nodes in 1/256 of a virtual frame of 8192 x 6144.\n# " + line + "\n";
         appendText("dX", grid.dX, text);
         appendText("dY", grid.dY, text);
         bytes.assign(text.begin(), text.end());

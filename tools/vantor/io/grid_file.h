@@ -9,7 +9,7 @@
 
 namespace vantor::tool {
 
-/// Reads either form: the wire form (8712 bytes: dX, then dY, little-endian) is told by its length.
+/// Reads either form. The wire form has 8712 bytes: dX, then dY, little-endian.
 hardware::vantorClient::_GDCGrid readGrid(const std::string& path);
 
 /// The text form for a name ending in .txt: a line "dX", 33 rows of 33 numbers, a line "dY", 33 more; "#"

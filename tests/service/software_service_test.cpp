@@ -1,0 +1,167 @@
+// The software service: the processor's bytes for whole pictures, regions, and anything that a client may
+// send.
+#include "service/software_service.h"
+
+#include <cutils/native_handle.h>
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <ion/ion.h>
+#include <sys/mman.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "hardware/vantorClient/vantor_client.h"
+#include "tests/golden.h"
+
+namespace vantor::test {
+namespace {
+
+using hardware::vantorClient;
+using Geometry = SoftwareService::Geometry;
+
+/// A shared buffer with a picture's bytes.
+struct Shared {
+    explicit Shared(const std::vector<uint8_t>& content) {
+        const int device = ion_open();
+        EXPECT_EQ(0, ion_alloc_fd(device, content.size(), 4096, 1, 3, &fd));
+        ion_close(device);
+        length = content.size();
+        bytes = static_cast<uint8_t*>(mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
+        std::copy(content.begin(), content.end(), bytes);
+    }
+    ~Shared() {
+        munmap(bytes, length);
+        close(fd);
+    }
+    std::vector<uint8_t> copy(size_t count) const { return {bytes, bytes + count}; }
+
+    int fd = -1;
+    size_t length;
+    uint8_t* bytes;
+};
+
+size_t entries(const char* folder) {
+    size_t count = 0;
+    DIR* open = opendir(folder);
+    while (readdir(open) != nullptr) ++count;
+    closedir(open);
+    return count;
+}
+
+size_t mappings() {
+    std::ifstream maps("/proc/self/maps");
+    size_t count = 0;
+    for (std::string line; std::getline(maps, line);) count += line.find("memfd") != std::string::npos;
+    return count;
+}
+
+TEST(SoftwareService, GivesTheProcessorsBytesAndKeepsNothing) {
+    startSoftwareService();
+    ASSERT_EQ(0, vantorClient::init());
+    GoldenPicture src(112, 66), dst(112, 66), scaled(64, 48);
+    src.generate(false);
+    vantorClient::_GDCGrid grid;
+    Generator generator{5};
+    for (int k = 0; k < 1089; ++k)
+        grid.dX[k] = grid.dY[k] = static_cast<int32_t>(generator.next() >> 15) - 65536;
+    for (int format : {0, 1}) {
+        const auto check = [&](GoldenPicture& expected, const auto& hardware, const auto& processor) {
+            ASSERT_EQ(0, processor(expected.data, src.data));
+            Shared from(src.bytes), to(std::vector<uint8_t>(expected.bytes.size()));
+            auto given = src.data, taken = expected.data;
+            given.fdY = from.fd;
+            taken.fdY = to.fd;
+            given.y = taken.y = nullptr;
+            size_t descriptors = 0, mapped = mappings();
+            const char* requests = std::getenv("VANTOR_REQUESTS");
+            for (int i = 0; i < (format == 0 ? 1 : requests ? std::atoi(requests) : 50); ++i) {
+                if (i == 1) descriptors = entries("/proc/self/fd");
+                ASSERT_EQ(0, hardware(taken, given));
+            }
+            EXPECT_TRUE(format == 0 || descriptors == entries("/proc/self/fd"));
+            EXPECT_EQ(mapped, mappings());
+            const auto luma = static_cast<size_t>(taken.width * taken.height);
+            const size_t count =
+                format == 1 ? luma * 3 / 2 : luma;  // gray pictures leave their chroma to chance
+            expected.bytes.resize(count);
+            EXPECT_EQ(to.copy(count), expected.bytes);
+            expected.bytes.resize(luma * 3 / 2);
+        };
+        check(
+            scaled, [&](auto& d, auto& s) { return vantorClient::runCSC(d, s, format); },
+            [&](auto& d, auto& s) { return vantorClient::runInterpBicubic(d, s, format); });
+        check(
+            dst,
+            [&](auto& d, auto& s) { return vantorClient::runGDCGrid(d, s, grid, format, hardware::GDC_HW); },
+            [&](auto& d, auto& s) {
+                return vantorClient::runGDCGrid(d, s, grid, format, hardware::GDC_C_MODEL);
+            });
+    }
+}
+
+/// Calls the service with one or two buffers a side.
+struct Direct : testing::Test {
+    static native_handle_t* handle(const std::vector<int>& fds) {
+        native_handle_t* created = native_handle_create(static_cast<int>(fds.size()), 0);
+        std::copy(fds.begin(), fds.end(), created->data);
+        return created;
+    }
+    int32_t scale(const Geometry& dstSize, const std::vector<int>& to, const Geometry& srcSize,
+                  const std::vector<int>& from) {
+        SoftwareService::Handle dstHandle, srcHandle;
+        dstHandle.setTo(handle(to), false);
+        srcHandle.setTo(handle(from), false);
+        const int32_t status = service->runCSC(dstSize, dstHandle, srcSize, srcHandle, nullptr);
+        if (status != 0) {  // then a warp is refused as well
+            EXPECT_EQ(status, int32_t{service->runGDC(dstSize, dstHandle, srcSize, srcHandle, {}, nullptr)});
+        }
+        native_handle_delete(const_cast<native_handle_t*>(dstHandle.getNativeHandle()));
+        native_handle_delete(const_cast<native_handle_t*>(srcHandle.getNativeHandle()));
+        return status;
+    }
+
+    android::sp<SoftwareService> service = new SoftwareService;
+    std::vector<uint8_t> content = std::vector<uint8_t>(64 * 64 * 3 / 2, 50);
+    Shared src{content}, dst{std::vector<uint8_t>(content.size(), 9)};
+};
+
+TEST_F(Direct, ScalesRegionsAndLeavesTheRestAlone) {
+    for (int i = 0; i < 64 * 64; ++i) src.bytes[i] = i % 64 < 32 ? 50 : 200;
+    EXPECT_EQ(0, scale({64, 64, 8, 16, 23, 31}, {dst.fd}, {64, 64, 32, 0, 63, 63}, {src.fd}));
+    for (int y = 0; y < 64; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            const bool inside = x >= 8 && x < 24 && y >= 16 && y < 32;
+            ASSERT_EQ(dst.bytes[64 * y + x], inside ? 200 : 9) << x << " " << y;
+            const bool hasChroma = x >= 8 && x < 24 && y >= 8 && y < 16;
+            ASSERT_TRUE(y >= 32 || dst.bytes[64 * (64 + y) + x] == (hasChroma ? 50 : 9)) << x << " " << y;
+        }
+    }
+}
+
+TEST_F(Direct, RefusesWhatDoesNotFit) {
+    const Geometry whole{64, 64, 0, 0, 63, 63};
+    EXPECT_EQ(0, scale(whole, {dst.fd, dst.fd}, whole, {src.fd, src.fd}));
+    // Buffers are rounded up to whole pages: 8192 bytes here.
+    const Geometry wrong[] = {
+        {96, 64, 0, 0, 95, 63},         {64, 64, 0, 0, 64, 63},
+        {64, 64, -2, 0, 63, 63},        {64, 64, 0, 1, 63, 63},
+        {64, 64, 0, 0, 1, 63},          {64, 64, 40, 0, 31, 63},
+        {63, 64, 0, 0, 61, 63},         {0, 0, 0, 0, 0, 0},
+        {-64, -64, 0, 0, -65, -65},     {8194, 2, 0, 0, 8193, 1},
+        {8192, 8192, 0, 0, 8191, 8191}, {INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX}};
+    for (const Geometry& geometry : wrong) {
+        EXPECT_NE(0, scale(geometry, {dst.fd}, whole, {src.fd}))
+            << geometry.width << " " << geometry.cropRight;
+        EXPECT_NE(0, scale(whole, {dst.fd}, geometry, {src.fd}))
+            << geometry.width << " " << geometry.cropRight;
+    }
+    for (const std::vector<int>& fds :
+         {std::vector<int>{}, {src.fd, src.fd, src.fd}, {-1}, {9999}, {0}, {src.fd, -1}}) {
+        EXPECT_NE(0, scale(whole, {dst.fd}, whole, fds));
+    }
+    EXPECT_NE(0, int32_t{service->runCSC(whole, nullptr, whole, nullptr, nullptr)});
+}
+
+}  // namespace
+}  // namespace vantor::test
