@@ -4,7 +4,7 @@
 set -eu
 packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libyuv-dev nlohmann-json3-dev googletest python3"
 if [ "${1:-}" = --all ]; then
-    packages="$packages clang clang-format libclang-rt-14-dev g++-arm-linux-gnueabi g++-aarch64-linux-gnu"
+    packages="$packages clang clang-format libclang-rt-14-dev lld g++-arm-linux-gnueabi g++-aarch64-linux-gnu"
     packages="$packages hidl-gen qemu-user"
 fi
 

@@ -1,6 +1,6 @@
 #!/bin/sh
 # test.sh [--all]: sets up, builds and runs the native tests; with --all the whole matrix: the format of the sources,
-# the generated headers, the platform's real libraries, g++ and clang, sanitizers, and 32-bit and 64-bit ARM under the
+# the generated headers, the platform's real libraries, a build for the device's triple, g++ and clang, sanitizers, and 32-bit and 64-bit ARM under the
 # emulator.
 set -eu
 cd "$(dirname "$0")/.."
@@ -22,5 +22,6 @@ if [ "${1:-}" = --all ]; then
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
     scripts/hidl.sh --check
     scripts/conformance.sh
+    scripts/android.sh
     for preset in asan tsan arm arm64; do run "$preset"; done
 fi
