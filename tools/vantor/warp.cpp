@@ -45,8 +45,7 @@ Request requestFrom(const WarpCommand& command, int32_t target, Size picture, Si
     if (!command.matrix.empty()) {
         return
             [target, matrix = parseMatrix(command.matrix)](const auto& dst, const auto& src, int32_t format) {
-                return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format,
-                                                            hardware::GDC_C_MODEL);
+                return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format, target);
             };
     }
     return [target, grid = gridFrom(command.warp, picture, frame)](const auto& dst, const auto& src,
