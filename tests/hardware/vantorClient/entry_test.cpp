@@ -312,7 +312,7 @@ TEST_F(Warp, RegionsAreTakenAsTheyAre) {
 }
 
 // A rejected run keeps its working memory: required, and reported as leaks by those who look for them.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(VANTOR_KEEP_THREAD_CALLS)
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(VANTOR_KEEP_THREAD_CALLS)
 TEST_F(Warp, NullPlanesAreFoundBeforeAndAfterTheCore) {
     grid.dX[5] = 77;
     src.data.y = nullptr;

@@ -181,15 +181,17 @@ expect 0 "as nv12 on the hardware path (software service)" scale chart.png -o hw
 expect 0 "R: equal" compare hw.png half.png
 expect 0 "as gray on the hardware path" warp odd.gray --input-size 101x77 -o hw_odd.gray --shift 5,5 --path hw
 expect 2 "Src width(101) and height(77) must be aligned" scale odd.gray --input-size 101x77 -o x.gray --size 160x90 --path hw
-(   # descriptors enough for the allocator and two pictures, and no more
-    for descriptor in /proc/$BASHPID/fd/*; do
-        [ "${descriptor##*/}" -gt 2 ] && eval "exec ${descriptor##*/}>&-"
-    done
-    ulimit -n 6 && "$vantor" scale chart.png -o fallback.gray --size 160x90 --path hw
-) >out 2>&1 || fail "$(cat out)"
-grep -qF "as gray by the hardware path's fallback (ion_alloc_fd(3) failed)" out || fail "a fallback: $(cat out)"
 expect 0 "" scale chart.png -o expected.gray --size 160x90
-cmp fallback.gray expected.gray || fail "a fallback's bytes"
+if [ -z "${SANITIZED:-}" ]; then # sanitizers want descriptors of their own
+    (   # descriptors enough for the allocator and two pictures, and no more
+        for descriptor in /proc/$BASHPID/fd/*; do
+            [ "${descriptor##*/}" -gt 2 ] && eval "exec ${descriptor##*/}>&-"
+        done
+        ulimit -n 6 && "$vantor" scale chart.png -o fallback.gray --size 160x90 --path hw
+    ) >out 2>&1 || fail "$(cat out)"
+    grep -qF "as gray by the hardware path's fallback (ion_alloc_fd(3) failed)" out || fail "a fallback: $(cat out)"
+    cmp fallback.gray expected.gray || fail "a fallback's bytes"
+fi
 VANTOR_LOG=info expect 0 "runGDCHWGrid():970 WARPING done" warp chart.png -o x.png --matrix 4096,0,0,0,4096,0 --path hw
 expect 0 "processor: identical" crosscheck chart.png --size 200x100
 expect 0 "processor: identical" crosscheck expected.gray --input-size 160x90 --size 64x126
