@@ -7,21 +7,13 @@ namespace reference {
 namespace {
 
 // The engine's 32-bit registers: whatever leaves them wraps in two's complement.
-int wrap(int64_t value) {
-    return static_cast<int>(static_cast<uint32_t>(value));
-}
+int wrap(int64_t value) { return static_cast<int>(static_cast<uint32_t>(value)); }
 
-int pow2(int64_t exponent) {
-    return wrap(int64_t{1} << (exponent & 31));
-}  // exponent modulo 32
+int pow2(int64_t exponent) { return wrap(int64_t{1} << (exponent & 31)); }  // exponent modulo 32
 
-int div3(int64_t value) {
-    return static_cast<int>(static_cast<double>(value) / 3.0);
-}
+int div3(int64_t value) { return static_cast<int>(static_cast<double>(value) / 3.0); }
 
-int clampDisplacement(int64_t v) {
-    return static_cast<int>(std::clamp<int64_t>(v, -4194304, 4194303));
-}
+int clampDisplacement(int64_t v) { return static_cast<int>(std::clamp<int64_t>(v, -4194304, 4194303)); }
 
 // Cubic convolution kernel, a = -0.5, for x in 0..2.
 double kernel(double x) {
@@ -33,8 +25,7 @@ struct WeightTable {
     int tap[4][256];
     WeightTable() {
         for (int k = 0; k < 4 * 256; ++k)
-            tap[k / 256][k % 256] =
-                static_cast<int>(std::round(256 * kernel(std::abs(1 - k / 256 + k % 256 / 256.0))));
+            tap[k / 256][k % 256] = static_cast<int>(std::round(256 * kernel(std::abs(1 - k / 256 + k % 256 / 256.0))));
     }
 } const weights;
 
@@ -103,10 +94,10 @@ int64_t bicubic(const GdcState& s, const int (&tap)[4][4], int fx, int fy) {
 void warpPixel(GdcState& s, uint16_t* dst, const uint16_t* src, int col, int row) {
     const int ox = wrap(int64_t{s.m_nOutCropStartX} + col), oy = wrap(int64_t{s.m_nOutCropStartY} + row);
     s.m_VirtStepShiftX = 8, s.m_VirtStepShiftY = 6;
-    const int vx = s.m_VirtCordX = virtualCoord(ox, s.m_nCropStartX, s.m_OutScaleX, s.m_nScaleX,
-                                                s.m_nScaleShifterX, s.m_bMirrorX, 16384);
-    const int vy = s.m_VirtCordY = virtualCoord(oy, s.m_nCropStartY, s.m_OutScaleY, s.m_nScaleY,
-                                                s.m_nScaleShifterY, s.m_bMirrorY, 12288);
+    const int vx = s.m_VirtCordX =
+        virtualCoord(ox, s.m_nCropStartX, s.m_OutScaleX, s.m_nScaleX, s.m_nScaleShifterX, s.m_bMirrorX, 16384);
+    const int vy = s.m_VirtCordY =
+        virtualCoord(oy, s.m_nCropStartY, s.m_OutScaleY, s.m_nScaleY, s.m_nScaleShifterY, s.m_bMirrorY, 12288);
     const int cx = (vx >> 9) + 1, cy = static_cast<int>((vy >> 7) / 3.0 + 1.0);
     const int dX = gridInterp(vx, vy, cx, cy, s.m_curGrid_dX);
     const int dY = gridInterp(vx, vy, cx, cy, s.m_curGrid_dY);
@@ -165,10 +156,10 @@ int gridInterp(int vx, int vy, int cx, int cy, const int (&grid)[33][33]) {
     return clampDisplacement(pb + hwround(int64_t{delta} * u, 9) - gx);
 }
 
-void gdcCore(GdcState& s, const GdcOptions& o, uint16_t* dst, const uint16_t* src, const int* gridDX,
-             const int* gridDY, int width, int height, int, int, int scaleShifterX, int scaleShifterY,
-             int scaleX, int scaleY, int invScaleX, int invScaleY, int outScaleX, int outScaleY,
-             int outCropStartX, int outCropStartY, int outWidth, int outHeight) {
+void gdcCore(GdcState& s, const GdcOptions& o, uint16_t* dst, const uint16_t* src, const int* gridDX, const int* gridDY,
+             int width, int height, int, int, int scaleShifterX, int scaleShifterY, int scaleX, int scaleY,
+             int invScaleX, int invScaleY, int outScaleX, int outScaleY, int outCropStartX, int outCropStartY,
+             int outWidth, int outHeight) {
     for (int k = 0; k < 33 * 33; ++k)
         s.m_curGrid_dX[k / 33][k % 33] = gridDX[k], s.m_curGrid_dY[k / 33][k % 33] = gridDY[k];
     s.m_nWidth = s.m_OrgWidth = s.m_PxcStrideLum = s.m_PxcStrideChroma = width;

@@ -15,7 +15,7 @@ struct GdcState {
     int m_nOutCropStartX = 0, m_nOutCropStartY = 0, m_nOutCropWidth = 0, m_nOutCropHeight = 0;
     int m_interpType = 0, m_clampType = 0, m_YuvFormat = 0, m_Src10bitFormat = 0, m_Dst10bitFormat = 0;
     int m_VirtCordX = 0, m_VirtCordY = 0, m_VirtStepShiftX = 0, m_VirtStepShiftY = 0;  // per pixel
-    int m_LT_val = 0, m_RT_val = 0, m_LB_val = 0, m_RB_val = 0;  // last bilinear interpolation: samples,
+    int m_LT_val = 0, m_RT_val = 0, m_LB_val = 0, m_RB_val = 0;          // last bilinear interpolation: samples,
     int m_dltL = 0, m_dltT = 0, m_StepXShifter = 0, m_StepYShifter = 0;  // fractions and extra fraction bits
 };
 
@@ -25,10 +25,10 @@ struct GdcOptions {
     int mirrorX = 0, mirrorY = 0, cropStartX = 0, cropStartY = 0;
 };
 
-void gdcCore(GdcState& state, const GdcOptions& options, uint16_t* dst, const uint16_t* src,
-             const int* gridDX, const int* gridDY, int width, int height, int spareWidth, int spareHeight,
-             int scaleShifterX, int scaleShifterY, int scaleX, int scaleY, int invScaleX, int invScaleY,
-             int outScaleX, int outScaleY, int outCropStartX, int outCropStartY, int outWidth, int outHeight);
+void gdcCore(GdcState& state, const GdcOptions& options, uint16_t* dst, const uint16_t* src, const int* gridDX,
+             const int* gridDY, int width, int height, int spareWidth, int spareHeight, int scaleShifterX,
+             int scaleShifterY, int scaleX, int scaleY, int invScaleX, int invScaleY, int outScaleX, int outScaleY,
+             int outCropStartX, int outCropStartY, int outWidth, int outHeight);
 
 // value / 2^shift rounded to nearest, ties towards plus infinity; shift 0..63.
 int64_t hwround(int64_t value, int shift);

@@ -52,17 +52,15 @@ std::string warpedHash(const std::string& kind, std::istream& numbers) {
     GoldenPicture src(width, height), dst(width, height);
     src.generate(false);
     const bool isMatrix = kind == "matrix";
-    const int status =
-        isMatrix ? vantorClient::runGDCMatrix(dst.data, src.data, read<int16_t, 6>(numbers).data(), 1, 1)
-                 : vantorClient::runGDCGrid(dst.data, src.data, generatedGrid(kind == "gridraw", numbers),
-                                            hardware::IMAGE_FORMAT_NV12, hardware::GDC_C_MODEL);
+    const int status = isMatrix
+                           ? vantorClient::runGDCMatrix(dst.data, src.data, read<int16_t, 6>(numbers).data(), 1, 1)
+                           : vantorClient::runGDCGrid(dst.data, src.data, generatedGrid(kind == "gridraw", numbers),
+                                                      hardware::IMAGE_FORMAT_NV12, hardware::GDC_C_MODEL);
     EXPECT_EQ(0, status);
     return hash(dst.bytes);
 }
 
-TEST(GdcModel, GivesTheGoldenBytes) {
-    expectGolden(GOLDEN_GDC, 26, warpedHash);
-}
+TEST(GdcModel, GivesTheGoldenBytes) { expectGolden(GOLDEN_GDC, 26, warpedHash); }
 
 }  // namespace
 }  // namespace vantor::test

@@ -57,8 +57,7 @@ void expectSameState(const reference::GdcState& state) {
 TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
     Random random(seed());
     reference::GdcState state;  // carried from run to run, as the library's is
-    m_VirtCordX = m_VirtCordY = m_VirtStepShiftX = m_VirtStepShiftY = m_LT_val = m_RT_val = m_LB_val =
-        m_RB_val = 0;
+    m_VirtCordX = m_VirtCordY = m_VirtStepShiftX = m_VirtStepShiftY = m_LT_val = m_RT_val = m_LB_val = m_RB_val = 0;
     m_dltL = m_dltT = m_StepXShifter = m_StepYShifter = 0;
     for (int i = 0; i < 150 && !::testing::Test::HasFailure(); ++i) {
         const auto oneIn = [&](int n, int usual, int low, int high) {
@@ -71,8 +70,7 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
         const int outScaleX = oneIn(3, 128, 0, 300), outScaleY = oneIn(3, 128, -20, 300);
         // A scale too large reaches the frame's very end, beyond the last cell.
         const int scaleX = oneIn(4, sx.scale, 0, 3 * sx.scale), scaleY = oneIn(4, sy.scale, 0, 3 * sy.scale);
-        const std::vector<int> gridX = nodes(random, random.between(0, 5)),
-                               gridY = nodes(random, random.between(0, 5));
+        const std::vector<int> gridX = nodes(random, random.between(0, 5)), gridY = nodes(random, random.between(0, 5));
         GdcFrame frame{};
         GdcSettings& s = frame.settings;
         s = {oneIn(3, 3, 0, 4), oneIn(3, 2, -1, 4), oneIn(4, 1, 0, 2), oneIn(4, 0, 0, 1), 0};
@@ -82,23 +80,19 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
         frame.y = {H, sy.shifter, scaleY, sy.invScale, outScaleY, startY, outH, cropY, mirrorY};
 
         // 4:2:2 pictures reach further than 4:2:0 ones.
-        const auto samples = [](int w, int h) {
-            return static_cast<size_t>(3 * std::max(w, 0) * std::max(h, 0) + 2);
-        };
+        const auto samples = [](int w, int h) { return static_cast<size_t>(3 * std::max(w, 0) * std::max(h, 0) + 2); };
         Samples src(samples(W, H)), expected(samples(outW, outH), 0xA5A5), actual = expected;
         const Bytes content = random.content(src.size());
         const int deep = s.src10bit && random.between(0, 1) ? 4 : 1;
-        std::transform(content.begin(), content.end(), src.begin(),
-                       [=](int c) { return uint16_t(c * deep); });
+        std::transform(content.begin(), content.end(), src.begin(), [=](int c) { return uint16_t(c * deep); });
         const reference::GdcOptions options{s.interpType, s.clampType, s.yuvFormat, s.src10bit, 0,
                                             mirrorX,      mirrorY,     cropX,       cropY};
-        reference::gdcCore(state, options, expected.data(), src.data(), gridX.data(), gridY.data(), W, H, -1,
-                           -1, sx.shifter, sy.shifter, scaleX, scaleY, sx.invScale, sy.invScale, outScaleX,
-                           outScaleY, startX, startY, outW, outH);
+        reference::gdcCore(state, options, expected.data(), src.data(), gridX.data(), gridY.data(), W, H, -1, -1,
+                           sx.shifter, sy.shifter, scaleX, scaleY, sx.invScale, sy.invScale, outScaleX, outScaleY,
+                           startX, startY, outW, outH);
         runGdc(frame, actual.data(), src.data(), gridX.data(), gridY.data());
-        EXPECT_TRUE(actual == expected)
-            << "seed " << seed() << " case " << i << ": " << W << "x" << H << " to " << outW << "x" << outH
-            << " type " << s.interpType << " yuv " << s.yuvFormat;
+        EXPECT_TRUE(actual == expected) << "seed " << seed() << " case " << i << ": " << W << "x" << H << " to " << outW
+                                        << "x" << outH << " type " << s.interpType << " yuv " << s.yuvFormat;
         expectSameState(state);
     }
 }
@@ -116,9 +110,9 @@ TEST(GdcModel, CoreFixesItsSettingsAndAZeroGridCopiesBetweenGuardPages) {
                 std::vector<int> zero(1089);
                 const GdcScales x = gdcScalesX(W), y = gdcScalesY(H);
                 m_bMirrorX = m_clampType = m_YuvFormat = 7;
-                GdcCore(reinterpret_cast<uint16_t*>(dst.data()), reinterpret_cast<uint16_t*>(src.data()),
-                        zero.data(), zero.data(), W, H, 0, 0, x.shifter, y.shifter, x.scale, y.scale,
-                        x.invScale, y.invScale, 128, 128, 0, 0, W, H);
+                GdcCore(reinterpret_cast<uint16_t*>(dst.data()), reinterpret_cast<uint16_t*>(src.data()), zero.data(),
+                        zero.data(), W, H, 0, 0, x.shifter, y.shifter, x.scale, y.scale, x.invScale, y.invScale, 128,
+                        128, 0, 0, W, H);
                 EXPECT_EQ(m_bMirrorX + 10 * m_clampType + 100 * m_YuvFormat + 1000 * m_interpType, 3120);
                 EXPECT_TRUE(W % 2 || H % 2 || dst.bytes() == bytes);
             }
@@ -163,14 +157,11 @@ TEST(GdcModel, TapWeightsAreTheCubicKernel) {
 }
 
 TEST(GdcModel, RoundsHalvesUpAndNeverOverflows) {
-    const int64_t cases[][3] = {{5, 1, 3},           {-5, 1, -2},
-                                {-3, 1, -1},         {7, 0, 7},
-                                {4096, 13, 1},       {4095, 13, 0},
-                                {-4096, 13, 0},      {-4097, 13, -1},
-                                {INT64_MIN, 63, -1}, {INT64_MIN, 1, INT64_MIN / 2},
-                                {INT64_MAX, 64, 0}};
-    for (const auto& c : cases)
-        EXPECT_EQ(hwround64_(c[0], static_cast<int>(c[1])), c[2]) << c[0] << " >> " << c[1];
+    const int64_t cases[][3] = {
+        {5, 1, 3},         {-5, 1, -2},    {-3, 1, -1},     {7, 0, 7},           {4096, 13, 1},
+        {4095, 13, 0},     {-4096, 13, 0}, {-4097, 13, -1}, {INT64_MIN, 63, -1}, {INT64_MIN, 1, INT64_MIN / 2},
+        {INT64_MAX, 64, 0}};
+    for (const auto& c : cases) EXPECT_EQ(hwround64_(c[0], static_cast<int>(c[1])), c[2]) << c[0] << " >> " << c[1];
 }
 
 TEST(GdcModel, DithersByParityAndClampsOnBothSides) {
@@ -196,8 +187,7 @@ TEST(GdcModel, PlaneConversionsRoundTripAtAnySize) {
         for (int H : {0, 1, 2, 3, 7}) {
             const auto bytes = static_cast<size_t>(W * H + H / 2 * W);
             Random random(seed());
-            GuardedPlane src(random.content(bytes), Guard::Back), planes(bytes, Guard::Back),
-                back(bytes, Guard::Back);
+            GuardedPlane src(random.content(bytes), Guard::Back), planes(bytes, Guard::Back), back(bytes, Guard::Back);
             YUV2PlaneTo3Plane(src.data(), planes.data(), W, H);
             YUV3PlaneTo2Plane(planes.data(), back.data(), W, H);
             // With an odd width the V plane lies over the end of U, so U is not all there.

@@ -20,8 +20,8 @@ using android::hidl::base::V1_0::IBase;
 static_assert(sizeof(ImageGeometry) == 24 && sizeof(GdcGrid) == 8712 && offsetof(GdcGrid, dY) == 4356);
 
 struct Service : public IVantorService {
-    Return<int32_t> runCSC(const ImageGeometry& dst, const hidl_handle&, const ImageGeometry&,
-                           const hidl_handle&, const sp<IBase>&) override {
+    Return<int32_t> runCSC(const ImageGeometry& dst, const hidl_handle&, const ImageGeometry&, const hidl_handle&,
+                           const sp<IBase>&) override {
         return dst.width;
     }
     Return<int32_t> runGDC(const ImageGeometry&, const hidl_handle&, const ImageGeometry&, const hidl_handle&,
@@ -55,8 +55,7 @@ TEST(PlatformHandle, OwnsOnlyWhatItCopied) {
     auto copy = std::make_unique<hidl_handle>(wrapped);
     hidl_handle moved(std::move(*copy));
     const int duplicate = moved->data[0];
-    EXPECT_TRUE(!copy->getNativeHandle() && wrapped.getNativeHandle() == given &&
-                duplicate != given->data[0]);
+    EXPECT_TRUE(!copy->getNativeHandle() && wrapped.getNativeHandle() == given && duplicate != given->data[0]);
     moved = nullptr;
     EXPECT_EQ(close(duplicate), -1);
     EXPECT_TRUE(native_handle_close(given) == 0 && native_handle_delete(given) == 0);
@@ -100,8 +99,7 @@ TEST(PlatformIon, GivesSealedBuffersOfZerosThatCanBeShared) {
     EXPECT_EQ(ion_alloc_fd(ion, 0, 4096, 1, 3, &fd), -EINVAL);
     EXPECT_EQ(ion_alloc_fd(-1, 1, 4096, 1, 3, &fd), -EINVAL);
     EXPECT_EQ(ion_alloc_fd(ion, 1, 4096, 1, 3, nullptr), -EINVAL);
-    for (size_t below : {0u, 4094u, 1u << 30})
-        EXPECT_EQ(ion_alloc_fd(ion, SIZE_MAX - below, 1, 1, 3, &fd), -ENOMEM);
+    for (size_t below : {0u, 4094u, 1u << 30}) EXPECT_EQ(ion_alloc_fd(ion, SIZE_MAX - below, 1, 1, 3, &fd), -ENOMEM);
     EXPECT_EQ(fd, -7);
 
     ASSERT_EQ(ion_alloc_fd(ion, size / 2 + 1, 4096, 1, 3, &fd), 0);

@@ -71,8 +71,7 @@ TEST(PlatformDeathTest, ReportsAChangeDuringAnAssignment) {
 }
 
 TEST(PlatformNativeHandle, HasLimitsAndClosesDescriptorsOnlyWhenTold) {
-    for (int wrong : {-1, 1025})
-        EXPECT_TRUE(!native_handle_create(wrong, 0) && !native_handle_create(0, wrong));
+    for (int wrong : {-1, 1025}) EXPECT_TRUE(!native_handle_create(wrong, 0) && !native_handle_create(0, wrong));
     EXPECT_EQ(native_handle_delete(native_handle_create(1024, 1024)), 0);
     EXPECT_TRUE(native_handle_delete(nullptr) == 0 && native_handle_close(nullptr) == 0);
 

@@ -27,9 +27,7 @@ std::string scaledHash(const std::string& kind, std::istream& numbers) {
     return hash(dst.bytes);
 }
 
-TEST(Scaler, GivesTheGoldenBytes) {
-    expectGolden(GOLDEN_SCALER, 32, scaledHash);
-}
+TEST(Scaler, GivesTheGoldenBytes) { expectGolden(GOLDEN_SCALER, 32, scaledHash); }
 
 }  // namespace
 }  // namespace vantor::test

@@ -38,8 +38,7 @@ TEST(Kernels, UsersLimitTheInstructionSets) {
     const std::string last = limit ? limit : "avx512";
     const int lastSet = last == "plain" ? 0 : last == "avx2" ? 2 : 3;
     for (InstructionSet set : kInstructionSets) {
-        EXPECT_EQ(isUsable(set), processorHas(set) && static_cast<int>(set) <= lastSet)
-            << instructionSetName(set);
+        EXPECT_EQ(isUsable(set), processorHas(set) && static_cast<int>(set) <= lastSet) << instructionSetName(set);
     }
 }
 
@@ -62,9 +61,7 @@ struct Columns {
     std::vector<uint8_t> phase;
 };
 
-int bilinear(int a, int b, int t, int bits, int bias) {
-    return (((1 << bits) - t) * a + t * b + bias) >> bits;
-}
+int bilinear(int a, int b, int t, int bits, int bias) { return (((1 << bits) - t) * a + t * b + bias) >> bits; }
 
 TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
     Random random(seed());
@@ -79,8 +76,8 @@ TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
         const uint8_t zeros[65539] = {};
         GuardedPlane flat({zeros, zeros + sizeof zeros}, Guard::Back);
         GuardedPlane out(2 * lanes, Guard::Back);
-        allocate_cubicinterpolate_opt_asm_2(row, phase.data(), out.data(), groups, flat.data(), row, row,
-                                            phaseY, tap.data());
+        allocate_cubicinterpolate_opt_asm_2(row, phase.data(), out.data(), groups, flat.data(), row, row, phaseY,
+                                            tap.data());
         for (size_t i = 0; i < lanes; ++i) {
             const auto h = static_cast<uint8_t>(cubicinterpolate(columns.at(i), phase[i]));
             uint8_t vertical[] = {h, 0, h, h};
@@ -89,8 +86,7 @@ TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
         bilinear_neon(columns.phase.data(), groups, columns.tap.data(), row, flat.data(), out.data(), phaseY);
         for (size_t i = 0; i < 2 * lanes; ++i) {
             const uint8_t* p = columns.at(i / 2) + i % 2;
-            ASSERT_EQ(out.data()[i],
-                      bilinear(bilinear(p[0], p[2], columns.phase[i / 2], 5, 0), 0, phaseY, 5, 0));
+            ASSERT_EQ(out.data()[i], bilinear(bilinear(p[0], p[2], columns.phase[i / 2], 5, 0), 0, phaseY, 5, 0));
         }
     }
 }

@@ -27,9 +27,7 @@ int fourTapPosition(int srcCrop, int sample, int64_t step, int srcSize) {
 
 // Last pair or chroma row that is addressed: odd sizes reach the half one at the end, tiny ones only the
 // first.
-int lastChroma(int srcSize) {
-    return srcSize < 4 ? 0 : (srcSize - 1) / 2;
-}
+int lastChroma(int srcSize) { return srcSize < 4 ? 0 : (srcSize - 1) / 2; }
 
 // H of one component of a row, a and b at bytes left and right of it. An odd-sized plane ends inside the last
 // pair or row: a missing b repeats a, for a missing a the row above stands in, and a plane without any is
@@ -45,8 +43,8 @@ int chromaH(const uint8_t* plane, int64_t planeSize, int row, int rowBytes, int 
 
 }  // namespace
 
-void luma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int srcStride, int dstWidth,
-          int dstHeight, int dstStride, int positionBits) {
+void luma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int srcStride, int dstWidth, int dstHeight,
+          int dstStride, int positionBits) {
     if (srcWidth <= 0 || srcHeight <= 0 || dstWidth <= 0 || dstHeight <= 0) return;
     const int64_t stepX = (int64_t{srcWidth} << positionBits) / dstWidth;
     const int64_t stepY = (int64_t{srcHeight} << positionBits) / dstHeight;
@@ -78,8 +76,8 @@ void luma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int src
     }
 }
 
-void chroma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int srcStride, int dstWidth,
-            int dstHeight, int dstStride) {
+void chroma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int srcStride, int dstWidth, int dstHeight,
+            int dstStride) {
     if (srcWidth <= 0 || srcHeight <= 0 || dstWidth <= 0 || dstHeight <= 0) return;
     const int64_t stepX = (int64_t{srcWidth} << 13) / dstWidth;
     const int64_t stepY = (int64_t{srcHeight} << 13) / dstHeight;
@@ -103,10 +101,9 @@ void chroma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int s
     }
 }
 
-void fourTap(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* dstUV,
-             const short* coefficients, int srcWidth, int srcHeight, int srcCropX, int srcCropY,
-             int srcCropWidth, int srcCropHeight, int dstWidth, int dstHeight, int bandX, int bandY,
-             int bandWidth, int bandHeight, bool lumaOnly) {
+void fourTap(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* dstUV, const short* coefficients,
+             int srcWidth, int srcHeight, int srcCropX, int srcCropY, int srcCropWidth, int srcCropHeight, int dstWidth,
+             int dstHeight, int bandX, int bandY, int bandWidth, int bandHeight, bool lumaOnly) {
     if (srcWidth <= 0 || srcHeight <= 0 || srcCropWidth <= 0 || srcCropHeight <= 0) return;
     if (dstWidth <= 0 || dstHeight <= 0 || bandWidth <= 0 || bandHeight <= 0) return;
     const int64_t stepX = fourTapStep(dstWidth, srcCropWidth);
@@ -155,19 +152,19 @@ void fourTap(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* 
 }
 
 void interpolate(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* dstUV, int /*srcWidth*/,
-                 int /*srcHeight*/, int srcStride, int /*dstWidth*/, int /*dstHeight*/, int dstStride,
-                 int srcCropX, int srcCropY, int srcCropWidth, int srcCropHeight, int dstCropX, int dstCropY,
-                 int dstCropWidth, int dstCropHeight, bool singlePass) {
+                 int /*srcHeight*/, int srcStride, int /*dstWidth*/, int /*dstHeight*/, int dstStride, int srcCropX,
+                 int srcCropY, int srcCropWidth, int srcCropHeight, int dstCropX, int dstCropY, int dstCropWidth,
+                 int dstCropHeight, bool singlePass) {
     const ptrdiff_t srcRows = static_cast<ptrdiff_t>(srcCropY) * srcStride;
     const ptrdiff_t dstRows = static_cast<ptrdiff_t>(dstCropY) * dstStride;
-    luma(srcY + srcRows + srcCropX, dstY + dstRows + dstCropX, srcCropWidth, srcCropHeight, srcStride,
-         dstCropWidth, dstCropHeight, dstStride, 13);
+    luma(srcY + srcRows + srcCropX, dstY + dstRows + dstCropX, srcCropWidth, srcCropHeight, srcStride, dstCropWidth,
+         dstCropHeight, dstStride, 13);
     // Half the byte offset, not half the row number: an odd crop row lands half a row into the UV plane.
     const uint8_t* src = srcUV + (srcRows >> 1) + (srcCropX & ~1);
     uint8_t* dst = dstUV + (dstRows >> 1) + (dstCropX & ~1);
     for (int pass = 0; pass < (singlePass ? 1 : 2); ++pass) {
-        chroma(src, dst, srcCropWidth >> 1, srcCropHeight >> 1, srcStride, dstCropWidth >> 1,
-               dstCropHeight >> 1, dstStride);
+        chroma(src, dst, srcCropWidth >> 1, srcCropHeight >> 1, srcStride, dstCropWidth >> 1, dstCropHeight >> 1,
+               dstStride);
     }
 }
 

@@ -33,9 +33,9 @@ struct Geometry {
     int stride;
 
     size_t bytes() const {
-        return height <= 0 || width <= 0 ? 0
-                                         : static_cast<size_t>(height - 1) * static_cast<size_t>(stride) +
-                                               static_cast<size_t>(width);
+        return height <= 0 || width <= 0
+                   ? 0
+                   : static_cast<size_t>(height - 1) * static_cast<size_t>(stride) + static_cast<size_t>(width);
     }
 };
 
@@ -53,9 +53,8 @@ void expectSame(Random& random, Geometry src, Geometry dst, size_t margin,
         product(source.data() + margin, destination.data());
         EXPECT_EQ(source.bytes(), content);
         ASSERT_TRUE(destination.bytes() == expected)
-            << "seed " << seed() << ": " << src.width << "x" << src.height << " (" << src.stride << ") to "
-            << dst.width << "x" << dst.height << " (" << dst.stride << "), guard "
-            << (guard == Guard::Front ? "front" : "back");
+            << "seed " << seed() << ": " << src.width << "x" << src.height << " (" << src.stride << ") to " << dst.width
+            << "x" << dst.height << " (" << dst.stride << "), guard " << (guard == Guard::Front ? "front" : "back");
     }
 }
 
@@ -93,8 +92,7 @@ TEST(BicubicLuma, EqualsAPixelByPixelWalkInEveryVariant) {
             random, src, dst, srcWidth <= 2 ? 1 : 0,
             [&](uint8_t* from, uint8_t* to) {
                 for (Kernel* kernel : variant.kernels) {
-                    EXPECT_EQ(0, kernel(from, to, srcWidth, srcHeight, src.stride, dstWidth, dstHeight,
-                                        dst.stride));
+                    EXPECT_EQ(0, kernel(from, to, srcWidth, srcHeight, src.stride, dstWidth, dstHeight, dst.stride));
                 }
             },
             [&](const uint8_t* from, uint8_t* to) {
@@ -117,8 +115,7 @@ TEST(BilinearChroma, EqualsAPixelByPixelWalk) {
             random, src, dst, 0,
             [&](uint8_t* from, uint8_t* to) {
                 for (Kernel* kernel : kernels) {
-                    EXPECT_EQ(0, kernel(from, to, srcPairs, srcHeight, src.stride, dstPairs, dstHeight,
-                                        dst.stride));
+                    EXPECT_EQ(0, kernel(from, to, srcPairs, srcHeight, src.stride, dstPairs, dstHeight, dst.stride));
                 }
             },
             [&](const uint8_t* from, uint8_t* to) {
@@ -131,14 +128,14 @@ TEST(Scaler, WidthsBeyondAnyPictureFit) {
     Random random(seed());
     const Geometry src{300001, 4, 300001}, dst{133333, 4, 133333};
     const auto run = [&](auto* function, auto* from, auto* to, int parts, auto... more) {
-        function(from, to, src.width / parts, src.height, src.stride, dst.width / parts, dst.height,
-                 dst.stride, more...);
+        function(from, to, src.width / parts, src.height, src.stride, dst.width / parts, dst.height, dst.stride,
+                 more...);
     };
     expectSame(
         random, src, dst, 0,
         [&](uint8_t* from, uint8_t* to) {
-            for (Kernel* kernel : {interpolateBCY_neon_1, interpolateBCY_neon_2, interpolateBCY_neon_3,
-                                   interpolateBCY_neon_4}) {
+            for (Kernel* kernel :
+                 {interpolateBCY_neon_1, interpolateBCY_neon_2, interpolateBCY_neon_3, interpolateBCY_neon_4}) {
                 run(kernel, from, to, 1);
             }
         },
@@ -146,8 +143,8 @@ TEST(Scaler, WidthsBeyondAnyPictureFit) {
     expectSame(
         random, src, dst, 0,
         [&](uint8_t* from, uint8_t* to) {
-            for (Kernel* kernel : {interpolateBLUV_neon_1, interpolateBLUV_neon_2, interpolateBLUV_neon_3,
-                                   interpolateBLUV_neon_4}) {
+            for (Kernel* kernel :
+                 {interpolateBLUV_neon_1, interpolateBLUV_neon_2, interpolateBLUV_neon_3, interpolateBLUV_neon_4}) {
                 run(kernel, from, to, 2);
             }
         },
@@ -167,15 +164,13 @@ TEST(InterpolateProcess, EqualsAPixelByPixelWalkOverCropsAndStrides) {
         const auto chromaStart = [](int y, int height, int stride) { return (y + height) * stride; };
         const auto blockBytes = [&](int x, int y, int width, int height, int stride) {
             const int rows = std::max(height / 2 - 1, 0);
-            return chromaStart(y, height, stride) + (y * stride >> 1) + (x & ~1) + rows * stride +
-                   (width & ~1);
+            return chromaStart(y, height, stride) + (y * stride >> 1) + (x & ~1) + rows * stride + (width & ~1);
         };
         const int srcBytes = blockBytes(srcX, srcY, srcW, srcH, srcStride);
         const int dstBytes = blockBytes(dstX, dstY, dstW, dstH, dstStride);
         const auto with = [&](auto* function, auto* from, auto* to) {
-            function(from, from + chromaStart(srcY, srcH, srcStride), to,
-                     to + chromaStart(dstY, dstH, dstStride), -1, -1, srcStride, -1, -1, dstStride, srcX,
-                     srcY, srcW, srcH, dstX, dstY, dstW, dstH, singlePass);
+            function(from, from + chromaStart(srcY, srcH, srcStride), to, to + chromaStart(dstY, dstH, dstStride), -1,
+                     -1, srcStride, -1, -1, dstStride, srcX, srcY, srcW, srcH, dstX, dstY, dstW, dstH, singlePass);
         };
         expectSame(
             random, {srcBytes, 1, 0}, {dstBytes, 1, 0}, 0,
@@ -201,8 +196,7 @@ TEST(FourTap, BandEqualsAPixelByPixelWalkOverCropsTablesAndOddSizes) {
     for (int i = 0; i < kRounds && !HasFatalFailure(); ++i) {
         std::vector<short> filter = randomFilter(random);
         const bool lumaOnly = random.between(0, 4) == 0;
-        const int srcW = random.between(1, random.between(4, 120)),
-                  srcH = random.between(1, random.between(4, 60));
+        const int srcW = random.between(1, random.between(4, 120)), srcH = random.between(1, random.between(4, 60));
         const int dstW = i % 20 ? random.between(1, 200) : random.between(1000, 2400);
         const int dstH = random.between(1, 60);
         const int cropX = random.between(0, srcW - 1), cropY = random.between(0, srcH - 1);
@@ -215,8 +209,8 @@ TEST(FourTap, BandEqualsAPixelByPixelWalkOverCropsTablesAndOddSizes) {
             const auto with = [&](auto* function, auto* from, auto* to) {
                 auto* fromY = from + (chromaLast ? 0 : srcLuma / 2);
                 auto* fromUV = from + (chromaLast ? srcLuma : 0);
-                function(fromY, fromUV, to, to + dstLuma, filter.data(), srcW, srcH, cropX, cropY, cropW,
-                         cropH, dstW, dstH, bandX, bandY, bandW, bandH, lumaOnly);
+                function(fromY, fromUV, to, to + dstLuma, filter.data(), srcW, srcH, cropX, cropY, cropW, cropH, dstW,
+                         dstH, bandX, bandY, bandW, bandH, lumaOnly);
             };
             expectSame(
                 random, {srcLuma + srcLuma / 2, 1, 0}, {dstLuma + dstLuma / 2, 1, 0}, 0,
@@ -245,10 +239,10 @@ TEST(FourTap, FilterIsTheCubicKernelAndKeepsLevels) {
 
 TEST(Scaler, ThreadEntriesWriteTheRowsOfTheirBandAndReturnTheirArgument) {
     using Entry = void*(void*);
-    Entry* const luma[] = {interpolateBCY_neon_thread1, interpolateBCY_neon_thread2,
-                           interpolateBCY_neon_thread3, interpolateBCY_neon_thread4};
-    Entry* const chroma[] = {interpolateBLUV_neon_thread1, interpolateBLUV_neon_thread2,
-                             interpolateBLUV_neon_thread3, interpolateBLUV_neon_thread4};
+    Entry* const luma[] = {interpolateBCY_neon_thread1, interpolateBCY_neon_thread2, interpolateBCY_neon_thread3,
+                           interpolateBCY_neon_thread4};
+    Entry* const chroma[] = {interpolateBLUV_neon_thread1, interpolateBLUV_neon_thread2, interpolateBLUV_neon_thread3,
+                             interpolateBLUV_neon_thread4};
     std::vector<uint8_t> src(16 * 16, 7);
     for (int height = 1; height <= 16; ++height) {
         const int edges[] = {0, height / 4, height / 2, 3 * height / 4, height};
@@ -289,12 +283,10 @@ TEST(Scaler, SizesOfZeroOrLessWriteNothing) {
                                    interpolateBCY_neon_2, interpolateBLUV_neon_2}) {
                 EXPECT_EQ(0, kernel(src + 8, dst, s[0], s[1], 4, s[2], s[3], 4));
             }
-            Interpolate_process(src + 8, src + 32, dst, dst + 32, 4, 4, 4, 4, 4, 4, 0, 0, s[0], s[1], 0, 0,
-                                s[2], s[3], false);
-            NV12_Interp4_Interpolate(src, src, dst, dst, filter, s[0], s[1], 0, 0, 4, 4, s[2], s[3], 0, 0, 4,
-                                     4, false);
-            NV12_Interp4_Interpolate(src, src, dst, dst, filter, 4, 4, 0, 0, s[0], s[1], 4, 4, 0, 0, s[2],
-                                     s[3], false);
+            Interpolate_process(src + 8, src + 32, dst, dst + 32, 4, 4, 4, 4, 4, 4, 0, 0, s[0], s[1], 0, 0, s[2], s[3],
+                                false);
+            NV12_Interp4_Interpolate(src, src, dst, dst, filter, s[0], s[1], 0, 0, 4, 4, s[2], s[3], 0, 0, 4, 4, false);
+            NV12_Interp4_Interpolate(src, src, dst, dst, filter, 4, 4, 0, 0, s[0], s[1], 4, 4, 0, 0, s[2], s[3], false);
             EXPECT_EQ(64, std::count(std::begin(dst), std::end(dst), kCanary)) << zeroed << " " << size;
         }
     }

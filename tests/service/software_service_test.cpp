@@ -63,8 +63,7 @@ TEST(SoftwareService, GivesTheProcessorsBytesAndKeepsNothing) {
     src.generate(false);
     vantorClient::_GDCGrid grid;
     Generator generator{5};
-    for (int k = 0; k < 1089; ++k)
-        grid.dX[k] = grid.dY[k] = static_cast<int32_t>(generator.next() >> 15) - 65536;
+    for (int k = 0; k < 1089; ++k) grid.dX[k] = grid.dY[k] = static_cast<int32_t>(generator.next() >> 15) - 65536;
     for (int format : {0, 1}) {
         const auto check = [&](GoldenPicture& expected, const auto& hardware, const auto& processor) {
             ASSERT_EQ(0, processor(expected.data, src.data));
@@ -82,8 +81,7 @@ TEST(SoftwareService, GivesTheProcessorsBytesAndKeepsNothing) {
             EXPECT_TRUE(format == 0 || descriptors == entries("/proc/self/fd"));
             EXPECT_EQ(mapped, mappings());
             const auto luma = static_cast<size_t>(taken.width * taken.height);
-            const size_t count =
-                format == 1 ? luma * 3 / 2 : luma;  // gray pictures leave their chroma to chance
+            const size_t count = format == 1 ? luma * 3 / 2 : luma;  // gray pictures leave their chroma to chance
             expected.bytes.resize(count);
             EXPECT_EQ(to.copy(count), expected.bytes);
             expected.bytes.resize(luma * 3 / 2);
@@ -92,11 +90,8 @@ TEST(SoftwareService, GivesTheProcessorsBytesAndKeepsNothing) {
             scaled, [&](auto& d, auto& s) { return vantorClient::runCSC(d, s, format); },
             [&](auto& d, auto& s) { return vantorClient::runInterpBicubic(d, s, format); });
         check(
-            dst,
-            [&](auto& d, auto& s) { return vantorClient::runGDCGrid(d, s, grid, format, hardware::GDC_HW); },
-            [&](auto& d, auto& s) {
-                return vantorClient::runGDCGrid(d, s, grid, format, hardware::GDC_C_MODEL);
-            });
+            dst, [&](auto& d, auto& s) { return vantorClient::runGDCGrid(d, s, grid, format, hardware::GDC_HW); },
+            [&](auto& d, auto& s) { return vantorClient::runGDCGrid(d, s, grid, format, hardware::GDC_C_MODEL); });
     }
 }
 
@@ -151,10 +146,8 @@ TEST_F(Direct, RefusesWhatDoesNotFit) {
         {-64, -64, 0, 0, -65, -65},     {8194, 2, 0, 0, 8193, 1},
         {8192, 8192, 0, 0, 8191, 8191}, {INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX}};
     for (const Geometry& geometry : wrong) {
-        EXPECT_NE(0, scale(geometry, {dst.fd}, whole, {src.fd}))
-            << geometry.width << " " << geometry.cropRight;
-        EXPECT_NE(0, scale(whole, {dst.fd}, geometry, {src.fd}))
-            << geometry.width << " " << geometry.cropRight;
+        EXPECT_NE(0, scale(geometry, {dst.fd}, whole, {src.fd})) << geometry.width << " " << geometry.cropRight;
+        EXPECT_NE(0, scale(whole, {dst.fd}, geometry, {src.fd})) << geometry.width << " " << geometry.cropRight;
     }
     for (const std::vector<int>& fds :
          {std::vector<int>{}, {src.fd, src.fd, src.fd}, {-1}, {9999}, {0}, {src.fd, -1}}) {

@@ -31,9 +31,9 @@ struct Thread {
     pthread_t handle;
 };
 
-std::vector<Thread> threads;   // created, or asked for
-std::vector<Thread> joined;    // in the order of joining; `record` is what the thread returned
-size_t failingThreadCall = 0;  // counted from 1; 0 for none
+std::vector<Thread> threads;                      // created, or asked for
+std::vector<Thread> joined;                       // in the order of joining; `record` is what the thread returned
+size_t failingThreadCall = 0;                     // counted from 1; 0 for none
 [[maybe_unused]] void (*beforeThread)() = [] {};  // called before each thread is created
 
 }  // namespace
@@ -50,8 +50,7 @@ extern "C" int __android_log_print(int priority, const char* tag, const char* fo
 }
 
 #ifndef VANTOR_KEEP_THREAD_CALLS
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
-                              void* data) {
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* data) {
     static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
     EXPECT_EQ(attributes, nullptr);
     beforeThread();
@@ -121,8 +120,7 @@ TEST_F(Transcript, Nv12WithMissingPlanesIsRefusedWhereItIsCopiedOrEnlarged) {
         for (const Planes& given : {Planes{true, true, true, false}, Planes{true, false, true, true},
                                     Planes{false, false, true, false}, Planes{true, true, false, true}}) {
             const BufferData from = src.data, to = dst.data;
-            const BufferData a =
-                src.with(given.srcY ? from.y : nullptr, given.srcUV ? src.chroma() : nullptr);
+            const BufferData a = src.with(given.srcY ? from.y : nullptr, given.srcUV ? src.chroma() : nullptr);
             const BufferData b = dst.with(given.dstY ? to.y : nullptr, given.dstUV ? dst.chroma() : nullptr);
             logLines.clear();
             EXPECT_EQ(-38, vantorClient::runInterpBicubic(b, a, IMAGE_FORMAT_NV12));
@@ -133,8 +131,7 @@ TEST_F(Transcript, Nv12WithMissingPlanesIsRefusedWhereItIsCopiedOrEnlarged) {
                           width == 16 ? 341 : 383, static_cast<void*>(a.y), static_cast<void*>(a.uv),
                           static_cast<void*>(b.y), static_cast<void*>(b.uv));
             EXPECT_EQ(logLines, std::vector<std::string>{message});
-            EXPECT_EQ(lastFormat,
-                      "%s:%s():%d Invalid arguments [src.y=%p / src.uv=%p / dst.y=%p / dst.uv=%p]");
+            EXPECT_EQ(lastFormat, "%s:%s():%d Invalid arguments [src.y=%p / src.uv=%p / dst.y=%p / dst.uv=%p]");
         }
         EXPECT_EQ(dst.block, untouched);
         EXPECT_TRUE(threads.empty());
@@ -165,8 +162,8 @@ TEST_F(Transcript, EqualSizesAreCopiedWithoutThreads) {
     std::vector<uint8_t> uv(8, 3);
     odd.block.resize(23, 1);
     odd.data.y = odd.block.data();
-    EXPECT_EQ(0, vantorClient::runInterpBicubic(apart.with(apart.data.y, uv.data()),
-                                                odd.with(odd.data.y, odd.chroma()), IMAGE_FORMAT_NV12));
+    EXPECT_EQ(0, vantorClient::runInterpBicubic(apart.with(apart.data.y, uv.data()), odd.with(odd.data.y, odd.chroma()),
+                                                IMAGE_FORMAT_NV12));
     EXPECT_EQ(uv, (std::vector<uint8_t>{1, 1, 1, 1, 1, 1, 1, 3}));
     EXPECT_EQ(apart.block[14], 1);
     EXPECT_EQ(apart.block[15], 3);
@@ -231,10 +228,9 @@ struct Warp : Transcript {
 
     void expectError(const std::string& line, const char* target = "GDC_C_MODEL") {
         const std::string prefix = " VANTOR_CLIENT vantor_client.cpp:";
-        EXPECT_EQ(logLines,
-                  (std::vector<std::string>{
-                      "4" + prefix + "runGDCGrid():1132 Process WARPING using GDC (target=" + target + ")",
-                      "6" + prefix + line}));
+        EXPECT_EQ(logLines, (std::vector<std::string>{
+                                "4" + prefix + "runGDCGrid():1132 Process WARPING using GDC (target=" + target + ")",
+                                "6" + prefix + line}));
     }
 
     Image src, dst;
@@ -250,8 +246,7 @@ TEST_F(Warp, IsValidatedInOrder) {
         {95, 6146, 95, 64, 2, "1143 Invalid src image size [95x6146] : must not be smaller than [96x64]"},
         {8193, 16, 96, 64, 1, "1143 Invalid src image size [8193x16] : must not be smaller than [96x64]"},
         {8193, 64, 96, 63, 1, "1148 Invalid dst image size [96x63] : must not be smaller than [96x64]"},
-        {8193, 64, 8193, 64, 1,
-         "1153 Invalid src image size [8193x64] : must not be larger than [8192x6144]"},
+        {8193, 64, 8193, 64, 1, "1153 Invalid src image size [8193x64] : must not be larger than [8192x6144]"},
         {96, 64, 96, 6145, 1, "1158 Invalid dst image size [96x6145] : must not be larger than [8192x6144]"},
         {97, 64, 96, 64, 2,
          "1164 Invalid scaling factor [src(97x64), dst(96x64)] : src size must be same with dst size"},
@@ -338,8 +333,7 @@ TEST_F(Transcript, TheSecondPassComputesAllChromaAgain) {
     Image src(40, 32, 5), dst(24, 26, 0);
     wipedChroma = &dst;
     beforeThread = [] {
-        if (threads.size() == 3)
-            std::fill(wipedChroma->chroma(), wipedChroma->block.data() + 936, uint8_t{77});
+        if (threads.size() == 3) std::fill(wipedChroma->chroma(), wipedChroma->block.data() + 936, uint8_t{77});
     };
     EXPECT_EQ(0, vantorClient::runInterpBicubic(dst.data, src.data, IMAGE_FORMAT_NV12));
     beforeThread = [] {};

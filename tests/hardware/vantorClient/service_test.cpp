@@ -61,12 +61,8 @@ int __android_log_print(int priority, const char*, const char* format, ...) {
     events.push_back("log " + std::to_string(priority) + " " + text);
     return 1;
 }
-int ion_open() {
-    return record("ion_open") ? -1 : open("/dev/null", O_RDONLY);
-}
-int ion_close(int fd) {
-    return record("ion_close") ? -9 : real<int(int)>("ion_close")(fd);
-}
+int ion_open() { return record("ion_open") ? -1 : open("/dev/null", O_RDONLY); }
+int ion_close(int fd) { return record("ion_close") ? -9 : real<int(int)>("ion_close")(fd); }
 int ion_alloc_fd(int, size_t length, size_t align, unsigned heap, unsigned flags, int* fd) {
     EXPECT_TRUE(align == 4096 && heap == 1 && flags == 3);
     if (record("ion_alloc_fd", std::to_string(length))) return -12;
@@ -78,9 +74,8 @@ void* mmap(void* hint, size_t length, int protection, int flags, int fd, off_t o
     static const auto call = real<void*(void*, size_t, int, int, int, off_t)>("mmap");
     if (!isRecording || fd < 0) return call(hint, length, protection, flags, fd, offset);
     EXPECT_TRUE(hint == nullptr && protection == 3 && flags == 1 && offset == 0 && fd == buffers.back());
-    mappings.push_back(record("mmap", std::to_string(length))
-                           ? MAP_FAILED
-                           : call(hint, length, protection, flags, fd, offset));
+    mappings.push_back(record("mmap", std::to_string(length)) ? MAP_FAILED
+                                                              : call(hint, length, protection, flags, fd, offset));
     return mappings.back();
 }
 int munmap(void* address, size_t length) noexcept {
@@ -129,8 +124,7 @@ public:
 
 private:
     static std::string describe(const ImageGeometry& g, const hidl_handle& h) {
-        std::string text =
-            std::to_string(g.width) + "x" + std::to_string(g.height) + "@" + std::to_string(g.cropRight);
+        std::string text = std::to_string(g.width) + "x" + std::to_string(g.height) + "@" + std::to_string(g.cropRight);
         for (int i = 0; i < h->numFds; ++i) text += " " + std::to_string(h->data[i]);
         return text;
     }
@@ -143,8 +137,7 @@ private:
         std::vector<char> bytes(65536);
         seen.clear();
         if (pread(from->data[0], bytes.data(), bytes.size(), 0) > 0) {
-            for (int i = 0; i < src.width * src.height * 3 / 2; i += 64)
-                seen += bytes[static_cast<size_t>(i)];
+            for (int i = 0; i < src.width * src.height * 3 / 2; i += 64) seen += bytes[static_cast<size_t>(i)];
         }
         std::fill(bytes.begin(), bytes.end(), 7);
         EXPECT_GE(pwrite(to->data[0], bytes.data(), bytes.size(), 0), 0);
@@ -196,8 +189,7 @@ constexpr Kind kKinds[] = {{false,
 /// Walks a request as it should go, over the descriptors and mappings that the real one was given.
 class Walker {
 public:
-    Walker(const Kind& kind, const vantorClient::BufferData& dst, const vantorClient::BufferData& src,
-           bool isGray)
+    Walker(const Kind& kind, const vantorClient::BufferData& dst, const vantorClient::BufferData& src, bool isGray)
         : kind_(kind), sides_{{src, 0}, {dst, 6}}, isGray_(isGray) {}
 
     int run() {
@@ -207,8 +199,8 @@ public:
             if (isGray_ ? d.fdUV >= 0 : !(d.fdY >= 0 && d.fdUV >= -1) && !(d.fdY == -1 && d.fdUV == -1)) {
                 log(6, side.line(isGray_),
                     isGray_ ? "fdUV(" + std::to_string(d.fdUV) + ") must not be provided for Grayscale format"
-                            : "fdY(" + std::to_string(d.fdY) + ") must be followed by fdUV(" +
-                                  std::to_string(d.fdUV) + ")");
+                            : "fdY(" + std::to_string(d.fdY) + ") must be followed by fdUV(" + std::to_string(d.fdUV) +
+                                  ")");
                 return -38;
             }
             if (!select(side)) return fallBack();
@@ -219,8 +211,8 @@ public:
             if (!createHandle(side)) return -1;
         }
         attempt("gettimeofday");
-        const bool fails = attempt(
-            "service", std::string(kind_.method) + sides_[1].sent(" ") + " from" + sides_[0].sent(" "));
+        const bool fails =
+            attempt("service", std::string(kind_.method) + sides_[1].sent(" ") + " from" + sides_[0].sent(" "));
         attempt("gettimeofday");
         log(4, kind_.more[0], std::string(kind_.method) + " -2000.000000ms elapsed");
         if (fails) log(6, kind_.more[1], std::string(kind_.method) + "() failed");
@@ -251,8 +243,8 @@ private:
 
         int line(int index) const { return firstLine + index; }
         std::string sent(const std::string& before) const {
-            std::string text = before + std::to_string(image.width) + "x" + std::to_string(image.height) +
-                               "@" + std::to_string(image.cropRight);
+            std::string text = before + std::to_string(image.width) + "x" + std::to_string(image.height) + "@" +
+                               std::to_string(image.cropRight);
             for (int fd : fds) text += " " + std::to_string(fd);
             return text;
         }
@@ -290,8 +282,8 @@ private:
     }
     void describe(const Side& side, const char* name) {
         char text[256];
-        std::snprintf(text, sizeof text, "%s : y=%p, uv=%p, size=[%dx%d], fdY=%d(%s), fdUV=%d(%s)", name,
-                      side.y, side.uv, side.image.width, side.image.height, side.fds[0],
+        std::snprintf(text, sizeof text, "%s : y=%p, uv=%p, size=[%dx%d], fdY=%d(%s), fdUV=%d(%s)", name, side.y,
+                      side.uv, side.image.width, side.image.height, side.fds[0],
                       side.image.fdY > -1 ? "IMPORT" : "ALLOC", side.fds.size() > 1 ? side.fds[1] : -1,
                       side.image.fdUV > -1 ? "IMPORT" : "ALLOC");
         log(4, side.line(3), text);
@@ -301,8 +293,7 @@ private:
         log(6, side.line(4), "native_handle_create() failed");
         for (int fd : side.fds) attempt("close", std::to_string(fd));
         leaked -= side.fds.size();  // the caller's own count as well
-        if (side.mapped && attempt("munmap", std::to_string(side.mapped)))
-            log(6, side.line(5), "munmap() failed");
+        if (side.mapped && attempt("munmap", std::to_string(side.mapped))) log(6, side.line(5), "munmap() failed");
         return false;
     }
     int fallBack() {
@@ -348,9 +339,8 @@ protected:
         grid_.dX[35] = 35;
         grid_.dY[1088] = 77;
         isRecording = true;
-        const int status = kind.isWarp
-                               ? vantorClient::runGDCGrid(dst.data, src.data, grid_, format, hardware::GDC_HW)
-                               : vantorClient::runCSC(dst.data, src.data, format);
+        const int status = kind.isWarp ? vantorClient::runGDCGrid(dst.data, src.data, grid_, format, hardware::GDC_HW)
+                                       : vantorClient::runCSC(dst.data, src.data, format);
         isRecording = false;
         return status;
     }
@@ -365,10 +355,8 @@ protected:
 
 TEST_F(ServiceRequests, GoAsTheWalkerSaysForEveryDescriptorPairAndEveryFailingCall) {
     constexpr int kGiven = 1000;  // stands for a descriptor of the caller's
-    const int pairs[][2] = {{kGiven, kGiven}, {kGiven, -1}, {-1, -1}, {-1, kGiven},
-                            {-2, -2},         {kGiven, -2}, {-5, -3}};
-    const char* calls[] = {"",       "ion_alloc_fd", "munmap", "native_handle_create", "native_handle_delete",
-                           "service"};
+    const int pairs[][2] = {{kGiven, kGiven}, {kGiven, -1}, {-1, -1}, {-1, kGiven}, {-2, -2}, {kGiven, -2}, {-5, -3}};
+    const char* calls[] = {"", "ion_alloc_fd", "munmap", "native_handle_create", "native_handle_delete", "service"};
     int requests = 0;
     for (const Kind& kind : kKinds) {
         for (int combination = 0; combination < 2 * 7 * 7 && !HasFatalFailure(); ++combination) {

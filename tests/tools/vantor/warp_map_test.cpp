@@ -25,8 +25,8 @@ double largestError(const WarpParts& parts, Size size) {
             const PixelSource at = lines.source(frame, x, y);
             const Point ideal = map.source({x + 0.5, y + 0.5});
             if (!at.inside) continue;
-            largest = std::max({largest, std::abs(at.x.coordinate / 256.0 - ideal.x),
-                                std::abs(at.y.coordinate / 256.0 - ideal.y)});
+            largest = std::max(
+                {largest, std::abs(at.x.coordinate / 256.0 - ideal.x), std::abs(at.y.coordinate / 256.0 - ideal.y)});
         }
     }
     return largest;
@@ -87,8 +87,8 @@ TEST(WarpMap, WholePixelShiftsGiveThePictureBack) {
         to.cropBottom = size.height - 1;
         from.y = src.data();
         to.y = dst.data();
-        ASSERT_EQ(0, hardware::vantorClient::runGDCGrid(to, from, grid, hardware::IMAGE_FORMAT_NV12,
-                                                        hardware::GDC_C_MODEL));
+        ASSERT_EQ(
+            0, hardware::vantorClient::runGDCGrid(to, from, grid, hardware::IMAGE_FORMAT_NV12, hardware::GDC_C_MODEL));
         for (int y = 0; y < size.height * 3 / 2; ++y) {
             const bool isLuma = y < size.height;
             const int fromY = y - static_cast<int>(isLuma ? shift.y : shift.y / 2);
@@ -96,9 +96,7 @@ TEST(WarpMap, WholePixelShiftsGiveThePictureBack) {
                 const int fromX = x - static_cast<int>(shift.x);
                 const bool inside = fromX >= 0 && fromX < size.width && fromY >= (isLuma ? 0 : size.height) &&
                                     fromY < (isLuma ? size.height : size.height * 3 / 2);
-                const int expected = inside   ? src[static_cast<size_t>(fromY * size.width + fromX)]
-                                     : isLuma ? 0
-                                              : 128;
+                const int expected = inside ? src[static_cast<size_t>(fromY * size.width + fromX)] : isLuma ? 0 : 128;
                 ASSERT_EQ(dst[static_cast<size_t>(y * size.width + x)], expected) << x << " " << y;
             }
         }
