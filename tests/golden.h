@@ -1,16 +1,7 @@
 // Generated content and hashes, as the golden files have them.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <fstream>
-#include <functional>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "hardware/vantorClient/vantor_client.h"
+#include "tests/support.h"
 
 namespace vantor::test {
 

@@ -1,15 +1,29 @@
 // What tests share: memory that catches stray accesses, and picture contents.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
 #include <random>
+#include <sstream>
+#include <string>
 #include <vector>
+
+#include "hardware/vantorClient/vantor_client.h"
 
 namespace vantor::test {
 

@@ -6,6 +6,11 @@
 namespace reference {
 namespace {
 
+int64_t hwround(int64_t value, int shift) {
+    const uint64_t half = shift == 0 ? 0 : uint64_t{1} << (shift - 1);
+    return static_cast<int64_t>(static_cast<uint64_t>(value) + half) >> shift;
+}
+
 // The engine's 32-bit registers: whatever leaves them wraps in two's complement.
 int wrap(int64_t value) { return static_cast<int>(static_cast<uint32_t>(value)); }
 
@@ -41,6 +46,19 @@ int columnValue(int c, int cy, int t, const int (&grid)[33][33]) {
     const int f = wrap(int64_t{e} + (wrap(int64_t{s1} - s0) >> 1));
     const int64_t g = div3(hwround(int64_t{f} * q3, 9)), l = div3(hwround(int64_t{delta} * t, 8));
     return clampDisplacement(wrap(l + (top >> 1) - g));
+}
+
+int gridInterp(int vx, int vy, int cx, int cy, const int (&grid)[33][33]) {
+    cx = std::min(cx, 32), cy = std::min(cy, 32);  // the very end of the range is the last cell's far end
+    const int t = vy - 384 * (cy - 1), u = vx - 512 * (cx - 1);
+    const int pa = cx >= 2 ? columnValue(cx - 2, cy, t, grid) : 0, pb = columnValue(cx - 1, cy, t, grid);
+    const int pc = columnValue(cx, cy, t, grid), pd = cx <= 31 ? columnValue(cx + 1, cy, t, grid) : 0;
+    const int64_t mx = 512 - 2 * u, qx = (256 + u * (512 - u)) / 512;
+    int delta = pc - pb, s0 = pc - pa, s1 = pd - pb;
+    if (cx == 1) s0 = 4 * delta - s1;
+    if (cx == 32) s1 = 4 * delta - s0;
+    const int64_t ex = hwround((4 * delta - s0 - s1) * mx, 9), fx = ex + (s1 - s0), gx = hwround(fx * qx, 11);
+    return clampDisplacement(pb + hwround(int64_t{delta} * u, 9) - gx);
 }
 
 int virtualCoord(int pos, int crop, int outScale, int scale, int shifter, int mirror, int limit) {
@@ -137,24 +155,6 @@ void warpPixel(GdcState& s, uint16_t* dst, const uint16_t* src, int col, int row
 }
 
 }  // namespace
-
-int64_t hwround(int64_t value, int shift) {
-    const uint64_t half = shift == 0 ? 0 : uint64_t{1} << (shift - 1);
-    return static_cast<int64_t>(static_cast<uint64_t>(value) + half) >> shift;
-}
-
-int gridInterp(int vx, int vy, int cx, int cy, const int (&grid)[33][33]) {
-    cx = std::min(cx, 32), cy = std::min(cy, 32);  // the very end of the range is the last cell's far end
-    const int t = vy - 384 * (cy - 1), u = vx - 512 * (cx - 1);
-    const int pa = cx >= 2 ? columnValue(cx - 2, cy, t, grid) : 0, pb = columnValue(cx - 1, cy, t, grid);
-    const int pc = columnValue(cx, cy, t, grid), pd = cx <= 31 ? columnValue(cx + 1, cy, t, grid) : 0;
-    const int64_t mx = 512 - 2 * u, qx = (256 + u * (512 - u)) / 512;
-    int delta = pc - pb, s0 = pc - pa, s1 = pd - pb;
-    if (cx == 1) s0 = 4 * delta - s1;
-    if (cx == 32) s1 = 4 * delta - s0;
-    const int64_t ex = hwround((4 * delta - s0 - s1) * mx, 9), fx = ex + (s1 - s0), gx = hwround(fx * qx, 11);
-    return clampDisplacement(pb + hwround(int64_t{delta} * u, 9) - gx);
-}
 
 void gdcCore(GdcState& s, const GdcOptions& o, uint16_t* dst, const uint16_t* src, const int* gridDX, const int* gridDY,
              int width, int height, int, int, int scaleShifterX, int scaleShifterY, int scaleX, int scaleY,

@@ -30,10 +30,4 @@ void gdcCore(GdcState& state, const GdcOptions& options, uint16_t* dst, const ui
              int scaleShifterY, int scaleX, int scaleY, int invScaleX, int invScaleY, int outScaleX, int outScaleY,
              int outCropStartX, int outCropStartY, int outWidth, int outHeight);
 
-// value / 2^shift rounded to nearest, ties towards plus infinity; shift 0..63.
-int64_t hwround(int64_t value, int shift);
-
-// Displacement at (vx, vy) in cell (cx, cy), 1..33 each, at half the grid's scale.
-int gridInterp(int vx, int vy, int cx, int cy, const int (&grid)[33][33]);
-
 }  // namespace reference

@@ -1,7 +1,5 @@
 #include "tests/golden.h"
 
-#include <array>
-
 #include "gdc_model/gdc_grid.h"
 
 namespace vantor::test {

@@ -1,9 +1,5 @@
 // The model against a literal pixel-by-pixel walk, its state included, and its helpers against worked-out
 // numbers.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <vector>
 
 #include "gdc_model/gdc_core.h"
 #include "gdc_model/gdc_extent.h"
@@ -116,26 +112,6 @@ TEST(GdcModel, CoreFixesItsSettingsAndAZeroGridCopiesBetweenGuardPages) {
                 EXPECT_EQ(m_bMirrorX + 10 * m_clampType + 100 * m_YuvFormat + 1000 * m_interpType, 3120);
                 EXPECT_TRUE(W % 2 || H % 2 || dst.bytes() == bytes);
             }
-        }
-    }
-}
-
-TEST(GdcModel, GridInterpolationMeetsNodesAndTheFramesEnd) {
-    GdcGrid grid;
-    Random random(seed());
-    for (auto& row : grid) {
-        for (int& node : row) node = random.between(-2000000, 2000000);
-    }
-    const auto position = [](int coordinate, int cellSize) {
-        const int cell = std::min(coordinate / cellSize + 1, 32);
-        return VirtualPosition{coordinate, cell, coordinate - cellSize * (cell - 1)};
-    };
-    for (int r = 0; r < 33; ++r) {
-        const GridRow row(grid, position(r * 384, 384));
-        for (int c = 0; c < 33; ++c) {
-            const int value = row.displacement(position(c * 512, 512));
-            EXPECT_EQ(value, reference::gridInterp(c * 512, r * 384, c + 1, r + 1, grid));
-            EXPECT_NEAR(value, grid[r][c] >> 1, r == 32 || c == 32 ? 3 : 0);
         }
     }
 }

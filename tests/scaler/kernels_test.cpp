@@ -1,10 +1,4 @@
 // The choice among kernel tables, and the vector kernels.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
 
 #include "scaler/bicubic_luma.h"
 #include "scaler/bicubic_luma_kernels.h"
@@ -88,27 +82,6 @@ TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
             const uint8_t* p = columns.at(i / 2) + i % 2;
             ASSERT_EQ(out.data()[i], bilinear(bilinear(p[0], p[2], columns.phase[i / 2], 5, 0), 0, phaseY, 5, 0));
         }
-    }
-}
-
-TEST(Kernels, CubicMatchesNumbersWorkedOutByHand) {
-    struct Case {
-        uint8_t p[4];
-        int t;
-        int expected;
-    };
-    const Case cases[] = {
-        {{10, 20, 30, 40}, 0, 20},     // phase 0 is the sample itself
-        {{10, 20, 30, 40}, 16, 25},    // a straight line stays one: 20 + (16 x 20 >> 6)
-        {{12, 200, 90, 33}, 11, 182},  // 3861 >> 5 = 120; -5819 >> 5 = -182; 200 + (-1144 >> 6 = -18)
-        {{0, 255, 0, 255}, 16, 127},   // 510; -510; 255 + (-8160 >> 6 = -128)
-        {{255, 0, 0, 255}, 16, 0},     // -32 is clamped
-        {{0, 255, 255, 0}, 16, 255},   // and 286
-        {{0, 0, 255, 255}, 63, 0},     // twice the interval: -1005; -473; -13734 >> 6 = -215
-    };
-    for (const Case& c : cases) {
-        uint8_t p[] = {c.p[0], c.p[1], c.p[2], c.p[3]};
-        EXPECT_EQ(cubicinterpolate(p, c.t), c.expected) << int{p[0]} << " " << int{p[1]} << " at " << c.t;
     }
 }
 

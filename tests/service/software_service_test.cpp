@@ -4,14 +4,8 @@
 
 #include <cutils/native_handle.h>
 #include <dirent.h>
-#include <gtest/gtest.h>
 #include <ion/ion.h>
-#include <sys/mman.h>
 
-#include <cstdlib>
-#include <fstream>
-
-#include "hardware/vantorClient/vantor_client.h"
 #include "tests/golden.h"
 
 namespace vantor::test {
@@ -124,13 +118,10 @@ struct Direct : testing::Test {
 TEST_F(Direct, ScalesRegionsAndLeavesTheRestAlone) {
     for (int i = 0; i < 64 * 64; ++i) src.bytes[i] = i % 64 < 32 ? 50 : 200;
     EXPECT_EQ(0, scale({64, 64, 8, 16, 23, 31}, {dst.fd}, {64, 64, 32, 0, 63, 63}, {src.fd}));
-    for (int y = 0; y < 64; ++y) {
-        for (int x = 0; x < 64; ++x) {
-            const bool inside = x >= 8 && x < 24 && y >= 16 && y < 32;
-            ASSERT_EQ(dst.bytes[64 * y + x], inside ? 200 : 9) << x << " " << y;
-            const bool hasChroma = x >= 8 && x < 24 && y >= 8 && y < 16;
-            ASSERT_TRUE(y >= 32 || dst.bytes[64 * (64 + y) + x] == (hasChroma ? 50 : 9)) << x << " " << y;
-        }
+    for (int i = 0; i < 64 * 96; ++i) {
+        const int x = i % 64, y = i / 64, top = y < 64 ? 16 : 64 + 8, height = y < 64 ? 16 : 8;
+        const bool inside = x >= 8 && x < 24 && y >= top && y < top + height;
+        ASSERT_EQ(dst.bytes[i], !inside ? 9 : y < 64 ? 200 : 50) << x << " " << y;
     }
 }
 

@@ -1,18 +1,10 @@
 // The requests through the shared library: statuses, log lines, planes and threads. The program
 // replaces the platform's logger and thread calls, and so sees every one that the library makes.
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 #include <malloc.h>
 #include <pthread.h>
 
-#include <cstdarg>
-#include <cstddef>
-#include <cstdio>
-#include <cstring>
-#include <string>
-
 #include "gdc_model/gdc_state.h"
-#include "hardware/vantorClient/vantor_client.h"
 #include "scaler/interpolate.h"
 #include "tests/support.h"
 
@@ -237,12 +229,12 @@ struct Warp : Transcript {
     vantorClient::_GDCGrid grid{};
 };
 
-TEST_F(Warp, IsValidatedInOrder) {
+TEST_F(Warp, AndScalingAreValidatedInOrder) {
     struct Case {
         int srcWidth, srcHeight, dstWidth, dstHeight, format;
         const char* line;
     };
-    const Case cases[] = {
+    const Case warps[] = {
         {95, 6146, 95, 64, 2, "1143 Invalid src image size [95x6146] : must not be smaller than [96x64]"},
         {8193, 16, 96, 64, 1, "1143 Invalid src image size [8193x16] : must not be smaller than [96x64]"},
         {8193, 64, 96, 63, 1, "1148 Invalid dst image size [96x63] : must not be smaller than [96x64]"},
@@ -253,13 +245,38 @@ TEST_F(Warp, IsValidatedInOrder) {
         {97, 65, 97, 65, -1, "1169 Invalid image format(-1)"},
         {104, 64, 104, 64, 1, "1175 Src width(104) and height(64) must be aligned with w=16, h=2 for GDC"},
         {96, 65, 96, 65, 0, "1175 Src width(96) and height(65) must be aligned with w=16, h=2 for GDC"}};
-    for (const Case& c : cases) {
+    const Case scalings[] = {
+        {15, 16, 3, 4, 5, "431 Invalid image format(5)"},
+        {15, 16, 3, 4, 1, "437 Invalid src image size [15x16] : must not be smaller than 16x16"},
+        {8194, 16, 3, 4, 1, "443 Invalid dst image size [3x4] : must not be smaller than 4x4"},
+        {8194, 16, 8194, 16, 0, "449 Invalid src image size [8194x16] : must not be larger than 8192x8192"},
+        {16, 16, 16, 8194, 1, "455 Invalid dst image size [16x8194] : must not be larger than 8192x8192"},
+        {100, 100, 20, 20, 1,
+         "463 Invalid scaling factor [scaleW=0.200000, scaleH=0.200000] : must not be smaller than "
+         "[scaleW=0.250000, "
+         "scaleH=0.250000]"},
+        {17, 16, 17, 130, 1,
+         "471 Invalid scaling factor [scaleW=1.000000, scaleH=8.125000] : must not be larger than "
+         "[scaleW=8.000000, "
+         "scaleH=8.000000]"},
+        {17, 16, 16, 17, 1, "478 Src width(17) and height(16) must be aligned with w=2, h=2 for CSC"},
+        {16, 16, 4, 5, 1, "484 Dst width(4) and height(5) must be aligned with w=2, h=2 for CSC"}};
+    const auto check = [&](const Case& c, const std::string& function, const std::string& start, const auto& request) {
         src.data.width = c.srcWidth;
         src.data.height = c.srcHeight;
         dst.data.width = c.dstWidth;
         dst.data.height = c.dstHeight;
-        EXPECT_EQ(-38, run(c.format));
-        expectError(std::string("runGDCGrid():") + c.line);
+        logLines.clear();
+        EXPECT_EQ(-38, request(c.format));
+        const std::string prefix = " VANTOR_CLIENT vantor_client.cpp:" + function + "():";
+        EXPECT_EQ(logLines, (std::vector<std::string>{"4" + prefix + start, "6" + prefix + c.line}));
+    };
+    for (const Case& c : warps) {
+        check(c, "runGDCGrid", "1132 Process WARPING using GDC (target=GDC_C_MODEL)", [&](int f) { return run(f); });
+    }
+    for (const Case& c : scalings) {
+        check(c, "runCSC", "421 Process SCALING using CSC",
+              [&](int f) { return vantorClient::runCSC(dst.data, src.data, f); });
     }
     const int16_t matrix[6] = {};
     EXPECT_EQ(-38, vantorClient::runGDCMatrix(dst.data, src.data, matrix, IMAGE_FORMAT_NV12, 2));

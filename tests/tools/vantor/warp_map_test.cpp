@@ -1,10 +1,6 @@
 // The tool's warps against what the model makes of their grids.
 #include "tools/vantor/warp_map.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "tests/support.h"
 #include "tools/vantor/grid_report.h"
 #include "tools/vantor/model_frame.h"
