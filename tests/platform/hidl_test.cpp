@@ -61,16 +61,6 @@ TEST(PlatformHandle, OwnsOnlyWhatItCopied) {
     EXPECT_TRUE(native_handle_close(given) == 0 && native_handle_delete(given) == 0);
 }
 
-TEST(PlatformArray, RunsThroughTheLastIndexFirst) {
-    auto grid = std::make_unique<GdcGrid>();
-    for (int i = 0; i < 33 * 33; i++) grid->dY.data()[i] = i;
-    grid->dY[32][31]++;
-    const GdcGrid copy = *grid;
-    EXPECT_TRUE(copy == *grid && copy.dY[2][5] == 2 * 33 + 5 && copy.dY[32][31] == copy.dY[32][32]);
-    grid->dX[0][1] = 1;
-    EXPECT_TRUE(copy != *grid);
-}
-
 TEST(PlatformDeathTest, ResultsMustBeCheckedBeforeTheyAreReadOrDropped) {
     const Status dead = Status::fromStatusT(android::DEAD_OBJECT);
     const Status illegal = Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, "why");

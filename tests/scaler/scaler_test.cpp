@@ -255,24 +255,21 @@ TEST(Scaler, ThreadEntriesWriteTheRowsOfTheirBandAndReturnTheirArgument) {
 }
 
 TEST(Scaler, SizesOfZeroOrLessWriteNothing) {
-    uint8_t src[64] = {};
-    uint8_t dst[64];
+    uint8_t src[64] = {}, dst[64];
+    std::fill(std::begin(dst), std::end(dst), kCanary);
     short filter[128] = {};
-    for (int zeroed = 0; zeroed < 4; ++zeroed) {
-        for (int size : {0, -1, INT32_MIN}) {
-            std::fill(std::begin(dst), std::end(dst), kCanary);
-            int s[4] = {4, 4, 4, 4};
-            s[zeroed] = size;
-            for (Kernel* kernel : {interpolateBCY, interpolateBCY_1, interpolateBCY_2, interpolateBCY_neon,
-                                   interpolateBCY_neon_2, interpolateBLUV_neon_2}) {
-                EXPECT_EQ(0, kernel(src + 8, dst, s[0], s[1], 4, s[2], s[3], 4));
-            }
-            Interpolate_process(src + 8, src + 32, dst, dst + 32, 4, 4, 4, 4, 4, 4, 0, 0, s[0], s[1], 0, 0, s[2], s[3],
-                                false);
-            NV12_Interp4_Interpolate(src, src, dst, dst, filter, s[0], s[1], 0, 0, 4, 4, s[2], s[3], 0, 0, 4, 4, false);
-            NV12_Interp4_Interpolate(src, src, dst, dst, filter, 4, 4, 0, 0, s[0], s[1], 4, 4, 0, 0, s[2], s[3], false);
-            EXPECT_EQ(64, std::count(std::begin(dst), std::end(dst), kCanary)) << zeroed << " " << size;
+    for (int i = 0; i < 12; ++i) {
+        int s[4] = {4, 4, 4, 4};
+        s[i % 4] = i < 4 ? 0 : i < 8 ? -1 : INT32_MIN;
+        for (Kernel* kernel : {interpolateBCY, interpolateBCY_1, interpolateBCY_2, interpolateBCY_neon,
+                               interpolateBCY_neon_2, interpolateBLUV_neon_2}) {
+            EXPECT_EQ(0, kernel(src + 8, dst, s[0], s[1], 4, s[2], s[3], 4));
         }
+        Interpolate_process(src + 8, src + 32, dst, dst + 32, 4, 4, 4, 4, 4, 4, 0, 0, s[0], s[1], 0, 0, s[2], s[3],
+                            false);
+        NV12_Interp4_Interpolate(src, src, dst, dst, filter, s[0], s[1], 0, 0, 4, 4, s[2], s[3], 0, 0, 4, 4, false);
+        NV12_Interp4_Interpolate(src, src, dst, dst, filter, 4, 4, 0, 0, s[0], s[1], 4, 4, 0, 0, s[2], s[3], false);
+        EXPECT_EQ(64, std::count(std::begin(dst), std::end(dst), kCanary)) << i;
     }
 }
 

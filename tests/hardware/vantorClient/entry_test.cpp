@@ -67,12 +67,12 @@ namespace {
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(BufferData) == 40 && sizeof(ScaleSliceArgs) == 32 && sizeof(LumaSliceArgs) == 36);
 #endif
-static_assert(offsetof(BufferData, uv) == sizeof(void*) && offsetof(BufferData, fdY) == 2 * sizeof(void*));
-static_assert(offsetof(BufferData, fdUV) == offsetof(BufferData, fdY) + 4);
-static_assert(offsetof(BufferData, width) == offsetof(BufferData, fdY) + 8);
-static_assert(offsetof(BufferData, height) == offsetof(BufferData, fdY) + 12);
-static_assert(offsetof(BufferData, cropLeft) == offsetof(BufferData, fdY) + 16);
-static_assert(offsetof(BufferData, cropBottom) == offsetof(BufferData, fdY) + 28);
+constexpr size_t kFirstInt = offsetof(BufferData, fdY);
+static_assert(offsetof(BufferData, uv) == sizeof(void*) && kFirstInt == 2 * sizeof(void*) &&
+              offsetof(BufferData, fdUV) == kFirstInt + 4 && offsetof(BufferData, width) == kFirstInt + 8 &&
+              offsetof(BufferData, height) == kFirstInt + 12 && offsetof(BufferData, cropLeft) == kFirstInt + 16 &&
+              offsetof(BufferData, cropTop) == kFirstInt + 20 && offsetof(BufferData, cropRight) == kFirstInt + 24 &&
+              offsetof(BufferData, cropBottom) == kFirstInt + 28);
 
 /// A picture whose planes lie in one block with room for chroma, or in two.
 struct Image {
@@ -131,15 +131,14 @@ TEST_F(Transcript, Nv12WithMissingPlanesIsRefusedWhereItIsCopiedOrEnlarged) {
 }
 
 TEST_F(Transcript, OtherFormatsAreRefusedWithoutAWord) {
-    for (const int format : {2, -1, INT32_MIN}) {
-        for (const int width : {8, 16, 32}) {
-            Image src(16, 8, 1), dst(width, 8, 2);
-            const std::vector<uint8_t> untouched = dst.block;
+    for (const int width : {8, 16, 32}) {
+        Image src(16, 8, 1), dst(width, 8, 2);
+        const std::vector<uint8_t> untouched = dst.block;
+        for (const int format : {2, -1, INT32_MIN}) {
             EXPECT_EQ(-38, vantorClient::runInterpBicubic(dst.data, src.data, format));
-            EXPECT_EQ(dst.block, untouched);
         }
+        EXPECT_TRUE(dst.block == untouched && logLines.empty());
     }
-    EXPECT_TRUE(logLines.empty());
 }
 
 TEST_F(Transcript, EqualSizesAreCopiedWithoutThreads) {
@@ -157,13 +156,11 @@ TEST_F(Transcript, EqualSizesAreCopiedWithoutThreads) {
     EXPECT_EQ(0, vantorClient::runInterpBicubic(apart.with(apart.data.y, uv.data()), odd.with(odd.data.y, odd.chroma()),
                                                 IMAGE_FORMAT_NV12));
     EXPECT_EQ(uv, (std::vector<uint8_t>{1, 1, 1, 1, 1, 1, 1, 3}));
-    EXPECT_EQ(apart.block[14], 1);
-    EXPECT_EQ(apart.block[15], 3);
+    EXPECT_EQ(apart.block[14] * 10 + apart.block[15], 13);
     apart.block.resize(23, 3);
     apart.data.y = apart.block.data();
     EXPECT_EQ(0, vantorClient::runInterpBicubic(apart.data, odd.data, IMAGE_FORMAT_NV12));
-    EXPECT_EQ(apart.block[21], 1);
-    EXPECT_EQ(apart.block[22], 3);
+    EXPECT_EQ(apart.block[21] * 10 + apart.block[22], 13);
     EXPECT_TRUE(threads.empty());
 }
 
