@@ -33,6 +33,10 @@ StagedWarp::StagedWarp(int width, int height, const OutputRegion& region)
       srcStaged_(allocate(bytes_)),
       dstStaged_(allocate(bytes_)) {}
 
+bool StagedWarp::isReady() const {
+    return srcPlanes_ && dstPlanes_ && src16_ && dst16_ && srcStaged_ && dstStaged_;
+}
+
 void StagedWarp::run(const int32_t* gridX, const int32_t* gridY) {
     YUV2PlaneTo3Plane(srcStaged_, srcPlanes_, width_, height_);
     std::copy_n(srcPlanes_, bytes_, src16_);

@@ -13,6 +13,9 @@ class StagedWarp {
 public:
     StagedWarp(int width, int height, const OutputRegion& region);
 
+    /// Whether there was memory for all of it. Requests of the client go on without asking, as on the device.
+    bool isReady() const;
+
     /// To be filled with the source: packed NV12, width x height x 3 / 2 bytes.
     uint8_t* source() { return srcStaged_; }
 

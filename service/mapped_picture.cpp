@@ -52,7 +52,7 @@ void copy(const Nv12Rows& from, const Nv12Rows& to) {
 
 }  // namespace
 
-MappedPicture::MappedPicture(const char* name, const ImageGeometry& geometry,
+MappedPicture::MappedPicture(const char* name, Access access, const ImageGeometry& geometry,
                              const ::android::hardware::hidl_handle& handle)
     : name_(name), geometry_(geometry) {
     checkGeometry();
@@ -61,8 +61,8 @@ MappedPicture::MappedPicture(const char* name, const ImageGeometry& geometry,
     const int count = buffers->numFds;
     if (count != 1 && count != 2) refuse(std::to_string(count) + " buffers, expected 1 or 2");
     const size_t luma = static_cast<size_t>(width()) * static_cast<size_t>(height());
-    luma_ = map(buffers->data[0], count == 1 ? luma + luma / 2 : luma);
-    chroma_ = count == 1 ? luma_ + luma : map(buffers->data[1], luma / 2);
+    luma_ = map(buffers->data[0], count == 1 ? luma + luma / 2 : luma, access);
+    chroma_ = count == 1 ? luma_ + luma : map(buffers->data[1], luma / 2, access);
 }
 
 void MappedPicture::Unmap::operator()(uint8_t* address) const {
@@ -111,7 +111,7 @@ void MappedPicture::checkGeometry() const {
     }
 }
 
-uint8_t* MappedPicture::map(int descriptor, size_t length) {
+uint8_t* MappedPicture::map(int descriptor, size_t length, Access access) {
     struct stat buffer {};
     if (fstat(descriptor, &buffer) != 0)
         refuse("descriptor " + std::to_string(descriptor) + ": " + strerror(errno));
@@ -119,7 +119,8 @@ uint8_t* MappedPicture::map(int descriptor, size_t length) {
         refuse("buffer of " + std::to_string(buffer.st_size) + " bytes, expected at least " +
                std::to_string(length));
     }
-    void* address = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+    const int protection = access == Access::Write ? PROT_READ | PROT_WRITE : PROT_READ;
+    void* address = mmap(nullptr, length, protection, MAP_SHARED, descriptor, 0);
     if (address == MAP_FAILED) refuse(std::string("buffer cannot be mapped: ") + strerror(errno));
     mappings_.emplace_back(static_cast<uint8_t*>(address), Unmap{length});
     return mappings_.back().get();

@@ -32,9 +32,11 @@ struct Nv12 {
 /// One picture mapped for as long as this lives. `name` ("src" or "dst") is what a refusal names.
 class MappedPicture {
 public:
+    enum class Access { Read, Write };
+
     /// Maps one buffer of luma and chroma, or two. Throws a Refusal unless sizes and region of interest are
     /// even, lie within 4 to 8192 and the picture, and the buffers are as long as the picture needs.
-    MappedPicture(const char* name, const ImageGeometry& geometry,
+    MappedPicture(const char* name, Access access, const ImageGeometry& geometry,
                   const ::android::hardware::hidl_handle& handle);
 
     int width() const { return geometry_.width; }
@@ -59,7 +61,7 @@ private:
     using Mapping = std::unique_ptr<uint8_t, Unmap>;
 
     void checkGeometry() const;
-    uint8_t* map(int descriptor, size_t length);
+    uint8_t* map(int descriptor, size_t length, Access access);
     [[noreturn]] void refuse(const std::string& what) const;
 
     std::string name_;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <exception>
+#include <mutex>
+#include <new>
 
 #include "gdc_model/staged_warp.h"
 #include "hardware/vantorClient/vantor_client.h"
@@ -37,13 +39,20 @@ hardware::vantorClient::BufferData describe(Nv12& picture) {
     return data;
 }
 
+/// The model has one state in a process, whatever the number of services.
+std::mutex modelMutex;
+
 Nv12 warped(const Nv12& picture, const SoftwareService::GdcGrid& grid) {
-    StagedWarp warp(picture.width, picture.height, {0, 0, picture.width - 1, picture.height - 1});
-    std::copy(picture.bytes.begin(), picture.bytes.end(), warp.source());
-    warp.run(&grid.dX[0][0], &grid.dY[0][0]);
     Nv12 result(picture.width, picture.height);
-    std::copy_n(warp.result(), result.bytes.size(), result.bytes.begin());
+    StagedWarp warp(picture.width, picture.height, {0, 0, picture.width - 1, picture.height - 1});
+    const bool isReady = warp.isReady();
+    if (isReady) {
+        std::copy(picture.bytes.begin(), picture.bytes.end(), warp.source());
+        warp.run(&grid.dX[0][0], &grid.dY[0][0]);
+        std::copy_n(warp.result(), result.bytes.size(), result.bytes.begin());
+    }
     warp.release();
+    if (!isReady) throw std::bad_alloc();
     return result;
 }
 
@@ -53,8 +62,8 @@ SoftwareService::Status SoftwareService::runCSC(const Geometry& dstGeometry, con
                                                 const Geometry& srcGeometry, const Handle& srcBuffers,
                                                 const Token&) {
     return guarded("runCSC", [&] {
-        const MappedPicture src("src", srcGeometry, srcBuffers);
-        MappedPicture dst("dst", dstGeometry, dstBuffers);
+        const MappedPicture src("src", MappedPicture::Access::Read, srcGeometry, srcBuffers);
+        MappedPicture dst("dst", MappedPicture::Access::Write, dstGeometry, dstBuffers);
         Nv12 from = src.region();
         Nv12 to(dst.regionWidth(), dst.regionHeight());
         hardware::vantorClient::runInterpBicubic(describe(to), describe(from), hardware::IMAGE_FORMAT_NV12);
@@ -66,14 +75,14 @@ SoftwareService::Status SoftwareService::runGDC(const Geometry& dstGeometry, con
                                                 const Geometry& srcGeometry, const Handle& srcBuffers,
                                                 const GdcGrid& grid, const Token&) {
     return guarded("runGDC", [&] {
-        const MappedPicture src("src", srcGeometry, srcBuffers);
-        MappedPicture dst("dst", dstGeometry, dstBuffers);
+        const MappedPicture src("src", MappedPicture::Access::Read, srcGeometry, srcBuffers);
+        MappedPicture dst("dst", MappedPicture::Access::Write, dstGeometry, dstBuffers);
         if (src.width() != dst.width() || src.height() != dst.height()) {
             throw Refusal{"src of " + std::to_string(src.width()) + "x" + std::to_string(src.height()) +
                           ", dst of " + std::to_string(dst.width()) + "x" + std::to_string(dst.height()) +
                           ", expected one size"};
         }
-        const std::lock_guard<std::mutex> lock(model_);
+        const std::lock_guard<std::mutex> lock(modelMutex);
         dst.setRegionOf(warped(src.whole(), grid));
     });
 }

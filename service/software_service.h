@@ -3,11 +3,10 @@
 
 #include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
 
-#include <mutex>
-
 namespace vantor {
 
-/// Serves any number of clients of this process; warps one after the other, as the model has one state.
+/// Serves any number of clients of this process; warps one after the other, as the
+/// model has one state (which clients that warp in the model themselves must not share at the same time).
 /// Trusts nothing: what does not fit is refused with a status other than 0 and one line in the log, tag
 /// "VANTOR_SERVICE". Keeps no client's token, and no buffer after its request.
 class SoftwareService final : public ::vendor::norlake::hardware::vantorService::V1_0::IVantorService {
@@ -26,9 +25,6 @@ public:
     /// values.
     Status runGDC(const Geometry& dstGeometry, const Handle& dstBuffers, const Geometry& srcGeometry,
                   const Handle& srcBuffers, const GdcGrid& grid, const Token& token) override;
-
-private:
-    std::mutex model_;
 };
 
 /// Registers a service under the name that the library looks for, unless there is one.

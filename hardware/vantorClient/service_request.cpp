@@ -128,7 +128,7 @@ private:
         return Selection::Done;
     }
 
-    /// A failed mapping is used as it is, as a caller without planes never touches it.
+    /// A failed mapping is used as it is.
     bool allocate(size_t bytes, int32_t& fd, uint8_t*& address) const {
         int buffer = kNone;
         if (ion_alloc_fd(ionDevice, bytes, kIonAlignment, kIonHeapMask, kIonFlags, &buffer) != 0) {

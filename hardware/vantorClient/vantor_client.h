@@ -21,7 +21,7 @@ enum : int32_t {
 };
 
 /// A namespace of operations: never instantiated. Destinations come before sources. Every operation returns 0
-/// for success and -38 for failure, and throws nothing.
+/// for success and -38 for failure (requests to the service also -1), and throws nothing.
 class vantorClient {
 public:
     /// One picture. Planes are packed: rows lie `width` bytes apart, the luma plane has width x height bytes
@@ -120,10 +120,10 @@ public:
     ///
     /// WARNING: grayscale planes are not checked: a null luma plane ends the process.
     ///
-    /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format or target, a
-    /// null luma plane (NV12 in the model; its working memory, 12 x width x height bytes, is then not
-    /// given back). A region so large that its samples cannot be counted in 32 bits fails with -38 and no
-    /// line.
+    /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format, target or
+    /// pair of descriptors, a null luma plane (NV12 in the model; its working memory, 12 x width x height
+    /// bytes, is then not given back). A region so large that its samples cannot be counted in 32 bits fails
+    /// with -38 and no line.
     static int32_t runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,
                               int32_t format, int32_t target);
 

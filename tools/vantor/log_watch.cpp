@@ -3,6 +3,7 @@
 #include <android/log.h>
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <vector>
@@ -34,15 +35,17 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
 
 namespace vantor::tool {
 
-std::string lastErrorLine() {
-    return errorLines.empty() ? std::string() : errorLines.back();
+void clearErrorLines() {
+    errorLines.clear();
 }
 
-std::string errorLineBefore(const std::string& text) {
-    for (size_t i = errorLines.size(); i-- > 1;) {
-        if (errorLines[i].find(text) != std::string::npos) return errorLines[i - 1];
-    }
-    return {};
+std::string firstErrorLine() {
+    return errorLines.empty() ? std::string() : errorLines.front();
+}
+
+bool hasErrorLine(const std::string& text) {
+    return std::any_of(errorLines.begin(), errorLines.end(),
+                       [&](const std::string& line) { return line.find(text) != std::string::npos; });
 }
 
 }  // namespace vantor::tool

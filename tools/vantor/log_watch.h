@@ -5,10 +5,13 @@
 
 namespace vantor::tool {
 
-/// Empty if there was none.
-std::string lastErrorLine();
+/// Forgets the lines so far.
+void clearErrorLines();
 
-/// The error line before the last one that contains `text`.
-std::string errorLineBefore(const std::string& text);
+/// The first error line since then, which is the cause of those behind it; empty if there was none.
+std::string firstErrorLine();
+
+/// Whether a line since then contains `text`.
+bool hasErrorLine(const std::string& text);
 
 }  // namespace vantor::tool

@@ -13,8 +13,6 @@ namespace {
 
 using BufferData = hardware::vantorClient::BufferData;
 
-constexpr char kFallbackLine[] = "Error occurs";
-
 /// One block with chroma behind the luma, and the whole picture as its region.
 BufferData describeBuffer(uint8_t* bytes, Size size) {
     BufferData data;
@@ -48,18 +46,20 @@ RequestResult runOnProcessor(Picture& dst, const Picture& src, const Request& re
     std::vector<uint8_t> from = block(src);
     std::vector<uint8_t> to = block(dst);
     int32_t status = 0;
+    clearErrorLines();
     const double milliseconds = timed([&] {
         status = request(describeBuffer(to.data(), dst.size), describeBuffer(from.data(), src.size),
                          formatOf(src));
     });
-    if (status != 0) throw UserError("the library refused: " + lastErrorLine());
+    if (status != 0) throw UserError("the library refused: " + firstErrorLine());
     std::copy_n(to.begin(), dst.bytes.size(), dst.bytes.begin());
     return {milliseconds, {}};
 }
 
 RequestResult runOnHardware(Picture& dst, const Picture& src, const Request& request) {
+    clearErrorLines();
     startSoftwareService();
-    if (hardware::vantorClient::init() != 0) throw UserError("no hardware service: " + lastErrorLine());
+    if (hardware::vantorClient::init() != 0) throw UserError("no hardware service: " + firstErrorLine());
     const std::vector<uint8_t> content = block(src);
     SharedBuffer from(content.size());
     SharedBuffer to(byteCount(Layout::Nv12, dst.size));
@@ -73,10 +73,10 @@ RequestResult runOnHardware(Picture& dst, const Picture& src, const Request& req
     int32_t status = 0;
     result.milliseconds = timed([&] { status = request(toData, fromData, formatOf(src)); });
     if (status != 0) {
-        if (lastErrorLine().find(kFallbackLine) == std::string::npos) {
-            throw UserError("the hardware path refused: " + lastErrorLine());
+        if (!hasErrorLine("Error occurs") || hasErrorLine("runInterpBicubic() failed")) {
+            throw UserError("the hardware path refused: " + firstErrorLine());
         }
-        result.fallback = errorLineBefore(kFallbackLine);
+        result.fallback = firstErrorLine();
     }
     std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
     return result;
