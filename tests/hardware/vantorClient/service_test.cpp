@@ -24,6 +24,7 @@ using Events = std::vector<std::string>;
 
 bool isRecording = false;
 Events events;
+int device = -1;              // what ion_open gave
 std::vector<int> buffers;     // descriptors that ion gave
 std::vector<void*> mappings;  // in order
 std::string failingCall;
@@ -53,14 +54,15 @@ int __android_log_print(int priority, const char*, const char* format, ...) {
     events.push_back("log " + std::to_string(priority) + " " + text);
     return 1;
 }
-int ion_open() { return record("ion_open") ? -1 : open("/dev/null", O_RDONLY); }
+int ion_open() { return device = record("ion_open") ? -1 : open("/dev/null", O_RDONLY); }
 int ion_close(int fd) { return record("ion_close") ? -9 : real<int(int)>("ion_close")(fd); }
 int ion_alloc_fd(int, size_t length, size_t align, unsigned heap, unsigned flags, int* fd) {
     EXPECT_TRUE(align == 4096 && heap == 1 && flags == 3);
     if (record("ion_alloc_fd", std::to_string(length))) return -12;
     *fd = memfd_create("buffer", 0);
     buffers.push_back(*fd);
-    return ftruncate(*fd, 65536);
+    const std::vector<char> old(65536, '\xAA');  // not zeros, so that what the library clears shows
+    return write(*fd, old.data(), old.size()) == 65536 ? 0 : -5;
 }
 void* mmap(void* hint, size_t length, int protection, int flags, int fd, off_t offset) noexcept {
     static const auto call = real<void*(void*, size_t, int, int, int, off_t)>("mmap");
@@ -90,12 +92,22 @@ int native_handle_delete(native_handle_t* handle) {
     return record("native_handle_delete") ? -22 : call(handle);
 }
 int gettimeofday(timeval* time, void*) noexcept {
-    *time = {1000 - (record("gettimeofday") ? 0 : 2 * turns["gettimeofday"]), 250000};  // runs backwards
+    record("gettimeofday");
+    *time = {1000 - 2 * turns["gettimeofday"], 1000 * turns["gettimeofday"]};  // runs backwards
     return 0;
 }
 }
 
 namespace {
+
+/// Size and region of a geometry or a picture.
+template <typename Picture>
+std::string edges(const Picture& p) {
+    std::ostringstream text;
+    text << p.width << "x" << p.height << "@" << p.cropLeft << "," << p.cropTop << "-" << p.cropRight << ","
+         << p.cropBottom;
+    return text.str();
+}
 
 /// Shows what it was sent in `events`, and writes 7 to the destination.
 class FakeService : public IVantorService {
@@ -111,12 +123,13 @@ public:
     }
 
     Token token;
-    std::string seen;  // the source's first buffer, a byte every 64th
+    std::string seen;     // the source's first buffer, a byte every 64th
+    char seenChroma = 9;  // the first of its second
     bool isDead = false;
 
 private:
     static std::string describe(const ImageGeometry& g, const hidl_handle& h) {
-        std::string text = std::to_string(g.width) + "x" + std::to_string(g.height) + "@" + std::to_string(g.cropRight);
+        std::string text = edges(g);
         for (int i = 0; i < h->numFds; ++i) text += " " + std::to_string(h->data[i]);
         return text;
     }
@@ -131,6 +144,7 @@ private:
         if (pread(from->data[0], bytes.data(), bytes.size(), 0) > 0) {
             for (int i = 0; i < src.width * src.height * 3 / 2; i += 64) seen += bytes[static_cast<size_t>(i)];
         }
+        EXPECT_TRUE(from->numFds == 1 || pread(from->data[1], &seenChroma, 1, 0) >= 0);
         std::fill(bytes.begin(), bytes.end(), 7);
         EXPECT_GE(pwrite(to->data[0], bytes.data(), bytes.size(), 0), 0);
         isRecording = true;
@@ -143,7 +157,10 @@ struct Picture {
         data.y = reinterpret_cast<uint8_t*>(bytes.data());
         data.width = width;
         data.height = height;
+        data.cropLeft = 2;
+        data.cropTop = 4;
         data.cropRight = width - 1;
+        data.cropBottom = height - 3;
     }
     std::vector<char> bytes;
     vantorClient::BufferData data;
@@ -206,7 +223,7 @@ public:
         const bool fails =
             attempt("service", std::string(kind_.method) + sides_[1].sent(" ") + " from" + sides_[0].sent(" "));
         attempt("gettimeofday");
-        log(4, kind_.more[0], std::string(kind_.method) + " -2000.000000ms elapsed");
+        log(4, kind_.more[0], std::string(kind_.method) + " -1999.000000ms elapsed");
         if (fails) log(6, kind_.more[1], std::string(kind_.method) + "() failed");
         int status = fails ? 5 : 0;
         for (Side& side : sides_) {
@@ -222,6 +239,7 @@ public:
     }
 
     Events expected;
+    bool fellBack = false;
     size_t leaked = 0;  ///< descriptors that stay open
 
 private:
@@ -235,8 +253,7 @@ private:
 
         int line(int index) const { return firstLine + index; }
         std::string sent(const std::string& before) const {
-            std::string text = before + std::to_string(image.width) + "x" + std::to_string(image.height) + "@" +
-                               std::to_string(image.cropRight);
+            std::string text = before + edges(image);
             for (int fd : fds) text += " " + std::to_string(fd);
             return text;
         }
@@ -290,6 +307,7 @@ private:
     }
     int fallBack() {
         log(6, kind_.more[3], kind_.fallback);
+        fellBack = true;
         return -38;
     }
 
@@ -297,12 +315,7 @@ private:
     Side sides_[2];
     bool isGray_;
     std::map<std::string, int> turns_;
-
-public:
-    static int device;
 };
-
-int Walker::device = -1;
 
 size_t openDescriptors() {
     size_t count = 0;
@@ -316,10 +329,9 @@ class ServiceRequests : public testing::Test {
 protected:
     void SetUp() override {
         failingTurn = 0;
-        if (Walker::device < 0) {
+        if (device < 0) {
             ASSERT_EQ(android::OK, service_->registerAsService("default"));
             ASSERT_EQ(0, vantorClient::init());
-            Walker::device = open("/dev/null", O_RDONLY) - 1;  // the one before is the library's
         }
     }
 
@@ -372,6 +384,7 @@ TEST_F(ServiceRequests, GoAsTheWalkerSaysForEveryDescriptorPairAndEveryFailingCa
                     Walker walker(kind, dst.data, src.data, format == 0);
                     ASSERT_EQ(walker.run(), status);
                     ASSERT_EQ(events, walker.expected) << call << " " << failingTurn;
+                    ASSERT_TRUE(!walker.fellBack || dst.bytes[6143] == 1);  // the processor copied
                     EXPECT_EQ(openDescriptors(), before + static_cast<size_t>(given) + walker.leaked);
                     ++requests;
                     const bool isOver = turns[failingCall] < failingTurn;
@@ -408,12 +421,17 @@ TEST_F(ServiceRequests, CopyPlanesInAndOutByTheDestinationsSize) {
         EXPECT_EQ(service_->seen, std::string(96, 1) + std::string(48, 0));
         EXPECT_EQ(dst.bytes[6143] * 10 + dst.bytes[6144], 72);
         closeBuffers();
+        src.data.fdY = memfd_create("luma", 0);
+        EXPECT_EQ(0, run(kind, dst, src, 0));
+        EXPECT_EQ(service_->seenChroma, 0);
+        close(std::exchange(src.data.fdY, -1));
+        closeBuffers();
         // Without planes nothing is copied; the mapping may even have failed.
         src.data.y = dst.data.y = nullptr;
         failingCall = "mmap";
         failingTurn = 1;
         EXPECT_EQ(0, run(kind, dst, src, 1));
-        EXPECT_EQ(service_->seen, std::string(144, 0));
+        EXPECT_EQ(service_->seen, std::string(144, '\xAA'));
         failingTurn = 0;
         closeBuffers();
     }
@@ -422,7 +440,7 @@ TEST_F(ServiceRequests, CopyPlanesInAndOutByTheDestinationsSize) {
     std::vector<uint8_t> chroma(3072, 3);
     src.data.uv = chroma.data();
     EXPECT_EQ(0, run(kKinds[0], dst, src, 1));
-    EXPECT_EQ(service_->seen, std::string(24, 1) + std::string(48, 3) + std::string(72, 0));
+    EXPECT_EQ(service_->seen, std::string(24, 1) + std::string(48, 3) + std::string(72, '\xAA'));
     closeBuffers();
 }
 
@@ -440,6 +458,25 @@ TEST_F(ServiceRequests, ScalingTakesANewTokenEachTimeAndWarpingOnceItIsValid) {
     EXPECT_EQ(-38, run(kKinds[1], small, small, 1));
     service_->token.clear();
     EXPECT_EQ(second->getStrongCount(), 2);
+    Picture picture(96, 64, 1);
+    EXPECT_EQ(0, run(kKinds[1], picture, picture, 1));
+    const Token third = service_->token;
+    EXPECT_EQ(0, run(kKinds[1], picture, picture, 1));
+    EXPECT_TRUE(third != second && service_->token != third && third->getStrongCount() == 1);
+    closeBuffers();
+}
+
+TEST_F(ServiceRequests, SayThatTheFallbackFailedAsWell) {
+    Picture src(96, 64, 1), dst(96, 64, 2);
+    src.data.y = nullptr;
+    failingCall = "service";
+    failingTurn = 1;
+    for (const Kind& kind : kKinds) {
+        EXPECT_EQ(-38, run(kind, dst, src, 1));
+        const std::string line = std::string(kind.function) + "():" + (kind.isWarp ? "976" : "586");
+        EXPECT_EQ(events.back(), "log 6 vantor_client.cpp:" + line + " runInterpBicubic() failed");
+        closeBuffers();
+    }
 }
 
 TEST_F(ServiceRequests, EndTheProcessWhenTheTransportFails) {
@@ -450,31 +487,42 @@ TEST_F(ServiceRequests, EndTheProcessWhenTheTransportFails) {
     service_->isDead = false;
 }
 
-TEST_F(ServiceRequests, CountReferencesByTheirOddRules) {
-    const auto expectCall = [](int (*call)(), int status, const Events& expected) {
+TEST(Connection, CountsReferencesByItsOddRules) {
+    const auto expectCall = [](int (*call)(), int status, int count, Events more) {
+        const std::string name = call == vantorClient::init ? "init():61" : "deinit():91";
+        more.insert(more.begin(),
+                    "log 4 vantor_client.cpp:" + name + " Reference count=(" + std::to_string(count) + ")");
         events.clear();
         EXPECT_EQ(call(), status);
-        EXPECT_EQ(events, expected);
+        EXPECT_EQ(events, more);
     };
-    const auto line = [](const std::string& text) { return "log " + text; };
-    failingTurn = 0;
-    // SetUp counted to 1.
-    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(2)")});
-    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(3)")});
-    for (int count : {2, 1, 0}) {
-        expectCall(vantorClient::deinit, 0,
-                   {line("4 vantor_client.cpp:deinit():91 Reference count=(" + std::to_string(count) + ")")});
-    }
-    failingCall = "ion_close";
+    const auto registered = [] {
+        const sp<FakeService> service = new FakeService;
+        EXPECT_EQ(android::OK, service->registerAsService("default"));
+        return service;
+    };
+    if (device >= 0) GTEST_SKIP() << "wants a process of its own";
+    expectCall(vantorClient::init, -38, 1, {"log 6 vantor_client.cpp:init():70 getService() failed"});
+    const auto first = registered();
+    failingCall = "ion_open";
     failingTurn = 1;
+    expectCall(vantorClient::init, -38, 2, {"ion_open", "log 6 vantor_client.cpp:init():79 ion_open() failed"});
+    EXPECT_EQ(first->getStrongCount(), 3);  // here, in the registry and in the library
+    expectCall(vantorClient::init, 0, 3, {});
+    for (int count : {2, 1}) expectCall(vantorClient::deinit, 0, count, {});
+    const auto second = registered();
+    expectCall(vantorClient::init, 0, 2, {"ion_open"});
+    EXPECT_EQ(first->getStrongCount() * 10 + second->getStrongCount(), 13);
+    const auto third = registered();
+    expectCall(vantorClient::init, 0, 3, {});  // no look-up any more
+    EXPECT_EQ(third->getStrongCount(), 2);
+    for (int count : {2, 1, 0}) expectCall(vantorClient::deinit, 0, count, {});
+    failingCall = "ion_close";
     turns.clear();
-    expectCall(vantorClient::deinit, -38,
-               {line("4 vantor_client.cpp:deinit():91 Reference count=(-1)"), "ion_close",
-                line("6 vantor_client.cpp:deinit():98 ion_close() failed")});
-    failingTurn = 0;
-    // The descriptor is kept, so the allocator is not opened again.
-    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(0)")});
-    expectCall(vantorClient::init, 0, {line("4 vantor_client.cpp:init():61 Reference count=(1)")});
+    expectCall(vantorClient::deinit, -38, -1, {"ion_close", "log 6 vantor_client.cpp:deinit():98 ion_close() failed"});
+    expectCall(vantorClient::init, 0, 0, {});  // the descriptor is kept, so the allocator is not opened again
+    expectCall(vantorClient::deinit, 0, -1, {"ion_close"});
+    expectCall(vantorClient::init, 0, 0, {});
 }
 
 }  // namespace
