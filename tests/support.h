@@ -58,6 +58,12 @@ private:
     uint8_t* data_;
 };
 
+/// An NV12 picture in one block, its region all of it.
+inline hardware::vantorClient::BufferData wholePicture(std::vector<uint8_t>& block, int width, int height) {
+    block.resize(static_cast<size_t>(width * height * 3 / 2));
+    return {block.data(), nullptr, -1, -1, width, height, 0, 0, width - 1, height - 1};
+}
+
 class Random {
 public:
     explicit Random(unsigned seed) : engine_(seed) {}

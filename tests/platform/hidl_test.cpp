@@ -1,5 +1,4 @@
-// What Debian has no libraries for: calls of the service, its registry, shared buffers, and null strong
-// pointers.
+// What Debian has no libraries for: results of calls, shared buffers, and null strong pointers.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <ion/ion.h>
@@ -7,8 +6,6 @@
 #include <unistd.h>
 #include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
 
-#include <memory>
-#include <thread>
 
 namespace {
 
@@ -18,48 +15,6 @@ using android::sp;
 using android::hidl::base::V1_0::IBase;
 
 static_assert(sizeof(ImageGeometry) == 24 && sizeof(GdcGrid) == 8712 && offsetof(GdcGrid, dY) == 4356);
-
-struct Service : public IVantorService {
-    Return<int32_t> runCSC(const ImageGeometry& dst, const hidl_handle&, const ImageGeometry&, const hidl_handle&,
-                           const sp<IBase>&) override {
-        return dst.width;
-    }
-    Return<int32_t> runGDC(const ImageGeometry&, const hidl_handle&, const ImageGeometry&, const hidl_handle&,
-                           const GdcGrid&, const sp<IBase>&) override {
-        return Status::fromStatusT(android::DEAD_OBJECT);
-    }
-};
-
-TEST(PlatformService, IsFoundByItsNameAndCalled) {
-    EXPECT_EQ(IVantorService::getService("nobody", false), nullptr);
-    sp<IVantorService> service = new Service;
-    EXPECT_EQ(service->registerAsService("test"), android::OK);
-    EXPECT_EQ(IVantorService::getService("test", false), service);
-    EXPECT_EQ(service->runCSC({7, 0, 0, 0, 0, 0}, nullptr, {}, nullptr, new IBase), 7);
-    EXPECT_TRUE(service->runGDC({}, nullptr, {}, nullptr, {}, nullptr).isDeadObject());
-    service->interfaceChain([](const auto& chain) { EXPECT_EQ(chain[1], "android.hidl.base@1.0::IBase"); });
-    const auto replace = [] {
-        EXPECT_EQ((new Service)->registerAsService("test"), android::OK);
-        EXPECT_NE(IVantorService::getService("test"), nullptr);
-    };
-    std::thread one(replace), two(replace);
-    one.join();
-    two.join();
-    EXPECT_EQ(service->getStrongCount(), 1);
-}
-
-TEST(PlatformHandle, OwnsOnlyWhatItCopied) {
-    native_handle_t* given = native_handle_create(1, 0);
-    given->data[0] = open("/dev/null", O_RDONLY);
-    const hidl_handle wrapped(given);
-    auto copy = std::make_unique<hidl_handle>(wrapped);
-    hidl_handle moved(std::move(*copy));
-    const int duplicate = moved->data[0];
-    EXPECT_TRUE(!copy->getNativeHandle() && wrapped.getNativeHandle() == given && duplicate != given->data[0]);
-    moved = nullptr;
-    EXPECT_EQ(close(duplicate), -1);
-    EXPECT_TRUE(native_handle_close(given) == 0 && native_handle_delete(given) == 0);
-}
 
 TEST(PlatformDeathTest, ResultsMustBeCheckedBeforeTheyAreReadOrDropped) {
     const Status dead = Status::fromStatusT(android::DEAD_OBJECT);

@@ -1,5 +1,4 @@
-// What the stand-in has in common with the platform's own libraries: scripts/conformance.sh runs this file
-// with them.
+// What the stand-in has in common with the platform's own libraries: scripts/conformance.sh runs this file with them.
 #include <android/log.h>
 #include <cutils/native_handle.h>
 #include <fcntl.h>

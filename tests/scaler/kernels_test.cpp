@@ -36,8 +36,7 @@ TEST(Kernels, UsersLimitTheInstructionSets) {
     }
 }
 
-/// A row of which every tap may be the last byte before an unmapped page, and taps in any order that reach
-/// both ends.
+/// A row of which every tap may be the last byte before an unmapped page, and taps in any order that reach both ends.
 struct Columns {
     Columns(Random& random, int count, int rowBytes, int phases)
         : row(random.content(static_cast<size_t>(rowBytes)), Guard::Back),

@@ -1,5 +1,4 @@
-// Plain per-pixel scaler for 8-bit NV12 pictures, the yardstick for the optimised kernels. Sequential and
-// slow.
+// Plain per-pixel scaler for 8-bit NV12 pictures, the yardstick for the optimised kernels. Sequential and slow.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,4 @@
-// The software service: the processor's bytes for whole pictures, regions, and anything that a client may
-// send.
+// The software service: the processor's bytes for whole pictures, regions, and anything that a client may send.
 #include "service/software_service.h"
 
 #include <cutils/native_handle.h>
@@ -14,15 +13,8 @@ namespace {
 using hardware::vantorClient;
 using Geometry = SoftwareService::Geometry;
 
-/// An NV12 picture in one block, its region all of it.
 struct Picture {
-    Picture(int width, int height) : bytes(static_cast<size_t>(width * height * 3 / 2)) {
-        data.y = bytes.data();
-        data.width = width;
-        data.height = height;
-        data.cropRight = width - 1;
-        data.cropBottom = height - 1;
-    }
+    Picture(int width, int height) : data(wholePicture(bytes, width, height)) {}
     std::vector<uint8_t> bytes;
     vantorClient::BufferData data;
 };

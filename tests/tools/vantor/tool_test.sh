@@ -52,7 +52,7 @@ expect 0 "rgb to chart.nv12 320x180 nv12: copied" scale chart.png -o chart.nv12 
 expect 0 "i420: copied" scale chart.png -o chart_320x180.i420 --size 320x180
 expect 0 "V: equal (14400 samples)" compare chart.nv12 chart_320x180.i420 --input-size 320x180
 expect 0 "" scale chart.nv12 --input-size 320x180 -o back.png --size 100%
-expect 1 "psnr" compare chart.png back.png --json # colours survive but for rounding and the chroma's half size
+expect 1 "psnr" compare chart.png back.png --json # colours survive but for rounding and the half size of chroma
 python3 -c 'import json; c = json.load(open("out"))["components"]; assert min(x["psnr"] for x in c) > 24, c' ||
     fail "colours after RGB to NV12 and back"
 base64 -d >red_4x4.png <<<iVBORw0KGgoAAAANSUhEUgAAAAQAAAAECAIAAAAmkwkpAAAAEElEQVR42mP4z8AARwzEcQCukw/xOF6MEQAAAABJRU5ErkJggg==
@@ -84,10 +84,7 @@ refuse() { # refuse TEXT ARGUMENTS...: of `vantor scale ... -o kept.png`
 head -c 100 chart.png >cut.png
 refuse "--size 12y8: expected WIDTHxHEIGHT, such as 1280x720" chart.png --size 12y8
 refuse "--size -50%: expected a positive percentage" chart.png --size -50%
-refuse "--size 1%: 4x2: width and height must be from 4" chart.png --size 1%
 refuse "--size 3x8: width and height must be from 4 to 16384" chart.png --size 3x8
-refuse "--size 16385x8: width and height must be from 4 to 16384" chart.png --size 16385x8
-refuse "--size 99999999999x8: expected WIDTHxHEIGHT" chart.png --size 99999999999x8
 refuse "--size 15x8: width and height of a colour picture must be even" chart.png --size 15x8
 refuse "b_6x4.gray: one 6x8 gray picture has 48 bytes, the file has 24" b_6x4.gray --size 8x8 --input-size 6x8
 refuse "b_6x4.gray: one 4x4 gray picture has 16 bytes, the file has 24" b_6x4.gray --size 8x8 --input-size 4x4
@@ -104,8 +101,6 @@ refuse "--input-size 4x4: chart.png is a PNG file" chart.png --size 8x8 --input-
 refuse "--sise (vantor --help shows how)" chart.png --size 8x8 --sise 8x8
 expect 2 "--size 8x8: the output's name says 16x8" scale chart.png -o out_16x8.nv12 --size 8x8
 expect 2 "nowhere/out.png: cannot write: No such file or directory" scale chart.png -o nowhere/out.png --size 8x8
-expect 2 "--tolerance: Value 300 not in range 0 to 255" compare chart.png chart.png --tolerance 300
-expect 2 "subcommand is required" --
 VANTOR_CPU=sse9 expect 2 "VANTOR_CPU=sse9: expected plain, avx2 or avx512" info
 VANTOR_LOG=loud expect 2 "VANTOR_LOG=loud: expected off, error or info" info
 (trap '' XFSZ && ulimit -f 8 && "$vantor" scale chart.png -o kept.png --size 300% 2>&1) | grep -qF "File too large" ||
@@ -168,7 +163,6 @@ refuse_warp "expected one of --matrix, --grid, or a warp described" --rotate 2 -
 refuse_warp "--matrix 1,2,3: expected 6 numbers set off by commas" --matrix 1,2,3
 refuse_warp "--matrix 40000,0,0,0,0,0: expected whole numbers from -32768 to 32767" --matrix 40000,0,0,0,0,0
 refuse_warp "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]" --lens 1,2,3,4
-refuse_warp "--zoom 0.000000: expected a number above 0" --zoom 0
 expect 2 "gray.png: 31x17 picture: warps take 96x64 to 8192x6144" warp gray.png -o never.png --zoom 2
 expect 0 "the library's picture has Y" explain chart.png 160 90 --rotate 10
 said=$(sed -n 's/.*\([YUV]\) = \([0-9]*\)$/\1 \2/p' out | paste -sd, | sed 's/,/, /g')
@@ -200,8 +194,6 @@ expect 2 "expected --size for a scaling request, or" crosscheck chart.png
 expect 2 "--path fpga: expected hw or sw" scale chart.png -o x.png --size 8x8 --path fpga
 
 VANTOR_CPU=plain expect 0 "in use plain" info
-expect 0 "pictures of 4x4 to 16384x16384" info
-expect 0 "Examples:" scale --help
 
 echo "$failures failures"
 [ "$failures" = 0 ]

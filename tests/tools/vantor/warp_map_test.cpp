@@ -8,8 +8,7 @@
 namespace vantor::tool {
 namespace {
 
-/// The largest distance, in pixels, between a map and the model's positions over all pixels inside the
-/// source.
+/// The largest distance, in pixels, between a map and the model's positions over all pixels inside the source.
 double largestError(const WarpParts& parts, Size size) {
     const WarpMap map(parts, size);
     const GridTables tables(makeGrid(map, size));
@@ -71,18 +70,13 @@ TEST(WarpMap, PartsLeadFromTheOutputToTheSource) {
 TEST(WarpMap, WholePixelShiftsGiveThePictureBack) {
     const Size size{160, 96};
     test::Random random(test::seed());
-    std::vector<uint8_t> src = random.content(160 * 96 * 3 / 2), dst(src.size());
+    std::vector<uint8_t> src = random.content(160 * 96 * 3 / 2), dst;
+    const auto from = test::wholePicture(src, size.width, size.height),
+               to = test::wholePicture(dst, size.width, size.height);
     for (const Point shift : {Point{6, -4}, Point{-10, 2}, Point{0, 0}}) {
         WarpParts parts;
         parts.shift = shift;
         const Grid grid = makeGrid(WarpMap(parts, size), size);
-        hardware::vantorClient::BufferData from, to;
-        from.width = to.width = size.width;
-        from.height = to.height = size.height;
-        to.cropRight = size.width - 1;
-        to.cropBottom = size.height - 1;
-        from.y = src.data();
-        to.y = dst.data();
         ASSERT_EQ(
             0, hardware::vantorClient::runGDCGrid(to, from, grid, hardware::IMAGE_FORMAT_NV12, hardware::GDC_C_MODEL));
         for (int y = 0; y < size.height * 3 / 2; ++y) {
