@@ -6,7 +6,6 @@
 #include <unistd.h>
 #include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
 
-
 namespace {
 
 using namespace android::hardware;
