@@ -49,10 +49,12 @@ public:
         int32_t dY[1089];
     };
 
-    /// Connects to the hardware service ("default") and opens the allocator of shared buffers. Needed, and
-    /// successful, before runCSC and runGDCGrid on GDC_HW, which otherwise end the process. Counts its calls;
-    /// the first two connect. Fails with -38, and logs why: no service, no allocator. The count is then up
-    /// all the same.
+    /// Connects to the hardware service ("default") and opens the allocator of shared buffers. Comes first:
+    /// without it, runCSC and runGDCGrid on GDC_HW end the process for given buffers, and fall back to the
+    /// processor for copied pictures.
+    ///
+    /// Counts its calls; the first two connect. Fails with -38, and logs why: no service, no allocator. The
+    /// count is then up all the same.
     static int32_t init();
 
     /// Counts down. Only one call more than init's closes the allocator, whose descriptor is kept even so: a
@@ -95,19 +97,24 @@ public:
     /// with -1: a handle could not be created (descriptors given for that picture are then closed). All are
     /// logged.
     ///
-    /// WARNING, copied pictures of different sizes: the length of the source's luma is taken from `dst`. So a
-    /// source with a chroma plane of its own, and any grayscale source, reaches the service wrong: from
-    /// beyond its end where `dst` is larger, cut off where it is smaller. NV12 with chroma behind the luma,
-    /// and given buffers, are sound. WARNING: allocated buffers stay open for the life of the process, one or
-    /// two descriptors a request. WARNING: the fallback reads and writes through the planes. With given
-    /// buffers and null planes it ends the process for grayscale and for reductions.
+    /// WARNING, copied pictures of different sizes: the length of the source's luma is taken from `dst`. A
+    /// source with a chroma plane of its own, and any grayscale source, reaches the service cut off where
+    /// `dst` is smaller; where it is larger, memory beyond the source is read, and memory beyond its buffer
+    /// WRITTEN. NV12 with chroma behind the luma, and given buffers, are sound.
+    ///
+    /// WARNING: allocated buffers stay open for the life of the process, one or two descriptors a request.
+    ///
+    /// WARNING: the fallback reads and writes through the planes. With given buffers and null planes it ends
+    /// the process for grayscale and for reductions.
     static int32_t runCSC(const BufferData& dst, const BufferData& src, int32_t format);
 
     /// Warps `src` by a grid to `dst`, which has the same size: 96 x 64 to 8192 x 6144, a multiple of 16
     /// wide, even high. What comes from outside the source is black.
     ///
     /// `dst`'s region of interest says which pixels are computed: give cropRight = width - 1 and cropBottom =
-    /// height - 1 for all of them. WARNING: the model packs the region at its own width and then reads its
+    /// height - 1 for all of them.
+    ///
+    /// WARNING: the model packs the region at its own width and then reads its
     /// buffer as a whole picture, so a smaller region comes back scrambled, and an empty one black with green
     /// chroma (all zero).
     ///
