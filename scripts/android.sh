@@ -8,7 +8,11 @@ mkdir -p "$out"
 
 # The C++ headers are unpacked, not installed: their package does not go together with its other versions.
 if [ ! -d "$out/libcxx" ]; then
-    (cd "$out" && apt-get download -q libc++-16-dev >/dev/null && dpkg -x libc++-16-dev_*.deb libcxx)
+    (
+        cd "$out"
+        apt-get download -q libc++-16-dev >/dev/null 2>&1 || { apt-get update -q && apt-get download -q libc++-16-dev; }
+        dpkg -x libc++-16-dev_*.deb libcxx
+    )
 fi
 cxx_headers=$(dirname "$(find "$out/libcxx" -path '*c++/v1/vector')")
 c_headers=$(dirname "$(dirname "$(arm-linux-gnueabi-g++ -print-file-name=libc.so.6)")")/include
