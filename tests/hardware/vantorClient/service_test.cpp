@@ -435,6 +435,11 @@ TEST_F(ServiceRequests, CopyPlanesInAndOutByTheDestinationsSize) {
         failingTurn = 0;
         closeBuffers();
     }
+    failingCall = "mmap";
+    failingTurn = 1;
+    Picture mapped(96, 64, 1);  // with planes, a failed mapping is written to
+    EXPECT_DEATH(run(kKinds[0], mapped, mapped, 1), "");
+    failingTurn = 0;
     // A smaller destination cuts the luma off, and the chroma follows there.
     Picture src(96, 64, 1), dst(48, 32, 2);
     std::vector<uint8_t> chroma(3072, 3);
