@@ -1,9 +1,14 @@
-// How many samples of a picture the core touches.
+// How many samples a picture has, and how many of it the core touches.
 #pragma once
 
 #include <cstddef>
 
 namespace vantor {
+
+/// Bytes, or samples, of a 4:2:0 picture, three planes or two; 0 for sizes that are none.
+inline size_t pictureSamples(int width, int height) {
+    return width < 1 || height < 1 ? 0 : static_cast<size_t>(width) * static_cast<size_t>(height) * 3 / 2;
+}
 
 /// Samples, from the first on, of a source of W x H or an output region of W x H. That is W x H x 3 / 2 for
 /// even sizes; with odd ones the last chroma row reaches further.

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "gdc_model/fixed_point.h"
+#include "gdc_model/gdc_extent.h"
 #include "gdc_model/gdc_grid.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/matrix.h"

@@ -24,7 +24,7 @@ StagedWarp::StagedWarp(int width, int height, const OutputRegion& region)
     : width_(width),
       height_(height),
       region_(region),
-      bytes_(static_cast<size_t>(width) * static_cast<size_t>(height) * 3 / 2),
+      bytes_(pictureSamples(width, height)),
       srcPlanes_(allocate(bytes_)),
       dstPlanes_(allocate(bytes_)),
       src16_(allocateSamples(bytes_)),

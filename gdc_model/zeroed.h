@@ -13,11 +13,4 @@ std::vector<Value> zeroed(std::size_t count) noexcept {
     return std::vector<Value>(count);
 }
 
-/// Bytes, or samples, of a 4:2:0 picture, three planes or two; 0 for sizes that are none.
-inline std::size_t pictureSamples(int width, int height) {
-    return width < 1 || height < 1
-               ? 0
-               : static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3 / 2;
-}
-
 }  // namespace vantor

@@ -13,6 +13,7 @@
 #include "hardware/vantorClient/service_request.h"
 #include "hardware/vantorClient/status.h"
 #include "hardware/vantorClient/vantor_client.h"
+#include "hardware/vantorClient/warp_limits.h"
 
 namespace hardware {
 namespace {
@@ -23,23 +24,17 @@ using BufferData = vantorClient::BufferData;
 using Grid = vantorClient::_GDCGrid;
 
 constexpr char kHardwareFunction[] = "runGDCHWGrid";
-constexpr int kSmallestWidth = 96;
-constexpr int kSmallestHeight = 64;
-constexpr int kLargestWidth = 8192;
-constexpr int kLargestHeight = 6144;
-constexpr int kWidthAlignment = 16;
-constexpr int kHeightAlignment = 2;
 
 const char* targetName(int32_t target) {
     return target == GDC_HW ? "GDC_HW" : target == GDC_C_MODEL ? "GDC_C_MODEL" : "INVALID";
 }
 
 bool isTooSmall(const BufferData& image) {
-    return image.width < kSmallestWidth || image.height < kSmallestHeight;
+    return image.width < kSmallestWarpWidth || image.height < kSmallestWarpHeight;
 }
 
 bool isTooLarge(const BufferData& image) {
-    return image.width > kLargestWidth || image.height > kLargestHeight;
+    return image.width > kLargestWarpWidth || image.height > kLargestWarpHeight;
 }
 
 #define WARP_ERROR(line, ...) VANTOR_LOG_ERROR("runGDCGrid", vantor::line, __VA_ARGS__)
@@ -49,28 +44,28 @@ bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     if (isTooSmall(src)) {
         WARP_ERROR(kLineWarpSourceTooSmall,
                    "Invalid src image size [%dx%d] : must not be smaller than [%dx%d]", src.width, src.height,
-                   kSmallestWidth, kSmallestHeight);
+                   kSmallestWarpWidth, kSmallestWarpHeight);
     } else if (isTooSmall(dst)) {
         WARP_ERROR(kLineWarpDestinationTooSmall,
                    "Invalid dst image size [%dx%d] : must not be smaller than [%dx%d]", dst.width, dst.height,
-                   kSmallestWidth, kSmallestHeight);
+                   kSmallestWarpWidth, kSmallestWarpHeight);
     } else if (isTooLarge(src)) {
         WARP_ERROR(kLineWarpSourceTooLarge,
                    "Invalid src image size [%dx%d] : must not be larger than [%dx%d]", src.width, src.height,
-                   kLargestWidth, kLargestHeight);
+                   kLargestWarpWidth, kLargestWarpHeight);
     } else if (isTooLarge(dst)) {
         WARP_ERROR(kLineWarpDestinationTooLarge,
                    "Invalid dst image size [%dx%d] : must not be larger than [%dx%d]", dst.width, dst.height,
-                   kLargestWidth, kLargestHeight);
+                   kLargestWarpWidth, kLargestWarpHeight);
     } else if (src.width != dst.width || src.height != dst.height) {
         WARP_ERROR(kLineWarpSizesDiffer,
                    "Invalid scaling factor [src(%dx%d), dst(%dx%d)] : src size must be same with dst size",
                    src.width, src.height, dst.width, dst.height);
     } else if (format != IMAGE_FORMAT_GRAYSCALE && format != IMAGE_FORMAT_NV12) {
         WARP_ERROR(kLineWarpFormat, "Invalid image format(%d)", format);
-    } else if (src.width % kWidthAlignment != 0 || src.height % kHeightAlignment != 0) {
+    } else if (src.width % kWarpWidthAlignment != 0 || src.height % kWarpHeightAlignment != 0) {
         WARP_ERROR(kLineWarpAlignment, "Src width(%d) and height(%d) must be aligned with w=%d, h=%d for GDC",
-                   src.width, src.height, kWidthAlignment, kHeightAlignment);
+                   src.width, src.height, kWarpWidthAlignment, kWarpHeightAlignment);
     } else {
         return true;
     }

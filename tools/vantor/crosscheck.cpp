@@ -82,7 +82,7 @@ void addCrosscheck(CLI::App& app, Run& run) {
     command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
     command->add_option("--size", options->size, "Scale to this size");
     addWarpOptions(*command, options->warp);
-    command->add_option("--grid", options->warp.gridFile, "Warp by this grid file");
+    addGridOption(*command, options->warp);
     addFormOptions(*command, options->form);
     command->footer(
         "Exit status: 0 identical, 1 different, 2 trouble.\n"

@@ -145,7 +145,7 @@ void addExplain(CLI::App& app, Run& run) {
     command->add_option("X", options->x, "Output column")->required();
     command->add_option("Y", options->y, "Output row")->required();
     addWarpOptions(*command, options->warp);
-    command->add_option("--grid", options->warp.gridFile, "Grid file, as vantor grid makes them");
+    addGridOption(*command, options->warp);
     addFormOptions(*command, options->inputForm);
     command->footer("Example:\n  vantor explain photo.png 640 360 --rotate 2");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });

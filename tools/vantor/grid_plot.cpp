@@ -85,12 +85,12 @@ private:
 std::vector<uint8_t> plotGrid(const Grid& grid, Size frame, double exaggeration, const std::string& title) {
     const auto node = [&](int row, int column) {
         // Far outside is all the same, and cairo's coordinates are limited.
-        const auto place = [exaggeration](int size, int index, double move) {
-            return std::clamp(size * index / 32.0 + exaggeration * move, -4.0 * size, 5.0 * size);
+        const auto drawn = [exaggeration](double place, double move, int size) {
+            return std::clamp(place + exaggeration * move, -4.0 * size, 5.0 * size);
         };
-        const int index = row * kGridNodes + column;
-        return Point{place(frame.width, column, moveAcross(grid.dX[index], frame)),
-                     place(frame.height, row, moveDown(grid.dY[index], frame))};
+        const Point place = nodePlace(row, column, frame);
+        const Point move = nodeMove(grid, row, column, frame);
+        return Point{drawn(place.x, move.x, frame.width), drawn(place.y, move.y, frame.height)};
     };
     Plot plot(frame);
     plot.outline();

@@ -1,6 +1,7 @@
 #include "tools/vantor/grid_report.h"
 
 #include <algorithm>
+#include <array>
 
 #include "gdc_model/gdc_run.h"
 #include "gdc_model/grid_interp.h"
@@ -14,12 +15,12 @@ using Nodes = std::array<std::array<Point, kGridNodes>, kGridNodes>;
 /// Where the nodes take their pixels from.
 Nodes sourcesOf(const Grid& grid, Size frame) {
     Nodes nodes;
-    for (size_t row = 0; row < kGridNodes; ++row) {
-        for (size_t column = 0; column < kGridNodes; ++column) {
-            const size_t index = row * kGridNodes + column;
-            nodes[row][column] = {
-                frame.width * static_cast<double>(column) / 32 + moveAcross(grid.dX[index], frame),
-                frame.height * static_cast<double>(row) / 32 + moveDown(grid.dY[index], frame)};
+    for (int row = 0; row < kGridNodes; ++row) {
+        for (int column = 0; column < kGridNodes; ++column) {
+            const Point place = nodePlace(row, column, frame);
+            const Point move = nodeMove(grid, row, column, frame);
+            nodes[static_cast<size_t>(row)][static_cast<size_t>(column)] = {place.x + move.x,
+                                                                            place.y + move.y};
         }
     }
     return nodes;
@@ -61,13 +62,17 @@ GridReport examine(const Grid& grid, Size frame) {
     const auto isBeyond = [](int32_t value) { return clampDisplacement(value >> 1) != value >> 1; };
     const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyond) +
                         std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyond);
-    const auto [leastX, largestX] = std::minmax_element(std::begin(grid.dX), std::end(grid.dX));
-    const auto [leastY, largestY] = std::minmax_element(std::begin(grid.dY), std::end(grid.dY));
-    return {{moveAcross(*leastX, frame), moveDown(*leastY, frame)},
-            {moveAcross(*largestX, frame), moveDown(*largestY, frame)},
-            static_cast<int>(beyond),
-            countFolded(sourcesOf(grid, frame)),
-            shareOutside(grid, frame)};
+    GridReport report{};
+    report.leastMove = report.largestMove = nodeMove(grid, 0, 0, frame);
+    for (int index = 1; index < kGridNodes * kGridNodes; ++index) {
+        const Point move = nodeMove(grid, index / kGridNodes, index % kGridNodes, frame);
+        report.leastMove = {std::min(report.leastMove.x, move.x), std::min(report.leastMove.y, move.y)};
+        report.largestMove = {std::max(report.largestMove.x, move.x), std::max(report.largestMove.y, move.y)};
+    }
+    report.nodesBeyondRange = static_cast<int>(beyond);
+    report.foldedCells = countFolded(sourcesOf(grid, frame));
+    report.outside = shareOutside(grid, frame);
+    return report;
 }
 
 }  // namespace vantor::tool

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "hardware/vantorClient/warp_limits.h"
 #include "service/software_service.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/log_watch.h"
@@ -105,10 +106,14 @@ std::string describe(Path path, const std::string& processor, const RequestResul
 }
 
 Size warpFrame(const std::string& what, Size picture) {
-    if (picture.width < 96 || picture.height < 64 || picture.width > 8192 || picture.height > 6144) {
-        throw UserError(what + ": " + toString(picture) + " picture: warps take 96x64 to 8192x6144");
+    constexpr Size kSmallest{hardware::kSmallestWarpWidth, hardware::kSmallestWarpHeight};
+    constexpr Size kLargest{hardware::kLargestWarpWidth, hardware::kLargestWarpHeight};
+    if (picture.width < kSmallest.width || picture.height < kSmallest.height ||
+        picture.width > kLargest.width || picture.height > kLargest.height) {
+        throw UserError(what + ": " + toString(picture) + " picture: warps take " + toString(kSmallest) +
+                        " to " + toString(kLargest));
     }
-    return picture.roundedUp(16, 2);
+    return picture.roundedUp(hardware::kWarpWidthAlignment, hardware::kWarpHeightAlignment);
 }
 
 Picture onFrame(const std::string& what, Picture picture, Size frame) {

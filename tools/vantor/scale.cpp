@@ -48,7 +48,7 @@ int run(const ScaleOptions& options) {
     Picture input = readPicture(inputForm);
     const Layout read = input.layout;
     const Size readSize = input.size;
-    const Layout written = outputForm.layout.value_or(read == Layout::Gray ? Layout::Gray : Layout::Rgb);
+    const Layout written = writtenLayout(outputForm, read);
     const Layout working = workingLayout(read, written);
 
     Picture src = convert(std::move(input), working);

@@ -60,7 +60,7 @@ int run(const WarpCommand& command) {
     Picture input = readPicture(inputForm);
     const Size size = input.size;
     const Layout read = input.layout;
-    const Layout written = outputForm.layout.value_or(read == Layout::Gray ? Layout::Gray : Layout::Rgb);
+    const Layout written = writtenLayout(outputForm, read);
     checkOutput(outputForm, command.input, written, size);
     const Size frame = warpFrame(command.input, size);
     const Path path = parsePath(command.path, "model");
@@ -90,7 +90,7 @@ void addWarp(CLI::App& app, Run& run) {
     command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
     command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
     addWarpOptions(*command, options->warp);
-    command->add_option("--grid", options->warp.gridFile, "Grid file, as vantor grid makes them");
+    addGridOption(*command, options->warp);
     command->add_option(
         "--matrix", options->matrix,
         "a,b,c,d,e,f: output (x, y) comes from (a x + b y + c, d x + e y + f); whole numbers, a, b, d, e "

@@ -56,7 +56,7 @@ Grid makeGrid(const WarpMap& map, Size frame) {
     Grid grid;
     for (int row = 0; row < kGridNodes; ++row) {
         for (int column = 0; column < kGridNodes; ++column) {
-            const Point node{frame.width * column / 32.0, frame.height * row / 32.0};
+            const Point node = nodePlace(row, column, frame);
             const Point source = map.source(node);
             const int index = row * kGridNodes + column;
             grid.dX[index] = nodeValue(source.x - node.x, scalesX);
@@ -66,12 +66,14 @@ Grid makeGrid(const WarpMap& map, Size frame) {
     return grid;
 }
 
-double moveAcross(int32_t value, Size frame) {
-    return value / unitsPerPixel(gdcScalesX(frame.width));
+Point nodePlace(int row, int column, Size frame) {
+    return {frame.width * column / 32.0, frame.height * row / 32.0};
 }
 
-double moveDown(int32_t value, Size frame) {
-    return value / unitsPerPixel(gdcScalesY(frame.height));
+Point nodeMove(const Grid& grid, int row, int column, Size frame) {
+    const int index = row * kGridNodes + column;
+    return {grid.dX[index] / unitsPerPixel(gdcScalesX(frame.width)),
+            grid.dY[index] / unitsPerPixel(gdcScalesY(frame.height))};
 }
 
 }  // namespace vantor::tool

@@ -3,8 +3,6 @@
 
 #include <array>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "hardware/vantorClient/vantor_client.h"
 #include "tools/vantor/io/picture.h"
@@ -50,8 +48,8 @@ private:
 /// included). Moves beyond the range of a node stop there.
 Grid makeGrid(const WarpMap& map, Size frame);
 
-/// A node's move in pixels across, or down, for pictures of a size.
-double moveAcross(int32_t value, Size frame);
-double moveDown(int32_t value, Size frame);
+/// Where a node stands in pictures of a size, and how far it moves there, in pixels.
+Point nodePlace(int row, int column, Size frame);
+Point nodeMove(const Grid& grid, int row, int column, Size frame);
 
 }  // namespace vantor::tool

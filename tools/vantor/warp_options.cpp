@@ -56,6 +56,10 @@ void addWarpOptions(CLI::App& command, WarpOptions& options) {
                            "X,Y: the middle of all that, in pixels; the picture's if not given")};
 }
 
+void addGridOption(CLI::App& command, WarpOptions& options) {
+    command.add_option("--grid", options.gridFile, "Grid file, as vantor grid makes them");
+}
+
 Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
     if (!options.gridFile.empty()) {
         if (options.hasParts())

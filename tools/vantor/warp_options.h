@@ -29,6 +29,9 @@ struct WarpOptions {
 
 void addWarpOptions(CLI::App& command, WarpOptions& options);
 
+/// The other way to say which grid, for sub-commands that do not take the file as an argument.
+void addGridOption(CLI::App& command, WarpOptions& options);
+
 /// The grid for a picture of `picture`'s size that the library gets at `frame`'s size.
 Grid gridFrom(const WarpOptions& options, Size picture, Size frame);
 

@@ -121,6 +121,10 @@ Picture readPicture(const FileForm& form) {
     return form.isPng ? readPng(form.path) : readRaw(form);
 }
 
+Layout writtenLayout(const FileForm& form, Layout read) {
+    return form.layout.value_or(read == Layout::Gray ? Layout::Gray : Layout::Rgb);
+}
+
 void checkOutput(const FileForm& form, const std::string& what, Layout layout, Size size) {
     if (form.size && !(*form.size == size)) {
         throw UserError(what + " " + toString(size) + ": the output's name says " + toString(*form.size) +

@@ -34,6 +34,10 @@ FileForm fileForm(const std::string& path, const FormOptions& options);
 /// Reads a picture. A raw file needs a size, and as many bytes as that makes. Alpha is dropped, with a note.
 Picture readPicture(const FileForm& form);
 
+/// The layout in which an output is written that was made from a picture read in `read`: that of its name or
+/// option; for PNG, gray for gray and RGB for colour.
+Layout writtenLayout(const FileForm& form, Layout read);
+
 /// Refuses, before any work is done, a size that contradicts the output's name, or that the chroma of
 /// `layout` cannot have. `what` is what an error names.
 void checkOutput(const FileForm& form, const std::string& what, Layout layout, Size size);
