@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "scaler/bands.h"
 #include "scaler/bilinear_pairs.h"
+#include "scaler/bilinear_pairs_kernels.h"
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
+#include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
 
 namespace vantor {
@@ -18,8 +21,13 @@ constexpr FourTapFilter kFilter = makeFourTapFilter();
 /// Sources smaller than this, in either direction, cannot hold all four taps.
 constexpr int kTaps = 4;
 
-const FourTapKernels& activeKernels() {
+const FourTapKernels& lumaKernels() {
     static const FourTapKernels& kernels = bestTable(kFourTapTables);
+    return kernels;
+}
+
+const PairKernels& pairKernels() {
+    static const PairKernels& kernels = bestTable(kRoundedPairsTables);
     return kernels;
 }
 
@@ -61,25 +69,18 @@ struct Plane {
 /// Consecutive output columns of the luma with their taps and filter rows.
 class FourTapStrip {
 public:
-    FourTapStrip(const FourTapAxis& axis, int firstColumn, int columns)
-        : columns_(columns), srcWidth_(axis.srcSize()) {
-        for (int i = 0; i < columns; ++i) {
-            const int64_t position = axis.position(firstColumn + i);
-            tap_[i] = static_cast<uint32_t>((position >> 5) - 1 + (isNarrow() ? kPadding : 0));
-            phase_[i] = static_cast<uint8_t>(position & 31);
-        }
-    }
+    FourTapStrip(const FourTapAxis& axis, int firstColumn, int columns, const int16_t* coefficients)
+        : srcWidth_(axis.srcSize()),
+          columns_(lumaKernels(), taps(axis, firstColumn, columns), coefficients) {}
 
-    int columns() const { return columns_; }
-
-    void filter(const uint8_t* row, const int16_t* coefficients, int16_t* out) const {
+    void filter(const uint8_t* row, int16_t* out) const {
         uint8_t padded[2 * kPadding];
         if (isNarrow()) {
             for (int i = 0; i < 2 * kPadding; ++i)
                 padded[i] = row[std::clamp(i - kPadding, 0, srcWidth_ - 1)];
             row = padded;
         }
-        activeKernels().filterRow(row, tap_, phase_, coefficients, out, columns_);
+        columns_.filter(row, out);
     }
 
 private:
@@ -88,10 +89,18 @@ private:
 
     bool isNarrow() const { return srcWidth_ < kTaps; }
 
-    int columns_;
+    ColumnTaps taps(const FourTapAxis& axis, int firstColumn, int columns) {
+        for (int i = 0; i < columns; ++i) {
+            const int64_t position = axis.position(firstColumn + i);
+            table_.tap[i] = static_cast<uint32_t>((position >> 5) - 1 + (isNarrow() ? kPadding : 0));
+            table_.phase[i] = static_cast<uint8_t>(position & 31);
+        }
+        return table_.padded(columns);
+    }
+
     int srcWidth_;
-    uint32_t tap_[kStripColumns];
-    uint8_t phase_[kStripColumns];
+    ColumnTable table_;
+    PlannedColumns<FourTapKernels, FourTapPlan> columns_;
 };
 
 /// A rectangle of destination samples, one row `stride` bytes behind the other.
@@ -107,26 +116,28 @@ struct Target {
 };
 
 void scaleLumaStrip(const Plane& src, const Target& dst, const int16_t* coefficients,
-                    const FourTapStrip& strip, const FourTapAxis& rowAxis, int firstColumn) {
+                    const FourTapStrip& strip, const FourTapAxis& rowAxis, int firstColumn, int columns) {
     RowRing<int16_t, 4, kStripColumns> ring;
     const auto filtered = [&](int srcRow) {
         return ring.row(std::clamp(srcRow, 0, src.height - 1),
-                        [&](int index, int16_t* out) { strip.filter(src.row(index), coefficients, out); });
+                        [&](int index, int16_t* out) { strip.filter(src.row(index), out); });
     };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
         const int64_t position = rowAxis.position(y);
         const int i = static_cast<int>(position >> 5);
         const int16_t* const taps[kTaps] = {filtered(i - 1), filtered(i), filtered(i + 1), filtered(i + 2)};
-        activeKernels().blendRows(taps, coefficients + kTaps * (position & 31), dst.row(y) + firstColumn,
-                                  strip.columns());
+        lumaKernels().blendRows(taps, coefficients + kTaps * (position & 31), dst.row(y) + firstColumn,
+                                columns);
     }
 }
 
 void scaleLuma(const Plane& src, const Target& dst, const int16_t* coefficients,
                const FourTapAxis& columnAxis, const FourTapAxis& rowAxis) {
-    for (int x = dst.firstColumn; x < dst.endColumn; x += kStripColumns) {
-        const FourTapStrip strip(columnAxis, x, std::min(kStripColumns, dst.endColumn - x));
-        scaleLumaStrip(src, dst, coefficients, strip, rowAxis, x);
+    const int step = stripColumns(dst.endColumn - dst.firstColumn);
+    for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
+        const int columns = std::min(step, dst.endColumn - x);
+        const FourTapStrip strip(columnAxis, x, columns, coefficients);
+        scaleLumaStrip(src, dst, coefficients, strip, rowAxis, x, columns);
     }
 }
 
@@ -153,21 +164,25 @@ struct ChromaPosition {
 class PairStrip {
 public:
     PairStrip(const Plane& src, const FourTapAxis& axis, int firstPair, int pairs)
-        : src_(src), planeBytes_((int64_t{src.width} * src.height) >> 1), pairs_(pairs) {
+        : src_(src),
+          planeBytes_((int64_t{src.width} * src.height) >> 1),
+          axis_(axis),
+          firstPair_(firstPair),
+          pairs_(pairs) {
         for (int i = 0; i < pairs; ++i) {
             const ChromaPosition position(axis, firstPair + i);
-            left_[i] = 2 * static_cast<uint32_t>(position.left);
-            right_[i] = 2 * static_cast<uint32_t>(position.right);
-            weight_[i] = static_cast<uint8_t>(position.weight);
+            table_.tap[i] = 2 * static_cast<uint32_t>(position.left);
+            table_.phase[i] = static_cast<uint8_t>(position.weight);
         }
+        if (src.width >= kTaps) columns_.emplace(pairKernels(), table_.padded(pairs));
     }
 
     int pairs() const { return pairs_; }
 
     void filter(int row, uint8_t* out) const {
-        const int64_t lastByte = offset(row, left_[pairs_ - 1] + 3);
-        if (src_.width >= kTaps && lastByte < planeBytes_) {
-            activeKernels().filterPairs(src_.row(row), left_, weight_, out, pairs_);
+        const int64_t lastByte = offset(row, table_.tap[pairs_ - 1] + 3);
+        if (columns_ && lastByte < planeBytes_) {
+            columns_->filter(src_.row(row), out);
         } else {
             for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);
         }
@@ -179,21 +194,23 @@ private:
     /// For rows whose samples may lie behind the plane's last byte: there the row above stands for this one,
     /// and the left neighbour for the right one. A plane too small for any sample is neutral.
     uint8_t sampleAtPlaneEnd(int row, int pair, uint32_t component) const {
-        const uint32_t left = left_[pair] + component;
-        const uint32_t right = right_[pair] + component;
+        const ChromaPosition position(axis_, firstPair_ + pair);
+        const uint32_t left = 2 * static_cast<uint32_t>(position.left) + component;
+        const uint32_t right = 2 * static_cast<uint32_t>(position.right) + component;
         while (row > 0 && offset(row, left) >= planeBytes_) --row;
         if (offset(row, left) >= planeBytes_) return 128;
         const uint8_t* samples = src_.row(row);
         return between<6, 32>(samples[left], samples[offset(row, right) < planeBytes_ ? right : left],
-                              weight_[pair]);
+                              position.weight);
     }
 
     Plane src_;
     int64_t planeBytes_;
+    const FourTapAxis& axis_;
+    int firstPair_;
     int pairs_;
-    uint32_t left_[kStripColumns];
-    uint32_t right_[kStripColumns];
-    uint8_t weight_[kStripColumns];
+    ColumnTable table_;
+    std::optional<PlannedColumns<PairKernels, PairPlan>> columns_;
 };
 
 void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAxis& rowAxis, int firstPair) {
@@ -203,17 +220,17 @@ void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAx
     };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
         const ChromaPosition position(rowAxis, y);
-        const uint8_t* const upper = filtered(position.left);
-        const uint8_t* const lower = filtered(position.right);
-        activeKernels().blendPairs(upper, lower, position.weight, dst.row(y) + 2 * std::ptrdiff_t{firstPair},
-                                   strip.pairs());
+        const uint8_t* const taps[2] = {filtered(position.left), filtered(position.right)};
+        pairKernels().blendRows(taps, position.weight, dst.row(y) + 2 * std::ptrdiff_t{firstPair},
+                                strip.pairs());
     }
 }
 
 void scaleChroma(const Plane& src, const Target& dst, const FourTapAxis& columnAxis,
                  const FourTapAxis& rowAxis) {
-    for (int x = dst.firstColumn; x < dst.endColumn; x += kStripColumns) {
-        const PairStrip strip(src, columnAxis, x, std::min(kStripColumns, dst.endColumn - x));
+    const int step = stripColumns(dst.endColumn - dst.firstColumn);
+    for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
+        const PairStrip strip(src, columnAxis, x, std::min(step, dst.endColumn - x));
         scaleChromaStrip(dst, strip, rowAxis, x);
     }
 }

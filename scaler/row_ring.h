@@ -2,9 +2,9 @@
 // the worker's stack whatever the picture's width.
 #pragma once
 
-namespace vantor {
+#include "scaler/gather_windows.h"
 
-constexpr int kStripColumns = 1024;
+namespace vantor {
 
 /// The most recent horizontally filtered source rows of one strip. Consecutive output rows share most of
 /// their source rows, so each is filtered once a strip as long as it stays within `Rows` rows of the newest.
@@ -27,7 +27,7 @@ public:
 
 private:
     int held_[Rows] = {};  // row index + 1; 0 for none
-    Sample samples_[Rows][Columns];
+    alignas(64) Sample samples_[Rows][Columns];
 };
 
 }  // namespace vantor

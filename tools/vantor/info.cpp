@@ -7,7 +7,7 @@
 
 #include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
-#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/bilinear_pairs_kernels.h"
 #include "scaler/interp4_kernels.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
@@ -61,8 +61,9 @@ int describeBuild() {
     std::printf("instruction sets of the processor: %s\n", processorSets().c_str());
     std::printf("kernels:\n");
     printFamily("bicubic luma", kLumaTables);
-    printFamily("bilinear chroma", kChromaTables);
-    printFamily("four-tap", kFourTapTables);
+    printFamily("bilinear chroma", kCutPairsTables);
+    printFamily("four-tap luma", kFourTapTables);
+    printFamily("four-tap chroma", kRoundedPairsTables);
     printVariable("VANTOR_CPU");
     printVariable("VANTOR_LOG");
     std::printf("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes\n", kSmallestSide,
