@@ -36,8 +36,8 @@ public:
 
     int columns() const { return columns_; }
 
-    void filter(const uint8_t* row, uint8_t* out) const {
-        if (middle_) middle_->filter(row, out);
+    void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+        if (middle_) middle_->filter(row, next, out);
         for (int i = 0; i < std::min(middleFirst_, middleEnd_); ++i) {
             out[i] = cubic(row[0], row[0], row[1], row[2], phase(i));
         }
@@ -82,26 +82,29 @@ private:
     std::optional<PlannedColumns<LumaKernels, LumaPlan>> middle_;
 };
 
+/// At phase 0 the cubic is its second tap.
+SourceRows sourceRows(const Axis& rowAxis, int y) {
+    const int iy = rowAxis.index(y);
+    if (rowAxis.phase(y) == 0) return {iy, iy};
+    return {iy - 1, iy + 2};
+}
+
 void scaleStrip(const ScaleSliceArgs& args, const LumaKernels& kernels, const LumaStrip& strip,
                 const Axis& rowAxis, const RowRange& rows, uint8_t* dst) {
-    RowRing<uint8_t, 4, kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        const int clamped = std::clamp(srcRow, 0, args.srcHeight - 1);
-        return ring.row(clamped, [&](int index, uint8_t* out) {
-            strip.filter(args.src + std::ptrdiff_t{index} * args.srcStride, out);
-        });
+    RowRing<uint8_t, 4, kStripColumns> ring(args.srcHeight, rows.upward);
+    const auto source = [&](int row) { return args.src + std::ptrdiff_t{row} * args.srcStride; };
+    const auto filter = [&](int row, int next, uint8_t* out) {
+        strip.filter(source(row), source(next), out);
     };
     for (int i = 0; i < rows.count; ++i) {
         const int y = rows.row(i);
-        const int iy = rowAxis.index(y);
-        const int phase = rowAxis.phase(y);
         uint8_t* const out = dst + std::ptrdiff_t{y} * args.dstStride;
-        if (phase == 0) {
-            std::copy_n(filtered(iy), strip.columns(), out);
+        const uint8_t* taps[4];
+        ring.fetch(sourceRows(rowAxis, y), sourceRows(rowAxis, rows.row(i + 1)), taps, filter);
+        if (rowAxis.phase(y) == 0) {
+            std::copy_n(taps[0], strip.columns(), out);
         } else {
-            const uint8_t* const taps[4] = {filtered(iy - 1), filtered(iy), filtered(iy + 1),
-                                            filtered(iy + 2)};
-            kernels.blendRows(taps, phase, out, strip.columns());
+            kernels.blendRows(taps, rowAxis.phase(y), out, strip.columns());
         }
     }
 }

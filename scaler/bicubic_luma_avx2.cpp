@@ -109,20 +109,27 @@ __m256i filterVector(const LumaPlan& plan, const uint8_t* row, int group, int ha
     return cubicLanes(taps.even, taps.odd, load(plan.phase + group * kGroup + half * 16));
 }
 
+inline void prefetch(const uint8_t* at) {
+    _mm_prefetch(reinterpret_cast<const char*>(at), _MM_HINT_T0);
+}
+
 template <int WindowsPerVector>
-void filterVectors(const LumaPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterVectors(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     for (int group = 0; group * kGroup < plan.taps.columns; ++group) {
+        for (int w = 0; w < 2 * WindowsPerVector; w += 2) {
+            prefetch(next + plan.start[group * 2 * WindowsPerVector + w]);
+        }
         const __m256i packed = _mm256_packus_epi16(filterVector<WindowsPerVector>(plan, row, group, 0),
                                                    filterVector<WindowsPerVector>(plan, row, group, 1));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + group * kGroup), packed);
     }
 }
 
-void filterRow(const LumaPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     if (plan.windowsPerVector == 2) {
-        filterVectors<2>(plan, row, out);
+        filterVectors<2>(plan, row, next, out);
     } else {
-        filterVectors<4>(plan, row, out);
+        filterVectors<4>(plan, row, next, out);
     }
 }
 

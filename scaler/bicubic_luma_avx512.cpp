@@ -77,25 +77,30 @@ inline __m512i filterVector(const LumaPlan& plan, const uint8_t* row, int vector
                       _mm512_load_si512(plan.phase + vector * kVectorLanes));
 }
 
+inline void prefetch(const uint8_t* at) {
+    _mm_prefetch(reinterpret_cast<const char*>(at), _MM_HINT_T0);
+}
+
 template <int Windows>
-void filterVectors(const LumaPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterVectors(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     const __m512i inOrder = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     for (int i = 0; i < plan.taps.columns; i += kVectorColumns) {
         const int vector = i / kVectorLanes;
+        for (int w = 0; w < 2 * Windows; ++w) prefetch(next + plan.start[vector * Windows + w]);
         const __m512i packed = _mm512_packus_epi16(filterVector<Windows>(plan, row, vector),
                                                    filterVector<Windows>(plan, row, vector + 1));
         _mm512_storeu_si512(out + i, _mm512_permutexvar_epi64(inOrder, packed));
     }
 }
 
-void filterRow(const LumaPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     switch (plan.windowsPerVector) {
         case 1:
-            return filterVectors<1>(plan, row, out);
+            return filterVectors<1>(plan, row, next, out);
         case 2:
-            return filterVectors<2>(plan, row, out);
+            return filterVectors<2>(plan, row, next, out);
         default:
-            return filterVectors<4>(plan, row, out);
+            return filterVectors<4>(plan, row, next, out);
     }
 }
 

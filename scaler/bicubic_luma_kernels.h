@@ -26,9 +26,9 @@ struct LumaKernels {
     bool (*plan)(const ColumnTaps& taps, LumaPlan& plan);
 
     /// Horizontal stage: out[i] is the clamped cubic of row[tap[i]] to row[tap[i] + 3] at phase[i]. Nothing
-    /// of the row before tap[0] or behind tap[columns - 1] + 3 is read. Padding columns of `out` may be
-    /// written.
-    void (*filterRow)(const LumaPlan& plan, const uint8_t* row, uint8_t* out);
+    /// of the row before tap[0] or behind tap[columns - 1] + 3 is read. `next` is the row that is likely to
+    /// be filtered next, to be fetched into the cache meanwhile. Padding columns of `out` may be written.
+    void (*filterRow)(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out);
 
     /// Vertical stage: the same cubic down four filtered rows, at one phase (0 to 31). Padding columns of the
     /// rows are read, those of `out` are not written.

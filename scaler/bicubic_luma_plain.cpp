@@ -9,7 +9,7 @@ bool plan(const ColumnTaps& taps, LumaPlan& plan) {
     return true;
 }
 
-void filterRow(const LumaPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* /*next*/, uint8_t* out) {
     const ColumnTaps& taps = plan.taps;
     for (int i = 0; i < taps.columns; ++i) {
         const uint8_t* p = row + taps.tap[i];

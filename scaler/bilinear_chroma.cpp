@@ -31,8 +31,8 @@ public:
 
     int pairs() const { return pairs_; }
 
-    void filter(const uint8_t* row, uint8_t* out) const {
-        if (columns_) return columns_->filter(row, out);
+    void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+        if (columns_) return columns_->filter(row, next, out);
         for (int i = 0; i < pairs_; ++i) std::copy_n(row, 2, out + 2 * i);
     }
 
@@ -55,24 +55,27 @@ private:
     std::optional<PlannedColumns<PairKernels, PairPlan>> columns_;
 };
 
+SourceRows sourceRows(const Axis& rowAxis, int y) {
+    const int iy = rowAxis.index(y);
+    return {iy, rowAxis.phase(y) == 0 ? iy : iy + 1};
+}
+
 void scaleStrip(const ScaleSliceArgs& args, const ChromaStrip& strip, const Axis& rowAxis,
                 const RowRange& rows, uint8_t* dst) {
-    RowRing<uint8_t, 2, 2 * kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        return ring.row(std::min(srcRow, args.srcHeight - 1), [&](int index, uint8_t* out) {
-            strip.filter(args.src + std::ptrdiff_t{index} * args.srcStride, out);
-        });
+    RowRing<uint8_t, 2, 2 * kStripColumns> ring(args.srcHeight, rows.upward);
+    const auto source = [&](int row) { return args.src + std::ptrdiff_t{row} * args.srcStride; };
+    const auto filter = [&](int row, int next, uint8_t* out) {
+        strip.filter(source(row), source(next), out);
     };
     for (int i = 0; i < rows.count; ++i) {
         const int y = rows.row(i);
-        const int iy = rowAxis.index(y);
-        const int phase = rowAxis.phase(y);
         uint8_t* const out = dst + std::ptrdiff_t{y} * args.dstStride;
-        if (phase == 0) {
-            std::copy_n(filtered(iy), 2 * strip.pairs(), out);
+        const uint8_t* taps[2];
+        ring.fetch(sourceRows(rowAxis, y), sourceRows(rowAxis, rows.row(i + 1)), taps, filter);
+        if (rowAxis.phase(y) == 0) {
+            std::copy_n(taps[0], 2 * strip.pairs(), out);
         } else {
-            const uint8_t* const taps[2] = {filtered(iy), filtered(iy + 1)};
-            activeKernels().blendRows(taps, phase, out, strip.pairs());
+            activeKernels().blendRows(taps, rowAxis.phase(y), out, strip.pairs());
         }
     }
 }

@@ -90,9 +90,16 @@ inline __m256i filterVector(const PairPlan& plan, const uint8_t* row, int group,
     return unscale<Bits>(_mm256_maddubs_epi16(elements, load(plan.weights + at)));
 }
 
+inline void prefetch(const uint8_t* at) {
+    _mm_prefetch(reinterpret_cast<const char*>(at), _MM_HINT_T0);
+}
+
 template <int Bits, int WindowsPerVector>
-void filterVectors(const PairPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterVectors(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     for (int group = 0; group * kGroup < plan.taps.columns; ++group) {
+        for (int w = 0; w < 2 * WindowsPerVector; w += 2) {
+            prefetch(next + plan.start[group * 2 * WindowsPerVector + w]);
+        }
         const __m256i packed = _mm256_packus_epi16(filterVector<Bits, WindowsPerVector>(plan, row, group, 0),
                                                    filterVector<Bits, WindowsPerVector>(plan, row, group, 1));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + group * 32), packed);
@@ -100,11 +107,11 @@ void filterVectors(const PairPlan& plan, const uint8_t* row, uint8_t* out) {
 }
 
 template <int Bits>
-void filterRow(const PairPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterRow(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     if (plan.windowsPerVector == 2) {
-        filterVectors<Bits, 2>(plan, row, out);
+        filterVectors<Bits, 2>(plan, row, next, out);
     } else {
-        filterVectors<Bits, 4>(plan, row, out);
+        filterVectors<Bits, 4>(plan, row, next, out);
     }
 }
 

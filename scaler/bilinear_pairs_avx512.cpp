@@ -62,10 +62,15 @@ inline __m512i filterVector(const PairPlan& plan, const uint8_t* row, int vector
     return unscale<Bits>(_mm512_maddubs_epi16(elements, weights));
 }
 
+inline void prefetch(const uint8_t* at) {
+    _mm_prefetch(reinterpret_cast<const char*>(at), _MM_HINT_T0);
+}
+
 template <int Bits, int Windows>
-void filterVectors(const PairPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterVectors(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     const __m512i inOrder = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     for (int vector = 0; vector * kVectorPairs < plan.taps.columns; vector += 2) {
+        for (int w = 0; w < 2 * Windows; ++w) prefetch(next + plan.start[vector * Windows + w]);
         const __m512i packed = _mm512_packus_epi16(filterVector<Bits, Windows>(plan, row, vector),
                                                    filterVector<Bits, Windows>(plan, row, vector + 1));
         _mm512_storeu_si512(out + vector * kVectorPairs * 2, _mm512_permutexvar_epi64(inOrder, packed));
@@ -73,14 +78,14 @@ void filterVectors(const PairPlan& plan, const uint8_t* row, uint8_t* out) {
 }
 
 template <int Bits>
-void filterRow(const PairPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterRow(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     switch (plan.windowsPerVector) {
         case 1:
-            return filterVectors<Bits, 1>(plan, row, out);
+            return filterVectors<Bits, 1>(plan, row, next, out);
         case 2:
-            return filterVectors<Bits, 2>(plan, row, out);
+            return filterVectors<Bits, 2>(plan, row, next, out);
         default:
-            return filterVectors<Bits, 4>(plan, row, out);
+            return filterVectors<Bits, 4>(plan, row, next, out);
     }
 }
 

@@ -29,9 +29,10 @@ struct PairKernels {
     bool (*plan)(const ColumnTaps& taps, PairPlan& plan);
 
     /// Horizontal stage: pair i lies between the pair at row[tap[i]] and the one behind it, at phase[i].
-    /// Nothing of the row before tap[0] or behind tap[columns - 1] + 3 is read. Padding pairs of `out` may be
+    /// Nothing of the row before tap[0] or behind tap[columns - 1] + 3 is read. `next` is the row that is
+    /// likely to be filtered next, to be fetched into the cache meanwhile. Padding pairs of `out` may be
     /// written.
-    void (*filterRow)(const PairPlan& plan, const uint8_t* row, uint8_t* out);
+    void (*filterRow)(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out);
 
     /// Vertical stage between two filtered rows, at one weight. Padding pairs of the rows are read, those of
     /// `out` are not written.

@@ -10,7 +10,7 @@ bool plan(const ColumnTaps& taps, PairPlan& plan) {
 }
 
 template <int Bits, int Bias>
-void filterRow(const PairPlan& plan, const uint8_t* row, uint8_t* out) {
+void filterRow(const PairPlan& plan, const uint8_t* row, const uint8_t* /*next*/, uint8_t* out) {
     const ColumnTaps& taps = plan.taps;
     for (int i = 0; i < taps.columns; ++i) {
         const uint8_t* p = row + taps.tap[i];

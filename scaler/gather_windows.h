@@ -13,8 +13,9 @@ constexpr uint32_t kElementBytes = 4;
 /// stages work on whole vectors; none is wider.
 constexpr int kVectorColumns = 64;
 
-/// The most columns that are worked on at a time.
-constexpr int kStripColumns = 1024;
+/// The most columns that are worked on at a time. With their tables and filtered rows the kernels then stay
+/// within 16 KB of stack: what a new thread touches beyond that costs it page faults.
+constexpr int kStripColumns = 768;
 
 constexpr int paddedColumns(int columns) {
     return (columns + kVectorColumns - 1) / kVectorColumns * kVectorColumns;

@@ -73,14 +73,14 @@ public:
         : srcWidth_(axis.srcSize()),
           columns_(lumaKernels(), taps(axis, firstColumn, columns), coefficients) {}
 
-    void filter(const uint8_t* row, int16_t* out) const {
+    void filter(const uint8_t* row, const uint8_t* next, int16_t* out) const {
         uint8_t padded[2 * kPadding];
         if (isNarrow()) {
             for (int i = 0; i < 2 * kPadding; ++i)
                 padded[i] = row[std::clamp(i - kPadding, 0, srcWidth_ - 1)];
             row = padded;
         }
-        columns_.filter(row, out);
+        columns_.filter(row, next, out);
     }
 
 private:
@@ -117,17 +117,17 @@ struct Target {
 
 void scaleLumaStrip(const Plane& src, const Target& dst, const int16_t* coefficients,
                     const FourTapStrip& strip, const FourTapAxis& rowAxis, int firstColumn, int columns) {
-    RowRing<int16_t, 4, kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        return ring.row(std::clamp(srcRow, 0, src.height - 1),
-                        [&](int index, int16_t* out) { strip.filter(src.row(index), out); });
+    RowRing<int16_t, 4, kStripColumns> ring(src.height, false);
+    const auto sourceRows = [&](int y) {
+        const int i = static_cast<int>(rowAxis.position(y) >> 5);
+        return SourceRows{i - 1, i + 2};
     };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
-        const int64_t position = rowAxis.position(y);
-        const int i = static_cast<int>(position >> 5);
-        const int16_t* const taps[kTaps] = {filtered(i - 1), filtered(i), filtered(i + 1), filtered(i + 2)};
-        lumaKernels().blendRows(taps, coefficients + kTaps * (position & 31), dst.row(y) + firstColumn,
-                                columns);
+        const int16_t* taps[kTaps];
+        ring.fetch(sourceRows(y), sourceRows(y + 1), taps,
+                   [&](int row, int next, int16_t* out) { strip.filter(src.row(row), src.row(next), out); });
+        lumaKernels().blendRows(taps, coefficients + kTaps * (rowAxis.position(y) & 31),
+                                dst.row(y) + firstColumn, columns);
     }
 }
 
@@ -179,10 +179,13 @@ public:
 
     int pairs() const { return pairs_; }
 
-    void filter(int row, uint8_t* out) const {
+    /// With an odd height the last row is not whole.
+    int planeRows() const { return (src_.height + 1) / 2; }
+
+    void filter(int row, int next, uint8_t* out) const {
         const int64_t lastByte = offset(row, table_.tap[pairs_ - 1] + 3);
         if (columns_ && lastByte < planeBytes_) {
-            columns_->filter(src_.row(row), out);
+            columns_->filter(src_.row(row), src_.row(next), out);
         } else {
             for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);
         }
@@ -214,15 +217,22 @@ private:
 };
 
 void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAxis& rowAxis, int firstPair) {
-    RowRing<uint8_t, 2, 2 * kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        return ring.row(srcRow, [&](int row, uint8_t* out) { strip.filter(row, out); });
+    RowRing<uint8_t, 2, 2 * kStripColumns> ring(strip.planeRows(), false);
+    const auto sourceRows = [&](int y) {
+        const ChromaPosition position(rowAxis, y);
+        return SourceRows{position.left, position.weight == 0 ? position.left : position.right};
     };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
-        const ChromaPosition position(rowAxis, y);
-        const uint8_t* const taps[2] = {filtered(position.left), filtered(position.right)};
-        pairKernels().blendRows(taps, position.weight, dst.row(y) + 2 * std::ptrdiff_t{firstPair},
-                                strip.pairs());
+        uint8_t* const out = dst.row(y) + 2 * std::ptrdiff_t{firstPair};
+        const SourceRows rows = sourceRows(y);
+        const uint8_t* taps[2];
+        ring.fetch(rows, sourceRows(y + 1), taps,
+                   [&](int row, int next, uint8_t* filtered) { strip.filter(row, next, filtered); });
+        if (rows.first == rows.last) {
+            std::copy_n(taps[0], 2 * strip.pairs(), out);
+        } else {
+            pairKernels().blendRows(taps, ChromaPosition(rowAxis, y).weight, out, strip.pairs());
+        }
     }
 }
 

@@ -68,7 +68,7 @@ inline __m256i filterVector(const FourTapPlan& plan, const uint8_t* row, int gro
     return _mm256_srai_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(128)), 8);
 }
 
-void filterRow(const FourTapPlan& plan, const uint8_t* row, int16_t* out) {
+void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* /*next*/, int16_t* out) {
     for (int group = 0; group * kGroup < plan.taps.columns; ++group) {
         const __m256i packed =
             _mm256_packs_epi32(filterVector(plan, row, group, 0), filterVector(plan, row, group, 1));

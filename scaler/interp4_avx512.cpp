@@ -74,7 +74,7 @@ void filterVectors(const FourTapPlan& plan, const uint8_t* row, int16_t* out) {
     }
 }
 
-void filterRow(const FourTapPlan& plan, const uint8_t* row, int16_t* out) {
+void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* /*next*/, int16_t* out) {
     switch (plan.windowsPerVector) {
         case 1:
             return filterVectors<1>(plan, row, out);

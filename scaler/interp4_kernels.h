@@ -16,7 +16,7 @@ struct FourTapPlan {
     const int16_t* coefficients;
     int windowsPerVector;
     uint32_t start[kStripColumns / 4];
-    alignas(64) uint8_t shuffle[8 * kStripColumns];
+    alignas(64) uint8_t shuffle[4 * kStripColumns];
     alignas(64) int16_t weights[4 * kStripColumns];
 };
 
@@ -30,8 +30,9 @@ struct FourTapKernels {
 
     /// Horizontal stage: out[i] = (sum of weight x sample over row[tap[i]] to row[tap[i] + 3] + 128) >> 8,
     /// saturated to 16 bits: 1/16 of a level for weights that sum to 4096. Nothing of the row before tap[0]
-    /// or behind tap[columns - 1] + 3 is read. Padding columns of `out` may be written.
-    void (*filterRow)(const FourTapPlan& plan, const uint8_t* row, int16_t* out);
+    /// or behind tap[columns - 1] + 3 is read. `next` is the row that is likely to be filtered next. Padding
+    /// columns of `out` may be written.
+    void (*filterRow)(const FourTapPlan& plan, const uint8_t* row, const uint8_t* next, int16_t* out);
 
     /// Vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The sum wraps at 32 bits,
     /// the rounding does not. Padding columns of the rows are read, those of `out` are not written.

@@ -11,7 +11,7 @@ bool plan(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan
     return true;
 }
 
-void filterRow(const FourTapPlan& plan, const uint8_t* row, int16_t* out) {
+void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* /*next*/, int16_t* out) {
     const ColumnTaps& taps = plan.taps;
     for (int i = 0; i < taps.columns; ++i) {
         const uint8_t* s = row + taps.tap[i];

@@ -40,12 +40,13 @@ public:
         }
     }
 
+    /// Padding columns of `out` may be written. `next` is the row that is likely to follow.
     template <typename Sample>
-    void filter(const uint8_t* row, Sample* out) const {
-        if (!isPacked_) return kernels_.filterRow(plan_, row, out);
+    void filter(const uint8_t* row, const uint8_t* next, Sample* out) const {
+        if (!isPacked_) return kernels_.filterRow(plan_, row, next, out);
         uint8_t packed[kStripColumns * kElementBytes];
         packElements(row, taps_, packed);
-        kernels_.filterRow(plan_, packed, out);
+        kernels_.filterRow(plan_, packed, packed, out);
     }
 
 private:
@@ -64,7 +65,7 @@ void filterAnyTaps(const Kernels& kernels, const ColumnTaps& taps, const uint8_t
     for (int i = 0; i < Rows; ++i) {
         uint8_t packed[kStripColumns * kElementBytes];
         packElements(rows[i], taps, packed);
-        columns.filter(packed, out[i]);
+        columns.filter(packed, packed, out[i]);
     }
 }
 

@@ -60,7 +60,7 @@ public:
     std::vector<Sample> filter(const Kernels& kernels, Guard guard, int outputs, More... more) const {
         GuardedPlane guarded(row, guard);
         std::vector<Sample> out(static_cast<size_t>(outputs) * kStripColumns);
-        PlannedColumns<Kernels, Plan>(kernels, taps, more...).filter(guarded.data(), out.data());
+        PlannedColumns<Kernels, Plan>(kernels, taps, more...).filter(guarded.data(), guarded.data(), out.data());
         out.resize(static_cast<size_t>(outputs * taps.columns));
         return out;
     }
