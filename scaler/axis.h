@@ -26,6 +26,12 @@ public:
 
     int phase(int i) const { return phaseOf(i * step_); }
 
+    /// The step in source samples if it is a whole number, so that every phase is 0; else 0.
+    int wholeStep() const {
+        const int64_t samples = step_ >> format_.fractionBits;
+        return samples << format_.fractionBits == step_ ? static_cast<int>(samples) : 0;
+    }
+
     /// Calls `store(index, phase)` for `count` output samples from `first` on.
     template <typename Store>
     void walk(int first, int count, Store&& store) const {

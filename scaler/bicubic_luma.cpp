@@ -9,6 +9,7 @@
 #include "scaler/bands.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/cubic.h"
+#include "scaler/decimate.h"
 #include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
 #include "scaler/slice_args.h"
@@ -31,12 +32,15 @@ public:
         while (middleFirst_ < columns && isLeft(middleFirst_)) ++middleFirst_;
         middleEnd_ = columns;
         while (middleEnd_ > 0 && isRight(middleEnd_ - 1)) --middleEnd_;
-        if (middleFirst_ < middleEnd_) middle_.emplace(kernels, middleTaps());
+        if (middleFirst_ < middleEnd_ && axis_.wholeStep() == 0) middle_.emplace(kernels, middleTaps());
     }
 
     int columns() const { return columns_; }
 
+    /// Padding columns of `out` may be written.
     void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+        if (const int step = axis_.wholeStep(); step > 0)
+            return decimate<1>(row + index(0), step, out, columns_);
         if (middle_) middle_->filter(row, next, out);
         for (int i = 0; i < std::min(middleFirst_, middleEnd_); ++i) {
             out[i] = cubic(row[0], row[0], row[1], row[2], phase(i));
@@ -115,6 +119,10 @@ int scaleRows(const ScaleSliceArgs& args, PositionFormat format, const RowRange&
     const LumaKernels& kernels = format.phaseBits > 5 ? kLumaPlain : activeKernels();
     const Axis columnAxis(args.srcWidth, args.dstWidth, format);
     const Axis rowAxis(args.srcHeight, args.dstHeight, format);
+    if (columnAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
+        decimateRows<1>(args, rows, columnAxis.wholeStep(), rowAxis.wholeStep());
+        return 0;
+    }
     const int step = stripColumns(args.dstWidth);
     for (int x = 0; x < args.dstWidth; x += step) {
         const LumaStrip strip(kernels, columnAxis, x, std::min(step, args.dstWidth - x), args.srcWidth);

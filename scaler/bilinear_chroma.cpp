@@ -8,6 +8,7 @@
 #include "scaler/axis.h"
 #include "scaler/bands.h"
 #include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/decimate.h"
 #include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
 #include "scaler/slice_args.h"
@@ -25,13 +26,18 @@ constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour that stan
 /// Consecutive output pairs with their positions.
 class ChromaStrip {
 public:
-    ChromaStrip(const Axis& axis, int firstPair, int pairs, int srcPairs) : pairs_(pairs) {
-        if (srcPairs >= 2) columns_.emplace(activeKernels(), taps(axis, firstPair, srcPairs));
+    ChromaStrip(const Axis& axis, int firstPair, int pairs, int srcPairs)
+        : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
+        if (srcPairs >= 2 && axis_.wholeStep() == 0) columns_.emplace(activeKernels(), taps(srcPairs));
     }
 
     int pairs() const { return pairs_; }
 
+    /// Padding pairs of `out` may be written.
     void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+        if (const int step = axis_.wholeStep(); step > 0) {
+            return decimate<2>(row + 2 * std::ptrdiff_t{axis_.index(firstPair_)}, step, out, pairs_);
+        }
         if (columns_) return columns_->filter(row, next, out);
         for (int i = 0; i < pairs_; ++i) std::copy_n(row, 2, out + 2 * i);
     }
@@ -39,17 +45,19 @@ public:
 private:
     /// Right pairs, which lie on or behind the last source pair and have no right neighbour, are taken as
     /// the right neighbour of the pair before.
-    ColumnTaps taps(const Axis& axis, int firstPair, int srcPairs) {
+    ColumnTaps taps(int srcPairs) {
         uint32_t* tap = table_.tap;
         uint8_t* phase = table_.phase;
         const int lastLeft = srcPairs - 2;
-        axis.walk(firstPair, pairs_, [&](int index, int pairPhase) {
+        axis_.walk(firstPair_, pairs_, [&](int index, int pairPhase) {
             *tap++ = 2 * static_cast<uint32_t>(std::min(index, lastLeft));
             *phase++ = index > lastLeft ? kRightOnly : static_cast<uint8_t>(pairPhase);
         });
         return table_.padded(pairs_);
     }
 
+    const Axis& axis_;
+    int firstPair_;
     int pairs_;
     ColumnTable table_;
     std::optional<PlannedColumns<PairKernels, PairPlan>> columns_;
@@ -85,6 +93,10 @@ int scaleBand(const ScaleSliceArgs& args, int band) {
     const RowRange rows = quarterBand(band, args.dstHeight);
     const Axis pairAxis(args.srcWidth, args.dstWidth, kPosition8192);
     const Axis rowAxis(args.srcHeight, args.dstHeight, kPosition8192);
+    if (pairAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
+        decimateRows<2>(args, rows, pairAxis.wholeStep(), rowAxis.wholeStep());
+        return 0;
+    }
     const int step = stripColumns(args.dstWidth);
     for (int x = 0; x < args.dstWidth; x += step) {
         const ChromaStrip strip(pairAxis, x, std::min(step, args.dstWidth - x), args.srcWidth);
