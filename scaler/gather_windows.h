@@ -45,8 +45,8 @@ struct ColumnTable {
 
 /// Columns of each strip but the last of a row of `width`: strips are about as wide as one another, so that
 /// the last is not left with a few columns.
-inline int stripColumns(int width) {
-    const int strips = (width + kStripColumns - 1) / kStripColumns;
+inline int stripColumns(int width, int most = kStripColumns) {
+    const int strips = (width + most - 1) / most;
     return paddedColumns((width + strips - 1) / strips);
 }
 

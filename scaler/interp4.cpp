@@ -43,15 +43,24 @@ public:
               kUnit / static_cast<double>(static_cast<float>(dstSize) / static_cast<float>(cropSize)) +
               0.5)) {}
 
-    int64_t position(int i) const {
-        const int64_t rounded = (origin_ + i * step_ + 4096) >> 13;
-        return std::min(std::max<int64_t>(rounded, 32), int64_t{32} * srcSize_ - 65);
+    int64_t position(int i) const { return inside(origin_ + i * step_); }
+
+    /// Calls `store(position)` for `count` columns from `first` on, `every` columns apart.
+    template <typename Store>
+    void walk(int first, int count, int every, Store&& store) const {
+        int64_t exact = origin_ + first * step_;
+        for (int i = 0; i < count; ++i, exact += every * step_) store(inside(exact));
     }
 
     int srcSize() const { return srcSize_; }
 
 private:
     static constexpr int kUnit = 262144;
+
+    int64_t inside(int64_t exact) const {
+        return std::min(std::max<int64_t>((exact + 4096) >> 13, 32), int64_t{32} * srcSize_ - 65);
+    }
+
     int srcSize_;
     int64_t origin_;
     int64_t step_;
@@ -90,11 +99,13 @@ private:
     bool isNarrow() const { return srcWidth_ < kTaps; }
 
     ColumnTaps taps(const FourTapAxis& axis, int firstColumn, int columns) {
-        for (int i = 0; i < columns; ++i) {
-            const int64_t position = axis.position(firstColumn + i);
-            table_.tap[i] = static_cast<uint32_t>((position >> 5) - 1 + (isNarrow() ? kPadding : 0));
-            table_.phase[i] = static_cast<uint8_t>(position & 31);
-        }
+        uint32_t* tap = table_.tap;
+        uint8_t* phase = table_.phase;
+        const int offset = isNarrow() ? kPadding - 1 : -1;
+        axis.walk(firstColumn, columns, 1, [&](int64_t position) {
+            *tap++ = static_cast<uint32_t>((position >> 5) + offset);
+            *phase++ = static_cast<uint8_t>(position & 31);
+        });
         return table_.padded(columns);
     }
 
@@ -115,25 +126,37 @@ struct Target {
     uint8_t* row(int y) const { return data + std::ptrdiff_t{y} * stride; }
 };
 
+/// As at phase 0 of the scaler's own filter.
+bool isSecondTapOnly(const int16_t* weights) {
+    return weights[0] == 0 && weights[1] == 4096 && weights[2] == 0 && weights[3] == 0;
+}
+
 void scaleLumaStrip(const Plane& src, const Target& dst, const int16_t* coefficients,
                     const FourTapStrip& strip, const FourTapAxis& rowAxis, int firstColumn, int columns) {
-    RowRing<int16_t, 4, kStripColumns> ring(src.height, false);
+    RowRing<int16_t, 4, kFourTapColumns> ring(src.height, false);
+    const auto weights = [&](int y) { return coefficients + kTaps * (rowAxis.position(y) & 31); };
     const auto sourceRows = [&](int y) {
         const int i = static_cast<int>(rowAxis.position(y) >> 5);
-        return SourceRows{i - 1, i + 2};
+        return isSecondTapOnly(weights(y)) ? SourceRows{i, i} : SourceRows{i - 1, i + 2};
     };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
+        uint8_t* const out = dst.row(y) + firstColumn;
+        const SourceRows rows = sourceRows(y);
         const int16_t* taps[kTaps];
-        ring.fetch(sourceRows(y), sourceRows(y + 1), taps,
-                   [&](int row, int next, int16_t* out) { strip.filter(src.row(row), src.row(next), out); });
-        lumaKernels().blendRows(taps, coefficients + kTaps * (rowAxis.position(y) & 31),
-                                dst.row(y) + firstColumn, columns);
+        ring.fetch(rows, sourceRows(y + 1), taps, [&](int row, int next, int16_t* filtered) {
+            strip.filter(src.row(row), src.row(next), filtered);
+        });
+        if (rows.first == rows.last) {
+            lumaKernels().roundRow(taps[0], out, columns);
+        } else {
+            lumaKernels().blendRows(taps, weights(y), out, columns);
+        }
     }
 }
 
 void scaleLuma(const Plane& src, const Target& dst, const int16_t* coefficients,
                const FourTapAxis& columnAxis, const FourTapAxis& rowAxis) {
-    const int step = stripColumns(dst.endColumn - dst.firstColumn);
+    const int step = stripColumns(dst.endColumn - dst.firstColumn, kFourTapColumns);
     for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
         const int columns = std::min(step, dst.endColumn - x);
         const FourTapStrip strip(columnAxis, x, columns, coefficients);
@@ -169,11 +192,12 @@ public:
           axis_(axis),
           firstPair_(firstPair),
           pairs_(pairs) {
-        for (int i = 0; i < pairs; ++i) {
-            const ChromaPosition position(axis, firstPair + i);
-            table_.tap[i] = 2 * static_cast<uint32_t>(position.left);
-            table_.phase[i] = static_cast<uint8_t>(position.weight);
-        }
+        uint32_t* tap = table_.tap;
+        uint8_t* phase = table_.phase;
+        axis.walk(2 * firstPair, pairs, 2, [&](int64_t position) {
+            *tap++ = 2 * static_cast<uint32_t>(position >> 6);
+            *phase++ = static_cast<uint8_t>(position & 63);
+        });
         if (src.width >= kTaps) columns_.emplace(pairKernels(), table_.padded(pairs));
     }
 

@@ -40,7 +40,7 @@ void planFour(const uint8_t* offset, const uint8_t* phase, const int16_t* coeffi
 }
 
 bool plan(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan) {
-    uint8_t offset[kStripColumns];
+    uint8_t offset[kFourTapColumns];
     plan.taps = taps;
     if (!placeWindows(taps, kWindowColumns, kWindowBytes, plan.start, offset)) return false;
     for (int i = 0; i < taps.columns; i += kWindowColumns) {
@@ -96,27 +96,39 @@ inline __m256i blendVector(const int16_t* const rows[4], int column, __m256i upp
     return _mm256_mulhrs_epi16(halves, _mm256_set1_epi16(1 << 14));
 }
 
+constexpr int kStoredColumns = 32;
+
+/// Packs 32 columns to bytes and stores those from `column` to `columns` - 1.
+inline void store(__m256i left, __m256i right, uint8_t* out, int column, int columns) {
+    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(left, right), 0b11011000);
+    if (columns - column >= kStoredColumns) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + column), packed);
+    } else {
+        uint8_t bytes[kStoredColumns];
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), packed);
+        for (int i = column; i < columns; ++i) out[i] = bytes[i - column];
+    }
+}
+
 void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
-    constexpr int kColumns = 32;
     const __m256i upper = pairWeights(weights);
     const __m256i lower = pairWeights(weights + 2);
-    for (int i = 0; i < columns; i += kColumns) {
-        const __m256i packed = _mm256_permute4x64_epi64(
-            _mm256_packus_epi16(blendVector(rows, i, upper, lower), blendVector(rows, i + 16, upper, lower)),
-            0b11011000);
-        if (columns - i >= kColumns) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), packed);
-        } else {
-            uint8_t bytes[kColumns];
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), packed);
-            for (int k = i; k < columns; ++k) out[k] = bytes[k - i];
-        }
+    for (int i = 0; i < columns; i += kStoredColumns) {
+        store(blendVector(rows, i, upper, lower), blendVector(rows, i + 16, upper, lower), out, i, columns);
+    }
+}
+
+void roundRow(const int16_t* row, uint8_t* out, int columns) {
+    const __m256i sixteenth = _mm256_set1_epi16(1 << 11);
+    for (int i = 0; i < columns; i += kStoredColumns) {
+        store(_mm256_mulhrs_epi16(load(row + i), sixteenth),
+              _mm256_mulhrs_epi16(load(row + i + 16), sixteenth), out, i, columns);
     }
 }
 
 }  // namespace
 
-const FourTapKernels kFourTapAvx2 = {InstructionSet::Avx2, plan, filterRow, blendRows};
+const FourTapKernels kFourTapAvx2 = {InstructionSet::Avx2, plan, filterRow, blendRows, roundRow};
 
 }  // namespace vantor
 

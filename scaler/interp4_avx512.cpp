@@ -14,7 +14,7 @@ constexpr int kVectorColumnsDown = 32;
 constexpr int kMostWindows = 4;
 
 bool plan(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan) {
-    uint8_t offset[kStripColumns];
+    uint8_t offset[kFourTapColumns];
     plan.taps = taps;
     plan.windowsPerVector = 1;
     while (
@@ -105,22 +105,36 @@ inline __m512i blendVector(const int16_t* const rows[4], int column, __m512i upp
     return _mm512_mulhrs_epi16(halves, _mm512_set1_epi16(1 << 14));
 }
 
-void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
+/// Packs 64 columns to bytes and stores those from `column` to `columns` - 1.
+inline void store(__m512i left, __m512i right, uint8_t* out, int column, int columns) {
     const __m512i inOrder = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    const int count = columns - column;
+    const __mmask64 stored = count < kVectorBytes ? (__mmask64{1} << count) - 1 : ~__mmask64{0};
+    _mm512_mask_storeu_epi8(out + column, stored,
+                            _mm512_permutexvar_epi64(inOrder, _mm512_packus_epi16(left, right)));
+}
+
+void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
     const __m512i upper = pairWeights(weights);
     const __m512i lower = pairWeights(weights + 2);
     for (int i = 0; i < columns; i += kVectorBytes) {
-        const __m512i packed = _mm512_packus_epi16(blendVector(rows, i, upper, lower),
-                                                   blendVector(rows, i + kVectorColumnsDown, upper, lower));
-        const int left = columns - i;
-        const __mmask64 columnsLeft = left < kVectorBytes ? (__mmask64{1} << left) - 1 : ~__mmask64{0};
-        _mm512_mask_storeu_epi8(out + i, columnsLeft, _mm512_permutexvar_epi64(inOrder, packed));
+        store(blendVector(rows, i, upper, lower), blendVector(rows, i + kVectorColumnsDown, upper, lower),
+              out, i, columns);
+    }
+}
+
+void roundRow(const int16_t* row, uint8_t* out, int columns) {
+    const __m512i sixteenth = _mm512_set1_epi16(1 << 11);
+    for (int i = 0; i < columns; i += kVectorBytes) {
+        store(_mm512_mulhrs_epi16(_mm512_loadu_si512(row + i), sixteenth),
+              _mm512_mulhrs_epi16(_mm512_loadu_si512(row + i + kVectorColumnsDown), sixteenth), out, i,
+              columns);
     }
 }
 
 }  // namespace
 
-const FourTapKernels kFourTapAvx512 = {InstructionSet::Avx512, plan, filterRow, blendRows};
+const FourTapKernels kFourTapAvx512 = {InstructionSet::Avx512, plan, filterRow, blendRows, roundRow};
 
 }  // namespace vantor
 

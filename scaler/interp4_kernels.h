@@ -9,15 +9,18 @@
 
 namespace vantor {
 
+/// The most columns of a strip: fewer than elsewhere, as each takes more memory.
+constexpr int kFourTapColumns = 512;
+
 /// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
 /// the taps and the coefficients; what the others lay down is their own business.
 struct FourTapPlan {
     ColumnTaps taps;
     const int16_t* coefficients;
     int windowsPerVector;
-    uint32_t start[kStripColumns / 4];
-    alignas(64) uint8_t shuffle[4 * kStripColumns];
-    alignas(64) int16_t weights[4 * kStripColumns];
+    uint32_t start[kFourTapColumns / 4];
+    alignas(64) uint8_t shuffle[4 * kFourTapColumns];
+    alignas(64) int16_t weights[4 * kFourTapColumns];
 };
 
 struct FourTapKernels {
@@ -37,6 +40,9 @@ struct FourTapKernels {
     /// Vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The sum wraps at 32 bits,
     /// the rounding does not. Padding columns of the rows are read, those of `out` are not written.
     void (*blendRows)(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns);
+
+    /// The vertical stage where it has one tap of weight 4096: (row + 8) >> 4, saturated to 0..255.
+    void (*roundRow)(const int16_t* row, uint8_t* out, int columns);
 };
 
 extern const FourTapKernels kFourTapPlain;

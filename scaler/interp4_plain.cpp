@@ -34,8 +34,12 @@ void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* ou
     }
 }
 
+void roundRow(const int16_t* row, uint8_t* out, int columns) {
+    for (int i = 0; i < columns; ++i) out[i] = static_cast<uint8_t>(std::clamp((row[i] + 8) >> 4, 0, 255));
+}
+
 }  // namespace
 
-const FourTapKernels kFourTapPlain = {InstructionSet::Plain, plan, filterRow, blendRows};
+const FourTapKernels kFourTapPlain = {InstructionSet::Plain, plan, filterRow, blendRows, roundRow};
 
 }  // namespace vantor

@@ -77,7 +77,7 @@ template <typename Plan, typename Sample, typename Kernels, int Count, typename.
 void expectSameFilter(const Kernels* const (&tables)[Count], int phases, int outputs, More... more) {
     Random random(seed());
     for (int round = 0; round < 300; ++round) {
-        const int count = round < 200 ? round + 1 : random.between(1, kStripColumns);
+        const int count = round < 200 ? round + 1 : random.between(1, kFourTapColumns);
         const auto columns = std::make_unique<Columns>(random, count, phases, static_cast<uint32_t>(outputs));
         const auto expected = columns->template filter<Plan, Sample>(*tables[0], Guard::Back, outputs, more...);
         for (const Kernels* table : tables) {
@@ -158,6 +158,15 @@ TEST(Kernels, VectorTablesBlendRowsAsThePlainOnesDo) {
     std::vector<const int16_t*> pointers;
     for (const auto& row : weights) pointers.push_back(row.data());
     expectSameBlend<4>(kFourTapTables, extremes, pointers, 1);
+    std::vector<int16_t> words(65536 + kVectorColumns);
+    std::iota(words.begin(), words.end(), INT16_MIN);
+    GuardedPlane expected(65536, Guard::Back), out(65536, Guard::Back);
+    kFourTapPlain.roundRow(words.data(), expected.data(), 65536);
+    for (const FourTapKernels* table : kFourTapTables) {
+        if (!processorHas(table->set)) continue;
+        table->roundRow(words.data(), out.data(), 65536);
+        EXPECT_EQ(out.bytes(), expected.bytes());
+    }
 }
 
 TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
