@@ -12,9 +12,7 @@ namespace vantor {
 /// the taps; what the others lay down is their own business.
 struct LumaPlan {
     ColumnTaps taps;
-    int windowsPerVector;
-    uint32_t start[kStripColumns / 4];
-    alignas(64) uint8_t shuffle[4 * kStripColumns];
+    ElementPlan elements;
     alignas(64) int16_t phase[kStripColumns];
 };
 

@@ -15,10 +15,8 @@ namespace vantor {
 /// the taps; what the others lay down is their own business.
 struct PairPlan {
     ColumnTaps taps;
-    int windowsPerVector;
-    uint32_t start[kStripColumns / 2];
-    alignas(64) uint8_t shuffle[4 * kStripColumns];
-    alignas(64) uint8_t weights[4 * kStripColumns];
+    ElementPlan elements;
+    alignas(64) uint8_t weights[2 * kStripColumns];
 };
 
 struct PairKernels {

@@ -50,6 +50,14 @@ inline int stripColumns(int width, int most = kStripColumns) {
     return paddedColumns((width + strips - 1) / strips);
 }
 
+/// How a vector table gathers its elements, worked out once for all rows; the layout of `shuffle` is the
+/// table's own business.
+struct ElementPlan {
+    int windowsPerVector;
+    uint32_t start[kStripColumns / 2];
+    alignas(64) uint8_t shuffle[4 * kStripColumns];
+};
+
 /// Lays a window of `windowBytes` bytes, the first from start[0] on, around each `perWindow` elements of the
 /// padded columns; element i begins offset[i] bytes into its window. Windows stay within the span of all
 /// elements, so nothing else of the row is loaded. Returns false where that span is shorter than a window, or

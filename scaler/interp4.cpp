@@ -21,9 +21,9 @@ constexpr FourTapFilter kFilter = makeFourTapFilter();
 /// Sources smaller than this, in either direction, cannot hold all four taps.
 constexpr int kTaps = 4;
 
-const FourTapKernels& lumaKernels() {
+const FourTapKernels& lumaKernels(const int16_t* coefficients) {
     static const FourTapKernels& kernels = bestTable(kFourTapTables);
-    return kernels;
+    return fitBytes(coefficients) ? kernels : kFourTapPlain;
 }
 
 const PairKernels& pairKernels() {
@@ -78,9 +78,9 @@ struct Plane {
 /// Consecutive output columns of the luma with their taps and filter rows.
 class FourTapStrip {
 public:
-    FourTapStrip(const FourTapAxis& axis, int firstColumn, int columns, const int16_t* coefficients)
-        : srcWidth_(axis.srcSize()),
-          columns_(lumaKernels(), taps(axis, firstColumn, columns), coefficients) {}
+    FourTapStrip(const FourTapKernels& kernels, const FourTapAxis& axis, int firstColumn, int columns,
+                 const int16_t* coefficients)
+        : srcWidth_(axis.srcSize()), columns_(kernels, taps(axis, firstColumn, columns), coefficients) {}
 
     void filter(const uint8_t* row, const uint8_t* next, int16_t* out) const {
         uint8_t padded[2 * kPadding];
@@ -131,8 +131,9 @@ bool isSecondTapOnly(const int16_t* weights) {
     return weights[0] == 0 && weights[1] == 4096 && weights[2] == 0 && weights[3] == 0;
 }
 
-void scaleLumaStrip(const Plane& src, const Target& dst, const int16_t* coefficients,
-                    const FourTapStrip& strip, const FourTapAxis& rowAxis, int firstColumn, int columns) {
+void scaleLumaStrip(const FourTapKernels& kernels, const Plane& src, const Target& dst,
+                    const int16_t* coefficients, const FourTapStrip& strip, const FourTapAxis& rowAxis,
+                    int firstColumn, int columns) {
     RowRing<int16_t, 4, kFourTapColumns> ring(src.height, false);
     const auto weights = [&](int y) { return coefficients + kTaps * (rowAxis.position(y) & 31); };
     const auto sourceRows = [&](int y) {
@@ -147,20 +148,21 @@ void scaleLumaStrip(const Plane& src, const Target& dst, const int16_t* coeffici
             strip.filter(src.row(row), src.row(next), filtered);
         });
         if (rows.first == rows.last) {
-            lumaKernels().roundRow(taps[0], out, columns);
+            kernels.roundRow(taps[0], out, columns);
         } else {
-            lumaKernels().blendRows(taps, weights(y), out, columns);
+            kernels.blendRows(taps, weights(y), out, columns);
         }
     }
 }
 
 void scaleLuma(const Plane& src, const Target& dst, const int16_t* coefficients,
                const FourTapAxis& columnAxis, const FourTapAxis& rowAxis) {
+    const FourTapKernels& kernels = lumaKernels(coefficients);
     const int step = stripColumns(dst.endColumn - dst.firstColumn, kFourTapColumns);
     for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
         const int columns = std::min(step, dst.endColumn - x);
-        const FourTapStrip strip(columnAxis, x, columns, coefficients);
-        scaleLumaStrip(src, dst, coefficients, strip, rowAxis, x, columns);
+        const FourTapStrip strip(kernels, columnAxis, x, columns, coefficients);
+        scaleLumaStrip(kernels, src, dst, coefficients, strip, rowAxis, x, columns);
     }
 }
 

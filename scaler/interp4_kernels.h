@@ -17,18 +17,20 @@ constexpr int kFourTapColumns = 512;
 struct FourTapPlan {
     ColumnTaps taps;
     const int16_t* coefficients;
-    int windowsPerVector;
-    uint32_t start[kFourTapColumns / 4];
-    alignas(64) uint8_t shuffle[4 * kFourTapColumns];
-    alignas(64) int16_t weights[4 * kFourTapColumns];
+    ElementPlan elements;
+    alignas(64) int8_t weights[8 * kFourTapColumns];
 };
+
+/// Whether each row of `coefficients` can be taken apart into two bytes a weight: (w + 32) >> 6 sums to 126
+/// or less in magnitude, as it does for filters that amplify by less than two.
+bool fitBytes(const int16_t* coefficients);
 
 struct FourTapKernels {
     InstructionSet set;
 
-    /// Plans the columns. The four weights of a column are row phase[i] (0 to 31) of `coefficients`, any
-    /// 16-bit values. Returns false where the taps are too close together or too far apart for the table's
-    /// vectors; the plain table takes all.
+    /// Plans the columns. The four weights of a column are row phase[i] (0 to 31) of `coefficients`. The
+    /// plain table takes any 16-bit values, the others those that fitBytes lets pass. Returns false where the
+    /// taps are too close together or too far apart for the table's vectors; the plain table takes all.
     bool (*plan)(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan);
 
     /// Horizontal stage: out[i] = (sum of weight x sample over row[tap[i]] to row[tap[i] + 3] + 128) >> 8,

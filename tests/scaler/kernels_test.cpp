@@ -134,7 +134,16 @@ std::vector<int> upTo(int last) {
 TEST(Kernels, VectorTablesFilterRowsAsThePlainOnesDo) {
     Random random(seed());
     std::vector<int16_t> coefficients(4 * kFourTapPhases);
-    for (int16_t& weight : coefficients) weight = static_cast<int16_t>(random.between(INT16_MIN, INT16_MAX));
+    for (size_t i = 0; i < coefficients.size(); i += 4) {
+        int left = 126;  // of the coarse weights
+        for (size_t tap = 0; tap < 4; ++tap) {
+            const int coarse = tap == 3 ? left : random.between(0, left);
+            left -= coarse;
+            const int sign = random.between(0, 1) ? 1 : -1;
+            coefficients[i + (tap + i / 4) % 4] = static_cast<int16_t>(sign * 64 * coarse + random.between(-32, 31));
+        }
+    }
+    ASSERT_TRUE(fitBytes(coefficients.data()));
     expectSameFilter<LumaPlan, uint8_t>(kLumaTables, 32, 1);
     expectSameFilter<PairPlan, uint8_t>(kCutPairsTables, 33, 2);
     expectSameFilter<PairPlan, uint8_t>(kRoundedPairsTables, 65, 2);
