@@ -37,15 +37,16 @@ inline __m256i cubic(__m256i even, __m256i odd, __m256i phase) {
 }
 
 void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
-    withWindows(plan.elements, [&](auto windows) {
-        const auto filter = [&](int vector) {
-            const Elements taps = gather<decltype(windows)::value>(plan.elements, row, next, vector);
-            return cubic(taps.even, taps.odd, load(plan.phase + vector * kLanes));
-        };
-        for (int vector = 0; vector * kLanes < plan.taps.columns; vector += 2) {
-            store(out + vector * kLanes, pack(filter(vector), filter(vector + 1)));
-        }
-    });
+    withWindows(
+        plan.elements, [&](auto windows) __attribute__((always_inline)) {
+            const auto filter = [&](int vector) __attribute__((always_inline)) {
+                const Elements taps = gather<decltype(windows)::value>(plan.elements, row, next, vector);
+                return cubic(taps.even, taps.odd, load(plan.phase + vector * kLanes));
+            };
+            for (int vector = 0; vector * kLanes < plan.taps.columns; vector += 2) {
+                store(out + vector * kLanes, pack(filter(vector), filter(vector + 1)));
+            }
+        });
 }
 
 void blendRows(const uint8_t* const rows[4], int phase, uint8_t* out, int columns) {

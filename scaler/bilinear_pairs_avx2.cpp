@@ -34,15 +34,16 @@ bool plan(const ColumnTaps& taps, PairPlan& plan) {
 
 template <int Bits>
 void filterRow(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
-    withWindows(plan.elements, [&](auto windows) {
-        for (int vector = 0; vector * kLanes < plan.taps.columns; ++vector) {
-            const Elements uv = gather<decltype(windows)::value>(plan.elements, row, next, vector);
-            const __m256i pairWeights = load(plan.weights + vector * kVectorBytes);
-            const __m256i u = unscale<Bits>(_mm256_maddubs_epi16(uv.even, pairWeights));
-            const __m256i v = unscale<Bits>(_mm256_maddubs_epi16(uv.odd, pairWeights));
-            store(out + vector * kVectorBytes, _mm256_or_si256(u, _mm256_slli_epi16(v, 8)));
-        }
-    });
+    withWindows(
+        plan.elements, [&](auto windows) __attribute__((always_inline)) {
+            for (int vector = 0; vector * kLanes < plan.taps.columns; ++vector) {
+                const Elements uv = gather<decltype(windows)::value>(plan.elements, row, next, vector);
+                const __m256i pairWeights = load(plan.weights + vector * kVectorBytes);
+                const __m256i u = unscale<Bits>(_mm256_maddubs_epi16(uv.even, pairWeights));
+                const __m256i v = unscale<Bits>(_mm256_maddubs_epi16(uv.odd, pairWeights));
+                store(out + vector * kVectorBytes, _mm256_or_si256(u, _mm256_slli_epi16(v, 8)));
+            }
+        });
 }
 
 template <int Bits>

@@ -34,15 +34,16 @@ bool plan(const ColumnTaps& taps, PairPlan& plan) {
 
 template <int Bits>
 void filterRow(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
-    withWindows(plan.elements, [&](auto windows) {
-        for (int vector = 0; vector * kLanes < plan.taps.columns; ++vector) {
-            const Elements uv = gather<decltype(windows)::value>(plan.elements, row, next, vector);
-            const __m512i pairWeights = _mm512_loadu_si512(plan.weights + vector * kVectorBytes);
-            const __m512i u = unscale<Bits>(_mm512_maddubs_epi16(uv.even, pairWeights));
-            const __m512i v = unscale<Bits>(_mm512_maddubs_epi16(uv.odd, pairWeights));
-            _mm512_storeu_si512(out + vector * kVectorBytes, _mm512_or_si512(u, _mm512_slli_epi16(v, 8)));
-        }
-    });
+    withWindows(
+        plan.elements, [&](auto windows) __attribute__((always_inline)) {
+            for (int vector = 0; vector * kLanes < plan.taps.columns; ++vector) {
+                const Elements uv = gather<decltype(windows)::value>(plan.elements, row, next, vector);
+                const __m512i pairWeights = _mm512_loadu_si512(plan.weights + vector * kVectorBytes);
+                const __m512i u = unscale<Bits>(_mm512_maddubs_epi16(uv.even, pairWeights));
+                const __m512i v = unscale<Bits>(_mm512_maddubs_epi16(uv.odd, pairWeights));
+                _mm512_storeu_si512(out + vector * kVectorBytes, _mm512_or_si512(u, _mm512_slli_epi16(v, 8)));
+            }
+        });
 }
 
 template <int Bits>

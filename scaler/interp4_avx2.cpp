@@ -8,17 +8,28 @@ namespace vantor {
 namespace {
 
 /// Each weight w as 64 x coarse + fine, fine from -32 to 31: with coarse weights that sum to 126 or less in
-/// magnitude no sum of weighted bytes leaves 16 bits. For each vector four vectors of weights: coarse and
-/// fine ones of the even taps, coarse and fine ones of the odd taps.
+/// magnitude no sum of weighted bytes leaves 16 bits.
+inline int part(int weight, int scale) {
+    const int coarse = (weight + 32) >> 6;
+    return scale == 0 ? coarse : weight - 64 * coarse;
+}
+
+/// Words 0 to 31, one a phase, of the weights of two taps two apart, a byte each.
+inline void pairWords(const int16_t* coefficients, int scale, uint16_t (&words)[32]) {
+    for (int phase = 0; phase < 32; ++phase) {
+        const int16_t* taps = coefficients + 4 * phase;
+        words[phase] = static_cast<uint16_t>((part(taps[0], scale) & 255) | part(taps[2], scale) * 256);
+    }
+}
+
+/// For each vector four vectors of weights: coarse and fine ones of the even taps, then of the odd taps.
 void planWeights(const ColumnTaps& taps, const int16_t* coefficients, int8_t* weights) {
-    for (int i = 0; i < taps.columns; ++i) {
-        int8_t* const lane = weights + i / kLanes * 4 * kVectorBytes + i % kLanes * 2;
-        for (int tap = 0; tap < 4; ++tap) {
-            const int weight = coefficients[4 * taps.phase[i] + tap];
-            const int coarse = (weight + 32) >> 6;
-            int8_t* const to = lane + tap % 2 * 2 * kVectorBytes + tap / 2;
-            to[0] = static_cast<int8_t>(coarse);
-            to[kVectorBytes] = static_cast<int8_t>(weight - 64 * coarse);
+    for (int part = 0; part < 4; ++part) {
+        alignas(64) uint16_t words[32];
+        pairWords(coefficients + part / 2, part % 2, words);
+        for (int i = 0; i < taps.columns; i += kLanes) {
+            int8_t* const lanes = weights + 8 * i + part * kVectorBytes;
+            for (int k = 0; k < kLanes; ++k) __builtin_memcpy(lanes + 2 * k, &words[taps.phase[i + k]], 2);
         }
     }
 }
@@ -40,12 +51,13 @@ inline __m256i filter(const Elements& taps, const int8_t* weights) {
 }
 
 void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
-    withWindows(plan.elements, [&](auto windows) {
-        for (int vector = 0; vector * kLanes < plan.taps.columns; ++vector) {
-            const Elements taps = gather<decltype(windows)::value>(plan.elements, row, next, vector);
-            store(out + vector * kLanes, filter(taps, plan.weights + vector * 4 * kVectorBytes));
-        }
-    });
+    withWindows(
+        plan.elements, [&](auto windows) __attribute__((always_inline)) {
+            for (int vector = 0; vector * kLanes < plan.taps.columns; ++vector) {
+                const Elements taps = gather<decltype(windows)::value>(plan.elements, row, next, vector);
+                store(out + vector * kLanes, filter(taps, plan.weights + vector * 4 * kVectorBytes));
+            }
+        });
 }
 
 /// The weights of two rows, for pairs of their samples.
