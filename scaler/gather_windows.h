@@ -3,6 +3,7 @@
 // windows of consecutive bytes and picks the elements from them by a shuffle.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 namespace vantor {
@@ -46,7 +47,7 @@ struct ColumnTable {
 /// Columns of each strip but the last of a row of `width`: strips are about as wide as one another, so that
 /// the last is not left with a few columns.
 inline int stripColumns(int width, int most = kStripColumns) {
-    const int strips = (width + most - 1) / most;
+    const int strips = std::max((width + most - 1) / most, 1);
     return paddedColumns((width + strips - 1) / strips);
 }
 
