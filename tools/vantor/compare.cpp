@@ -2,12 +2,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "tools/vantor/commands.h"
 #include "tools/vantor/difference.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/json.h"
 
 namespace vantor::tool {
 namespace {
@@ -38,7 +38,7 @@ void report(const CompareOptions& options, const std::vector<Difference>& differ
     nlohmann::ordered_json json{
         {"a", options.a}, {"b", options.b}, {"tolerance", options.tolerance}, {"identical", identical}};
     for (const Difference& difference : differences) json["components"].push_back(toJson(difference));
-    std::printf("%s\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    printDocument(json);
 }
 
 int run(const CompareOptions& options) {
