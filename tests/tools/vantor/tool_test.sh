@@ -225,6 +225,12 @@ expect 0 "processor: identical" crosscheck chart.png --rotate 30
 expect 2 "expected --size for a scaling request, or" crosscheck chart.png
 expect 2 "--path fpga: expected hw or sw" scale chart.png -o x.png --size 8x8 --path fpga
 
+# Pages to look at.
+expect 0 "a page of" view chart.png turned.png --grid turn.txt -o page.html
+grep -q "https\?://" page.html && fail "a page needs more than itself"
+expect 2 "cannot be laid over each other: chart.png is 320x180, half.png is 160x90" view chart.png half.png -o x.html
+expect 2 "--output chart.png: expected another file" view chart.png -o chart.png
+
 VANTOR_CPU=plain expect 0 "in use plain" info
 
 echo "$failures failures"
