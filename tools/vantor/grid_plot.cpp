@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "gdc_model/grid_interp.h"
 #include "tools/vantor/drawing.h"
+#include "tools/vantor/grid_mesh.h"
 
 namespace vantor::tool {
 namespace {
@@ -86,15 +86,8 @@ private:
     }
 
     void drawMesh() {
-        for (int i = 0; i < kGridNodes; ++i) {
-            std::vector<Point> across, down;
-            for (int j = 0; j < kGridNodes; ++j) {
-                across.push_back(drawnNode(i, j));
-                down.push_back(drawnNode(j, i));
-            }
-            drawing_.line(across, kMeshInk, i % 8 == 0 ? 2 : 0.8);
-            drawing_.line(down, kMeshInk, i % 8 == 0 ? 2 : 0.8);
-        }
+        const auto lines = meshLines([this](int row, int column) { return drawnNode(row, column); });
+        for (size_t i = 0; i < lines.size(); ++i) drawing_.line(lines[i], kMeshInk, i % 16 < 2 ? 2 : 0.8);
     }
 
     void drawArrows() {

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "gdc_model/grid_interp.h"
 #include "tools/vantor/drawing.h"
+#include "tools/vantor/grid_mesh.h"
 #include "tools/vantor/io/png_file.h"
 #include "tools/vantor/view_page_html.h"
 
@@ -68,18 +68,10 @@ std::string toPath(const std::vector<Point>& points) {
     return path;
 }
 
-/// The 33 lines across and the 33 down through points of the nodes.
 template <typename NodePoint>
 std::string meshPath(NodePoint&& at) {
     std::string path;
-    for (int i = 0; i < kGridNodes; ++i) {
-        std::vector<Point> across, down;
-        for (int j = 0; j < kGridNodes; ++j) {
-            across.push_back(at(i, j));
-            down.push_back(at(j, i));
-        }
-        path += toPath(across) + toPath(down);
-    }
+    for (const std::vector<Point>& line : meshLines(at)) path += toPath(line);
     return path;
 }
 

@@ -31,7 +31,8 @@ const Words kModelNames{"distortion_model"};
 
 std::string plainName(const std::string& name) {
     std::string plain;
-    for (const unsigned char c : name) {
+    for (const char letter : name) {
+        const auto c = static_cast<unsigned char>(letter);
         if (std::isalnum(c)) plain += static_cast<char>(std::tolower(c));
     }
     return plain;
