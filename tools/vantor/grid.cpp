@@ -117,7 +117,8 @@ void addGrid(CLI::App& app, Run& run) {
         "--size", options->size,
         "Size of the pictures that the grid is for; if not given, the calibration's, or 1920x1080");
     command->add_option("-o,--output", options->output, "Grid to write: text for .txt, else 8712 bytes");
-    command->add_option("--plot", options->plot, "PNG to draw the mesh of 32x32 cells to");
+    command->add_option("--plot", options->plot,
+                        "PNG to draw the mesh of 32x32 cells and the moves of nodes to");
     command->add_option("--exaggerate", options->exaggerate, "Multiply moves in the plot")
         ->check(CLI::Range(0.0, 1e6));
     command->add_flag("--check", options->check,

@@ -91,7 +91,7 @@ GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Siz
                 std::hypot(at.x.coordinate / 256.0 - ideal.x, at.y.coordinate / 256.0 - ideal.y);
             ++error.pixels;
             squares += distance * distance;
-            error.beyondHalf += distance > 0.5;
+            error.beyondHalf += !(distance <= 0.5);
             if (!(distance > error.largest)) continue;
             error.largest = distance;
             error.largestX = x;
