@@ -52,7 +52,9 @@ Check warping(const CrosscheckOptions& options, Picture input) {
 int run(const CrosscheckOptions& options) {
     if (options.size.empty() == !options.warp.isGiven()) {
         throw UserError(
-            "expected --size for a scaling request, or --grid or a described warp for a warping request");
+            "expected --size for a scaling request, or --grid, --calibration or a described warp for a "
+            "warping "
+            "request");
     }
     Picture input = readPicture(fileForm(options.input, options.form));
     const Check check =

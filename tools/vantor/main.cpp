@@ -62,6 +62,7 @@ int runTool(int argc, char** argv) {
     addExplain(app, run);
     addCrosscheck(app, run);
     addCompare(app, run);
+    addView(app, run);
     addChart(app, run);
     addInfo(app, run);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {

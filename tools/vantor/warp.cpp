@@ -39,8 +39,9 @@ std::vector<int16_t> parseMatrix(const std::string& text) {
 Request requestFrom(const WarpCommand& command, int32_t target, Size picture, Size frame) {
     if (command.matrix.empty() == !command.warp.isGiven()) {
         throw UserError(
-            "expected one of --matrix, --grid, or a warp described by --rotate, --zoom, --shear, --shift, "
-            "--lens and --center");
+            "expected one of --matrix, --grid, --calibration, or a warp described by --rotate, --zoom, "
+            "--shear, "
+            "--shift, --lens and --center");
     }
     if (!command.matrix.empty()) {
         return

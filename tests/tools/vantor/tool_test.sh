@@ -1,6 +1,7 @@
 #!/bin/bash
 # tool_test.sh VANTOR: the command-line tool from end to end, bad input included.
 set -u
+calibrations=$(realpath "$(dirname "$0")/calibrations")
 vantor=$(realpath "$1")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -73,6 +74,11 @@ expect 1 '"first": {' compare a_6x4.gray b_6x4.gray --json
 python3 -c 'import json; d = json.load(open("out")); c = d["components"][0]
 assert d["identical"] is False and c["differing"] == 1 and c["first"] == {"x": 4, "y": 1, "a": 0, "b": 3}, d
 assert c["largest"] == 3 and abs(c["psnr"] - 52.39) < 0.01, c' || fail "compare --json"
+expect 1 "$line" compare a_6x4.gray b_6x4.gray --heatmap heat.png
+expect 0 "$line" compare a_6x4.gray b_6x4.gray --heatmap black.png --tolerance 3
+expect 1 "G: 3" compare heat.png black.png
+grep -q "^G: .* first at (4, 1): 121 and 0;" out || fail "the colour of a difference of 3: $(cat out)"
+expect 2 "--heatmap chart.png: expected another file" compare back.png chart.png --heatmap chart.png
 expect 2 "cannot compare: a_6x4.gray is 6x4 gray, chart.png is 320x180 rgb" compare a_6x4.gray chart.png
 
 # Bad input: the message names what was wrong and what was expected, and an existing result stays.
@@ -137,7 +143,7 @@ expect 0 "folded cells: 0 of 1024" grid --rotate 2 --size 320x180 -o turn.grid -
 expect 0 "grid of turn.grid" grid turn.grid -o turn.txt
 expect 0 "" grid turn.txt -o again.grid
 cmp turn.grid again.grid || fail "a grid changed on its way through text"
-expect 0 "320x180 rgb" info mesh.png
+expect 0 "1510x968 rgb" info mesh.png
 for start in 0 4356; do # dX, then dY, little-endian
     od -An -td4 -v -w12 -j$start -N12 turn.grid | tr -s ' ' | grep -qF -- "$(grep -A1 "^d$([ $start = 0 ] && echo X || echo Y)" turn.txt |
         tail -1 | cut -d' ' -f1-3)" || fail "the wire form at byte $start"
@@ -158,11 +164,37 @@ refuse_warp() {
     expect 2 "$1" warp chart.png -o never.png "${@:2}"
 }
 refuse_warp "broken.txt: no grid: line 37: 'dZ', expected dY" --grid broken.txt
-refuse_warp "expected one of --matrix, --grid, or a warp described"
-refuse_warp "expected one of --matrix, --grid, or a warp described" --rotate 2 --matrix 1,2,3,4,5,6
+refuse_warp "expected one of --matrix, --grid, --calibration, or a warp"
+refuse_warp "expected one of --matrix, --grid, --calibration, or a warp" --rotate 2 --matrix 1,2,3,4,5,6
 refuse_warp "--matrix 1,2,3: expected 6 numbers set off by commas" --matrix 1,2,3
 refuse_warp "--matrix 40000,0,0,0,0,0: expected whole numbers from -32768 to 32767" --matrix 40000,0,0,0,0,0
 refuse_warp "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]" --lens 1,2,3,4
+
+# Calibrations.
+refuse_calibration() { # refuse_calibration TEXT SED-SCRIPT [OPTIONS...]: of a calibration changed by sed
+    sed "$2" "$calibrations/${file:-five.yml}" >changed.yml
+    expect 2 "$1" grid --calibration changed.yml -o never.grid "${@:3}"
+}
+expect 0 "camera of the straight picture: fx 1402.5, fy 1399.75, cx 967.25, cy 531.5" grid --calibration "$calibrations/five.yml" -o lens.grid
+expect 0 '"camera_matrix": [' grid --calibration "$calibrations/twelve.xml" --alpha 0 --size 320x180 --json
+python3 -c 'import json; d = json.load(open("out")); assert d["size"] == [320, 180] and d["error"]["largest"] < 0.1 and d["outside"] == 0, d' ||
+    fail "grid --json: $(cat out)"
+expect 0 "taken as stretched, not cropped" warp chart.png -o by_options.png --calibration "$calibrations/five.yml" --calibrated-size 640x640
+expect 0 "warped (calibration" warp chart.png -o by_options.png --calibration "$calibrations/five.yml"
+expect 0 "" warp chart.png -o by_grid.png --grid lens.grid
+expect 0 "R: equal" compare by_options.png by_grid.png
+refuse_calibration "changed.yml: camera_matrix (or K, M, mtx" s/camera_matrix/x/
+refuse_calibration "changed.yml: image_width (or width) is missing; --calibrated-size" s/image_width/x/
+refuse_calibration "has '.Nan', expected a number" s/1.4025000000000000e+03/.Nan/
+refuse_calibration "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is no camera matrix" 's/1\. ]/2. ]/'
+refuse_calibration "has 5 elements, expected 4 for a fisheye" "" --fisheye
+refuse_calibration "distortion_model is 'kb9', expected plumb_bob" "\$ a distortion_model: kb9"
+refuse_calibration "no calibration in YAML or XML: " 's/!!opencv-matrix/[/'
+refuse_calibration "expected one of a grid file, a calibration and a described warp" "" --rotate 2
+refuse_calibration "--alpha 1.500000: expected a number from 0 to 1" "" --alpha 1.5
+file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's corners; expected 0" "" --alpha 1
+file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's sides" 's/\[ 700./[ 500./' --alpha 0
+expect 2 "--alpha, --fisheye and --calibrated-size: expected --calibration" grid --alpha 1
 expect 2 "gray.png: 31x17 picture: warps take 96x64 to 8192x6144" warp gray.png -o never.png --zoom 2
 expect 0 "the library's picture has Y" explain chart.png 160 90 --rotate 10
 said=$(sed -n 's/.*\([YUV]\) = \([0-9]*\)$/\1 \2/p' out | paste -sd, | sed 's/,/, /g')
@@ -192,6 +224,12 @@ expect 0 "processor: identical" crosscheck expected.gray --input-size 160x90 --s
 expect 0 "processor: identical" crosscheck chart.png --rotate 30
 expect 2 "expected --size for a scaling request, or" crosscheck chart.png
 expect 2 "--path fpga: expected hw or sw" scale chart.png -o x.png --size 8x8 --path fpga
+
+# Pages to look at.
+expect 0 "a page of" view chart.png turned.png --grid turn.txt -o page.html
+grep -q "https\?://" page.html && fail "a page needs more than itself"
+expect 2 "cannot be laid over each other: chart.png is 320x180, half.png is 160x90" view chart.png half.png -o x.html
+expect 2 "--output chart.png: expected another file" view chart.png -o chart.png
 
 VANTOR_CPU=plain expect 0 "in use plain" info
 

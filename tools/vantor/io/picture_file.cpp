@@ -117,6 +117,11 @@ FileForm fileForm(const std::string& path, const FormOptions& options) {
     return form;
 }
 
+FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
+    const bool isForOther = isPngName(path) && !isPngName(other);
+    return fileForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
+}
+
 Picture readPicture(const FileForm& form) {
     return form.isPng ? readPng(form.path) : readRaw(form);
 }

@@ -31,6 +31,10 @@ bool isPngName(const std::string& path);
 /// layout of a raw file open.
 FileForm fileForm(const std::string& path, const FormOptions& options);
 
+/// One of a pair of pictures, of which `other` is the other's name: of a PNG and a raw file, the options
+/// speak of the raw one.
+FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options);
+
 /// Reads a picture. A raw file needs a size, and as many bytes as that makes. Alpha is dropped, with a note.
 Picture readPicture(const FileForm& form);
 
