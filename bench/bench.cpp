@@ -2,6 +2,7 @@
 // included. Google Benchmark's options choose what runs; names are GROUP/CASE/CONTENDER.
 #include <benchmark/benchmark.h>
 #include <pthread.h>
+#include <sched.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -144,10 +145,19 @@ void nameTable(const char* family, const Kernels* const (&tables)[Count]) {
                                 instructionSetName(bestTable(tables).set));
 }
 
+/// How many processors this process may run on.
+int usableProcessors() {
+    cpu_set_t processors;
+    return sched_getaffinity(0, sizeof processors, &processors) == 0 ? CPU_COUNT(&processors) : 0;
+}
+
 void describe(const std::vector<Contender>& peers) {
     nameTable("bicubic luma", kLumaTables);
     nameTable("bilinear chroma", kChromaTables);
     nameTable("four-tap", kFourTapTables);
+    const char* limit = std::getenv("VANTOR_CPU");
+    benchmark::AddCustomContext("limit", limit ? limit : "none");
+    benchmark::AddCustomContext("processors", std::to_string(usableProcessors()));
     benchmark::AddCustomContext("compiler", VANTOR_COMPILER);
     for (const Contender& peer : peers) benchmark::AddCustomContext("peer " + peer.library, peer.version);
 }

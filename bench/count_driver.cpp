@@ -73,7 +73,11 @@ int warp(int rows) {
     to.cropBottom = rows - 1;
     const int32_t status = hardware::vantorClient::runGDCGrid(to, from, grid, hardware::IMAGE_FORMAT_NV12,
                                                               hardware::GDC_C_MODEL);
-    return status == 0 ? kWidth * rows : 0;
+    if (status != 0) {
+        std::fprintf(stderr, "vantor-count: a warp of %dx%d failed\n", kWidth, rows);
+        std::exit(1);
+    }
+    return kWidth * rows;
 }
 
 struct Family {

@@ -1,4 +1,3 @@
-#include <cmath>
 #include <memory>
 #include <opencv2/imgproc.hpp>
 
@@ -32,41 +31,40 @@ Scaler scaler(const char* name, Filter filter, int luma, int chroma) {
             }};
 }
 
-/// Makes the map of one plane from the moves of a grid's nodes.
+/// Makes the map of one plane from the positions that a grid's nodes take their samples from. Where positions
+/// go linearly, so does cv::resize, and no identity needs to be added.
 class PlaneMap {
 public:
     /// `size` is the plane's, `picture` that of the luma.
     PlaneMap(const Grid& grid, Size picture, cv::Size size)
-        : moves_(33, 33, CV_32FC2),
+        : positions_(33, 33, CV_32FC2),
           // Node k stands at k / 32 of the picture, and for cv::resize in the middle of the k-th of 33 cells.
           canvas_(cvRound(size.width * 33 / 32.0), cvRound(size.height * 33 / 32.0)),
-          frame_(cv::Point(cvRound(size.width / 64.0), cvRound(size.height / 64.0)), size),
-          identity_(size, CV_32FC2) {
+          frame_(cv::Point(cvRound(size.width / 64.0), cvRound(size.height / 64.0)), size) {
         const double samplesPerPixel = static_cast<double>(size.width) / picture.width;
         for (int row = 0; row < 33; ++row) {
             for (int column = 0; column < 33; ++column) {
                 const tool::Point move = nodeMove(grid, row, column, picture);
-                moves_.at<cv::Vec2f>(row, column) = cv::Vec2d(move.x, move.y) * samplesPerPixel;
+                positions_.at<cv::Vec2f>(row, column) =
+                    cv::Vec2d(place(column, canvas_.width, frame_.x) + move.x * samplesPerPixel,
+                              place(row, canvas_.height, frame_.y) + move.y * samplesPerPixel);
             }
-        }
-        for (int y = 0; y < size.height; ++y) {
-            for (int x = 0; x < size.width; ++x)
-                identity_.at<cv::Vec2f>(y, x) = {static_cast<float>(x), static_cast<float>(y)};
         }
     }
 
-    const cv::Mat& make() {
-        cv::resize(moves_, moved_, canvas_, 0, 0, cv::INTER_LINEAR);
-        cv::add(moved_(frame_), identity_, map_);
-        return map_;
+    cv::Mat make() {
+        cv::resize(positions_, map_, canvas_, 0, 0, cv::INTER_LINEAR);
+        return map_(frame_);
     }
 
 private:
-    cv::Mat moves_;
+    static double place(int node, int canvas, int offset) {
+        return (node + 0.5) * canvas / 33 - 0.5 - offset;
+    }
+
+    cv::Mat positions_;
     cv::Size canvas_;
     cv::Rect frame_;
-    cv::Mat identity_;
-    cv::Mat moved_;
     cv::Mat map_;
 };
 

@@ -1,4 +1,4 @@
-// zimg is planar: libyuv takes the chroma apart and puts it together again, row by row, while rows are warm.
+// zimg is planar: libyuv takes the chroma apart and puts it together again.
 #include <libyuv.h>
 #include <zimg.h>
 
@@ -30,64 +30,54 @@ zimg_image_format planarFormat(Size size) {
     return format;
 }
 
-/// Rows of U and V, of which only the last ones are kept, as many as zimg asks for.
+/// The chroma of an NV12 picture as two planes, one behind the other.
 class PlanarChroma {
 public:
-    PlanarChroma(Size chroma, unsigned lumaRows) {
-        const unsigned lumaMask = zimg_select_buffer_mask(lumaRows);
-        const bool isWhole = lumaMask == ZIMG_BUFFER_MAX;
-        mask_ = isWhole ? ZIMG_BUFFER_MAX : lumaMask >> 1;
-        rows_ = isWhole ? chroma.height : static_cast<int>(mask_ + 1);
-        planes_ = std::make_unique<Picture>(Size{chroma.width, 2 * rows_}, kAlignment);
-    }
+    explicit PlanarChroma(Size chroma)
+        : height_(chroma.height), planes_({chroma.width, 2 * height_}, kAlignment) {}
 
-    uint8_t* u(unsigned row) const { return planes_->y() + static_cast<ptrdiff_t>(row & mask_) * stride(); }
-    uint8_t* v(unsigned row) const { return u(row) + static_cast<ptrdiff_t>(rows_) * stride(); }
-    int stride() const { return planes_->stride(); }
-    unsigned mask() const { return mask_; }
+    uint8_t* u() { return planes_.y(); }
+    uint8_t* v() { return u() + static_cast<ptrdiff_t>(height_) * stride(); }
+    int stride() const { return planes_.stride(); }
 
 private:
-    unsigned mask_;
-    int rows_;
-    std::unique_ptr<Picture> planes_;
-};
-
-/// Columns `left` to `right` - 1 of the luma stand for half as many pairs.
-struct Pairs {
-    int first;
-    int count;
-
-    Pairs(unsigned left, unsigned right)
-        : first(static_cast<int>(left / 2)), count(static_cast<int>((right + 1) / 2 - left / 2)) {}
+    int height_;
+    Picture planes_;
 };
 
 class Scaling {
 public:
     Scaling(const Picture& src, Picture& dst, zimg_resample_filter_e filter, zimg_cpu_type_e cpu)
-        : src_(src), dst_(dst), graph_(build(src, dst, filter, cpu), zimg_filter_graph_free) {
+        : src_(src),
+          dst_(dst),
+          srcChroma_(src.chromaSize()),
+          dstChroma_(dst.chromaSize()),
+          graph_(build(src, dst, filter, cpu), zimg_filter_graph_free) {
         if (!graph_) check(zimg_get_last_error(nullptr, 0));
-        unsigned rows;
-        check(zimg_filter_graph_get_input_buffering(graph_.get(), &rows));
-        srcChroma_ = std::make_unique<PlanarChroma>(src.chromaSize(), rows);
-        check(zimg_filter_graph_get_output_buffering(graph_.get(), &rows));
-        dstChroma_ = std::make_unique<PlanarChroma>(dst.chromaSize(), rows);
         size_t bytes;
         check(zimg_filter_graph_get_tmp_size(graph_.get(), &bytes));
-        working_ = std::make_unique<Picture>(Size{4096, static_cast<int>(bytes / 4096 + 2) / 2 * 2});
+        working_ = std::make_unique<Picture>(Size{4096, static_cast<int>(bytes / 4096 + 1)});
     }
 
     void run() {
+        const auto [srcWidth, srcHeight] = src_.chromaSize();
+        libyuv::SplitUVPlane(src_.uv(), src_.stride(), srcChroma_.u(), srcChroma_.stride(), srcChroma_.v(),
+                             srcChroma_.stride(), srcWidth, srcHeight);
         const zimg_image_buffer_const from = {ZIMG_API_VERSION,
                                               {{src_.y(), src_.stride(), ZIMG_BUFFER_MAX},
-                                               {srcChroma_->u(0), srcChroma_->stride(), srcChroma_->mask()},
-                                               {srcChroma_->v(0), srcChroma_->stride(), srcChroma_->mask()},
+                                               {srcChroma_.u(), srcChroma_.stride(), ZIMG_BUFFER_MAX},
+                                               {srcChroma_.v(), srcChroma_.stride(), ZIMG_BUFFER_MAX},
                                                {}}};
         const zimg_image_buffer to = {ZIMG_API_VERSION,
                                       {{dst_.y(), dst_.stride(), ZIMG_BUFFER_MAX},
-                                       {dstChroma_->u(0), dstChroma_->stride(), dstChroma_->mask()},
-                                       {dstChroma_->v(0), dstChroma_->stride(), dstChroma_->mask()},
+                                       {dstChroma_.u(), dstChroma_.stride(), ZIMG_BUFFER_MAX},
+                                       {dstChroma_.v(), dstChroma_.stride(), ZIMG_BUFFER_MAX},
                                        {}}};
-        check(zimg_filter_graph_process(graph_.get(), &from, &to, working_->y(), split, this, merge, this));
+        check(zimg_filter_graph_process(graph_.get(), &from, &to, working_->y(), nullptr, nullptr, nullptr,
+                                        nullptr));
+        const auto [dstWidth, dstHeight] = dst_.chromaSize();
+        libyuv::MergeUVPlane(dstChroma_.u(), dstChroma_.stride(), dstChroma_.v(), dstChroma_.stride(),
+                             dst_.uv(), dst_.stride(), dstWidth, dstHeight);
     }
 
 private:
@@ -103,36 +93,11 @@ private:
         return zimg_filter_graph_build(&from, &to, &params);
     }
 
-    /// Before luma rows `row` and the next are read.
-    static int split(void* self, unsigned row, unsigned left, unsigned right) {
-        const auto* scaling = static_cast<const Scaling*>(self);
-        const Picture& src = scaling->src_;
-        const PlanarChroma& chroma = *scaling->srcChroma_;
-        const Pairs pairs(left, right);
-        libyuv::SplitUVPlane(src.uv() + static_cast<ptrdiff_t>(row / 2) * src.stride() + 2 * pairs.first,
-                             src.stride(), chroma.u(row / 2) + pairs.first, chroma.stride(),
-                             chroma.v(row / 2) + pairs.first, chroma.stride(), pairs.count, 1);
-        return 0;
-    }
-
-    /// After luma rows `row` and the next have been written.
-    static int merge(void* self, unsigned row, unsigned left, unsigned right) {
-        const auto* scaling = static_cast<const Scaling*>(self);
-        Picture& dst = scaling->dst_;
-        const PlanarChroma& chroma = *scaling->dstChroma_;
-        const Pairs pairs(left, right);
-        libyuv::MergeUVPlane(chroma.u(row / 2) + pairs.first, chroma.stride(),
-                             chroma.v(row / 2) + pairs.first, chroma.stride(),
-                             dst.uv() + static_cast<ptrdiff_t>(row / 2) * dst.stride() + 2 * pairs.first,
-                             dst.stride(), pairs.count, 1);
-        return 0;
-    }
-
     const Picture& src_;
     Picture& dst_;
+    PlanarChroma srcChroma_;
+    PlanarChroma dstChroma_;
     std::unique_ptr<zimg_filter_graph, decltype(&zimg_filter_graph_free)> graph_;
-    std::unique_ptr<PlanarChroma> srcChroma_;
-    std::unique_ptr<PlanarChroma> dstChroma_;
     std::unique_ptr<Picture> working_;
 };
 
