@@ -11,7 +11,6 @@ OWN = "Vantor10"
 COPY = "memory copy"
 BEST, AVX2, PLAIN = "none", "avx2", "plain"  # values of VANTOR_CPU; none: all that the processor has
 MILD = "1920x1080 mild"
-GRID_CUBIC = "OpenCV cubic, linear chroma"
 
 # What is wanted: cases (by the beginning of their names), VANTOR_CPU, what the time is divided by, and the largest
 # quotient.
@@ -219,7 +218,7 @@ def cores_table(results):
 
 def report(results):
     bench = results.bench
-    peers = ", ".join(f"{name} {version}" for name, version in bench["peers"].items())
+    peers = ", ".join(f"{name} {version}" for name, version in bench["peers"].items()) or "no peers"
     kernels = "; ".join(f"{limit_name(limit)}: " + ", ".join(f"{name} {chosen}" for name, chosen in tables.items())
                         for limit, tables in bench["kernels"].items())
     parts = [

@@ -4,7 +4,7 @@
 # of docs/performance.md. With --quick it takes a few numbers in 20 seconds and leaves docs/ alone.
 set -eu
 cd "$(dirname "$0")/.."
-rounds=8 seconds=0.03 repetitions=2 warps= quick=
+rounds=6 seconds=0.03 repetitions=2 warps= quick=
 if [ "${1:-}" = --quick ]; then
     rounds=1 seconds=0.001 repetitions=1 warps=1920 quick=yes
 fi
