@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "scaler/planned_columns.h"
+
 namespace vantor {
 
 bool placeWindows(const ColumnTaps& taps, int perWindow, uint32_t windowBytes, uint32_t* start,

@@ -3,7 +3,6 @@
 // windows of consecutive bytes and picks the elements from them by a shuffle.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 
 namespace vantor {
@@ -18,10 +17,6 @@ constexpr int kVectorColumns = 64;
 /// within 16 KB of stack: what a new thread touches beyond that costs it page faults.
 constexpr int kStripColumns = 768;
 
-constexpr int paddedColumns(int columns) {
-    return (columns + kVectorColumns - 1) / kVectorColumns * kVectorColumns;
-}
-
 /// The elements of consecutive output columns, at least one. Up to paddedColumns(columns) both arrays repeat
 /// their last entry.
 struct ColumnTaps {
@@ -29,27 +24,6 @@ struct ColumnTaps {
     const uint8_t* phase;  ///< between its bytes; the scale is the family's
     int columns;
 };
-
-/// The tables behind ColumnTaps, filled for columns 0 to columns - 1.
-struct ColumnTable {
-    uint32_t tap[kStripColumns];
-    uint8_t phase[kStripColumns];
-
-    ColumnTaps padded(int columns) {
-        for (int i = columns; i < paddedColumns(columns); ++i) {
-            tap[i] = tap[columns - 1];
-            phase[i] = phase[columns - 1];
-        }
-        return {tap, phase, columns};
-    }
-};
-
-/// Columns of each strip but the last of a row of `width`: strips are about as wide as one another, so that
-/// the last is not left with a few columns.
-inline int stripColumns(int width, int most = kStripColumns) {
-    const int strips = std::max((width + most - 1) / most, 1);
-    return paddedColumns((width + strips - 1) / strips);
-}
 
 /// How a vector table gathers its elements, worked out once for all rows; the layout of `shuffle` is the
 /// table's own business.

@@ -1,6 +1,7 @@
 // The horizontal stage of one strip: its columns planned once, its rows then filtered as planned.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +10,31 @@
 #include "scaler/gather_windows.h"
 
 namespace vantor {
+
+constexpr int paddedColumns(int columns) {
+    return (columns + kVectorColumns - 1) / kVectorColumns * kVectorColumns;
+}
+
+/// The tables behind ColumnTaps, filled for columns 0 to columns - 1.
+struct ColumnTable {
+    uint32_t tap[kStripColumns];
+    uint8_t phase[kStripColumns];
+
+    ColumnTaps padded(int columns) {
+        for (int i = columns; i < paddedColumns(columns); ++i) {
+            tap[i] = tap[columns - 1];
+            phase[i] = phase[columns - 1];
+        }
+        return {tap, phase, columns};
+    }
+};
+
+/// Columns of each strip but the last of a row of `width`: strips are about as wide as one another, so that
+/// the last is not left with a few columns.
+inline int stripColumns(int width, int most = kStripColumns) {
+    const int strips = std::max((width + most - 1) / most, 1);
+    return paddedColumns((width + strips - 1) / strips);
+}
 
 /// Taps of elements that stand one behind the other.
 constexpr std::array<uint32_t, kStripColumns> makePackedTaps() {

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 
-#include "scaler/gather_windows.h"
-
 namespace vantor {
 
 /// The consecutive source rows that an output row is made of; beyond the plane its edge row stands for them.
