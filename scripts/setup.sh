@@ -2,7 +2,7 @@
 # setup.sh [--all]: installs what the build, the tool and the native tests need, with --all also what the whole test
 # matrix needs. Only missing packages are installed, and nothing is done where none is missing.
 set -eu
-packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libyuv-dev nlohmann-json3-dev googletest python3"
+packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libxxhash-dev libyuv-dev nlohmann-json3-dev googletest python3"
 if [ "${1:-}" = --all ]; then
     packages="$packages clang clang-format libclang-rt-14-dev lld g++-arm-linux-gnueabi g++-aarch64-linux-gnu"
     packages="$packages hidl-gen qemu-user"

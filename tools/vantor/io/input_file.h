@@ -1,4 +1,4 @@
-// Input files, read whole.
+// Input files, read whole or piece by piece.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,33 @@
 #include <vector>
 
 namespace vantor::tool {
+
+/// A file, or "-" for standard input, read from its beginning to its end.
+class InputFile {
+public:
+    explicit InputFile(const std::string& path);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// Reads up to `count` bytes, fewer only where the file ends.
+    size_t read(void* bytes, size_t count);
+
+    /// Passes over up to `count` bytes, fewer only where the file ends.
+    size_t skip(size_t count);
+
+    /// What an error names.
+    const std::string& name() const { return name_; }
+    int descriptor() const { return descriptor_; }
+    /// How much of a regular file is read, from 0 to 1; 0 for all others.
+    double fractionRead() const;
+
+private:
+    std::string name_;
+    int descriptor_;
+    uintmax_t length_ = 0;  ///< of a regular file
+    uintmax_t position_ = 0;
+};
 
 /// The file's length. Refuses what is no readable regular file.
 uintmax_t lengthOf(const std::string& path);

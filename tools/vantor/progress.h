@@ -1,0 +1,32 @@
+// How far a long run is, for those who watch.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace vantor::tool {
+
+/// A line on standard error that is rewritten a few times a second, and taken away at the end. Says nothing
+/// where standard error is no terminal.
+class Progress {
+public:
+    Progress();
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// `fraction` of the whole is done; 0 if that is not known.
+    void show(uintmax_t frames, double fraction);
+
+    double seconds() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    bool isWatched_;
+    bool isShown_ = false;
+    Clock::time_point begin_ = Clock::now();
+    double lastShown_ = 0;
+};
+
+}  // namespace vantor::tool
