@@ -56,14 +56,11 @@ public:
 
     bool isEmpty() const { return first_ == end_; }
 
-    /// Reads a frame and hands it to its worker. False where the clip ends.
-    bool read(ClipReader& reader) {
-        const size_t slot = end_ % slots_;
-        if (!reader.read(input(slot), tags_[slot])) return false;
-        workers_.start(slot);
-        ++end_;
-        return true;
-    }
+    /// Reads a frame. False where the clip ends.
+    bool read(ClipReader& reader) { return reader.read(input(end_ % slots_), tags_[end_ % slots_]); }
+
+    /// Hands the frame that was read to its worker.
+    void start() { workers_.start(end_++ % slots_); }
 
     /// Whether the first frame should be taken out before another is read: there is no room for another, or
     /// it is done, or it will be before there is something to read.
@@ -177,11 +174,15 @@ Y4mHeader Clip::headerOf(const FrameShape& written) const {
                      isFromRgb ? std::optional(color().isFullRange) : std::nullopt);
 }
 
+std::optional<uintmax_t> Clip::framesLeft() const {
+    const std::optional<uintmax_t> left = reader_->framesLeft();
+    return left && options_.limit ? std::min(*left, *options_.limit) : left ? left : options_.limit;
+}
+
 size_t Clip::jobs() const {
-    if (reader_->descriptor() < 0) return 1;  // a PNG file
-    const size_t wanted =
-        options_.jobs != 0 ? options_.jobs : std::max(1U, std::thread::hardware_concurrency());
-    return static_cast<size_t>(std::min<uintmax_t>({wanted, options_.limit.value_or(wanted), kMostJobs}));
+    const uintmax_t wanted = options_.jobs != 0 ? options_.jobs : std::thread::hardware_concurrency();
+    const uintmax_t useful = framesLeft().value_or(kMostJobs);
+    return static_cast<size_t>(std::clamp<uintmax_t>(wanted, 1, std::clamp<uintmax_t>(useful, 1, kMostJobs)));
 }
 
 Clip::Result Clip::processFrames(const FramePlan& plan) {
@@ -197,6 +198,7 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
     if (!options_.timesFile.empty()) times.emplace(options_.timesFile);
     std::optional<PictureHash> hash;
     if (options_.hash || !options_.verify.empty()) hash.emplace();
+    const std::optional<uintmax_t> all = framesLeft();
     Progress progress;
     Result result;
     const auto use = [&](const Outcome& outcome, uint8_t* frame, const std::string& tags) {
@@ -211,9 +213,7 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
         ++result.frames;
         result.milliseconds += outcome.milliseconds;
         if (result.fallback.empty()) result.fallback = outcome.text;
-        const double ofLimit =
-            options_.limit ? static_cast<double>(result.frames) / static_cast<double>(*options_.limit) : 0;
-        progress.show(result.frames, std::max(ofLimit, reader_->fractionRead()));
+        progress.show(result.frames, all);
     };
 
     std::exception_ptr readTrouble;  // thrown when the frames before it are written
@@ -223,12 +223,14 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
             pipeline.take(use);
             continue;
         }
+        bool isRead = false;
         try {
-            left = pipeline.read(*reader_) ? left - 1 : 0;
+            isRead = pipeline.read(*reader_);
         } catch (const UserError&) {
             readTrouble = std::current_exception();
-            left = 0;
         }
+        left = isRead ? left - 1 : 0;
+        if (isRead) pipeline.start();
     }
     if (readTrouble) std::rethrow_exception(readTrouble);
     if (result.frames == 0)

@@ -52,6 +52,7 @@ private:
     Layout writtenLayout() const;
     YuvColor color() const;
     Y4mHeader headerOf(const FrameShape& written) const;
+    std::optional<uintmax_t> framesLeft() const;
     size_t jobs() const;
     Result processFrames(const FramePlan& plan);
     void report(const FramePlan& plan, const Result& result, const std::string& what,

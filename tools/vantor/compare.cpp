@@ -42,13 +42,8 @@ void report(const CompareOptions& options, const std::vector<Difference>& differ
 }
 
 int run(const CompareOptions& options) {
-    // Of a PNG and a raw file, the options speak of the raw one.
-    const bool areAlike = isPngName(options.a) == isPngName(options.b);
-    const auto formOf = [&](const std::string& path) {
-        return fileForm(path, areAlike || !isPngName(path) ? options.form : FormOptions{"--input", {}, {}});
-    };
-    const Picture a = readPicture(formOf(options.a));
-    const Picture b = readPicture(formOf(options.b));
+    const Picture a = readPicture(fileFormInPair(options.a, options.b, options.form));
+    const Picture b = readPicture(fileFormInPair(options.b, options.a, options.form));
     if (!areComparable(a, b)) {
         throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " +
                         toString(a.layout) + ", " + options.b + " is " + toString(b.size) + " " +

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 
 namespace vantor::tool {
 
@@ -15,8 +16,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// `fraction` of the whole is done; 0 if that is not known.
-    void show(uintmax_t frames, double fraction);
+    /// So many frames are done of all, if their number is known.
+    void show(uintmax_t frames, std::optional<uintmax_t> all);
 
     double seconds() const;
 

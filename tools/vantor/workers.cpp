@@ -49,11 +49,8 @@ Workers::Workers(size_t count, Work work) : work_(std::move(work)) {
 }
 
 Workers::~Workers() {
-    for (const Worker& worker : workers_) {
-        close(worker.socket);
-        kill(worker.process, SIGKILL);
-        waitpid(worker.process, nullptr, 0);
-    }
+    for (Worker& worker : workers_) end(worker);
+    for (const Worker& worker : workers_) close(worker.socket);
 }
 
 void Workers::startWorker() {
@@ -100,14 +97,18 @@ Outcome Workers::wait(size_t piece) {
     return outcome;
 }
 
-void Workers::failOf(size_t piece) {
+int Workers::end(Worker& worker) {
     int status = 0;
+    if (worker.process == 0) return status;
+    kill(worker.process, SIGKILL);  // which leaves the status of one that has ended
+    waitpid(std::exchange(worker.process, 0), &status, 0);
+    return status;
+}
+
+void Workers::failOf(size_t piece) {
     Worker& worker = workers_[piece % workers_.size()];
-    waitpid(worker.process, &status, 0);
-    const std::string end = "worker process " + std::to_string(worker.process) + " " + describeEnd(status);
-    close(worker.socket);
-    workers_.erase(workers_.begin() + static_cast<std::ptrdiff_t>(piece % workers_.size()));
-    throw UserError(end);
+    const std::string process = std::to_string(worker.process);
+    throw UserError("worker process " + process + " " + describeEnd(end(worker)));
 }
 
 }  // namespace vantor::tool

@@ -40,13 +40,15 @@ public:
 
 private:
     struct Worker {
-        pid_t process;
+        pid_t process;  ///< 0: no more
         int socket;
     };
 
     const Worker& workerOf(size_t piece) const { return workers_[piece % workers_.size()]; }
     void startWorker();
     [[noreturn]] void serve(int socket) const;
+    /// Returns how it ended, as waitpid() says it.
+    static int end(Worker& worker);
     [[noreturn]] void failOf(size_t piece);
 
     Work work_;

@@ -12,6 +12,7 @@ namespace {
 
 constexpr size_t kLongestLine = 4096;
 constexpr const char* kFrameMagic = "FRAME";
+constexpr size_t kFrameLine = 6;  ///< where it has no tags
 
 class PngReader : public ClipReader {
 public:
@@ -19,6 +20,8 @@ public:
         : ClipReader(packedShape(picture.layout, picture.size)),
           path_(std::move(path)),
           picture_(std::move(picture)) {}
+
+    std::optional<uintmax_t> framesLeft() const override { return isTaken_ ? 0 : 1; }
 
 private:
     std::string name() const override { return path_; }
@@ -40,11 +43,16 @@ public:
         : ClipReader(shape, std::move(header)), file_(std::move(file)) {}
 
     int descriptor() const override { return file_->descriptor(); }
-    double fractionRead() const override { return file_->fractionRead(); }
+    std::optional<uintmax_t> framesLeft() const override {
+        const std::optional<uintmax_t> bytes = file_->bytesLeft();
+        return bytes ? std::optional((*bytes + leastBytes() - 1) / leastBytes()) : std::nullopt;
+    }
 
 protected:
     std::string name() const override { return file_->name(); }
     InputFile& file() { return *file_; }
+    /// That a frame takes in the file.
+    virtual size_t leastBytes() const { return shape().bytes(); }
     size_t takeSamples(uint8_t* frame) {
         return frame ? file_->read(frame, shape().bytes()) : file_->skip(shape().bytes());
     }
@@ -78,8 +86,10 @@ public:
         : FileReader(std::move(file), packedShape(header.layout, header.size), header) {}
 
 private:
+    size_t leastBytes() const override { return kFrameLine + shape().bytes(); }
+
     std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
-        char magic[6] = {};
+        char magic[kFrameLine] = {};
         const size_t length = file().read(magic, sizeof magic);
         if (length == 0) return {};
         if (length < sizeof magic || std::memcmp(magic, kFrameMagic, 5) != 0 ||

@@ -31,8 +31,8 @@ public:
 
     /// What can be waited for until there is more to read; negative if there always is.
     virtual int descriptor() const { return -1; }
-    /// How much has been read, from 0 to 1; 0 if that is not known.
-    virtual double fractionRead() const { return 0; }
+    /// An upper bound of the frames that are left, near to their number; nothing if it is not known.
+    virtual std::optional<uintmax_t> framesLeft() const = 0;
 
 protected:
     explicit ClipReader(FrameShape shape, std::optional<Y4mHeader> header = {})

@@ -17,7 +17,8 @@ void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
     } else if (form_.type == FileType::Raw) {
         file_.write(frame, shape_.bytes());
     } else if (isFirst) {
-        const std::vector<uint8_t> png = encodePng(form_.path, shape_.layout, shape_.size, frame);
+        const std::vector<uint8_t> png =
+            encodePng(form_.path, {shape_.layout, shape_.size, {frame, frame + shape_.bytes()}});
         file_.write(png.data(), png.size());
     } else {
         throw UserError(form_.path + ": a PNG file holds one frame, and there are more: expected --limit 1");

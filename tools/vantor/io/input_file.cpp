@@ -47,9 +47,8 @@ size_t InputFile::read(void* bytes, size_t count) {
 }
 
 size_t InputFile::skip(size_t count) {
-    if (length_ != 0) {
-        const auto rest =
-            static_cast<size_t>(std::min<uintmax_t>(count, length_ - std::min(position_, length_)));
+    if (length_) {
+        const auto rest = static_cast<size_t>(std::min<uintmax_t>(count, *bytesLeft()));
         if (lseek(descriptor_, static_cast<off_t>(rest), SEEK_CUR) < 0) {
             throw UserError(name_ + ": cannot read: " + std::strerror(errno));
         }
@@ -66,8 +65,9 @@ size_t InputFile::skip(size_t count) {
     return done;
 }
 
-double InputFile::fractionRead() const {
-    return length_ == 0 ? 0 : static_cast<double>(position_) / static_cast<double>(length_);
+std::optional<uintmax_t> InputFile::bytesLeft() const {
+    if (!length_) return {};
+    return *length_ - std::min(position_, *length_);
 }
 
 uintmax_t lengthOf(const std::string& path) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,13 +25,13 @@ public:
     /// What an error names.
     const std::string& name() const { return name_; }
     int descriptor() const { return descriptor_; }
-    /// How much of a regular file is read, from 0 to 1; 0 for all others.
-    double fractionRead() const;
+    /// Of a regular file.
+    std::optional<uintmax_t> bytesLeft() const;
 
 private:
     std::string name_;
     int descriptor_;
-    uintmax_t length_ = 0;  ///< of a regular file
+    std::optional<uintmax_t> length_;  ///< of a regular file
     uintmax_t position_ = 0;
 };
 

@@ -118,6 +118,11 @@ FileForm fileForm(const std::string& path, const FormOptions& options) {
     return form;
 }
 
+FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
+    const bool isForOther = typeOf(path, options) != FileType::Raw && typeOf(other, options) == FileType::Raw;
+    return fileForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
+}
+
 FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size) {
     const FormOptions& options = form.options;
     if (isSubsampled(layout) && !size.isEven()) {

@@ -37,6 +37,10 @@ bool isPngName(const std::string& path);
 /// otherwise. Refuses names that leave the layout of a raw file open.
 FileForm fileForm(const std::string& path, const FormOptions& options);
 
+/// One of a pair of pictures, of which `other` is the other's name: of a raw file and another, the options
+/// speak of the raw one.
+FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options);
+
 /// The shape of a raw file's frames. Refuses odd sizes with chroma at half the size, and strides and heights
 /// that are too small; `what` is what an error about the size names.
 FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size);

@@ -97,19 +97,19 @@ Picture readPng(const std::string& path) {
     return PngReader(path).read();
 }
 
-std::vector<uint8_t> encodePng(const std::string& path, Layout layout, Size size, const uint8_t* bytes) {
+std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(size.width);
-    image.height = static_cast<png_uint_32>(size.height);
-    image.format = layout == Layout::Gray ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
-    png_alloc_size_t length = PNG_IMAGE_PNG_SIZE_MAX(image);
-    std::vector<uint8_t> file(length);
-    if (!png_image_write_to_memory(&image, file.data(), &length, 0, bytes, 0, nullptr)) {
+    image.width = static_cast<png_uint_32>(picture.size.width);
+    image.height = static_cast<png_uint_32>(picture.size.height);
+    image.format = picture.layout == Layout::Gray ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::vector<uint8_t> bytes(size);
+    if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, picture.bytes.data(), 0, nullptr)) {
         throw UserError(path + ": cannot write PNG: " + image.message);
     }
-    file.resize(length);
-    return file;
+    bytes.resize(size);
+    return bytes;
 }
 
 }  // namespace vantor::tool
