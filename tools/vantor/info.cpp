@@ -67,7 +67,7 @@ int describeBuild() {
     printVariable("VANTOR_LOG");
     std::printf("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes\n", kSmallestSide,
                 kSmallestSide, kLargestSide, kLargestSide);
-    std::printf("RGB conversion: BT.601, limited range\n");
+    std::printf("RGB conversion: %s, unless chosen\n", toString(YuvColor()));
     return kDone;
 }
 

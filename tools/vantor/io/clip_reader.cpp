@@ -90,13 +90,12 @@ private:
 
     std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
         char magic[kFrameLine] = {};
-        const size_t length = file().read(magic, sizeof magic);
-        if (length == 0) return {};
-        if (length < sizeof magic || std::memcmp(magic, kFrameMagic, 5) != 0 ||
-            !std::strchr("\n ", magic[5])) {
-            failAtFrame("begins with '" + std::string(magic, length) + "', expected FRAME");
+        if (file().read(magic, sizeof magic) == 0) return {};
+        const char end = magic[kFrameLine - 1];
+        if (std::memcmp(magic, kFrameMagic, kFrameLine - 1) != 0 || (end != '\n' && end != ' ')) {
+            failAtFrame("does not begin with the word FRAME");
         }
-        tags = magic[5] == '\n' ? std::string() : readLine(file(), " ");
+        tags = end == '\n' ? std::string() : readLine(file(), " ");
         if (tags.size() >= kLongestLine) failAtFrame("has tags without end");
         return takeSamples(frame);
     }

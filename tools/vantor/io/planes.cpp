@@ -59,7 +59,8 @@ uint8_t toByte(double value) {
     return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
 }
 
-/// For the colours that libyuv does not convert from RGB. Chroma is that of the mean of four pixels.
+/// For the colours that libyuv does not convert from RGB, or with coefficients that are cut off. Chroma is
+/// that of the mean of four pixels.
 void rgbToYuv(const Planes& from, const Planes& to, const Weights& weights) {
     const auto pixel = [&](int x, int y) { return from.luma + area(from.lumaStride, y) + 3 * x; };
     const auto [width, height] = from.size;
@@ -103,13 +104,30 @@ void fromRgb(const Planes& from, const Planes& to, const YuvColor& color) {
     }
 }
 
-/// From NV12. libyuv calls R, G, B in this order RAW, and makes it by exchanging U with V and red with blue.
+void yuvToRgb(const Planes& from, const Planes& to, const Weights& weights) {
+    for (int y = 0; y < to.size.height; ++y) {
+        uint8_t* rgb = to.luma + area(to.lumaStride, y);
+        for (int x = 0; x < to.size.width; ++x, rgb += 3) {
+            const uint8_t* pair = from.chroma + area(from.chromaStride, y / 2) + x / 2 * 2;
+            const double luma =
+                (from.luma[area(from.lumaStride, y) + static_cast<size_t>(x)] - weights.black) * 255 /
+                weights.lumaSteps;
+            const double scale = 2 * 255 / weights.chromaSteps;
+            const double blue = luma + (pair[0] - kNeutral) * (1 - weights.blue) * scale;
+            const double red = luma + (pair[1] - kNeutral) * (1 - weights.red) * scale;
+            rgb[0] = toByte(red);
+            rgb[1] =
+                toByte((luma - weights.red * red - weights.blue * blue) / (1 - weights.red - weights.blue));
+            rgb[2] = toByte(blue);
+        }
+    }
+}
+
+/// From NV12. libyuv calls R, G, B in this order RAW.
 void toRgb(const Planes& from, const Planes& to, const YuvColor& color) {
-    const libyuv::YuvConstants& constants =
-        color.isBt709 ? color.isFullRange ? libyuv::kYvuF709Constants : libyuv::kYvuH709Constants
-                      : (color.isFullRange ? libyuv::kYvuJPEGConstants : libyuv::kYvuI601Constants);
-    libyuv::NV21ToRGB24Matrix(from.luma, from.lumaStride, from.chroma, from.chromaStride, to.luma,
-                              to.lumaStride, &constants, to.size.width, to.size.height);
+    if (color.isBt709 || color.isFullRange) return yuvToRgb(from, to, Weights(color));
+    libyuv::NV12ToRAW(from.luma, from.lumaStride, from.chroma, from.chromaStride, to.luma, to.lumaStride,
+                      to.size.width, to.size.height);
 }
 
 void fill(const Planes& planes) {
