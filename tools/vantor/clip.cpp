@@ -51,7 +51,7 @@ public:
           slots_(jobs == 1 ? 1 : 2 * jobs),
           memory_(slots_ * bytes_),
           tags_(slots_),
-          task_(plan),
+          plan_(plan),
           workers_(jobs, [this](size_t slot) { return work(slot); }) {}
 
     bool isEmpty() const { return first_ == end_; }
@@ -86,14 +86,15 @@ private:
     uint8_t* input(size_t slot) const { return memory_.bytes() + slot * bytes_; }
     uint8_t* output(size_t slot) const { return input(slot) + readBytes_; }
 
-    /// In a worker.
+    /// In a worker. The task is made there: memory for the hardware path would be shared with other workers.
     Outcome work(size_t slot) {
         Outcome outcome{};
         const auto say = [&](const std::string& text) {
             std::snprintf(outcome.text, sizeof outcome.text, "%s", text.c_str());
         };
         try {
-            const RequestResult result = task_.run(input(slot), output(slot));
+            if (!task_) task_.emplace(plan_);
+            const RequestResult result = task_->run(input(slot), output(slot));
             outcome.milliseconds = result.milliseconds;
             say(result.fallback);
         } catch (const std::exception& error) {
@@ -108,7 +109,8 @@ private:
     size_t slots_;
     SharedMemory memory_;
     std::vector<std::string> tags_;
-    FrameTask task_;
+    FramePlan plan_;
+    std::optional<FrameTask> task_;
     Workers workers_;
     size_t first_ = 0;
     size_t end_ = 0;

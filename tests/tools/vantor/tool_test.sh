@@ -210,6 +210,9 @@ for jobs in 1 2 8; do
 done
 script -qec "(cat clip.y4m; sleep 0.4; tail -c 2310 clip.y4m) | '$vantor' scale - -o x.y4m --size 24x32" /dev/null >out
 grep -q 'vantor: 4 frames, .* a second' out || fail "progress: $(cat -v out)"
+for i in 1 2 3 4 5 6 7 8; do head -c $((i * 10000)) chart.nv12; bytes $((86400 - i * 10000)) 200; done >chart_320x180_8.nv12
+expect 0 ", 8 frames, " warp chart_320x180_8.nv12 -o model.nv12 --rotate 9 --jobs 1 --hash
+expect 0 "service) in" warp chart_320x180_8.nv12 -o hw.nv12 --rotate 9 --jobs 4 --path hw --verify "$(sed 's/.*hash //' out)"
 { flat 48x32 60 110 210; flat 48x32 144 120 220; } >two_48x32.i420
 expect 0 "hash dcc542aad836410b" scale clip.y4m -o two.i420 --size 100% --skip 1 --times times.txt --hash # as xxh64sum says
 cmp two.i420 two_48x32.i420 || fail "y4m to i420"
@@ -217,7 +220,7 @@ cmp two.i420 two_48x32.i420 || fail "y4m to i420"
 expect 1 "--verify 0123456789abcdef: the result has dcc542aad836410b" \
     scale two_48x32.i420 -o x.y4m --size 100% --verify 0123456789abcdef
 expect 0 "gray to x.y4m 101x77 gray" warp odd.gray --input-size 101x77 -o x.y4m --zoom 2
-expect 0 "101x77 gray" info x.y4m
+expect 0 "101x77 gray, 1 frame" info x.y4m
 
 # Padded dumps, of which the last padding is missing.
 python3 - <<'END'
