@@ -1,10 +1,12 @@
 // vantor explain: every step of one warped pixel, by the model's own functions.
+#include <array>
 #include <cstdio>
 #include <memory>
 
 #include "gdc_model/gdc_planes.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/json.h"
 #include "tools/vantor/model_frame.h"
 #include "tools/vantor/request.h"
 #include "tools/vantor/warp_options.h"
@@ -12,12 +14,15 @@
 namespace vantor::tool {
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 struct ExplainCommand {
     std::string input;
     int x = 0;
     int y = 0;
     WarpOptions warp;
     FormOptions inputForm{"--input", {}, {}};
+    bool json = false;
 };
 
 /// A picture in the model's layout: three planes of 16-bit samples.
@@ -85,15 +90,40 @@ void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src
                 static_cast<long long>(b.rightBottomWeight), name, b.value);
 }
 
-/// What the library itself gives for the pixel.
-void printLibraryResult(Picture& src, const Grid& grid, int x, int y) {
+/// What the library itself gives for the pixel: Y, U, V.
+std::array<int, 3> libraryResult(const Picture& src, const Request& request, int x, int y) {
     Picture dst = makePicture(src.layout, src.size);
-    runRequest(dst, src, Path::Processor, [&](const auto& to, const auto& from, int32_t format) {
-        return hardware::vantorClient::runGDCGrid(to, from, grid, format, hardware::GDC_C_MODEL);
-    });
+    runRequest(dst, src, request);
     const std::vector<Component> c = components(dst);
-    std::printf("the library's picture has Y %d, U %d, V %d there\n", c[0].at(x, y), c[1].at(x / 2, y / 2),
-                c[2].at(x / 2, y / 2));
+    return {c[0].at(x, y), c[1].at(x / 2, y / 2), c[2].at(x / 2, y / 2)};
+}
+
+Json axisJson(const VirtualPosition& at, int displacement, const SourcePosition& source,
+              const std::array<int, 4>& taps) {
+    Json json{{"virtual_position", at.coordinate},
+              {"cell", at.cell},
+              {"within_cell", at.within},
+              {"displacement", displacement},
+              {"source_position", source.coordinate},
+              {"index", source.index},
+              {"fraction", source.fraction}};
+    if (source.index >= 0) json["taps"] = taps;
+    return json;
+}
+
+Json lumaJson(const GdcFrame& frame, const GdcSource& src, const PixelSource& at) {
+    const LumaBlock samples = lumaBlock(frame, src, at);
+    const Bicubic b(samples, at.x.fraction, at.y.fraction, frame.settings);
+    return {{"samples", samples},        {"weights", b.weights},       {"sum", b.sum},
+            {"weight_sum", b.weightSum}, {"correction", b.correction}, {"bounds", {b.low, b.high}},
+            {"value", b.value}};
+}
+
+Json chromaJson(const GdcFrame& frame, const GdcSource& src, const uint16_t* plane, const PixelSource& at) {
+    const Bilinear b(chromaQuad(frame, src, plane, at), at.x, at.y, frame.settings);
+    return {{"samples", {b.samples.leftTop, b.samples.rightTop, b.samples.leftBottom, b.samples.rightBottom}},
+            {"weights", {b.leftTopWeight, b.rightTopWeight, b.leftBottomWeight, b.rightBottomWeight}},
+            {"value", b.value}};
 }
 
 int run(const ExplainCommand& command) {
@@ -114,25 +144,44 @@ int run(const ExplainCommand& command) {
     const VirtualPosition y = virtualPosition(frame.y, command.y, kVirtualCellHeight);
     const PixelSource at = lines.source(frame, command.x, command.y);
 
+    const std::array<int, 4> columns = lumaTaps(at.x.index, frameSize.width);
+    const std::array<int, 4> rows = lumaTaps(at.y.index, frameSize.height);
+    const bool isWithChroma = hasChroma(frame.settings, command.x, command.y);
+    const std::array<int, 3> result = libraryResult(
+        picture, requestFrom(command.warp, Path::Processor, size, frameSize), command.x, command.y);
+    if (command.json) {
+        Json json{{"pixel", {command.x, command.y}},
+                  {"size", {frameSize.width, frameSize.height}},
+                  {"warp", describe(command.warp)},
+                  {"inside", at.inside},
+                  {"x", axisJson(x, lines.x.displacement(x), at.x, columns)},
+                  {"y", axisJson(y, lines.y.displacement(x), at.y, rows)},
+                  {"luma", lumaJson(frame, src.planes, at)},
+                  {"library", result}};
+        if (isWithChroma) {
+            json["u"] = chromaJson(frame, src.planes, src.planes.u, at);
+            json["v"] = chromaJson(frame, src.planes, src.planes.v, at);
+        }
+        printDocument(json);
+        return kDone;
+    }
     std::printf("pixel (%d, %d) of %s, warped (%s)\n", command.x, command.y, toString(frameSize).c_str(),
                 describe(command.warp).c_str());
     std::printf("virtual position\n");
     explainAxis("x", frame.x, command.x, x);
     explainAxis("y", frame.y, command.y, y);
     std::printf("source position in 1/256 pixel%s\n", at.inside ? "" : ": outside the picture, so black");
-    explainMove("x", frame.x, command.x, lines.x.displacement(x), at.x,
-                lumaTaps(at.x.index, frameSize.width));
-    explainMove("y", frame.y, command.y, lines.y.displacement(x), at.y,
-                lumaTaps(at.y.index, frameSize.height));
+    explainMove("x", frame.x, command.x, lines.x.displacement(x), at.x, columns);
+    explainMove("y", frame.y, command.y, lines.y.displacement(x), at.y, rows);
     explainLuma(frame, src.planes, at);
-    if (hasChroma(frame.settings, command.x, command.y)) {
+    if (isWithChroma) {
         std::printf("chroma: sample x weight, left and right above, left and right below\n");
         explainChroma("U", frame, src.planes, src.planes.u, at);
         explainChroma("V", frame, src.planes, src.planes.v, at);
     } else {
         std::printf("chroma: that of pixel (%d, %d)\n", command.x & ~1, command.y & ~1);
     }
-    printLibraryResult(picture, grid, command.x, command.y);
+    std::printf("the library's picture has Y %d, U %d, V %d there\n", result[0], result[1], result[2]);
     return kDone;
 }
 
@@ -146,8 +195,14 @@ void addExplain(CLI::App& app, Run& run) {
     command->add_option("Y", options->y, "Output row")->required();
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
+    addMatrixOption(*command, options->warp);
     addFormOptions(*command, options->inputForm);
-    command->footer("Example:\n  vantor explain photo.png 640 360 --rotate 2");
+    command->add_flag("--json", options->json, "Write the steps as JSON");
+    command->footer(
+        "Examples:\n"
+        "  vantor explain photo.png 640 360 --rotate 2\n"
+        "  vantor explain photo.png 8 8 --matrix 8192,0,0,0,8192,0\n"
+        "  vantor explain photo.png 0 0 --grid warp.grid --json");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 
