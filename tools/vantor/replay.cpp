@@ -90,11 +90,17 @@ std::string describe(const Record& record) {
            toString(record.layout);
 }
 
+/// A text from a file as a terminal may have it: in ASCII, control characters escaped, not without end.
+std::string harmless(const std::string& text) {
+    const std::string quoted = Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
+    return quoted.substr(1, std::min<size_t>(quoted.size() - 2, 200));
+}
+
 std::string describe(const Outcome& outcome) {
     if (!outcome.answer) return "the request did not end";
     return "status " + std::to_string(outcome.answer->status) +
            (outcome.hash.empty() ? "" : ", hash " + outcome.hash) +
-           (outcome.answer->error.empty() ? "" : " (" + outcome.answer->error + ")");
+           (outcome.answer->error.empty() ? "" : " (" + harmless(outcome.answer->error) + ")");
 }
 
 Json toJson(const Outcome& outcome) {
@@ -104,13 +110,12 @@ Json toJson(const Outcome& outcome) {
             {"hash", outcome.hash.empty() ? Json() : Json(outcome.hash)}};
 }
 
-/// A short form of who made something, on one line whatever a file says.
+/// A short form of who made something.
 std::string nameOf(const Json& facts) {
     std::string name;
     for (const char* key : {"tool", "built_for", "processor", "VANTOR_CPU"}) {
         if (!facts.is_object() || !facts.contains(key) || !facts[key].is_string()) continue;
-        const std::string quoted = facts[key].dump(-1, ' ', true, Json::error_handler_t::replace);
-        name += (name.empty() ? "vantor " : ", ") + quoted.substr(1, std::min<size_t>(quoted.size() - 2, 80));
+        name += (name.empty() ? "vantor " : ", ") + harmless(facts[key]);
     }
     return name.empty() ? "somebody" : name;
 }
