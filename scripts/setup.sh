@@ -3,8 +3,8 @@
 # the whole test matrix needs, with --bench the libraries that the benchmarks compare with, with --count what counts
 # instructions. Only missing packages are installed, and nothing is done where none is missing.
 set -eu
-packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libyaml-cpp-dev libyuv-dev"
-packages="$packages nlohmann-json3-dev googletest python3"
+packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libxxhash-dev libyaml-cpp-dev"
+packages="$packages libyuv-dev nlohmann-json3-dev googletest python3"
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 case ${1:-} in
 --all) packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen $emulated" ;;

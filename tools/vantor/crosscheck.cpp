@@ -45,8 +45,8 @@ Check warping(const CrosscheckOptions& options, Picture input) {
             return hardware::vantorClient::runGDCGrid(dst, src, grid, format, target);
         };
     };
-    return {convert(onFrame(options.input, std::move(input), frame), working), frame,
-            on(hardware::GDC_C_MODEL), on(hardware::GDC_HW)};
+    return {onFrame(options.input, std::move(input), frame, working), frame, on(hardware::GDC_C_MODEL),
+            on(hardware::GDC_HW)};
 }
 
 int run(const CrosscheckOptions& options) {
