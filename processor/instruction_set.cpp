@@ -45,14 +45,15 @@ const char* instructionSetName(InstructionSet set) {
 
 bool processorHas(InstructionSet set) {
     if (set == InstructionSet::Plain) return true;
+#if defined(__ARM_NEON)
+    if (set == InstructionSet::Neon) return true;
+#endif
 #if defined(__x86_64__)
     if (set == InstructionSet::Avx2) return __builtin_cpu_supports("avx2");
     if (set == InstructionSet::Avx512) {
         return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
     }
-#elif defined(__ARM_NEON)
-    if (set == InstructionSet::Neon) return true;
 #endif
     return false;
 }

@@ -34,6 +34,9 @@ struct LumaKernels {
 };
 
 extern const LumaKernels kLumaPlain;
+#if defined(__ARM_NEON)
+extern const LumaKernels kLumaNeon;
+#endif
 #if defined(__x86_64__)
 extern const LumaKernels kLumaAvx2;
 extern const LumaKernels kLumaAvx512;
@@ -41,6 +44,9 @@ extern const LumaKernels kLumaAvx512;
 
 constexpr const LumaKernels* kLumaTables[] = {
     &kLumaPlain,
+#if defined(__ARM_NEON)
+    &kLumaNeon,
+#endif
 #if defined(__x86_64__)
     &kLumaAvx2,
     &kLumaAvx512,

@@ -39,6 +39,10 @@ struct PairKernels {
 
 extern const PairKernels kCutPairsPlain;
 extern const PairKernels kRoundedPairsPlain;
+#if defined(__ARM_NEON)
+extern const PairKernels kCutPairsNeon;
+extern const PairKernels kRoundedPairsNeon;
+#endif
 #if defined(__x86_64__)
 extern const PairKernels kCutPairsAvx2;
 extern const PairKernels kRoundedPairsAvx2;
@@ -48,6 +52,9 @@ extern const PairKernels kRoundedPairsAvx512;
 
 constexpr const PairKernels* kCutPairsTables[] = {
     &kCutPairsPlain,
+#if defined(__ARM_NEON)
+    &kCutPairsNeon,
+#endif
 #if defined(__x86_64__)
     &kCutPairsAvx2,
     &kCutPairsAvx512,
@@ -56,6 +63,9 @@ constexpr const PairKernels* kCutPairsTables[] = {
 
 constexpr const PairKernels* kRoundedPairsTables[] = {
     &kRoundedPairsPlain,
+#if defined(__ARM_NEON)
+    &kRoundedPairsNeon,
+#endif
 #if defined(__x86_64__)
     &kRoundedPairsAvx2,
     &kRoundedPairsAvx512,

@@ -48,6 +48,9 @@ struct FourTapKernels {
 };
 
 extern const FourTapKernels kFourTapPlain;
+#if defined(__ARM_NEON)
+extern const FourTapKernels kFourTapNeon;
+#endif
 #if defined(__x86_64__)
 extern const FourTapKernels kFourTapAvx2;
 extern const FourTapKernels kFourTapAvx512;
@@ -55,6 +58,9 @@ extern const FourTapKernels kFourTapAvx512;
 
 constexpr const FourTapKernels* kFourTapTables[] = {
     &kFourTapPlain,
+#if defined(__ARM_NEON)
+    &kFourTapNeon,
+#endif
 #if defined(__x86_64__)
     &kFourTapAvx2,
     &kFourTapAvx512,

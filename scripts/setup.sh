@@ -4,7 +4,7 @@
 # instructions. Only missing packages are installed, and nothing is done where none is missing.
 set -eu
 packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libxxhash-dev libyaml-cpp-dev"
-packages="$packages libyuv-dev nlohmann-json3-dev googletest python3"
+packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3"
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 case ${1:-} in
 --all) packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen $emulated" ;;

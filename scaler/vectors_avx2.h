@@ -1,0 +1,172 @@
+// 256-bit vectors, and how elements are gathered into them. For the files that are compiled for AVX2 alone.
+#pragma once
+
+#include <immintrin.h>
+
+#include "scaler/gather_windows.h"
+
+namespace vantor {
+namespace {
+
+struct Avx2 {
+    using Vector = __m256i;
+    static constexpr int kBytes = 32;
+    static constexpr int kLanes = 16;  // of 16 bits, a column each
+
+    static Vector load(const void* from) { return _mm256_loadu_si256(static_cast<const Vector*>(from)); }
+    static void store(void* to, Vector bytes) { _mm256_storeu_si256(static_cast<Vector*>(to), bytes); }
+
+    /// Stores as many bytes as lie before `end`.
+    static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
+        if (end - to >= kBytes) return store(to, bytes);
+        uint8_t copy[kBytes];
+        store(copy, bytes);
+        for (int i = 0; to + i < end; ++i) to[i] = copy[i];
+    }
+
+    /// Bytes to lanes.
+    static Vector widen(const uint8_t* lanes) {
+        return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes)));
+    }
+
+    /// In 16-bit lanes.
+    static Vector words(int value) { return _mm256_set1_epi16(static_cast<int16_t>(value)); }
+    static Vector add(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
+    static Vector subtract(Vector a, Vector b) { return _mm256_sub_epi16(a, b); }
+    static Vector multiplyHigh(Vector a, Vector b) { return _mm256_mulhi_epi16(a, b); }
+    /// (a x b + 16384) >> 15
+    static Vector multiplyRounded(Vector a, Vector b) { return _mm256_mulhrs_epi16(a, b); }
+    template <int Bits>
+    static Vector shiftLeft(Vector a) {
+        return _mm256_slli_epi16(a, Bits);
+    }
+    template <int Bits>
+    static Vector shiftRight(Vector a) {
+        return _mm256_srli_epi16(a, Bits);
+    }
+    template <int Bits>
+    static Vector shiftRightSigned(Vector a) {
+        return _mm256_srai_epi16(a, Bits);
+    }
+
+    /// In each lane the sum of two products of unsigned bytes and signed weights.
+    static Vector weigh(Vector bytes, Vector weights) { return _mm256_maddubs_epi16(bytes, weights); }
+
+    /// In each 32-bit lane the sum of two products of words.
+    static Vector weighWords(Vector a, Vector b) { return _mm256_madd_epi16(a, b); }
+    static Vector dwords(int value) { return _mm256_set1_epi32(value); }
+    static Vector addDwords(Vector a, Vector b) { return _mm256_add_epi32(a, b); }
+    template <int Bits>
+    static Vector shiftRightDwords(Vector a) {
+        return _mm256_srai_epi32(a, Bits);
+    }
+
+    static Vector bitAnd(Vector a, Vector b) { return _mm256_and_si256(a, b); }
+    static Vector bitOr(Vector a, Vector b) { return _mm256_or_si256(a, b); }
+
+    /// These interleave and pack within 128 bits; what was interleaved is packed back in order.
+    static Vector lowBytes(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
+    static Vector highBytes(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }
+    static Vector lowWords(Vector a, Vector b) { return _mm256_unpacklo_epi16(a, b); }
+    static Vector highWords(Vector a, Vector b) { return _mm256_unpackhi_epi16(a, b); }
+    static Vector packWords(Vector low, Vector high) { return _mm256_packus_epi16(low, high); }
+    static Vector packDwords(Vector low, Vector high) { return _mm256_packs_epi32(low, high); }
+
+    /// Packs the words of two vectors to bytes, in order.
+    static Vector pack(Vector left, Vector right) {
+        return _mm256_permute4x64_epi64(packWords(left, right), 0b11011000);
+    }
+
+    /// The word of each lane's phase.
+    static Vector lookUp(const uint16_t (&words)[32], const uint8_t* phases) {
+        uint16_t lanes[kLanes];
+        for (int i = 0; i < kLanes; ++i) lanes[i] = words[phases[i]];
+        return load(lanes);
+    }
+
+    /// The elements of a vector's columns: bytes 0 and 2 of each in a lane of `even`, 1 and 3 in a lane of
+    /// `odd`.
+    struct Elements {
+        Vector even;
+        Vector odd;
+    };
+
+    static constexpr int kWindowBytes = 16;
+    static constexpr int kMostWindows = 8;
+
+    /// One window of 16 bytes for each half of a vector, or two or four: shuffles stay within the halves.
+    /// With one there are shuffle bytes for all even lanes, then for all odd ones; with more, for the even
+    /// and odd lanes of the first four columns of each half, then of the last four.
+    static bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
+        uint8_t offset[kStripColumns];
+        plan.windowsPerVector = 2;
+        while (!placeWindows(taps, kLanes / plan.windowsPerVector, kWindowBytes, plan.start, offset)) {
+            plan.windowsPerVector *= 2;
+            if (plan.windowsPerVector > kMostWindows) return false;
+        }
+        for (int i = 0; i < taps.columns; i += kLanes) {
+            const Vector first = widen(offset + i);
+            const Vector pair = bitOr(first, shiftLeft<8>(first));
+            const Vector even = _mm256_add_epi8(pair, words(0x0200));
+            const Vector odd = _mm256_add_epi8(pair, words(0x0301));
+            const bool hasOne = plan.windowsPerVector == 2;
+            store(plan.shuffle + 4 * i, hasOne ? even : _mm256_unpacklo_epi64(even, odd));
+            store(plan.shuffle + 4 * i + kBytes, hasOne ? odd : _mm256_unpackhi_epi64(even, odd));
+        }
+        return true;
+    }
+
+    /// Shuffles a window in each half.
+    static Vector pick(const uint8_t* row, uint32_t low, uint32_t high, Vector shuffle) {
+        const __m128i lower = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + low));
+        const __m128i upper = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + high));
+        return _mm256_shuffle_epi8(_mm256_inserti128_si256(_mm256_castsi128_si256(lower), upper, 1), shuffle);
+    }
+
+    /// Four columns of each half, even lanes and then odd ones, from the half's windows `first` and on.
+    template <int WindowsPerHalf>
+    static Vector pickFours(const uint8_t* row, const uint32_t* start, int first, Vector shuffle) {
+        const uint32_t* low = start + first;
+        const uint32_t* high = low + WindowsPerHalf;
+        const Vector left = pick(row, low[0], high[0], shuffle);
+        if (WindowsPerHalf == 2) return left;
+        return _mm256_blend_epi32(left, pick(row, low[1], high[1], shuffle), 0b10101010);
+    }
+
+    /// Gathers the elements of vector `vector` from `row`, and fetches those of `next` into the cache.
+    template <int Windows>
+    static Elements gather(const ElementPlan& plan, const uint8_t* row, const uint8_t* next, int vector) {
+        const uint32_t* start = plan.start + vector * Windows;
+        const Vector first = load(plan.shuffle + vector * 2 * kBytes);
+        const Vector second = load(plan.shuffle + vector * 2 * kBytes + kBytes);
+        for (int w = 0; w < Windows; w += 4) {
+            _mm_prefetch(reinterpret_cast<const char*>(next + start[w]), _MM_HINT_T0);
+        }
+        if (Windows == 2)
+            return {pick(row, start[0], start[1], first), pick(row, start[0], start[1], second)};
+        const Vector left = pickFours<Windows / 2>(row, start, 0, first);
+        const Vector right = pickFours<Windows / 2>(row, start, Windows / 4, second);
+        return {_mm256_unpacklo_epi64(left, right), _mm256_unpackhi_epi64(left, right)};
+    }
+
+    template <int Windows>
+    struct Count {
+        static constexpr int value = Windows;
+    };
+
+    /// Calls `filter` with the plan's number of windows as a constant.
+    template <typename Filter>
+    static void withWindows(const ElementPlan& plan, Filter&& filter) {
+        switch (plan.windowsPerVector) {
+            case 2:
+                return filter(Count<2>());
+            case 4:
+                return filter(Count<4>());
+            default:
+                return filter(Count<8>());
+        }
+    }
+};
+
+}  // namespace
+}  // namespace vantor

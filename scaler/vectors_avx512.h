@@ -1,0 +1,156 @@
+// 512-bit vectors, and how elements are gathered into them. For the files that are compiled for AVX-512
+// alone.
+#pragma once
+
+#include <immintrin.h>
+
+#include "scaler/gather_windows.h"
+
+namespace vantor {
+namespace {
+
+struct Avx512 {
+    using Vector = __m512i;
+    static constexpr int kBytes = 64;
+    static constexpr int kLanes = 32;  // of 16 bits, a column each
+
+    static Vector load(const void* from) { return _mm512_loadu_si512(from); }
+    static void store(void* to, Vector bytes) { _mm512_storeu_si512(to, bytes); }
+
+    /// Stores as many bytes as lie before `end`.
+    static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
+        const auto count = end - to;
+        const __mmask64 stored = count < kBytes ? (__mmask64{1} << count) - 1 : ~__mmask64{0};
+        _mm512_mask_storeu_epi8(to, stored, bytes);
+    }
+
+    /// Bytes to lanes.
+    static Vector widen(const uint8_t* lanes) {
+        return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes)));
+    }
+
+    /// In 16-bit lanes.
+    static Vector words(int value) { return _mm512_set1_epi16(static_cast<int16_t>(value)); }
+    static Vector add(Vector a, Vector b) { return _mm512_add_epi16(a, b); }
+    static Vector subtract(Vector a, Vector b) { return _mm512_sub_epi16(a, b); }
+    static Vector multiplyHigh(Vector a, Vector b) { return _mm512_mulhi_epi16(a, b); }
+    /// (a x b + 16384) >> 15
+    static Vector multiplyRounded(Vector a, Vector b) { return _mm512_mulhrs_epi16(a, b); }
+    template <int Bits>
+    static Vector shiftLeft(Vector a) {
+        return _mm512_slli_epi16(a, Bits);
+    }
+    template <int Bits>
+    static Vector shiftRight(Vector a) {
+        return _mm512_srli_epi16(a, Bits);
+    }
+    template <int Bits>
+    static Vector shiftRightSigned(Vector a) {
+        return _mm512_srai_epi16(a, Bits);
+    }
+
+    /// In each lane the sum of two products of unsigned bytes and signed weights.
+    static Vector weigh(Vector bytes, Vector weights) { return _mm512_maddubs_epi16(bytes, weights); }
+
+    /// In each 32-bit lane the sum of two products of words.
+    static Vector weighWords(Vector a, Vector b) { return _mm512_madd_epi16(a, b); }
+    static Vector dwords(int value) { return _mm512_set1_epi32(value); }
+    static Vector addDwords(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
+    template <int Bits>
+    static Vector shiftRightDwords(Vector a) {
+        return _mm512_srai_epi32(a, Bits);
+    }
+
+    static Vector bitAnd(Vector a, Vector b) { return _mm512_and_si512(a, b); }
+    static Vector bitOr(Vector a, Vector b) { return _mm512_or_si512(a, b); }
+
+    /// These interleave and pack within 128 bits; what was interleaved is packed back in order.
+    static Vector lowBytes(Vector a, Vector b) { return _mm512_unpacklo_epi8(a, b); }
+    static Vector highBytes(Vector a, Vector b) { return _mm512_unpackhi_epi8(a, b); }
+    static Vector lowWords(Vector a, Vector b) { return _mm512_unpacklo_epi16(a, b); }
+    static Vector highWords(Vector a, Vector b) { return _mm512_unpackhi_epi16(a, b); }
+    static Vector packWords(Vector low, Vector high) { return _mm512_packus_epi16(low, high); }
+    static Vector packDwords(Vector low, Vector high) { return _mm512_packs_epi32(low, high); }
+
+    /// Packs the words of two vectors to bytes, in order.
+    static Vector pack(Vector left, Vector right) {
+        return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), packWords(left, right));
+    }
+
+    /// The word of each lane's phase.
+    static Vector lookUp(const uint16_t (&words)[32], const uint8_t* phases) {
+        return _mm512_permutexvar_epi16(widen(phases), load(words));
+    }
+
+    /// The elements of a vector's columns: bytes 0 and 2 of each in a lane of `even`, 1 and 3 in a lane of
+    /// `odd`.
+    struct Elements {
+        Vector even;
+        Vector odd;
+    };
+
+    static constexpr int kMostWindows = 4;
+
+    /// One window of 64 bytes a vector, or two or four. For each vector the shuffle bytes of all even lanes,
+    /// then of all odd ones.
+    static bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
+        uint8_t offset[kStripColumns];
+        plan.windowsPerVector = 1;
+        while (!placeWindows(taps, kLanes / plan.windowsPerVector, kBytes, plan.start, offset)) {
+            plan.windowsPerVector *= 2;
+            if (plan.windowsPerVector > kMostWindows) return false;
+        }
+        for (int i = 0; i < taps.columns; i += kLanes) {
+            const Vector first = widen(offset + i);
+            const Vector pair = bitOr(first, shiftLeft<8>(first));
+            store(plan.shuffle + 4 * i, _mm512_add_epi8(pair, words(0x0200)));
+            store(plan.shuffle + 4 * i + kBytes, _mm512_add_epi8(pair, words(0x0301)));
+        }
+        return true;
+    }
+
+    /// The bytes that `shuffle` names: lanes from window w on come from that window.
+    template <int Windows>
+    static Vector pick(const Vector (&window)[Windows], Vector shuffle) {
+        Vector picked = _mm512_permutexvar_epi8(shuffle, window[0]);
+        for (int w = 1; w < Windows; ++w) {
+            const __mmask64 lanes = ~__mmask64{0} << (w * kBytes / Windows);
+            picked = _mm512_mask_permutexvar_epi8(picked, lanes, shuffle, window[w]);
+        }
+        return picked;
+    }
+
+    /// Gathers the elements of vector `vector` from `row`, and fetches those of `next` into the cache.
+    template <int Windows>
+    static Elements gather(const ElementPlan& plan, const uint8_t* row, const uint8_t* next, int vector) {
+        const uint32_t* start = plan.start + vector * Windows;
+        Vector window[Windows];
+        for (int w = 0; w < Windows; ++w) {
+            window[w] = load(row + start[w]);
+            _mm_prefetch(reinterpret_cast<const char*>(next + start[w]), _MM_HINT_T0);
+        }
+        const uint8_t* shuffle = plan.shuffle + vector * 2 * kBytes;
+        return {pick(window, load(shuffle)), pick(window, load(shuffle + kBytes))};
+    }
+
+    template <int Windows>
+    struct Count {
+        static constexpr int value = Windows;
+    };
+
+    /// Calls `filter` with the plan's number of windows as a constant.
+    template <typename Filter>
+    static void withWindows(const ElementPlan& plan, Filter&& filter) {
+        switch (plan.windowsPerVector) {
+            case 1:
+                return filter(Count<1>());
+            case 2:
+                return filter(Count<2>());
+            default:
+                return filter(Count<4>());
+        }
+    }
+};
+
+}  // namespace
+}  // namespace vantor
