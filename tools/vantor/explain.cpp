@@ -98,12 +98,51 @@ std::array<int, 3> libraryResult(const Picture& src, const Request& request, int
     return {c[0].at(x, y), c[1].at(x / 2, y / 2), c[2].at(x / 2, y / 2)};
 }
 
-Json axisJson(const VirtualPosition& at, int displacement, const SourcePosition& source,
+/// All that leads to the pixel.
+struct Steps {
+    std::string warp;
+    int column;
+    int row;
+    Size size;
+    GdcFrame frame;
+    VirtualPosition x;
+    VirtualPosition y;
+    int moveX;
+    int moveY;
+    PixelSource at;
+    std::array<int, 3> library;
+
+    std::array<int, 4> columns() const { return lumaTaps(at.x.index, size.width); }
+    std::array<int, 4> rows() const { return lumaTaps(at.y.index, size.height); }
+    bool isWithChroma() const { return hasChroma(frame.settings, column, row); }
+};
+
+void print(const Steps& steps, const GdcSource& src) {
+    const auto& [warp, column, row, size, frame, x, y, moveX, moveY, at, library] = steps;
+    std::printf("pixel (%d, %d) of %s, warped (%s)\n", column, row, toString(size).c_str(), warp.c_str());
+    std::printf("virtual position\n");
+    explainAxis("x", frame.x, column, x);
+    explainAxis("y", frame.y, row, y);
+    std::printf("source position in 1/256 pixel%s\n", at.inside ? "" : ": outside the picture, so black");
+    explainMove("x", frame.x, column, moveX, at.x, steps.columns());
+    explainMove("y", frame.y, row, moveY, at.y, steps.rows());
+    explainLuma(frame, src, at);
+    if (steps.isWithChroma()) {
+        std::printf("chroma: sample x weight, left and right above, left and right below\n");
+        explainChroma("U", frame, src, src.u, at);
+        explainChroma("V", frame, src, src.v, at);
+    } else {
+        std::printf("chroma: that of pixel (%d, %d)\n", column & ~1, row & ~1);
+    }
+    std::printf("the library's picture has Y %d, U %d, V %d there\n", library[0], library[1], library[2]);
+}
+
+Json axisJson(const VirtualPosition& at, int move, const SourcePosition& source,
               const std::array<int, 4>& taps) {
     Json json{{"virtual_position", at.coordinate},
               {"cell", at.cell},
               {"within_cell", at.within},
-              {"displacement", displacement},
+              {"displacement", move},
               {"source_position", source.coordinate},
               {"index", source.index},
               {"fraction", source.fraction}};
@@ -126,6 +165,23 @@ Json chromaJson(const GdcFrame& frame, const GdcSource& src, const uint16_t* pla
             {"value", b.value}};
 }
 
+Json toJson(const Steps& steps, const GdcSource& src) {
+    const PixelSource& at = steps.at;
+    Json json{{"pixel", {steps.column, steps.row}},
+              {"size", {steps.size.width, steps.size.height}},
+              {"warp", steps.warp},
+              {"inside", at.inside},
+              {"x", axisJson(steps.x, steps.moveX, at.x, steps.columns())},
+              {"y", axisJson(steps.y, steps.moveY, at.y, steps.rows())},
+              {"luma", lumaJson(steps.frame, src, at)},
+              {"library", steps.library}};
+    if (steps.isWithChroma()) {
+        json["u"] = chromaJson(steps.frame, src, src.u, at);
+        json["v"] = chromaJson(steps.frame, src, src.v, at);
+    }
+    return json;
+}
+
 int run(const ExplainCommand& command) {
     Picture input = readPicture(fileForm(command.input, command.inputForm));
     const Size size = input.size;
@@ -136,52 +192,24 @@ int run(const ExplainCommand& command) {
     }
     const Size frameSize = warpFrame(command.input, size);
     Picture picture = onFrame(command.input, std::move(input), frameSize, Layout::Nv12);
-    const Grid grid = gridFrom(command.warp, size, frameSize);
+    const Request request = requestFrom(command.warp, Path::Processor, size, frameSize);
     const ModelSource src(picture);
     const GdcFrame frame = modelFrame(frameSize);
-    const GridLines lines(GridTables(grid), frame, command.y);
+    const GridLines lines(GridTables(gridFrom(command.warp, size, frameSize)), frame, command.y);
     const VirtualPosition x = virtualPosition(frame.x, command.x, kVirtualCellWidth);
     const VirtualPosition y = virtualPosition(frame.y, command.y, kVirtualCellHeight);
-    const PixelSource at = lines.source(frame, command.x, command.y);
-
-    const std::array<int, 4> columns = lumaTaps(at.x.index, frameSize.width);
-    const std::array<int, 4> rows = lumaTaps(at.y.index, frameSize.height);
-    const bool isWithChroma = hasChroma(frame.settings, command.x, command.y);
-    const std::array<int, 3> result = libraryResult(
-        picture, requestFrom(command.warp, Path::Processor, size, frameSize), command.x, command.y);
-    if (command.json) {
-        Json json{{"pixel", {command.x, command.y}},
-                  {"size", {frameSize.width, frameSize.height}},
-                  {"warp", describe(command.warp)},
-                  {"inside", at.inside},
-                  {"x", axisJson(x, lines.x.displacement(x), at.x, columns)},
-                  {"y", axisJson(y, lines.y.displacement(x), at.y, rows)},
-                  {"luma", lumaJson(frame, src.planes, at)},
-                  {"library", result}};
-        if (isWithChroma) {
-            json["u"] = chromaJson(frame, src.planes, src.planes.u, at);
-            json["v"] = chromaJson(frame, src.planes, src.planes.v, at);
-        }
-        printDocument(json);
-        return kDone;
-    }
-    std::printf("pixel (%d, %d) of %s, warped (%s)\n", command.x, command.y, toString(frameSize).c_str(),
-                describe(command.warp).c_str());
-    std::printf("virtual position\n");
-    explainAxis("x", frame.x, command.x, x);
-    explainAxis("y", frame.y, command.y, y);
-    std::printf("source position in 1/256 pixel%s\n", at.inside ? "" : ": outside the picture, so black");
-    explainMove("x", frame.x, command.x, lines.x.displacement(x), at.x, columns);
-    explainMove("y", frame.y, command.y, lines.y.displacement(x), at.y, rows);
-    explainLuma(frame, src.planes, at);
-    if (isWithChroma) {
-        std::printf("chroma: sample x weight, left and right above, left and right below\n");
-        explainChroma("U", frame, src.planes, src.planes.u, at);
-        explainChroma("V", frame, src.planes, src.planes.v, at);
-    } else {
-        std::printf("chroma: that of pixel (%d, %d)\n", command.x & ~1, command.y & ~1);
-    }
-    std::printf("the library's picture has Y %d, U %d, V %d there\n", result[0], result[1], result[2]);
+    const Steps steps{describe(command.warp),
+                      command.x,
+                      command.y,
+                      frameSize,
+                      frame,
+                      x,
+                      y,
+                      lines.x.displacement(x),
+                      lines.y.displacement(x),
+                      lines.source(frame, command.x, command.y),
+                      libraryResult(picture, request, command.x, command.y)};
+    command.json ? printDocument(toJson(steps, src.planes)) : print(steps, src.planes);
     return kDone;
 }
 
