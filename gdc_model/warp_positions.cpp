@@ -1,0 +1,73 @@
+#include "gdc_model/warp_positions.h"
+
+#include <algorithm>
+
+#include "gdc_model/zeroed.h"
+
+namespace vantor {
+namespace {
+
+bool fitsVectors(const GdcAxis& axis) {
+    return axis.mirror == 0 && axis.invScale >= 0 && axis.invScale <= kLargestVectorScale;
+}
+
+int32_t unmovedAt(const GdcAxis& axis, int index) {
+    return unmovedCoordinate(axis, wrapAdd(axis.outCropStart, index));
+}
+
+}  // namespace
+
+WarpPositions::WarpPositions(const GdcFrame& frame)
+    : frame_(frame),
+      fitsVectors_(fitsVectors(frame.x) && fitsVectors(frame.y)),
+      within_(zeroed<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
+      bulge_(within_) {
+    for (int i = 0; i < frame.x.outCropSize; ++i) {
+        const VirtualPosition at =
+            virtualPosition(frame.x, wrapAdd(frame.x.outCropStart, i), kVirtualCellWidth);
+        within_[static_cast<size_t>(i)] = at.within;
+        bulge_[static_cast<size_t>(i)] = cellBulge(at.within);
+        if (cells_.empty() || cells_.back().cell != at.cell) cells_.push_back({at.cell, i, i});
+        ++cells_.back().end;
+    }
+}
+
+GridRows WarpPositions::row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const {
+    const VirtualPosition at =
+        virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
+    return {GridRow(gridX, at), GridRow(gridY, at)};
+}
+
+void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, int outRow, int first,
+                            int count, int32_t* x, int32_t* y) const {
+    const int end = first + count;
+    const int32_t unmovedY = unmovedAt(frame_.y, outRow);
+    auto cell = std::upper_bound(cells_.begin(), cells_.end(), first,
+                                 [](int column, const CellColumns& c) { return column < c.end; });
+    for (int i = first; i < end; ++cell) {
+        const int columns = std::min(cell->end, end) - i;
+        const CellCurve curveX = grids.x.curve(cell->cell);
+        const CellCurve curveY = grids.y.curve(cell->cell);
+        const bool isVector = fitsVectors_ && curveX.fits32Bits() && curveY.fits32Bits();
+        const auto positions = (isVector ? kernels : kWarpPlain).positions;
+        const auto compute = [&](const GdcAxis& axis, const CellCurve& curve, int32_t base, int32_t step,
+                                 int32_t* out) {
+            const WarpRun run{&within_[static_cast<size_t>(i)],
+                              &bulge_[static_cast<size_t>(i)],
+                              curve.start,
+                              curve.difference,
+                              curve.slopeChange,
+                              curve.excess,
+                              axis.invScale,
+                              axis.mirror,
+                              base,
+                              step};
+            positions(run, columns, out + (i - first));
+        };
+        compute(frame_.x, curveX, unmovedAt(frame_.x, i), wrapMul(2, frame_.x.outScale), x);
+        compute(frame_.y, curveY, unmovedY, 0, y);
+        i += columns;
+    }
+}
+
+}  // namespace vantor
