@@ -61,7 +61,7 @@ struct WarpKernels {
 };
 
 extern const WarpKernels kWarpPlain;
-#if 0 && defined(__x86_64__)
+#if defined(__x86_64__)
 extern const WarpKernels kWarpAvx2;
 #endif
 #if 0 && defined(__ARM_NEON)
@@ -70,7 +70,7 @@ extern const WarpKernels kWarpNeon;
 
 constexpr const WarpKernels* kWarpTables[] = {
     &kWarpPlain,
-#if 0 && defined(__x86_64__)
+#if defined(__x86_64__)
     &kWarpAvx2,
 #endif
 #if 0 && defined(__ARM_NEON)

@@ -1,0 +1,1 @@
+#include "gdc_model/warp_kernels.h"
