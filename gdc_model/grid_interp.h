@@ -74,14 +74,6 @@ struct CellCurve {
         const auto linear = narrow(hwround(int64_t{difference} * within, 9));
         return clampDisplacement(wrapSub(wrapAdd(start, linear), gx));
     }
-
-    /// Whether no product above exceeds 32 bits and nothing is left to clamp: |ex| <= |excess|, |gx| <=
-    /// (|excess| + |slopeChange|) / 16 + 1. Node columns are 23 bits, so the sums here fit.
-    bool fits32Bits() const {
-        const int32_t bend = std::abs(excess) + std::abs(slopeChange);
-        return std::abs(excess) <= 4194303 && bend <= 16777200 &&
-               std::abs(start) + std::abs(difference) + bend / 16 + 2 < 4194304;
-    }
 };
 
 /// The grid along one output row: the vertical half of the interpolation, at half the grid's scale, for all
@@ -115,6 +107,19 @@ struct GridRow {
         const int32_t afterRight = cell < kGridCells ? value[cell + 1] : 0;
         const HermiteCell hermite(beforeLeft, left, value[cell], afterRight, cell);
         return {left, hermite.difference, hermite.slopeChange, hermite.excess};
+    }
+
+    /// Whether, in every cell, all products of its curve fit 32 bits and nothing is left to clamp. With D the
+    /// largest step from node to node, |excess| <= 4 D and |excess| + |slopeChange| <= 6 D; the curve leaves
+    /// its chord by a sixteenth of that, and 2 for rounding.
+    bool fits32Bits() const {
+        int32_t largest = 0;
+        int32_t largestStep = 0;
+        for (int i = 0; i < kGridNodes; ++i) {
+            largest = std::max(largest, std::abs(value[i]));
+            if (i > 0) largestStep = std::max(largestStep, std::abs(value[i] - value[i - 1]));
+        }
+        return largestStep <= 4194303 / 4 && largest + largestStep + largestStep / 2 + 2 < 4194304;
     }
 
     /// The displacement at a virtual column, at half the grid's scale.

@@ -31,41 +31,67 @@ uint32_t loadWord(const uint8_t* from) {
     return word;
 }
 
-I32 scaledMove(I32 displacement, I32 invScale, I32 invScaleAndOne) {
-    // 24 bits by 15: the upper 16 bits of d apart from its lower eight, to which the rounding is added.
-    const I32 upper = _mm256_madd_epi16(_mm256_srai_epi32(displacement, 8), invScale);
-    const I32 low = _mm256_blend_epi16(_mm256_and_si256(displacement, _mm256_set1_epi32(255)),
-                                       _mm256_set1_epi32(4096 << 16), 0xAA);
-    const I32 lower = _mm256_srai_epi32(_mm256_madd_epi16(low, invScaleAndOne), 8);
-    return _mm256_srai_epi32(_mm256_add_epi32(upper, lower), 5);
+I32 all(int32_t value) {
+    return _mm256_set1_epi32(value);
 }
 
-void positions(const WarpRun& run, int count, int32_t* out) {
-    const auto all = [](int32_t value) { return _mm256_set1_epi32(value); };
-    // excess (512 - 2u) + 256 and what it is made of wrap, but their sum fits.
-    const I32 excessAtStart = _mm256_add_epi32(_mm256_slli_epi32(all(run.excess), 9), all(256));
-    const I32 excessStep = _mm256_slli_epi32(all(run.excess), 1);
-    const I32 start = all(run.start);
-    const I32 difference = all(run.difference);
-    const I32 slopeChange = all(run.slopeChange);
-    const I32 invScale = all(run.invScale);
-    const I32 invScaleAndOne = all(run.invScale | 1 << 16);
-    const I32 lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-    const I32 step = all(run.step);
-    const I32 groupStep = _mm256_slli_epi32(step, 3);
-    I32 base = _mm256_add_epi32(all(run.base), _mm256_mullo_epi32(lanes, step));
-    for (int i = 0; i < count; i += kLanes) {
+/// What positions of one coordinate are computed from, eight columns at a time.
+class Line {
+public:
+    explicit Line(const WarpLine& line)
+        : excessAtStart_(_mm256_add_epi32(_mm256_slli_epi32(all(line.excess), 9), all(256))),
+          excessStep_(_mm256_slli_epi32(all(line.excess), 1)),
+          start_(all(line.start)),
+          difference_(all(line.difference)),
+          slopeChange_(all(line.slopeChange)),
+          invScale_(all(line.invScale)),
+          invScaleAndOne_(all(line.invScale | 1 << 16)),
+          base_(_mm256_add_epi32(
+              all(line.base), _mm256_mullo_epi32(_mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7), all(line.step)))),
+          step_(_mm256_slli_epi32(all(line.step), 3)) {}
+
+    I32 next(I32 u, I32 q) {
+        // Both terms wrap, but their difference, excess (512 - 2u) + 256, fits.
+        const I32 ex =
+            _mm256_srai_epi32(_mm256_sub_epi32(excessAtStart_, _mm256_mullo_epi32(u, excessStep_)), 9);
+        const I32 bulge = _mm256_mullo_epi32(_mm256_add_epi32(ex, slopeChange_), q);
+        const I32 gx = _mm256_srai_epi32(_mm256_add_epi32(bulge, all(1024)), 11);
+        const I32 linear =
+            _mm256_srai_epi32(_mm256_add_epi32(_mm256_mullo_epi32(u, difference_), all(256)), 9);
+        const I32 position =
+            _mm256_add_epi32(base_, move(_mm256_sub_epi32(_mm256_add_epi32(start_, linear), gx)));
+        base_ = _mm256_add_epi32(base_, step_);
+        return position;
+    }
+
+private:
+    /// 24 bits by 15: the upper 16 bits of d apart from its lower eight, to which the rounding is added.
+    I32 move(I32 d) const {
+        const I32 upper = _mm256_madd_epi16(_mm256_srai_epi32(d, 8), invScale_);
+        const I32 lower = _mm256_blend_epi16(_mm256_and_si256(d, all(255)), all(4096 << 16), 0xAA);
+        const I32 carried = _mm256_srai_epi32(_mm256_madd_epi16(lower, invScaleAndOne_), 8);
+        return _mm256_srai_epi32(_mm256_add_epi32(upper, carried), 5);
+    }
+
+    I32 excessAtStart_;
+    I32 excessStep_;
+    I32 start_;
+    I32 difference_;
+    I32 slopeChange_;
+    I32 invScale_;
+    I32 invScaleAndOne_;
+    I32 base_;
+    I32 step_;
+};
+
+void positions(const WarpRun& run, int32_t* x, int32_t* y) {
+    Line lineX(run.x);
+    Line lineY(run.y);
+    for (int i = 0; i < run.count; i += kLanes) {
         const I32 u = load(run.within + i);
         const I32 q = load(run.bulge + i);
-        const I32 ex =
-            _mm256_srai_epi32(_mm256_sub_epi32(excessAtStart, _mm256_mullo_epi32(u, excessStep)), 9);
-        const I32 gx = _mm256_srai_epi32(
-            _mm256_add_epi32(_mm256_mullo_epi32(_mm256_add_epi32(ex, slopeChange), q), all(1024)), 11);
-        const I32 linear =
-            _mm256_srai_epi32(_mm256_add_epi32(_mm256_mullo_epi32(u, difference), all(256)), 9);
-        const I32 d = _mm256_sub_epi32(_mm256_add_epi32(start, linear), gx);
-        store(out + i, _mm256_add_epi32(base, scaledMove(d, invScale, invScaleAndOne)));
-        base = _mm256_add_epi32(base, groupStep);
+        store(x + i, lineX.next(u, q));
+        store(y + i, lineY.next(u, q));
     }
 }
 
@@ -120,41 +146,54 @@ struct Taps {
 /// The sixteen weights of sixteen pixels: (128 x product + 2^14) >> 15 rounds halves up. Where one factor is
 /// an outer tap (never positive) and the other a centre tap (never negative), halves must go down: the centre
 /// tap is enlarged by 1/64, which moves the product by less than its distance from any other half.
-struct Weights {
-    I16 w[4][4];
-    I16 missing;  // 256 less their sum, -5 to 5
-
-    Weights(I16 fractionX, I16 fractionY) {
+class Weights {
+public:
+    Weights(I16 fractionX, I16 fractionY) : y_(fractionY) {
         const Taps x(fractionX);
-        const Taps y(fractionY);
-        const I16 one = _mm256_set1_epi16(1);
-        const auto twice = [](I16 tap) { return _mm256_add_epi16(tap, tap); };
-        const auto minusTwice = [&](I16 tap) { return _mm256_sub_epi16(_mm256_setzero_si256(), twice(tap)); };
-        const auto times64 = [](I16 tap) { return _mm256_slli_epi16(tap, 6); };
-        const I16 outerX[2] = {minusTwice(x.outer0), minusTwice(x.outer3)};
-        const I16 centreX[2] = {times64(x.centre1), times64(x.centre2)};
-        const I16 outerY[2] = {minusTwice(y.outer0), minusTwice(y.outer3)};
-        const I16 centreY[2] = {y.centre1, y.centre2};
-        missing = _mm256_set1_epi16(256);
-        for (int a = 0; a < 2; ++a) {
-            const I16 outerY64 = _mm256_slli_epi16(outerY[a], 5);
-            const I16 centreY2 = twice(centreY[a]);
-            const I16 centreY64 = _mm256_or_si256(times64(centreY[a]), one);
-            for (int b = 0; b < 2; ++b) {
-                const I16 centreX64 = _mm256_or_si256(centreX[b], one);
-                set(3 * a, 3 * b, _mm256_mulhrs_epi16(outerX[b], outerY64));
-                set(3 * a, 1 + b, _mm256_mulhrs_epi16(centreX64, outerY[a]));
-                set(1 + a, 3 * b, _mm256_mulhrs_epi16(outerX[b], centreY64));
-                set(1 + a, 1 + b, _mm256_mulhrs_epi16(centreX[b], centreY2));
-            }
-        }
+        outer0_ = minusTwice(x.outer0);
+        outer3_ = minusTwice(x.outer3);
+        centre1_ = _mm256_slli_epi16(x.centre1, 6);
+        centre2_ = _mm256_slli_epi16(x.centre2, 6);
+    }
+
+    /// The weights of one row's four taps.
+    struct Row {
+        I16 w0;
+        I16 w1;
+        I16 w2;
+        I16 w3;
+    };
+
+    Row row(int j) const {
+        if (j == 0) return outerRow(minusTwice(y_.outer0));
+        if (j == 1) return centreRow(y_.centre1);
+        if (j == 2) return centreRow(y_.centre2);
+        return outerRow(minusTwice(y_.outer3));
     }
 
 private:
-    void set(int row, int column, I16 weight) {
-        w[row][column] = weight;
-        missing = _mm256_sub_epi16(missing, weight);
+    static I16 minusTwice(I16 tap) {
+        return _mm256_sub_epi16(_mm256_setzero_si256(), _mm256_add_epi16(tap, tap));
     }
+    static I16 enlarged(I16 tap64) { return _mm256_or_si256(tap64, _mm256_set1_epi16(1)); }
+
+    Row outerRow(I16 y) const {
+        const I16 y32 = _mm256_slli_epi16(y, 5);
+        return {_mm256_mulhrs_epi16(outer0_, y32), _mm256_mulhrs_epi16(enlarged(centre1_), y),
+                _mm256_mulhrs_epi16(enlarged(centre2_), y), _mm256_mulhrs_epi16(outer3_, y32)};
+    }
+    Row centreRow(I16 y) const {
+        const I16 y2 = _mm256_add_epi16(y, y);
+        const I16 y64 = enlarged(_mm256_slli_epi16(y, 6));
+        return {_mm256_mulhrs_epi16(outer0_, y64), _mm256_mulhrs_epi16(centre1_, y2),
+                _mm256_mulhrs_epi16(centre2_, y2), _mm256_mulhrs_epi16(outer3_, y64)};
+    }
+
+    Taps y_;
+    I16 outer0_;  // -2 x tap
+    I16 outer3_;
+    I16 centre1_;  // 64 x tap
+    I16 centre2_;
 };
 
 /// What a batch keeps of its pixels until their samples have arrived.
@@ -247,23 +286,37 @@ __m128i blend(const Batch& batch, int group) {
     const I16 lowBytes = _mm256_set1_epi16(255);
     I32 sumLeft = _mm256_setzero_si256();
     I32 sumRight = _mm256_setzero_si256();
+    I16 missing = _mm256_set1_epi16(256);  // what the weights lack, -5 to 5
     for (int j = 0; j < 4; ++j) {
-        const I16* const w = weights.w[j];
+        const Weights::Row w = weights.row(j);
         const auto add = [&](I32& sum, const uint8_t* samples, I16 even, I16 odd) {
             const Bytes bytes = load(samples);
             sum = _mm256_add_epi32(sum, _mm256_madd_epi16(_mm256_and_si256(bytes, lowBytes), even));
             sum = _mm256_add_epi32(sum, _mm256_madd_epi16(_mm256_srli_epi16(bytes, 8), odd));
         };
-        add(sumLeft, left[j], _mm256_unpacklo_epi16(w[0], w[2]), _mm256_unpacklo_epi16(w[1], w[3]));
-        add(sumRight, right[j], _mm256_unpackhi_epi16(w[0], w[2]), _mm256_unpackhi_epi16(w[1], w[3]));
+        add(sumLeft, left[j], _mm256_unpacklo_epi16(w.w0, w.w2), _mm256_unpacklo_epi16(w.w1, w.w3));
+        add(sumRight, right[j], _mm256_unpackhi_epi16(w.w0, w.w2), _mm256_unpackhi_epi16(w.w1, w.w3));
+        missing = _mm256_sub_epi16(
+            missing, _mm256_add_epi16(_mm256_add_epi16(w.w0, w.w1), _mm256_add_epi16(w.w2, w.w3)));
     }
-    const I16 sign = _mm256_srai_epi16(weights.missing, 15);
-    const I32 valueLeft = finish(sumLeft, _mm256_unpacklo_epi16(weights.missing, sign), Bounds(left));
-    const I32 valueRight = finish(sumRight, _mm256_unpackhi_epi16(weights.missing, sign), Bounds(right));
+    const I16 sign = _mm256_srai_epi16(missing, 15);
+    const I32 valueLeft = finish(sumLeft, _mm256_unpacklo_epi16(missing, sign), Bounds(left));
+    const I32 valueRight = finish(sumRight, _mm256_unpackhi_epi16(missing, sign), Bounds(right));
     const I16 values = _mm256_and_si256(_mm256_packs_epi32(valueLeft, valueRight), batch.interior[group]);
     const Bytes packed =
         _mm256_packus_epi16(values, values);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
+}
+
+/// All of the bytes, or the first `count`.
+void storeSome(uint8_t* out, __m128i bytes, int count) {
+    if (count >= kGroup) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+        return;
+    }
+    uint8_t values[kGroup];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(values), bytes);
+    __builtin_memcpy(out, values, static_cast<std::size_t>(count));
 }
 
 void collect(const WarpSource& src, Batch& batch, int groups) {
@@ -311,9 +364,7 @@ int luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, u
         for (int g = 0; g < groups; ++g) {
             const int at = first + g * kGroup;
             const int pixels = count - at < kGroup ? count - at : kGroup;
-            uint8_t values[kGroup];
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(values), blend(batch, g));
-            __builtin_memcpy(out + at, values, static_cast<std::size_t>(pixels));
+            storeSome(out + at, blend(batch, g), pixels);
             borders += listBorder(src, x + at, y + at, at, pixels, batch.interior[g], border + borders);
         }
     }
@@ -373,11 +424,14 @@ void locateChroma(const WarpSource& src, const int32_t* x, const int32_t* y, int
 }
 
 void collectChroma(const WarpSource& src, ChromaBatch& batch, int groups) {
-    for (int i = 0; i < groups * kLanes; ++i) {
-        const uint8_t* const first = src.uv + batch.offset[i];
-        for (int j = 0; j < 2; ++j) {
-            const uint32_t word = loadWord(first + std::ptrdiff_t{j} * src.width);
-            __builtin_memcpy(batch.samples[i / kLanes][j] + i % kLanes * 4, &word, sizeof word);
+    for (int g = 0; g < groups; ++g) {
+        const int32_t* const offsets = batch.offset + g * kLanes;
+        for (int i = 0; i < kLanes; ++i) {
+            const uint8_t* const first = src.uv + offsets[i];
+            for (int j = 0; j < 2; ++j) {
+                const uint32_t word = loadWord(first + std::ptrdiff_t{j} * src.width);
+                __builtin_memcpy(batch.samples[g][j] + 4 * i, &word, sizeof word);
+            }
         }
     }
 }
@@ -411,10 +465,7 @@ void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs
         collectChroma(src, batch, groups);
         for (int g = 0; g < groups; ++g) {
             const int at = first + g * kLanes;
-            const int count = pairs - at < kLanes ? pairs - at : kLanes;
-            uint8_t values[2 * kLanes];
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(values), blendChroma(batch, g));
-            __builtin_memcpy(out + 2 * at, values, static_cast<std::size_t>(2 * count));
+            storeSome(out + 2 * at, blendChroma(batch, g), 2 * (pairs - at));
         }
     }
 }

@@ -8,14 +8,12 @@
 
 namespace vantor {
 
-/// Columns that follow each other in one cell of the grid, for one of the two coordinates. With u =
-/// within[i] (0 to 512) and q = bulge[i] (0 to 128), column i is moved by
+/// One coordinate of columns that follow each other in one cell of the grid. With u = within[i] (0 to 512)
+/// and q = bulge[i] (0 to 128) of WarpRun, column i is moved by
 ///   e = ((excess (512 - 2u) + 256) >> 9) + slopeChange
 ///   d = start + ((difference u + 256) >> 9) - ((e q + 1024) >> 11)
 /// and lies at base + i step + ((invScale d + 4096) >> 13), in 1/256 sample.
-struct WarpRun {
-    const int32_t* within;
-    const int32_t* bulge;
+struct WarpLine {
     int32_t start;
     int32_t difference;
     int32_t slopeChange;
@@ -24,6 +22,15 @@ struct WarpRun {
     int mirror;  ///< non-zero takes the move from the base instead
     int32_t base;
     int32_t step;
+};
+
+/// Columns that follow each other in one cell.
+struct WarpRun {
+    const int32_t* within;
+    const int32_t* bulge;
+    int count;
+    WarpLine x;
+    WarpLine y;
 };
 
 /// The source: luma rows `width` bytes apart, rows of chroma pairs likewise. Sizes are even.
@@ -45,9 +52,9 @@ constexpr int kLargestVectorScale = 32767;
 struct WarpKernels {
     InstructionSet set;
 
-    /// out[i] for i from 0 to count - 1. Vector tables ask for products that fit 32 bits, for |d| < 2^22,
+    /// Both coordinates of a run. Vector tables ask for products that fit 32 bits, for |d| < 2^22,
     /// 0 <= invScale <= kLargestVectorScale and no mirror; the plain one clamps d to that and takes anything.
-    void (*positions)(const WarpRun& run, int count, int32_t* out);
+    void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
     /// of them is folded, 0 elsewhere. Lists the columns that have folded taps, in order, in `border` and

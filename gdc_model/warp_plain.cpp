@@ -21,14 +21,19 @@ struct Place {
     }
 };
 
-void positions(const WarpRun& run, int count, int32_t* out) {
-    const CellCurve curve{run.start, run.difference, run.slopeChange, run.excess};
-    int32_t base = run.base;
-    for (int i = 0; i < count; ++i) {
+void locate(const WarpRun& run, const WarpLine& line, int32_t* out) {
+    const CellCurve curve{line.start, line.difference, line.slopeChange, line.excess};
+    int32_t base = line.base;
+    for (int i = 0; i < run.count; ++i) {
         const int32_t displacement = curve.displacement(run.within[i], run.bulge[i]);
-        out[i] = wrapAdd(base, sourceMove(run.invScale, run.mirror, displacement));
-        base = wrapAdd(base, run.step);
+        out[i] = wrapAdd(base, sourceMove(line.invScale, line.mirror, displacement));
+        base = wrapAdd(base, line.step);
     }
+}
+
+void positions(const WarpRun& run, int32_t* x, int32_t* y) {
+    locate(run, run.x, x);
+    locate(run, run.y, y);
 }
 
 uint8_t lumaValue(const WarpSource& src, const Place& at) {

@@ -35,37 +35,31 @@ WarpPositions::WarpPositions(const GdcFrame& frame)
 GridRows WarpPositions::row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const {
     const VirtualPosition at =
         virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
-    return {GridRow(gridX, at), GridRow(gridY, at)};
+    GridRows rows{GridRow(gridX, at), GridRow(gridY, at), fitsVectors_};
+    rows.fitsVectors &= rows.x.fits32Bits() && rows.y.fits32Bits();
+    return rows;
 }
 
 void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, int outRow, int first,
                             int count, int32_t* x, int32_t* y) const {
     const int end = first + count;
+    const auto positions = (grids.fitsVectors ? kernels : kWarpPlain).positions;
+    const auto line = [](const GridRow& grid, int cell, const GdcAxis& axis, int32_t base, int32_t step) {
+        const CellCurve curve = grid.curve(cell);
+        return WarpLine{
+            curve.start, curve.difference, curve.slopeChange, curve.excess, axis.invScale, axis.mirror, base,
+            step};
+    };
     const int32_t unmovedY = unmovedAt(frame_.y, outRow);
+    const int32_t stepX = wrapMul(2, frame_.x.outScale);
     auto cell = std::upper_bound(cells_.begin(), cells_.end(), first,
                                  [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
-        const CellCurve curveX = grids.x.curve(cell->cell);
-        const CellCurve curveY = grids.y.curve(cell->cell);
-        const bool isVector = fitsVectors_ && curveX.fits32Bits() && curveY.fits32Bits();
-        const auto positions = (isVector ? kernels : kWarpPlain).positions;
-        const auto compute = [&](const GdcAxis& axis, const CellCurve& curve, int32_t base, int32_t step,
-                                 int32_t* out) {
-            const WarpRun run{&within_[static_cast<size_t>(i)],
-                              &bulge_[static_cast<size_t>(i)],
-                              curve.start,
-                              curve.difference,
-                              curve.slopeChange,
-                              curve.excess,
-                              axis.invScale,
-                              axis.mirror,
-                              base,
-                              step};
-            positions(run, columns, out + (i - first));
-        };
-        compute(frame_.x, curveX, unmovedAt(frame_.x, i), wrapMul(2, frame_.x.outScale), x);
-        compute(frame_.y, curveY, unmovedY, 0, y);
+        positions({within_.data() + i, bulge_.data() + i, columns,
+                   line(grids.x, cell->cell, frame_.x, unmovedAt(frame_.x, i), stepX),
+                   line(grids.y, cell->cell, frame_.y, unmovedY, 0)},
+                  x + (i - first), y + (i - first));
         i += columns;
     }
 }

@@ -14,6 +14,7 @@ namespace vantor {
 struct GridRows {
     GridRow x;
     GridRow y;
+    bool fitsVectors;
 };
 
 /// What depends on the columns of a region alone: 12 bytes a column.
