@@ -85,35 +85,45 @@ private:
     }
 
     void writeRun(const OutputPlanes& dst, int row, int left, int count) {
-        uint16_t border[kWarpRunColumns];
         uint8_t* const luma = dst.y + std::ptrdiff_t{row} * dst.stride + left;
-        const int borders = kernels_.luma(kernelSource_, x_, y_, count, luma, border);
-        for (int i = 0; i < borders; ++i) {
-            const PixelSource at = borderSource(border[i]);
-            luma[border[i]] = static_cast<uint8_t>(
+        const bool isInterior = kernels_.luma(kernelSource_, x_, y_, count, luma);
+        borders_ = isInterior ? 0 : listBorder(count);
+        for (int i = 0; i < borders_; ++i) {
+            const PixelSource at = source(border_[i]);
+            luma[border_[i]] = static_cast<uint8_t>(
                 Bicubic(lumaBlock(frame_, src_, at), at.x.fraction, at.y.fraction, frame_.settings).value);
         }
-        if (hasChroma_ && (wrapAdd(frame_.y.outCropStart, row) & 1) == 0) {
-            writeChroma(dst, row, left, count, border, borders);
-        }
+        if (hasChroma_ && (wrapAdd(frame_.y.outCropStart, row) & 1) == 0) writeChroma(dst, row, left, count);
     }
 
-    void writeChroma(const OutputPlanes& dst, int row, int left, int count, const uint16_t* border,
-                     int borders) {
+    /// The columns whose taps are folded at the source's borders: kernels leave them out.
+    int listBorder(int count) {
+        int found = 0;
+        for (int i = 0; i < count; ++i) {
+            const PixelSource at = source(i);
+            if (at.inside &&
+                !(hasPlainTaps(at.x, frame_.x.sourceSize) && hasPlainTaps(at.y, frame_.y.sourceSize))) {
+                border_[found++] = i;
+            }
+        }
+        return found;
+    }
+
+    void writeChroma(const OutputPlanes& dst, int row, int left, int count) {
         const int first = wrapAdd(frame_.x.outCropStart, left) & 1;
         const int pairs = (count - first + 1) / 2;
         uint8_t values[kWarpRunColumns];
         const std::ptrdiff_t start = dst.chromaRow(row / 2) + std::ptrdiff_t{left / 2} * dst.chromaStep;
         uint8_t* const out = dst.chromaStep == 2 ? dst.u + start : values;
         kernels_.chroma(kernelSource_, x_ + first, y_ + first, pairs, out);
-        for (int i = 0; i < borders; ++i) {
-            if ((border[i] & 1) != first) continue;
-            const PixelSource at = borderSource(border[i]);
+        for (int i = 0; i < borders_; ++i) {
+            if ((border_[i] & 1) != first) continue;
+            const PixelSource at = source(border_[i]);
             const auto value = [&](const uint8_t* plane) {
                 const Quad quad = chromaQuad(frame_, src_, plane, at);
                 return static_cast<uint8_t>(Bilinear(quad, at.x, at.y, frame_.settings).value);
             };
-            uint8_t* const pair = out + (border[i] - first);
+            uint8_t* const pair = out + (border_[i] - first);
             pair[0] = value(src_.u);
             pair[1] = value(src_.v);
         }
@@ -124,7 +134,7 @@ private:
         }
     }
 
-    PixelSource borderSource(int column) const { return pixelSource(frame_, x_[column], y_[column]); }
+    PixelSource source(int column) const { return pixelSource(frame_, x_[column], y_[column]); }
 
     const GdcFrame& frame_;
     SourcePlanes src_;
@@ -132,6 +142,8 @@ private:
     WarpSource kernelSource_;
     const WarpKernels& kernels_;
     WarpPositions positions_;
+    int borders_ = 0;
+    int border_[kWarpRunColumns];
     int32_t x_[kWarpRunColumns + 2 * kWarpLanes] = {};
     int32_t y_[kWarpRunColumns + 2 * kWarpLanes] = {};
 };

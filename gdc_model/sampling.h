@@ -49,6 +49,11 @@ inline bool isInside(int32_t coordinate, int size) {
     return coordinate >= 0 && coordinate < int64_t{size} * 256;
 }
 
+/// Whether no tap around a position inside the source is folded.
+inline bool hasPlainTaps(const SourcePosition& at, int size) {
+    return at.index >= 2 && at.index <= size - 2;
+}
+
 /// The columns (rows) of the four luma taps around `index`, folded back at the borders. Sources of one
 /// sample, into which nothing folds, are all that sample.
 inline std::array<int, 4> lumaTaps(int index, int size) {

@@ -330,30 +330,9 @@ void collect(const WarpSource& src, Batch& batch, int groups) {
     }
 }
 
-/// Adds the columns of a group that lie inside the picture but lack taps.
-int listBorder(const WarpSource& src, const int32_t* x, const int32_t* y, int first, int count, I16 interior,
-               uint16_t* border) {
-    if (_mm256_movemask_epi8(interior) == -1) return 0;
-    const auto width = static_cast<uint32_t>(src.width);
-    const auto height = static_cast<uint32_t>(src.height);
-    const auto isBetween = [](int32_t index, uint32_t least, uint32_t size) {
-        return static_cast<uint32_t>(index) - least < size;
-    };
-    int found = 0;
-    for (int i = 0; i < count; ++i) {
-        const bool isInside = isBetween(x[i], 0, width * 256) && isBetween(y[i], 0, height * 256);
-        if (isInside &&
-            !(isBetween((x[i] + 128) >> 8, 2, width - 3) && isBetween((y[i] + 128) >> 8, 2, height - 3))) {
-            border[found++] = static_cast<uint16_t>(first + i);
-        }
-    }
-    return found;
-}
-
-int luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out,
-         uint16_t* border) {
+bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
     Batch batch;
-    int borders = 0;
+    int someOutside = 0;
     for (int first = 0; first < count; first += kBatch) {
         const int left = count - first < kBatch ? count - first : kBatch;
         const int groups = (left + kGroup - 1) / kGroup;
@@ -362,13 +341,13 @@ int luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, u
         }
         collect(src, batch, groups);
         for (int g = 0; g < groups; ++g) {
+            const int interior = _mm256_movemask_epi8(batch.interior[g]);
+            someOutside |= ~interior;
             const int at = first + g * kGroup;
-            const int pixels = count - at < kGroup ? count - at : kGroup;
-            storeSome(out + at, blend(batch, g), pixels);
-            borders += listBorder(src, x + at, y + at, at, pixels, batch.interior[g], border + borders);
+            storeSome(out + at, interior == 0 ? _mm_setzero_si128() : blend(batch, g), count - at);
         }
     }
-    return borders;
+    return someOutside == 0;
 }
 
 /// The even ones of sixteen positions.

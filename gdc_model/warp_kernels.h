@@ -57,10 +57,8 @@ struct WarpKernels {
     void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
-    /// of them is folded, 0 elsewhere. Lists the columns that have folded taps, in order, in `border` and
-    /// returns their number: their values are the caller's.
-    int (*luma)(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out,
-                uint16_t* border);
+    /// of them is folded, 0 elsewhere. Returns whether there is no elsewhere.
+    bool (*luma)(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out);
 
     /// Pairs of chroma at every second position, x[0], x[2], ...: the bilinear value where luma has all its
     /// taps, 128 elsewhere.
@@ -71,7 +69,7 @@ extern const WarpKernels kWarpPlain;
 #if defined(__x86_64__)
 extern const WarpKernels kWarpAvx2;
 #endif
-#if 0 && defined(__ARM_NEON)
+#if defined(__ARM_NEON)
 extern const WarpKernels kWarpNeon;
 #endif
 
@@ -80,7 +78,7 @@ constexpr const WarpKernels* kWarpTables[] = {
 #if defined(__x86_64__)
     &kWarpAvx2,
 #endif
-#if 0 && defined(__ARM_NEON)
+#if defined(__ARM_NEON)
     &kWarpNeon,
 #endif
 };

@@ -5,10 +5,6 @@
 namespace vantor {
 namespace {
 
-bool hasPlainTaps(const SourcePosition& at, int size) {
-    return at.index >= 2 && at.index <= size - 2;
-}
-
 /// Both axes of one position.
 struct Place {
     SourcePosition x;
@@ -46,21 +42,15 @@ uint8_t lumaValue(const WarpSource& src, const Place& at) {
     return static_cast<uint8_t>(Bicubic(block, at.x.fraction, at.y.fraction, {}).value);
 }
 
-int luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out,
-         uint16_t* border) {
-    int borders = 0;
+bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    bool isAll = true;
     for (int i = 0; i < count; ++i) {
         const Place at(x[i], y[i]);
-        if (at.isInterior(src)) {
-            out[i] = lumaValue(src, at);
-        } else {
-            out[i] = 0;
-            if (isInside(x[i], src.width) && isInside(y[i], src.height)) {
-                border[borders++] = static_cast<uint16_t>(i);
-            }
-        }
+        const bool isInterior = at.isInterior(src);
+        out[i] = isInterior ? lumaValue(src, at) : 0;
+        isAll &= isInterior;
     }
-    return borders;
+    return isAll;
 }
 
 void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
