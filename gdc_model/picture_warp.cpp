@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <numeric>
 #include <optional>
 #include <vector>
 
@@ -61,10 +62,13 @@ public:
     void run(const OutputPlanes& dst) {
         const int rows = frame_.y.outCropSize;
         const int columns = frame_.x.outCropSize;
+        // With an odd width, the last chroma sample of a row and the first of the next are one: the later
+        // wins.
+        const int tileRows = columns % 2 != 0 ? 1 : kTileRows;
         std::vector<GridRows> grids;
         grids.reserve(kTileRows);
-        for (int top = 0; top < rows; top += kTileRows) {
-            const int bottom = std::min(top + kTileRows, rows);
+        for (int top = 0; top < rows; top += tileRows) {
+            const int bottom = std::min(top + tileRows, rows);
             grids.clear();
             for (int row = top; row < bottom; ++row) grids.push_back(gridRows(row));
             for (int left = 0; left < columns; left += kWarpRunColumns) {
@@ -93,7 +97,7 @@ private:
             luma[border_[i]] = static_cast<uint8_t>(
                 Bicubic(lumaBlock(frame_, src_, at), at.x.fraction, at.y.fraction, frame_.settings).value);
         }
-        if (hasChroma_ && (wrapAdd(frame_.y.outCropStart, row) & 1) == 0) writeChroma(dst, row, left, count);
+        if (dst.u && (wrapAdd(frame_.y.outCropStart, row) & 1) == 0) writeChroma(dst, row, left, count);
     }
 
     /// The columns whose taps are folded at the source's borders: kernels leave them out.
@@ -115,7 +119,12 @@ private:
         uint8_t values[kWarpRunColumns];
         const std::ptrdiff_t start = dst.chromaRow(row / 2) + std::ptrdiff_t{left / 2} * dst.chromaStep;
         uint8_t* const out = dst.chromaStep == 2 ? dst.u + start : values;
-        kernels_.chroma(kernelSource_, x_ + first, y_ + first, pairs, out);
+        if (hasChroma_) {
+            kernels_.chroma(kernelSource_, x_ + first, y_ + first, pairs, out);
+        } else {
+            borders_ = count;
+            std::iota(border_, border_ + count, 0);
+        }
         for (int i = 0; i < borders_; ++i) {
             if ((border_[i] & 1) != first) continue;
             const PixelSource at = source(border_[i]);

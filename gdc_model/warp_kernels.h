@@ -57,7 +57,7 @@ struct WarpKernels {
     void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
-    /// of them is folded, 0 elsewhere. Returns whether there is no elsewhere.
+    /// of them is folded, 0 elsewhere. Returns true only if there is no elsewhere.
     bool (*luma)(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out);
 
     /// Pairs of chroma at every second position, x[0], x[2], ...: the bilinear value where luma has all its
