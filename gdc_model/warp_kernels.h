@@ -43,10 +43,10 @@ struct WarpSource {
 
 /// Vector kernels read positions, `within` and `bulge` up to the next multiple of kWarpLanes, whatever stands
 /// there, and so far `positions` may write.
-constexpr int kWarpLanes = 16;
+constexpr int kWarpLanes = 32;
 constexpr int kWarpRunColumns = 256;  ///< at most, in one call of `luma` and `chroma`
 constexpr int kLargestWarpSide = 16384;
-constexpr int kSmallestWarpSide = 4;
+constexpr int kSmallestWarpSide = 32;
 constexpr int kLargestVectorScale = 32767;
 
 struct WarpKernels {
@@ -68,6 +68,7 @@ struct WarpKernels {
 extern const WarpKernels kWarpPlain;
 #if defined(__x86_64__)
 extern const WarpKernels kWarpAvx2;
+extern const WarpKernels kWarpAvx512;
 #endif
 #if defined(__ARM_NEON)
 extern const WarpKernels kWarpNeon;
@@ -77,6 +78,7 @@ constexpr const WarpKernels* kWarpTables[] = {
     &kWarpPlain,
 #if defined(__x86_64__)
     &kWarpAvx2,
+    &kWarpAvx512,
 #endif
 #if defined(__ARM_NEON)
     &kWarpNeon,

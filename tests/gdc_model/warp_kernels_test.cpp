@@ -28,7 +28,7 @@ TEST(WarpKernels, PositionsAreThePlainOnesUpToTheLimitsOfVectors) {
     Random random(seed());
     for (int i = 0; i < 2000; ++i) {
         const int count = random.between(1, 70), largest = i % 3 == 0 ? 1048575 : 1 << random.between(4, 20);
-        Positions within(96, 512), bulge(96, 128), expected[2], actual[2];
+        Positions within(128, 512), bulge(128, 128), expected[2], actual[2];
         for (size_t k = 0; k < within.size(); ++k) {
             within[k] = random.between(0, 3) ? random.between(0, 512) : 512;
             bulge[k] = (256 + within[k] * (512 - within[k])) >> 9;
@@ -40,10 +40,10 @@ TEST(WarpKernels, PositionsAreThePlainOnesUpToTheLimitsOfVectors) {
                             either(100000)};
         };
         const WarpRun run{within.data(), bulge.data(), count, line(), line()};
-        for (auto& out : expected) out.resize(96);
+        for (auto& out : expected) out.resize(128);
         kWarpPlain.positions(run, expected[0].data(), expected[1].data());
         forEachTable([&](const WarpKernels& kernels) {
-            for (int axis = 0; axis < 2; ++axis) actual[axis] = expected[axis], actual[axis].assign(96, 7);
+            for (int axis = 0; axis < 2; ++axis) actual[axis] = expected[axis], actual[axis].assign(128, 7);
             kernels.positions(run, actual[0].data(), actual[1].data());
             for (int axis = 0; axis < 2; ++axis) {
                 actual[axis].resize(static_cast<size_t>(count)), expected[axis].resize(static_cast<size_t>(count));
@@ -77,7 +77,7 @@ void compare(const WarpSource& src, const Positions& x, const Positions& y, int 
 TEST(WarpKernels, SamplesAreThePlainOnesAtAnyPositionsOfGuardedPlanes) {
     Random random(seed());
     for (int i = 0; i < 3000 && !::testing::Test::HasFailure(); ++i) {
-        const int width = 2 * random.between(2, 60), height = 2 * random.between(2, 20);
+        const int width = 2 * random.between(16, 60), height = 2 * random.between(16, 30);
         const int count = random.between(1, kWarpRunColumns), path = random.between(0, 3);
         const auto bytes = static_cast<size_t>(width * height);
         const Guard guard = i % 2 ? Guard::Front : Guard::Back;
@@ -104,15 +104,15 @@ TEST(WarpKernels, WeightsAreRoundedAlikeAtAllPairsOfPhases) {
     // Samples at their extremes show every weight that is off by one, next to others that do not.
     Random random(seed());
     for (int i = 0; i < 24; ++i) {
-        Bytes luma(64), chroma(32);
+        Bytes luma(32 * 32), chroma(32 * 16);
         for (uint8_t& sample : luma) sample = random.between(0, 3) ? uint8_t(255 * random.between(0, 1)) : 128;
         for (uint8_t& sample : chroma) sample = uint8_t(255 * random.between(0, 1));
         for (int fractionY = 0; fractionY < 256; ++fractionY) {
             Positions x(kWarpRunColumns + 2 * kWarpLanes), y(x.size(), 4 * 256 - 128 + fractionY);
             for (int k = 0; k < kWarpRunColumns; ++k) x[static_cast<size_t>(k)] = 3 * 256 - 128 + k;
-            compare({luma.data(), chroma.data(), 8, 8}, x, y, kWarpRunColumns);
+            compare({luma.data(), chroma.data(), 32, 32}, x, y, kWarpRunColumns);
             for (int32_t& position : x) position += 257;  // odd phases of chroma, the other parity
-            compare({luma.data(), chroma.data(), 8, 8}, x, y, kWarpRunColumns);
+            compare({luma.data(), chroma.data(), 32, 32}, x, y, kWarpRunColumns);
         }
     }
 }
