@@ -102,13 +102,19 @@ private:
 
     /// The columns whose taps are folded at the source's borders: kernels leave them out.
     int listBorder(int count) {
+        const auto width = static_cast<uint32_t>(frame_.x.sourceSize);
+        const auto height = static_cast<uint32_t>(frame_.y.sourceSize);
+        const auto isBetween = [](int32_t position, uint32_t first, uint32_t samples) {
+            return static_cast<uint32_t>(position) - first < samples * 256;
+        };
         int found = 0;
         for (int i = 0; i < count; ++i) {
-            const PixelSource at = source(i);
-            if (at.inside &&
-                !(hasPlainTaps(at.x, frame_.x.sourceSize) && hasPlainTaps(at.y, frame_.y.sourceSize))) {
-                border_[found++] = i;
-            }
+            const bool isInside = isBetween(x_[i], 0, width) & isBetween(y_[i], 0, height);
+            // Indexes 2 to size - 2: none in pictures of 3 samples and fewer.
+            const bool isInterior = isBetween(x_[i], 384, std::max(width, 3U) - 3) &
+                                    isBetween(y_[i], 384, std::max(height, 3U) - 3);
+            border_[found] = i;
+            found += isInside & !isInterior;
         }
         return found;
     }

@@ -11,10 +11,8 @@ using I32 = __m256i;  // eight lanes
 using I16 = __m256i;  // sixteen lanes
 using Bytes = __m256i;
 
-constexpr int kLanes = 8;    // 32-bit lanes of a register
-constexpr int kGroup = 16;   // pixels whose weights are worked out together
-constexpr int kBatch = 64;   // pixels whose samples are collected before any is used
-constexpr int kWindow = 16;  // bytes of a row that one shuffle reaches
+constexpr int kLanes = 8;   // 32-bit lanes of a register
+constexpr int kGroup = 16;  // pixels whose weights are worked out together
 
 I32 load(const void* from) {
     return _mm256_loadu_si256(static_cast<const __m256i*>(from));
@@ -24,18 +22,12 @@ void store(void* to, __m256i value) {
     _mm256_storeu_si256(static_cast<__m256i*>(to), value);
 }
 
-// 32-bit words without a type of their own.
-uint32_t loadWord(const uint8_t* from) {
-    uint32_t word;
-    __builtin_memcpy(&word, from, sizeof word);
-    return word;
-}
-
 I32 all(int32_t value) {
     return _mm256_set1_epi32(value);
 }
 
 /// What positions of one coordinate are computed from, eight columns at a time.
+template <bool isShort>
 class Line {
 public:
     explicit Line(const WarpLine& line)
@@ -67,6 +59,8 @@ public:
 private:
     /// 24 bits by 15: the upper 16 bits of d apart from its lower eight, to which the rounding is added.
     I32 move(I32 d) const {
+        if (isShort)
+            return _mm256_srai_epi32(_mm256_add_epi32(_mm256_mullo_epi32(d, invScale_), all(4096)), 13);
         const I32 upper = _mm256_madd_epi16(_mm256_srai_epi32(d, 8), invScale_);
         const I32 lower = _mm256_blend_epi16(_mm256_and_si256(d, all(255)), all(4096 << 16), 0xAA);
         const I32 carried = _mm256_srai_epi32(_mm256_madd_epi16(lower, invScaleAndOne_), 8);
@@ -84,15 +78,21 @@ private:
     I32 step_;
 };
 
-void positions(const WarpRun& run, int32_t* x, int32_t* y) {
-    Line lineX(run.x);
-    Line lineY(run.y);
+template <bool isShort>
+void locate(const WarpRun& run, int32_t* x, int32_t* y) {
+    Line<isShort> lineX(run.x);
+    Line<isShort> lineY(run.y);
     for (int i = 0; i < run.count; i += kLanes) {
         const I32 u = load(run.within + i);
         const I32 q = load(run.bulge + i);
         store(x + i, lineX.next(u, q));
         store(y + i, lineY.next(u, q));
     }
+}
+
+void positions(const WarpRun& run, int32_t* x, int32_t* y) {
+    const auto locateAll = run.isShort ? locate<true> : locate<false>;
+    locateAll(run, x, y);
 }
 
 /// Sixteen positions along one axis. Packing leaves 16-bit lanes in the order 0-3, 8-11, 4-7, 12-15, so that
@@ -196,70 +196,49 @@ private:
     I16 centre2_;
 };
 
-/// What a batch keeps of its pixels until their samples have arrived.
-struct Batch {
-    alignas(32) int32_t offset[kBatch];  // of the first tap, from the plane's start
-    alignas(
-        32) uint8_t samples[kBatch / kLanes][4][4 * kLanes];  // four rows of eight pixels, four bytes each
-    I16 fractionX[kBatch / kGroup];
-    I16 fractionY[kBatch / kGroup];
-    I16 interior[kBatch / kGroup];
-};
+/// Rows of four bytes for each of eight pixels.
+template <int rows>
+struct Samples {
+    Bytes row[rows];
 
-/// The four rows of eight pixels, where one window holds all their taps: pixels that follow each other from
-/// left to right.
-bool collectWindow(const uint8_t* plane, std::ptrdiff_t stride, std::ptrdiff_t lastWindow, I32 offsets,
-                   uint8_t (&samples)[4][4 * kLanes]) {
-    const std::ptrdiff_t first = _mm256_cvtsi256_si32(offsets);
-    const I32 within = _mm256_sub_epi32(offsets, _mm256_broadcastd_epi32(_mm256_castsi256_si128(offsets)));
-    const I32 reach = _mm256_min_epu32(within, _mm256_set1_epi32(kWindow - 4));
-    if (_mm256_movemask_epi8(_mm256_cmpeq_epi32(reach, within)) != -1 || first > lastWindow) return false;
-    const Bytes fourTimes =
-        _mm256_set_epi32(0x0C0C0C0C, 0x08080808, 0x04040404, 0, 0x0C0C0C0C, 0x08080808, 0x04040404, 0);
-    const Bytes taps = _mm256_add_epi8(_mm256_shuffle_epi8(within, fourTimes), _mm256_set1_epi32(0x03020100));
-    for (int j = 0; j < 4; ++j) {
-        const __m128i window = _mm_loadu_si128(reinterpret_cast<const __m128i*>(plane + first + j * stride));
-        store(samples[j], _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(window), taps));
-    }
-    return true;
-}
-
-void collectEach(const uint8_t* plane, std::ptrdiff_t stride, const int32_t* offsets,
-                 uint8_t (&samples)[4][4 * kLanes]) {
-    for (int i = 0; i < kLanes; ++i) {
-        const uint8_t* const first = plane + offsets[i];
-        for (int j = 0; j < 4; ++j) {
-            const uint32_t word = loadWord(first + j * stride);
-            __builtin_memcpy(samples[j] + 4 * i, &word, sizeof word);
+    /// From the offsets of the first bytes.
+    Samples(const uint8_t* plane, int stride, I32 offsets) {
+        for (Bytes& samples : row) {
+            samples = _mm256_i32gather_epi32(reinterpret_cast<const int*>(plane), offsets, 1);
+            plane += stride;
         }
     }
-}
+};
 
-/// Finds one group's samples and fractions.
-void locate(const WarpSource& src, const int32_t* x, const int32_t* y, int group, Batch& batch) {
-    const Axis atX(load(x), load(x + kLanes));
-    const Axis atY(load(y), load(y + kLanes));
-    const I16 interior = _mm256_and_si256(atX.isInterior(src.width), atY.isInterior(src.height));
-    // Pixels without all taps read the picture's corner.
-    const I16 column = _mm256_and_si256(atX.index, interior);
-    const I16 row = _mm256_and_si256(atY.index, interior);
-    const I16 strides = _mm256_set1_epi32(src.width << 16 | 1);
-    store(batch.offset + group * kGroup, _mm256_madd_epi16(_mm256_unpacklo_epi16(column, row), strides));
-    store(batch.offset + group * kGroup + kLanes,
-          _mm256_madd_epi16(_mm256_unpackhi_epi16(column, row), strides));
-    batch.fractionX[group] = atX.fraction;
-    batch.fractionY[group] = atY.fraction;
-    batch.interior[group] = interior;
-}
+/// Sixteen pixels, and what of their positions is needed later.
+struct Pixels {
+    I16 interior;
+    I16 fractionX;
+    I16 fractionY;
+    I32 offsets[2];  // of the first taps; 0 where not all taps lie inside
+
+    Pixels(const WarpSource& src, const int32_t* x, const int32_t* y) {
+        const Axis atX(load(x), load(x + kLanes));
+        const Axis atY(load(y), load(y + kLanes));
+        interior = _mm256_and_si256(atX.isInterior(src.width), atY.isInterior(src.height));
+        fractionX = atX.fraction;
+        fractionY = atY.fraction;
+        const I16 column = _mm256_and_si256(atX.index, interior);
+        const I16 row = _mm256_and_si256(atY.index, interior);
+        const I16 strides = all(src.width << 16 | 1);
+        offsets[0] = _mm256_madd_epi16(_mm256_unpacklo_epi16(column, row), strides);
+        offsets[1] = _mm256_madd_epi16(_mm256_unpackhi_epi16(column, row), strides);
+    }
+};
 
 /// 2 x 2 centre taps of eight pixels: the bytes' least and greatest, in 32-bit lanes.
 struct Bounds {
     I32 low;
     I32 high;
 
-    explicit Bounds(const uint8_t (&samples)[4][4 * kLanes]) {
-        const Bytes above = load(samples[1]);
-        const Bytes below = load(samples[2]);
+    explicit Bounds(const Samples<4>& samples) {
+        const Bytes above = samples.row[1];
+        const Bytes below = samples.row[2];
         const Bytes least = _mm256_min_epu8(above, below);
         const Bytes most = _mm256_max_epu8(above, below);
         const I32 byte = _mm256_set1_epi32(255);
@@ -279,30 +258,29 @@ I32 finish(I32 sum, I32 missing, const Bounds& bounds) {
 }
 
 /// Sixteen bytes of luma.
-__m128i blend(const Batch& batch, int group) {
-    const Weights weights(batch.fractionX[group], batch.fractionY[group]);
-    const auto& left = batch.samples[2 * group];
-    const auto& right = batch.samples[2 * group + 1];
+__m128i blend(const WarpSource& src, const Pixels& pixels) {
+    const Samples<4> left(src.y, src.width, pixels.offsets[0]);
+    const Samples<4> right(src.y, src.width, pixels.offsets[1]);
+    const Weights weights(pixels.fractionX, pixels.fractionY);
     const I16 lowBytes = _mm256_set1_epi16(255);
     I32 sumLeft = _mm256_setzero_si256();
     I32 sumRight = _mm256_setzero_si256();
     I16 missing = _mm256_set1_epi16(256);  // what the weights lack, -5 to 5
     for (int j = 0; j < 4; ++j) {
         const Weights::Row w = weights.row(j);
-        const auto add = [&](I32& sum, const uint8_t* samples, I16 even, I16 odd) {
-            const Bytes bytes = load(samples);
+        const auto add = [&](I32& sum, Bytes bytes, I16 even, I16 odd) {
             sum = _mm256_add_epi32(sum, _mm256_madd_epi16(_mm256_and_si256(bytes, lowBytes), even));
             sum = _mm256_add_epi32(sum, _mm256_madd_epi16(_mm256_srli_epi16(bytes, 8), odd));
         };
-        add(sumLeft, left[j], _mm256_unpacklo_epi16(w.w0, w.w2), _mm256_unpacklo_epi16(w.w1, w.w3));
-        add(sumRight, right[j], _mm256_unpackhi_epi16(w.w0, w.w2), _mm256_unpackhi_epi16(w.w1, w.w3));
+        add(sumLeft, left.row[j], _mm256_unpacklo_epi16(w.w0, w.w2), _mm256_unpacklo_epi16(w.w1, w.w3));
+        add(sumRight, right.row[j], _mm256_unpackhi_epi16(w.w0, w.w2), _mm256_unpackhi_epi16(w.w1, w.w3));
         missing = _mm256_sub_epi16(
             missing, _mm256_add_epi16(_mm256_add_epi16(w.w0, w.w1), _mm256_add_epi16(w.w2, w.w3)));
     }
     const I16 sign = _mm256_srai_epi16(missing, 15);
     const I32 valueLeft = finish(sumLeft, _mm256_unpacklo_epi16(missing, sign), Bounds(left));
     const I32 valueRight = finish(sumRight, _mm256_unpackhi_epi16(missing, sign), Bounds(right));
-    const I16 values = _mm256_and_si256(_mm256_packs_epi32(valueLeft, valueRight), batch.interior[group]);
+    const I16 values = _mm256_and_si256(_mm256_packs_epi32(valueLeft, valueRight), pixels.interior);
     const Bytes packed =
         _mm256_packus_epi16(values, values);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
@@ -319,33 +297,13 @@ void storeSome(uint8_t* out, __m128i bytes, int count) {
     __builtin_memcpy(out, values, static_cast<std::size_t>(count));
 }
 
-void collect(const WarpSource& src, Batch& batch, int groups) {
-    const std::ptrdiff_t stride = src.width;
-    const std::ptrdiff_t lastWindow = stride * (src.height - 3) - kWindow;
-    for (int i = 0; i < 2 * groups; ++i) {
-        const int32_t* const offsets = batch.offset + i * kLanes;
-        if (!collectWindow(src.y, stride, lastWindow, load(offsets), batch.samples[i])) {
-            collectEach(src.y, stride, offsets, batch.samples[i]);
-        }
-    }
-}
-
 bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
-    Batch batch;
     int someOutside = 0;
-    for (int first = 0; first < count; first += kBatch) {
-        const int left = count - first < kBatch ? count - first : kBatch;
-        const int groups = (left + kGroup - 1) / kGroup;
-        for (int g = 0; g < groups; ++g) {
-            locate(src, x + first + g * kGroup, y + first + g * kGroup, g, batch);
-        }
-        collect(src, batch, groups);
-        for (int g = 0; g < groups; ++g) {
-            const int interior = _mm256_movemask_epi8(batch.interior[g]);
-            someOutside |= ~interior;
-            const int at = first + g * kGroup;
-            storeSome(out + at, interior == 0 ? _mm_setzero_si128() : blend(batch, g), count - at);
-        }
+    for (int i = 0; i < count; i += kGroup) {
+        const Pixels pixels(src, x + i, y + i);
+        const int interior = _mm256_movemask_epi8(pixels.interior);
+        someOutside |= ~interior;
+        storeSome(out + i, interior == 0 ? _mm_setzero_si128() : blend(src, pixels), count - i);
     }
     return someOutside == 0;
 }
@@ -356,14 +314,6 @@ I32 evenLanes(const int32_t* from) {
         _mm256_shuffle_ps(_mm256_castsi256_ps(load(from)), _mm256_castsi256_ps(load(from + kLanes)), 0x88);
     return _mm256_permute4x64_epi64(_mm256_castps_si256(pairs), 0xD8);
 }
-
-/// What a batch of chroma keeps of its pairs until their samples have arrived.
-struct ChromaBatch {
-    alignas(32) int32_t offset[kBatch];  // of the upper left pair, from the plane's start
-    alignas(32) uint8_t samples[kBatch / kLanes][2][4 * kLanes];  // two rows: two pairs of each output pair
-    I16 weights[kBatch / kLanes][2];  // of the left and the right pair, for both rows
-    I32 interior[kBatch / kLanes];
-};
 
 /// Whether luma has all its taps at a position: index 2 to size - 2.
 I32 hasAllTaps(I32 position, int size) {
@@ -377,75 +327,42 @@ I16 halves(I32 low, I32 high) {
     return _mm256_blend_epi16(low, _mm256_slli_epi32(high, 16), 0xAA);
 }
 
-/// Finds the samples and weights of eight pairs. Chroma samples lie two luma samples apart; the first lies
-/// between luma samples 0 and 1.
-void locateChroma(const WarpSource& src, const int32_t* x, const int32_t* y, int group, ChromaBatch& batch) {
+/// Eight pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
+__m128i chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y) {
     const I32 atX = evenLanes(x);
     const I32 atY = evenLanes(y);
     const I32 interior = _mm256_and_si256(hasAllTaps(atX, src.width), hasAllTaps(atY, src.height));
-    const I32 quarter = _mm256_set1_epi32(128);
-    const I32 fraction = _mm256_set1_epi32(511);
-    const I32 whole = _mm256_set1_epi32(512);
-    const I32 fromX = _mm256_sub_epi32(atX, quarter);
-    const I32 fromY = _mm256_sub_epi32(atY, quarter);
+    const I32 fraction = all(511);
+    const I32 whole = all(512);
+    const I32 fromX = _mm256_sub_epi32(atX, all(128));
+    const I32 fromY = _mm256_sub_epi32(atY, all(128));
     const I16 places = halves(_mm256_srai_epi32(fromX, 9), _mm256_srai_epi32(fromY, 9));
-    store(batch.offset + group * kLanes,
-          _mm256_madd_epi16(_mm256_and_si256(places, interior), _mm256_set1_epi32(src.width << 16 | 2)));
+    const I32 offsets = _mm256_madd_epi16(_mm256_and_si256(places, interior), all(src.width << 16 | 2));
+    const Samples<2> samples(src.uv, src.width, offsets);
     const I32 right = _mm256_and_si256(fromX, fraction);
     const I32 upper = _mm256_sub_epi32(whole, _mm256_and_si256(fromY, fraction));
     const I16 across = halves(_mm256_sub_epi32(whole, right), right);
     // 9 bits of fraction: 64 x product, rounded by 15.
     const I16 top =
         _mm256_mulhrs_epi16(_mm256_slli_epi16(across, 3), _mm256_slli_epi16(halves(upper, upper), 3));
-    batch.weights[group][0] = top;
-    batch.weights[group][1] = _mm256_sub_epi16(across, top);
-    batch.interior[group] = interior;
-}
-
-void collectChroma(const WarpSource& src, ChromaBatch& batch, int groups) {
-    for (int g = 0; g < groups; ++g) {
-        const int32_t* const offsets = batch.offset + g * kLanes;
-        for (int i = 0; i < kLanes; ++i) {
-            const uint8_t* const first = src.uv + offsets[i];
-            for (int j = 0; j < 2; ++j) {
-                const uint32_t word = loadWord(first + std::ptrdiff_t{j} * src.width);
-                __builtin_memcpy(batch.samples[g][j] + 4 * i, &word, sizeof word);
-            }
-        }
-    }
-}
-
-/// Eight pairs.
-__m128i blendChroma(const ChromaBatch& batch, int group) {
+    const I16 weights[2] = {top, _mm256_sub_epi16(across, top)};
     const I16 lowBytes = _mm256_set1_epi16(255);
-    I32 u = _mm256_set1_epi32(256);
+    I32 u = all(256);
     I32 v = u;
     for (int j = 0; j < 2; ++j) {
-        const Bytes bytes = load(batch.samples[group][j]);
-        const I16 weights = batch.weights[group][j];
-        u = _mm256_add_epi32(u, _mm256_madd_epi16(_mm256_and_si256(bytes, lowBytes), weights));
-        v = _mm256_add_epi32(v, _mm256_madd_epi16(_mm256_srli_epi16(bytes, 8), weights));
+        const Bytes bytes = samples.row[j];
+        u = _mm256_add_epi32(u, _mm256_madd_epi16(_mm256_and_si256(bytes, lowBytes), weights[j]));
+        v = _mm256_add_epi32(v, _mm256_madd_epi16(_mm256_srli_epi16(bytes, 8), weights[j]));
     }
     const I32 pairs = _mm256_or_si256(_mm256_srai_epi32(u, 9), _mm256_slli_epi32(_mm256_srai_epi32(v, 9), 8));
-    const I32 chosen = _mm256_blendv_epi8(_mm256_set1_epi32(0x8080), pairs, batch.interior[group]);
+    const I32 chosen = _mm256_blendv_epi8(all(0x8080), pairs, interior);
     const I16 packed = _mm256_packus_epi32(chosen, chosen);
     return _mm_unpacklo_epi64(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
 }
 
 void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
-    ChromaBatch batch;
-    for (int first = 0; first < pairs; first += kBatch) {
-        const int left = pairs - first < kBatch ? pairs - first : kBatch;
-        const int groups = (left + kLanes - 1) / kLanes;
-        for (int g = 0; g < groups; ++g) {
-            const int at = 2 * (first + g * kLanes);
-            locateChroma(src, x + at, y + at, g, batch);
-        }
-        collectChroma(src, batch, groups);
-        for (int g = 0; g < groups; ++g) {
-            const int at = first + g * kLanes;
-            storeSome(out + 2 * at, blendChroma(batch, g), 2 * (pairs - at));
-        }
+    for (int i = 0; i < pairs; i += kLanes) {
+        storeSome(out + 2 * i, chromaGroup(src, x + 2 * i, y + 2 * i), 2 * (pairs - i));
     }
 }
 

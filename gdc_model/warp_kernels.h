@@ -29,6 +29,7 @@ struct WarpRun {
     const int32_t* within;
     const int32_t* bulge;
     int count;
+    bool isShort;  ///< invScale d + 4096 fits 32 bits, for both lines
     WarpLine x;
     WarpLine y;
 };

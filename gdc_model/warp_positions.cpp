@@ -35,8 +35,10 @@ WarpPositions::WarpPositions(const GdcFrame& frame)
 GridRows WarpPositions::row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const {
     const VirtualPosition at =
         virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
-    GridRows rows{GridRow(gridX, at), GridRow(gridY, at), fitsVectors_};
-    rows.fitsVectors &= rows.x.fits32Bits() && rows.y.fits32Bits();
+    GridRows rows{GridRow(gridX, at), GridRow(gridY, at), false, false};
+    const int64_t bound = std::max(rows.x.bound(), rows.y.bound());
+    rows.fitsVectors = fitsVectors_ && bound < INT32_MAX;
+    rows.isShort = bound * std::max(frame_.x.invScale, frame_.y.invScale) + 4096 <= INT32_MAX;
     return rows;
 }
 
@@ -56,7 +58,7 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
                                  [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
-        positions({within_.data() + i, bulge_.data() + i, columns,
+        positions({within_.data() + i, bulge_.data() + i, columns, grids.isShort,
                    line(grids.x, cell->cell, frame_.x, unmovedAt(frame_.x, i), stepX),
                    line(grids.y, cell->cell, frame_.y, unmovedY, 0)},
                   x + (i - first), y + (i - first));

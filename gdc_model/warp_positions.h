@@ -14,7 +14,8 @@ namespace vantor {
 struct GridRows {
     GridRow x;
     GridRow y;
-    bool fitsVectors;
+    bool fitsVectors;  ///< positions have what vector kernels ask for
+    bool isShort;      ///< as in WarpRun
 };
 
 /// What depends on the columns of a region alone: 12 bytes a column.
