@@ -109,12 +109,12 @@ private:
         };
         int found = 0;
         for (int i = 0; i < count; ++i) {
-            const bool isInside = isBetween(x_[i], 0, width) & isBetween(y_[i], 0, height);
+            const bool isInside = isBetween(x_[i], 0, width) && isBetween(y_[i], 0, height);
             // Indexes 2 to size - 2: none in pictures of 3 samples and fewer.
-            const bool isInterior = isBetween(x_[i], 384, std::max(width, 3U) - 3) &
+            const bool isInterior = isBetween(x_[i], 384, std::max(width, 3U) - 3) &&
                                     isBetween(y_[i], 384, std::max(height, 3U) - 3);
             border_[found] = i;
-            found += isInside & !isInterior;
+            found += isInside && !isInterior;
         }
         return found;
     }
