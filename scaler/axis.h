@@ -24,12 +24,29 @@ public:
 
     int index(int i) const { return static_cast<int>((i * step_) >> format_.fractionBits); }
 
-    int phase(int i) const {
-        const int64_t units = (i * step_) >> (format_.fractionBits - format_.phaseBits);
-        return static_cast<int>(units & ((1 << format_.phaseBits) - 1));
+    int phase(int i) const { return phaseOf(i * step_); }
+
+    /// The step in source samples if it is a whole number, so that every phase is 0; else 0.
+    int wholeStep() const {
+        const int64_t samples = step_ >> format_.fractionBits;
+        return samples << format_.fractionBits == step_ ? static_cast<int>(samples) : 0;
+    }
+
+    /// Calls `store(index, phase)` for `count` output samples from `first` on.
+    template <typename Store>
+    void walk(int first, int count, Store&& store) const {
+        int64_t position = first * step_;
+        for (int i = 0; i < count; ++i, position += step_) {
+            store(static_cast<int>(position >> format_.fractionBits), phaseOf(position));
+        }
     }
 
 private:
+    int phaseOf(int64_t position) const {
+        const int64_t units = position >> (format_.fractionBits - format_.phaseBits);
+        return static_cast<int>(units & ((1 << format_.phaseBits) - 1));
+    }
+
     PositionFormat format_;
     int64_t step_;
 };

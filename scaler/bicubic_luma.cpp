@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "scaler/axis.h"
 #include "scaler/bands.h"
 #include "scaler/bicubic_luma_kernels.h"
+#include "scaler/cubic.h"
+#include "scaler/decimate.h"
+#include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
 #include "scaler/slice_args.h"
 
@@ -23,59 +27,89 @@ const LumaKernels& activeKernels() {
 /// beyond the last column). In sources of one or two columns all are right columns.
 class LumaStrip {
 public:
-    LumaStrip(const Axis& axis, int firstColumn, int columns, int srcWidth)
-        : columns_(columns), srcWidth_(srcWidth) {
-        for (int i = 0; i < columns; ++i) {
-            const int ix = axis.index(firstColumn + i);
-            phase_[i] = static_cast<uint8_t>(axis.phase(firstColumn + i));
-            tap_[i] = static_cast<uint32_t>(ix - 1);
-            if (ix + 1 < srcWidth - 1) {
-                ++middleEnd_;
-                if (ix == 0) ++middleFirst_;
-            }
-        }
+    LumaStrip(const LumaKernels& kernels, const Axis& axis, int firstColumn, int columns, int srcWidth)
+        : axis_(axis), firstColumn_(firstColumn), columns_(columns), srcWidth_(srcWidth) {
+        while (middleFirst_ < columns && isLeft(middleFirst_)) ++middleFirst_;
+        middleEnd_ = columns;
+        while (middleEnd_ > 0 && isRight(middleEnd_ - 1)) --middleEnd_;
+        if (middleFirst_ < middleEnd_ && axis_.wholeStep() == 0) middle_.emplace(kernels, middleTaps());
     }
 
     int columns() const { return columns_; }
 
-    void filter(const LumaKernels& kernels, const uint8_t* row, uint8_t* out) const {
-        for (int i = 0; i < middleFirst_; ++i) out[i] = cubic(row[0], row[0], row[1], row[2], phase_[i]);
-        kernels.filterRow(row, tap_ + middleFirst_, phase_ + middleFirst_, out + middleFirst_,
-                          middleEnd_ - middleFirst_);
+    /// Padding columns of `out` may be written.
+    void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+        if (const int step = axis_.wholeStep(); step > 0)
+            return decimate<1>(row + index(0), step, out, columns_);
+        if (middle_) middle_->filter(row, next, out);
+        for (int i = 0; i < std::min(middleFirst_, middleEnd_); ++i) {
+            out[i] = cubic(row[0], row[0], row[1], row[2], phase(i));
+        }
         for (int i = middleEnd_; i < columns_; ++i) out[i] = rightColumn(row, i);
     }
 
 private:
-    /// The left tap is not clamped: in sources of one or two columns it is the byte before the row.
-    uint8_t rightColumn(const uint8_t* row, int i) const {
-        const int ix = static_cast<int>(tap_[i]) + 1;
-        const int last = srcWidth_ - 1;
-        return cubic(row[ix - 1], row[ix], row[std::min(ix + 1, last)], row[std::min(ix + 2, last)],
-                     phase_[i]);
+    int index(int i) const { return axis_.index(firstColumn_ + i); }
+    int phase(int i) const { return axis_.phase(firstColumn_ + i); }
+    bool isLeft(int i) const { return index(i) == 0; }
+    bool isRight(int i) const { return index(i) + 1 >= srcWidth_ - 1; }
+
+    /// Of all columns, so that vectors begin where the strip does: border columns take any taps inside, and
+    /// are filtered once more.
+    ColumnTaps middleTaps() {
+        uint32_t* tap = table_.tap;
+        uint8_t* phase = table_.phase;
+        const int firstTap = index(middleFirst_) - 1;
+        const int lastTap = index(middleEnd_ - 1) - 1;
+        axis_.walk(firstColumn_, columns_, [&](int index, int columnPhase) {
+            *tap++ = static_cast<uint32_t>(std::clamp(index - 1, firstTap, lastTap));
+            *phase++ = static_cast<uint8_t>(columnPhase);
+        });
+        return table_.padded(columns_);
     }
 
+    /// The left tap is not clamped: in sources of one or two columns it is the byte before the row.
+    uint8_t rightColumn(const uint8_t* row, int i) const {
+        const int ix = index(i);
+        const int last = srcWidth_ - 1;
+        return cubic(row[ix - 1], row[ix], row[std::min(ix + 1, last)], row[std::min(ix + 2, last)],
+                     phase(i));
+    }
+
+    const Axis& axis_;
+    int firstColumn_;
     int columns_;
     int srcWidth_;
     int middleFirst_ = 0;
-    int middleEnd_ = 0;
-    uint32_t tap_[kStripColumns];
-    uint8_t phase_[kStripColumns];
+    int middleEnd_;
+    ColumnTable table_;
+    std::optional<PlannedColumns<LumaKernels, LumaPlan>> middle_;
 };
+
+/// At phase 0 the cubic is its second tap.
+SourceRows sourceRows(const Axis& rowAxis, int y) {
+    const int iy = rowAxis.index(y);
+    if (rowAxis.phase(y) == 0) return {iy, iy};
+    return {iy - 1, iy + 2};
+}
 
 void scaleStrip(const ScaleSliceArgs& args, const LumaKernels& kernels, const LumaStrip& strip,
                 const Axis& rowAxis, const RowRange& rows, uint8_t* dst) {
-    RowRing<uint8_t, 4, kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        const int clamped = std::clamp(srcRow, 0, args.srcHeight - 1);
-        return ring.row(clamped, [&](int index, uint8_t* out) {
-            strip.filter(kernels, args.src + std::ptrdiff_t{index} * args.srcStride, out);
-        });
+    RowRing<uint8_t, 4, kStripColumns> ring(args.srcHeight, rows.upward);
+    const auto source = [&](int row) { return args.src + std::ptrdiff_t{row} * args.srcStride; };
+    const auto filter = [&](int row, int next, uint8_t* out) {
+        strip.filter(source(row), source(next), out);
     };
     for (int i = 0; i < rows.count; ++i) {
         const int y = rows.row(i);
-        const int iy = rowAxis.index(y);
-        const uint8_t* const taps[4] = {filtered(iy - 1), filtered(iy), filtered(iy + 1), filtered(iy + 2)};
-        kernels.blendRows(taps, rowAxis.phase(y), dst + std::ptrdiff_t{y} * args.dstStride, strip.columns());
+        uint8_t* const out = dst + std::ptrdiff_t{y} * args.dstStride;
+        const uint8_t* taps[4];
+        ring.fetch(sourceRows(rowAxis, y), sourceRows(rowAxis, rows.row(i + 1)), taps, filter);
+        if (rowAxis.phase(y) == 0) {
+            std::copy_n(taps[0], strip.columns(), out);
+        } else {
+            kernels.blendRows(taps, rowAxis.phase(y), out, strip.columns());
+        }
     }
 }
 
@@ -85,8 +119,13 @@ int scaleRows(const ScaleSliceArgs& args, PositionFormat format, const RowRange&
     const LumaKernels& kernels = format.phaseBits > 5 ? kLumaPlain : activeKernels();
     const Axis columnAxis(args.srcWidth, args.dstWidth, format);
     const Axis rowAxis(args.srcHeight, args.dstHeight, format);
-    for (int x = 0; x < args.dstWidth; x += kStripColumns) {
-        const LumaStrip strip(columnAxis, x, std::min(kStripColumns, args.dstWidth - x), args.srcWidth);
+    if (columnAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
+        decimateRows<1>(args, rows, columnAxis.wholeStep(), rowAxis.wholeStep());
+        return 0;
+    }
+    const int step = stripColumns(args.dstWidth);
+    for (int x = 0; x < args.dstWidth; x += step) {
+        const LumaStrip strip(kernels, columnAxis, x, std::min(step, args.dstWidth - x), args.srcWidth);
         scaleStrip(args, kernels, strip, rowAxis, rows, args.dst + x);
     }
     return 0;
@@ -152,20 +191,21 @@ int cubicinterpolate(unsigned char* p, int t) {
 void allocate_cubicinterpolate_opt_asm_2(unsigned char* row0, const short* phaseX, unsigned char* out,
                                          int groups, unsigned char* row1, unsigned char* row2,
                                          unsigned char* row3, int phaseY, const short* tapX) {
-    constexpr int kLanes = 8;
     const LumaKernels& kernels = activeKernels();
     const uint8_t* const sources[4] = {row0, row1, row2, row3};
-    for (int group = 0; group < groups; ++group) {
-        uint32_t tap[kLanes];
-        uint8_t phase[kLanes];
-        for (int lane = 0; lane < kLanes; ++lane) {
-            tap[lane] = static_cast<uint16_t>(*tapX++);
-            phase[lane] = static_cast<uint8_t>(*phaseX++);
+    int left = 8 * std::max(groups, 0);
+    while (left > 0) {
+        const int columns = std::min(left, kStripColumns);
+        ColumnTable table;
+        for (int i = 0; i < columns; ++i) {
+            table.tap[i] = static_cast<uint16_t>(*tapX++);
+            table.phase[i] = static_cast<uint8_t>(*phaseX++);
         }
-        uint8_t filtered[4][kLanes];
-        for (int i = 0; i < 4; ++i) kernels.filterRow(sources[i], tap, phase, filtered[i], kLanes);
+        uint8_t filtered[4][kStripColumns];
+        filterAnyTaps<LumaKernels, LumaPlan>(kernels, table.padded(columns), sources, filtered);
         const uint8_t* const rows[4] = {filtered[0], filtered[1], filtered[2], filtered[3]};
-        kernels.blendRows(rows, phaseY, out, kLanes);
-        out += kLanes;
+        kernels.blendRows(rows, phaseY, out, columns);
+        out += columns;
+        left -= columns;
     }
 }

@@ -4,34 +4,47 @@
 #include <cstdint>
 
 #include "processor/instruction_set.h"
+#include "scaler/gather_windows.h"
 
 namespace vantor {
+
+/// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
+/// the taps; what the others lay down is their own business.
+struct LumaPlan {
+    ColumnTaps taps;
+    ElementPlan elements;
+    alignas(64) int16_t phase[kStripColumns];
+};
 
 struct LumaKernels {
     InstructionSet set;
 
-    /// Horizontal stage: out[i] is the clamped cubic of row[tap[i]] to row[tap[i] + 3] at phase[i], for i
-    /// from 0 to columns - 1. Phases are 0 to 31 (the plain table takes 0 to 63); taps may come in any order,
-    /// and nothing behind row[tap[i] + 3] is read.
-    void (*filterRow)(const uint8_t* row, const uint32_t* tap, const uint8_t* phase, uint8_t* out,
-                      int columns);
+    /// Plans the columns (phases 0 to 31; the plain table takes 0 to 63). Returns false where the taps are
+    /// too close together or too far apart for the table's vectors; the plain table takes all.
+    bool (*plan)(const ColumnTaps& taps, LumaPlan& plan);
 
-    /// Vertical stage: the same cubic down four filtered rows, at one phase.
+    /// Horizontal stage: out[i] is the clamped cubic of row[tap[i]] to row[tap[i] + 3] at phase[i]. Nothing
+    /// of the row before tap[0] or behind tap[columns - 1] + 3 is read. `next` is the row that is likely to
+    /// be filtered next, to be fetched into the cache meanwhile. Padding columns of `out` may be written.
+    void (*filterRow)(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out);
+
+    /// Vertical stage: the same cubic down four filtered rows, at one phase (0 to 31). Padding columns of the
+    /// rows are read, those of `out` are not written.
     void (*blendRows)(const uint8_t* const rows[4], int phase, uint8_t* out, int columns);
 };
 
 extern const LumaKernels kLumaPlain;
+#if defined(__x86_64__)
+extern const LumaKernels kLumaAvx2;
+extern const LumaKernels kLumaAvx512;
+#endif
 
-constexpr const LumaKernels* kLumaTables[] = {&kLumaPlain};
-
-/// The cubic convolution kernel (a = -1/2) in Horner form between p1 and p2, at t in 1/32, clamped to 0..255.
-/// The products of t are cut by 5, 5 and 6 bits; nothing is rounded. For phases to 31 no intermediate exceeds
-/// 31,620 in magnitude, so 16-bit lanes give the same result.
-inline uint8_t cubic(int p0, int p1, int p2, int p3, int t) {
-    const int third = (t * (3 * (p1 - p2) + p3 - p0)) >> 5;
-    const int second = (t * (2 * p0 - 5 * p1 + 4 * p2 - p3 + third)) >> 5;
-    const int value = p1 + ((t * (p2 - p0 + second)) >> 6);
-    return static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
-}
+constexpr const LumaKernels* kLumaTables[] = {
+    &kLumaPlain,
+#if defined(__x86_64__)
+    &kLumaAvx2,
+    &kLumaAvx512,
+#endif
+};
 
 }  // namespace vantor

@@ -1,12 +1,19 @@
 #include "scaler/bicubic_luma_kernels.h"
+#include "scaler/cubic.h"
 
 namespace vantor {
 namespace {
 
-void filterRow(const uint8_t* row, const uint32_t* tap, const uint8_t* phase, uint8_t* out, int columns) {
-    for (int i = 0; i < columns; ++i) {
-        const uint8_t* p = row + tap[i];
-        out[i] = cubic(p[0], p[1], p[2], p[3], phase[i]);
+bool plan(const ColumnTaps& taps, LumaPlan& plan) {
+    plan.taps = taps;
+    return true;
+}
+
+void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* /*next*/, uint8_t* out) {
+    const ColumnTaps& taps = plan.taps;
+    for (int i = 0; i < taps.columns; ++i) {
+        const uint8_t* p = row + taps.tap[i];
+        out[i] = cubic(p[0], p[1], p[2], p[3], taps.phase[i]);
     }
 }
 
@@ -18,6 +25,6 @@ void blendRows(const uint8_t* const rows[4], int phase, uint8_t* out, int column
 
 }  // namespace
 
-const LumaKernels kLumaPlain = {InstructionSet::Plain, filterRow, blendRows};
+const LumaKernels kLumaPlain = {InstructionSet::Plain, plan, filterRow, blendRows};
 
 }  // namespace vantor

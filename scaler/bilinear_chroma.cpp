@@ -3,67 +3,88 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "scaler/axis.h"
 #include "scaler/bands.h"
-#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/decimate.h"
+#include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
 #include "scaler/slice_args.h"
 
 namespace vantor {
 namespace {
 
-const ChromaKernels& activeKernels() {
-    static const ChromaKernels& kernels = bestTable(kChromaTables);
+const PairKernels& activeKernels() {
+    static const PairKernels& kernels = bestTable(kCutPairsTables);
     return kernels;
 }
 
-/// Consecutive output pairs with their positions. The last of them may be right pairs, which lie on or behind
-/// the last source pair and have no right neighbour.
+constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour that stands alone
+
+/// Consecutive output pairs with their positions.
 class ChromaStrip {
 public:
-    ChromaStrip(const Axis& axis, int firstPair, int pairs, int srcPairs) : pairs_(pairs) {
-        for (int i = 0; i < pairs; ++i) {
-            const int ix = axis.index(firstPair + i);
-            phase_[i] = static_cast<uint8_t>(axis.phase(firstPair + i));
-            tap_[i] = 2 * static_cast<uint32_t>(ix);
-            if (ix + 1 < srcPairs) ++interior_;
-        }
+    ChromaStrip(const Axis& axis, int firstPair, int pairs, int srcPairs)
+        : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
+        if (srcPairs >= 2 && axis_.wholeStep() == 0) columns_.emplace(activeKernels(), taps(srcPairs));
     }
 
     int pairs() const { return pairs_; }
 
-    void filter(const ChromaKernels& kernels, const uint8_t* row, uint8_t* out) const {
-        kernels.filterRow(row, tap_, phase_, out, interior_);
-        for (int i = interior_; i < pairs_; ++i) {
-            out[2 * i] = row[tap_[i]];
-            out[2 * i + 1] = row[tap_[i] + 1];
+    /// Padding pairs of `out` may be written.
+    void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+        if (const int step = axis_.wholeStep(); step > 0) {
+            return decimate<2>(row + 2 * std::ptrdiff_t{axis_.index(firstPair_)}, step, out, pairs_);
         }
+        if (columns_) return columns_->filter(row, next, out);
+        for (int i = 0; i < pairs_; ++i) std::copy_n(row, 2, out + 2 * i);
     }
 
 private:
+    /// Right pairs, which lie on or behind the last source pair and have no right neighbour, are taken as
+    /// the right neighbour of the pair before.
+    ColumnTaps taps(int srcPairs) {
+        uint32_t* tap = table_.tap;
+        uint8_t* phase = table_.phase;
+        const int lastLeft = srcPairs - 2;
+        axis_.walk(firstPair_, pairs_, [&](int index, int pairPhase) {
+            *tap++ = 2 * static_cast<uint32_t>(std::min(index, lastLeft));
+            *phase++ = index > lastLeft ? kRightOnly : static_cast<uint8_t>(pairPhase);
+        });
+        return table_.padded(pairs_);
+    }
+
+    const Axis& axis_;
+    int firstPair_;
     int pairs_;
-    int interior_ = 0;
-    uint32_t tap_[kStripColumns];
-    uint8_t phase_[kStripColumns];
+    ColumnTable table_;
+    std::optional<PlannedColumns<PairKernels, PairPlan>> columns_;
 };
+
+SourceRows sourceRows(const Axis& rowAxis, int y) {
+    const int iy = rowAxis.index(y);
+    return {iy, rowAxis.phase(y) == 0 ? iy : iy + 1};
+}
 
 void scaleStrip(const ScaleSliceArgs& args, const ChromaStrip& strip, const Axis& rowAxis,
                 const RowRange& rows, uint8_t* dst) {
-    const ChromaKernels& kernels = activeKernels();
-    RowRing<uint8_t, 2, 2 * kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        return ring.row(std::min(srcRow, args.srcHeight - 1), [&](int index, uint8_t* out) {
-            strip.filter(kernels, args.src + std::ptrdiff_t{index} * args.srcStride, out);
-        });
+    RowRing<uint8_t, 2, 2 * kStripColumns> ring(args.srcHeight, rows.upward);
+    const auto source = [&](int row) { return args.src + std::ptrdiff_t{row} * args.srcStride; };
+    const auto filter = [&](int row, int next, uint8_t* out) {
+        strip.filter(source(row), source(next), out);
     };
     for (int i = 0; i < rows.count; ++i) {
         const int y = rows.row(i);
-        const int iy = rowAxis.index(y);
-        const uint8_t* const row0 = filtered(iy);
-        const uint8_t* const row1 = filtered(iy + 1);
-        kernels.blendRows(row0, row1, rowAxis.phase(y), dst + std::ptrdiff_t{y} * args.dstStride,
-                          strip.pairs());
+        uint8_t* const out = dst + std::ptrdiff_t{y} * args.dstStride;
+        const uint8_t* taps[2];
+        ring.fetch(sourceRows(rowAxis, y), sourceRows(rowAxis, rows.row(i + 1)), taps, filter);
+        if (rowAxis.phase(y) == 0) {
+            std::copy_n(taps[0], 2 * strip.pairs(), out);
+        } else {
+            activeKernels().blendRows(taps, rowAxis.phase(y), out, strip.pairs());
+        }
     }
 }
 
@@ -72,8 +93,13 @@ int scaleBand(const ScaleSliceArgs& args, int band) {
     const RowRange rows = quarterBand(band, args.dstHeight);
     const Axis pairAxis(args.srcWidth, args.dstWidth, kPosition8192);
     const Axis rowAxis(args.srcHeight, args.dstHeight, kPosition8192);
-    for (int x = 0; x < args.dstWidth; x += kStripColumns) {
-        const ChromaStrip strip(pairAxis, x, std::min(kStripColumns, args.dstWidth - x), args.srcWidth);
+    if (pairAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
+        decimateRows<2>(args, rows, pairAxis.wholeStep(), rowAxis.wholeStep());
+        return 0;
+    }
+    const int step = stripColumns(args.dstWidth);
+    for (int x = 0; x < args.dstWidth; x += step) {
+        const ChromaStrip strip(pairAxis, x, std::min(step, args.dstWidth - x), args.srcWidth);
         scaleStrip(args, strip, rowAxis, rows, args.dst + 2 * std::ptrdiff_t{x});
     }
     return 0;
@@ -106,15 +132,21 @@ int interpolateBLUV_neon_4(unsigned char* src, unsigned char* dst, int srcWidth,
 
 void bilinear_neon(const unsigned char* phaseX, int groups, const unsigned int* tapX,
                    const unsigned char* row0, const unsigned char* row1, unsigned char* out, int phaseY) {
-    constexpr int kLanes = 8;
-    const ChromaKernels& kernels = activeKernels();
-    for (int group = 0; group < groups; ++group) {
-        uint8_t filtered[2][2 * kLanes];
-        kernels.filterRow(row0, tapX, phaseX, filtered[0], kLanes);
-        kernels.filterRow(row1, tapX, phaseX, filtered[1], kLanes);
-        kernels.blendRows(filtered[0], filtered[1], phaseY, out, kLanes);
-        tapX += kLanes;
-        phaseX += kLanes;
-        out += 2 * kLanes;
+    const PairKernels& kernels = activeKernels();
+    const uint8_t* const sources[2] = {row0, row1};
+    int left = 8 * std::max(groups, 0);
+    while (left > 0) {
+        const int pairs = std::min(left, kStripColumns);
+        ColumnTable table;
+        std::copy_n(tapX, pairs, table.tap);
+        std::copy_n(phaseX, pairs, table.phase);
+        uint8_t filtered[2][2 * kStripColumns];
+        filterAnyTaps<PairKernels, PairPlan>(kernels, table.padded(pairs), sources, filtered);
+        const uint8_t* const rows[2] = {filtered[0], filtered[1]};
+        kernels.blendRows(rows, phaseY, out, pairs);
+        tapX += pairs;
+        phaseX += pairs;
+        out += 2 * pairs;
+        left -= pairs;
     }
 }

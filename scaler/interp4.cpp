@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "scaler/bands.h"
 #include "scaler/bilinear_pairs.h"
+#include "scaler/bilinear_pairs_kernels.h"
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
+#include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
 
 namespace vantor {
@@ -18,8 +21,13 @@ constexpr FourTapFilter kFilter = makeFourTapFilter();
 /// Sources smaller than this, in either direction, cannot hold all four taps.
 constexpr int kTaps = 4;
 
-const FourTapKernels& activeKernels() {
+const FourTapKernels& lumaKernels(const int16_t* coefficients) {
     static const FourTapKernels& kernels = bestTable(kFourTapTables);
+    return fitBytes(coefficients) ? kernels : kFourTapPlain;
+}
+
+const PairKernels& pairKernels() {
+    static const PairKernels& kernels = bestTable(kRoundedPairsTables);
     return kernels;
 }
 
@@ -35,15 +43,24 @@ public:
               kUnit / static_cast<double>(static_cast<float>(dstSize) / static_cast<float>(cropSize)) +
               0.5)) {}
 
-    int64_t position(int i) const {
-        const int64_t rounded = (origin_ + i * step_ + 4096) >> 13;
-        return std::min(std::max<int64_t>(rounded, 32), int64_t{32} * srcSize_ - 65);
+    int64_t position(int i) const { return inside(origin_ + i * step_); }
+
+    /// Calls `store(position)` for `count` columns from `first` on, `every` columns apart.
+    template <typename Store>
+    void walk(int first, int count, int every, Store&& store) const {
+        int64_t exact = origin_ + first * step_;
+        for (int i = 0; i < count; ++i, exact += every * step_) store(inside(exact));
     }
 
     int srcSize() const { return srcSize_; }
 
 private:
     static constexpr int kUnit = 262144;
+
+    int64_t inside(int64_t exact) const {
+        return std::min(std::max<int64_t>((exact + 4096) >> 13, 32), int64_t{32} * srcSize_ - 65);
+    }
+
     int srcSize_;
     int64_t origin_;
     int64_t step_;
@@ -61,25 +78,18 @@ struct Plane {
 /// Consecutive output columns of the luma with their taps and filter rows.
 class FourTapStrip {
 public:
-    FourTapStrip(const FourTapAxis& axis, int firstColumn, int columns)
-        : columns_(columns), srcWidth_(axis.srcSize()) {
-        for (int i = 0; i < columns; ++i) {
-            const int64_t position = axis.position(firstColumn + i);
-            tap_[i] = static_cast<uint32_t>((position >> 5) - 1 + (isNarrow() ? kPadding : 0));
-            phase_[i] = static_cast<uint8_t>(position & 31);
-        }
-    }
+    FourTapStrip(const FourTapKernels& kernels, const FourTapAxis& axis, int firstColumn, int columns,
+                 const int16_t* coefficients)
+        : srcWidth_(axis.srcSize()), columns_(kernels, taps(axis, firstColumn, columns), coefficients) {}
 
-    int columns() const { return columns_; }
-
-    void filter(const uint8_t* row, const int16_t* coefficients, int16_t* out) const {
+    void filter(const uint8_t* row, const uint8_t* next, int16_t* out) const {
         uint8_t padded[2 * kPadding];
         if (isNarrow()) {
             for (int i = 0; i < 2 * kPadding; ++i)
                 padded[i] = row[std::clamp(i - kPadding, 0, srcWidth_ - 1)];
             row = padded;
         }
-        activeKernels().filterRow(row, tap_, phase_, coefficients, out, columns_);
+        columns_.filter(row, next, out);
     }
 
 private:
@@ -88,10 +98,20 @@ private:
 
     bool isNarrow() const { return srcWidth_ < kTaps; }
 
-    int columns_;
+    ColumnTaps taps(const FourTapAxis& axis, int firstColumn, int columns) {
+        uint32_t* tap = table_.tap;
+        uint8_t* phase = table_.phase;
+        const int offset = isNarrow() ? kPadding - 1 : -1;
+        axis.walk(firstColumn, columns, 1, [&](int64_t position) {
+            *tap++ = static_cast<uint32_t>((position >> 5) + offset);
+            *phase++ = static_cast<uint8_t>(position & 31);
+        });
+        return table_.padded(columns);
+    }
+
     int srcWidth_;
-    uint32_t tap_[kStripColumns];
-    uint8_t phase_[kStripColumns];
+    ColumnTable table_;
+    PlannedColumns<FourTapKernels, FourTapPlan> columns_;
 };
 
 /// A rectangle of destination samples, one row `stride` bytes behind the other.
@@ -106,27 +126,43 @@ struct Target {
     uint8_t* row(int y) const { return data + std::ptrdiff_t{y} * stride; }
 };
 
-void scaleLumaStrip(const Plane& src, const Target& dst, const int16_t* coefficients,
-                    const FourTapStrip& strip, const FourTapAxis& rowAxis, int firstColumn) {
-    RowRing<int16_t, 4, kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        return ring.row(std::clamp(srcRow, 0, src.height - 1),
-                        [&](int index, int16_t* out) { strip.filter(src.row(index), coefficients, out); });
+/// As at phase 0 of the scaler's own filter.
+bool isSecondTapOnly(const int16_t* weights) {
+    return weights[0] == 0 && weights[1] == 4096 && weights[2] == 0 && weights[3] == 0;
+}
+
+void scaleLumaStrip(const FourTapKernels& kernels, const Plane& src, const Target& dst,
+                    const int16_t* coefficients, const FourTapStrip& strip, const FourTapAxis& rowAxis,
+                    int firstColumn, int columns) {
+    RowRing<int16_t, 4, kFourTapColumns> ring(src.height, false);
+    const auto weights = [&](int y) { return coefficients + kTaps * (rowAxis.position(y) & 31); };
+    const auto sourceRows = [&](int y) {
+        const int i = static_cast<int>(rowAxis.position(y) >> 5);
+        return isSecondTapOnly(weights(y)) ? SourceRows{i, i} : SourceRows{i - 1, i + 2};
     };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
-        const int64_t position = rowAxis.position(y);
-        const int i = static_cast<int>(position >> 5);
-        const int16_t* const taps[kTaps] = {filtered(i - 1), filtered(i), filtered(i + 1), filtered(i + 2)};
-        activeKernels().blendRows(taps, coefficients + kTaps * (position & 31), dst.row(y) + firstColumn,
-                                  strip.columns());
+        uint8_t* const out = dst.row(y) + firstColumn;
+        const SourceRows rows = sourceRows(y);
+        const int16_t* taps[kTaps];
+        ring.fetch(rows, sourceRows(y + 1), taps, [&](int row, int next, int16_t* filtered) {
+            strip.filter(src.row(row), src.row(next), filtered);
+        });
+        if (rows.first == rows.last) {
+            kernels.roundRow(taps[0], out, columns);
+        } else {
+            kernels.blendRows(taps, weights(y), out, columns);
+        }
     }
 }
 
 void scaleLuma(const Plane& src, const Target& dst, const int16_t* coefficients,
                const FourTapAxis& columnAxis, const FourTapAxis& rowAxis) {
-    for (int x = dst.firstColumn; x < dst.endColumn; x += kStripColumns) {
-        const FourTapStrip strip(columnAxis, x, std::min(kStripColumns, dst.endColumn - x));
-        scaleLumaStrip(src, dst, coefficients, strip, rowAxis, x);
+    const FourTapKernels& kernels = lumaKernels(coefficients);
+    const int step = stripColumns(dst.endColumn - dst.firstColumn, kFourTapColumns);
+    for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
+        const int columns = std::min(step, dst.endColumn - x);
+        const FourTapStrip strip(kernels, columnAxis, x, columns, coefficients);
+        scaleLumaStrip(kernels, src, dst, coefficients, strip, rowAxis, x, columns);
     }
 }
 
@@ -153,21 +189,29 @@ struct ChromaPosition {
 class PairStrip {
 public:
     PairStrip(const Plane& src, const FourTapAxis& axis, int firstPair, int pairs)
-        : src_(src), planeBytes_((int64_t{src.width} * src.height) >> 1), pairs_(pairs) {
-        for (int i = 0; i < pairs; ++i) {
-            const ChromaPosition position(axis, firstPair + i);
-            left_[i] = 2 * static_cast<uint32_t>(position.left);
-            right_[i] = 2 * static_cast<uint32_t>(position.right);
-            weight_[i] = static_cast<uint8_t>(position.weight);
-        }
+        : src_(src),
+          planeBytes_((int64_t{src.width} * src.height) >> 1),
+          axis_(axis),
+          firstPair_(firstPair),
+          pairs_(pairs) {
+        uint32_t* tap = table_.tap;
+        uint8_t* phase = table_.phase;
+        axis.walk(2 * firstPair, pairs, 2, [&](int64_t position) {
+            *tap++ = 2 * static_cast<uint32_t>(position >> 6);
+            *phase++ = static_cast<uint8_t>(position & 63);
+        });
+        if (src.width >= kTaps) columns_.emplace(pairKernels(), table_.padded(pairs));
     }
 
     int pairs() const { return pairs_; }
 
-    void filter(int row, uint8_t* out) const {
-        const int64_t lastByte = offset(row, left_[pairs_ - 1] + 3);
-        if (src_.width >= kTaps && lastByte < planeBytes_) {
-            activeKernels().filterPairs(src_.row(row), left_, weight_, out, pairs_);
+    /// With an odd height the last row is not whole.
+    int planeRows() const { return (src_.height + 1) / 2; }
+
+    void filter(int row, int next, uint8_t* out) const {
+        const int64_t lastByte = offset(row, table_.tap[pairs_ - 1] + 3);
+        if (columns_ && lastByte < planeBytes_) {
+            columns_->filter(src_.row(row), src_.row(next), out);
         } else {
             for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);
         }
@@ -179,41 +223,50 @@ private:
     /// For rows whose samples may lie behind the plane's last byte: there the row above stands for this one,
     /// and the left neighbour for the right one. A plane too small for any sample is neutral.
     uint8_t sampleAtPlaneEnd(int row, int pair, uint32_t component) const {
-        const uint32_t left = left_[pair] + component;
-        const uint32_t right = right_[pair] + component;
+        const ChromaPosition position(axis_, firstPair_ + pair);
+        const uint32_t left = 2 * static_cast<uint32_t>(position.left) + component;
+        const uint32_t right = 2 * static_cast<uint32_t>(position.right) + component;
         while (row > 0 && offset(row, left) >= planeBytes_) --row;
         if (offset(row, left) >= planeBytes_) return 128;
         const uint8_t* samples = src_.row(row);
         return between<6, 32>(samples[left], samples[offset(row, right) < planeBytes_ ? right : left],
-                              weight_[pair]);
+                              position.weight);
     }
 
     Plane src_;
     int64_t planeBytes_;
+    const FourTapAxis& axis_;
+    int firstPair_;
     int pairs_;
-    uint32_t left_[kStripColumns];
-    uint32_t right_[kStripColumns];
-    uint8_t weight_[kStripColumns];
+    ColumnTable table_;
+    std::optional<PlannedColumns<PairKernels, PairPlan>> columns_;
 };
 
 void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAxis& rowAxis, int firstPair) {
-    RowRing<uint8_t, 2, 2 * kStripColumns> ring;
-    const auto filtered = [&](int srcRow) {
-        return ring.row(srcRow, [&](int row, uint8_t* out) { strip.filter(row, out); });
+    RowRing<uint8_t, 2, 2 * kStripColumns> ring(strip.planeRows(), false);
+    const auto sourceRows = [&](int y) {
+        const ChromaPosition position(rowAxis, y);
+        return SourceRows{position.left, position.weight == 0 ? position.left : position.right};
     };
     for (int y = dst.firstRow; y < dst.endRow; ++y) {
-        const ChromaPosition position(rowAxis, y);
-        const uint8_t* const upper = filtered(position.left);
-        const uint8_t* const lower = filtered(position.right);
-        activeKernels().blendPairs(upper, lower, position.weight, dst.row(y) + 2 * std::ptrdiff_t{firstPair},
-                                   strip.pairs());
+        uint8_t* const out = dst.row(y) + 2 * std::ptrdiff_t{firstPair};
+        const SourceRows rows = sourceRows(y);
+        const uint8_t* taps[2];
+        ring.fetch(rows, sourceRows(y + 1), taps,
+                   [&](int row, int next, uint8_t* filtered) { strip.filter(row, next, filtered); });
+        if (rows.first == rows.last) {
+            std::copy_n(taps[0], 2 * strip.pairs(), out);
+        } else {
+            pairKernels().blendRows(taps, ChromaPosition(rowAxis, y).weight, out, strip.pairs());
+        }
     }
 }
 
 void scaleChroma(const Plane& src, const Target& dst, const FourTapAxis& columnAxis,
                  const FourTapAxis& rowAxis) {
-    for (int x = dst.firstColumn; x < dst.endColumn; x += kStripColumns) {
-        const PairStrip strip(src, columnAxis, x, std::min(kStripColumns, dst.endColumn - x));
+    const int step = stripColumns(dst.endColumn - dst.firstColumn);
+    for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
+        const PairStrip strip(src, columnAxis, x, std::min(step, dst.endColumn - x));
         scaleChromaStrip(dst, strip, rowAxis, x);
     }
 }

@@ -1,36 +1,64 @@
-// The vector stages of the four-tap family, one table an instruction set. All tables give the same bytes.
+// The vector stages of the four-tap luma filter, one table an instruction set. All tables give the same
+// bytes.
 #pragma once
 
 #include <cstdint>
 
 #include "processor/instruction_set.h"
+#include "scaler/gather_windows.h"
 
 namespace vantor {
+
+/// The most columns of a strip: fewer than elsewhere, as each takes more memory.
+constexpr int kFourTapColumns = 512;
+
+/// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
+/// the taps and the coefficients; what the others lay down is their own business.
+struct FourTapPlan {
+    ColumnTaps taps;
+    const int16_t* coefficients;
+    ElementPlan elements;
+    alignas(64) int8_t weights[8 * kFourTapColumns];
+};
+
+/// Whether each row of `coefficients` can be taken apart into two bytes a weight: (w + 32) >> 6 sums to 126
+/// or less in magnitude, as it does for filters that amplify by less than two.
+bool fitBytes(const int16_t* coefficients);
 
 struct FourTapKernels {
     InstructionSet set;
 
-    /// Luma, horizontal stage: out[i] = (sum of weight x sample over row[tap[i]] to row[tap[i] + 3] + 128) >>
-    /// 8, saturated to 16 bits: 1/16 of a level for weights that sum to 4096. The four weights are row
-    /// `phase[i]` (0 to 31) of `coefficients`, any 16-bit values. Nothing behind row[tap[i] + 3] is read.
-    void (*filterRow)(const uint8_t* row, const uint32_t* tap, const uint8_t* phase,
-                      const int16_t* coefficients, int16_t* out, int columns);
+    /// Plans the columns. The four weights of a column are row phase[i] (0 to 31) of `coefficients`. The
+    /// plain table takes any 16-bit values, the others those that fitBytes lets pass. Returns false where the
+    /// taps are too close together or too far apart for the table's vectors; the plain table takes all.
+    bool (*plan)(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan);
 
-    /// Luma, vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The sum wraps at 32
-    /// bits, the rounding does not.
+    /// Horizontal stage: out[i] = (sum of weight x sample over row[tap[i]] to row[tap[i] + 3] + 128) >> 8,
+    /// saturated to 16 bits: 1/16 of a level for weights that sum to 4096. Nothing of the row before tap[0]
+    /// or behind tap[columns - 1] + 3 is read. `next` is the row that is likely to be filtered next. Padding
+    /// columns of `out` may be written.
+    void (*filterRow)(const FourTapPlan& plan, const uint8_t* row, const uint8_t* next, int16_t* out);
+
+    /// Vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The sum wraps at 32 bits,
+    /// the rounding does not. Padding columns of the rows are read, those of `out` are not written.
     void (*blendRows)(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns);
 
-    /// Chroma, horizontal stage: pair i lies between the pair at row[tap[i]] and the one behind it, at
-    /// weight[i] in 1/64, rounded. Nothing behind row[tap[i] + 3] is read.
-    void (*filterPairs)(const uint8_t* row, const uint32_t* tap, const uint8_t* weight, uint8_t* out,
-                        int pairs);
-
-    /// Chroma, vertical stage between two filtered rows, at one weight in 1/64, rounded.
-    void (*blendPairs)(const uint8_t* row0, const uint8_t* row1, int weight, uint8_t* out, int pairs);
+    /// The vertical stage where it has one tap of weight 4096: (row + 8) >> 4, saturated to 0..255.
+    void (*roundRow)(const int16_t* row, uint8_t* out, int columns);
 };
 
 extern const FourTapKernels kFourTapPlain;
+#if defined(__x86_64__)
+extern const FourTapKernels kFourTapAvx2;
+extern const FourTapKernels kFourTapAvx512;
+#endif
 
-constexpr const FourTapKernels* kFourTapTables[] = {&kFourTapPlain};
+constexpr const FourTapKernels* kFourTapTables[] = {
+    &kFourTapPlain,
+#if defined(__x86_64__)
+    &kFourTapAvx2,
+    &kFourTapAvx512,
+#endif
+};
 
 }  // namespace vantor

@@ -1,16 +1,23 @@
 #include <algorithm>
+#include <cstdlib>
 
-#include "scaler/bilinear_pairs.h"
+#include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
 
 namespace vantor {
 namespace {
 
-void filterRow(const uint8_t* row, const uint32_t* tap, const uint8_t* phase, const int16_t* coefficients,
-               int16_t* out, int columns) {
-    for (int i = 0; i < columns; ++i) {
-        const uint8_t* s = row + tap[i];
-        const int16_t* w = coefficients + 4 * phase[i];
+bool plan(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan) {
+    plan.taps = taps;
+    plan.coefficients = coefficients;
+    return true;
+}
+
+void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* /*next*/, int16_t* out) {
+    const ColumnTaps& taps = plan.taps;
+    for (int i = 0; i < taps.columns; ++i) {
+        const uint8_t* s = row + taps.tap[i];
+        const int16_t* w = plan.coefficients + 4 * taps.phase[i];
         const int sum = w[0] * s[0] + w[1] * s[1] + w[2] * s[2] + w[3] * s[3];
         out[i] = static_cast<int16_t>(std::clamp((sum + 128) >> 8, INT16_MIN, INT16_MAX));
     }
@@ -29,9 +36,21 @@ void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* ou
     }
 }
 
+void roundRow(const int16_t* row, uint8_t* out, int columns) {
+    for (int i = 0; i < columns; ++i) out[i] = static_cast<uint8_t>(std::clamp((row[i] + 8) >> 4, 0, 255));
+}
+
 }  // namespace
 
-const FourTapKernels kFourTapPlain = {InstructionSet::Plain, filterRow, blendRows, filterPairs<6, 32>,
-                                      blendPairs<6, 32>};
+bool fitBytes(const int16_t* coefficients) {
+    for (const int16_t* row = coefficients; row != coefficients + 4 * kFourTapPhases; row += 4) {
+        int sum = 0;
+        for (int tap = 0; tap < 4; ++tap) sum += std::abs((row[tap] + 32) >> 6);
+        if (sum > 126) return false;
+    }
+    return true;
+}
+
+const FourTapKernels kFourTapPlain = {InstructionSet::Plain, plan, filterRow, blendRows, roundRow};
 
 }  // namespace vantor

@@ -1,12 +1,16 @@
 #!/bin/sh
-# setup.sh [--all]: installs what the build, the tool and the native tests need, with --all also what the whole test
-# matrix needs. Only missing packages are installed, and nothing is done where none is missing.
+# setup.sh [--all|--bench|--count]: installs what the build, the tool and the native tests need; also, with --all what
+# the whole test matrix needs, with --bench the libraries that the benchmarks compare with, with --count what counts
+# instructions. Only missing packages are installed, and nothing is done where none is missing.
 set -eu
-packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libyuv-dev nlohmann-json3-dev googletest python3"
-if [ "${1:-}" = --all ]; then
-    packages="$packages clang clang-format libclang-rt-14-dev lld g++-arm-linux-gnueabi g++-aarch64-linux-gnu"
-    packages="$packages hidl-gen qemu-user"
-fi
+packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libxxhash-dev libyaml-cpp-dev"
+packages="$packages libyuv-dev nlohmann-json3-dev googletest python3"
+emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
+case ${1:-} in
+--all) packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen $emulated" ;;
+--bench) packages="$packages libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config" ;;
+--count) packages="$packages $emulated" ;;
+esac
 
 missing=
 for package in $packages; do

@@ -1,10 +1,15 @@
 // The choice among kernel tables, and the vector kernels.
 
+#include <numeric>
+
 #include "scaler/bicubic_luma.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_chroma.h"
-#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/bilinear_pairs.h"
+#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
+#include "scaler/planned_columns.h"
 #include "tests/support.h"
 
 namespace vantor::test {
@@ -21,7 +26,8 @@ void reportTables(const char* family, const Kernels* const (&tables)[Count]) {
 
 TEST(Kernels, EveryTableHasItsTurn) {
     reportTables("bicubic luma", kLumaTables);
-    reportTables("bilinear chroma", kChromaTables);
+    reportTables("bilinear chroma, cut", kCutPairsTables);
+    reportTables("bilinear chroma, rounded", kRoundedPairsTables);
     reportTables("four-tap", kFourTapTables);
 }
 
@@ -36,50 +42,170 @@ TEST(Kernels, UsersLimitTheInstructionSets) {
     }
 }
 
-/// A row of which every tap may be the last byte before an unmapped page, and taps in any order that reach both ends.
-struct Columns {
-    Columns(Random& random, int count, int rowBytes, int phases)
-        : row(random.content(static_cast<size_t>(rowBytes)), Guard::Back),
-          tap(static_cast<size_t>(count)),
-          phase(static_cast<size_t>(count)) {
-        for (uint32_t& t : tap) t = static_cast<uint32_t>(random.between(0, rowBytes - 4));
-        for (uint8_t& p : phase) p = static_cast<uint8_t>(random.between(0, phases - 1));
-        if (count > 0) tap.front() = static_cast<uint32_t>(rowBytes - 4);
+/// Ascending columns at any ratio of sizes, and a row that begins and ends with their elements, next to unmapped pages.
+class Columns {
+public:
+    Columns(Random& random, int count, int phases, uint32_t elementStep) {
+        const double step = std::exp2(random.between(-30, 45) / 10.0);
+        for (int i = 0; i < count; ++i) {
+            table_.tap[i] = static_cast<uint32_t>(i * step) * elementStep;
+            table_.phase[i] = static_cast<uint8_t>(random.between(0, phases - 1));
+        }
+        taps = table_.padded(count);
+        row = random.content(table_.tap[count - 1] + 4);
     }
 
-    uint8_t* at(size_t i) { return row.data() + tap[i]; }
+    /// All `outputs` samples a column, filtered where the row touches the guard.
+    template <typename Plan, typename Sample, typename Kernels, typename... More>
+    std::vector<Sample> filter(const Kernels& kernels, Guard guard, int outputs, More... more) const {
+        GuardedPlane guarded(row, guard);
+        std::vector<Sample> out(static_cast<size_t>(outputs) * kStripColumns);
+        PlannedColumns<Kernels, Plan>(kernels, taps, more...).filter(guarded.data(), guarded.data(), out.data());
+        out.resize(static_cast<size_t>(outputs * taps.columns));
+        return out;
+    }
 
-    GuardedPlane row;
-    std::vector<uint32_t> tap;
-    std::vector<uint8_t> phase;
+    ColumnTaps taps;
+    std::vector<uint8_t> row;
+
+private:
+    ColumnTable table_;
 };
 
-int bilinear(int a, int b, int t, int bits, int bias) { return (((1 << bits) - t) * a + t * b + bias) >> bits; }
+/// Each vector table that this processor can run against the plain one, over columns of any number and place.
+template <typename Plan, typename Sample, typename Kernels, int Count, typename... More>
+void expectSameFilter(const Kernels* const (&tables)[Count], int phases, int outputs, More... more) {
+    Random random(seed());
+    for (int round = 0; round < 300; ++round) {
+        const int count = round < 200 ? round + 1 : random.between(1, kFourTapColumns);
+        const auto columns = std::make_unique<Columns>(random, count, phases, static_cast<uint32_t>(outputs));
+        const auto expected = columns->template filter<Plan, Sample>(*tables[0], Guard::Back, outputs, more...);
+        for (const Kernels* table : tables) {
+            if (table == tables[0] || !processorHas(table->set)) continue;
+            ASSERT_NE(table->filterRow, tables[0]->filterRow);
+            for (Guard guard : {Guard::Front, Guard::Back}) {
+                ASSERT_EQ((columns->template filter<Plan, Sample>(*table, guard, outputs, more...)), expected)
+                    << instructionSetName(table->set) << ", " << count << " columns, seed " << seed();
+            }
+        }
+    }
+}
+
+/// Rows in which each column is another of all combinations of `levels`.
+template <size_t Rows, typename Sample>
+std::vector<std::vector<Sample>> combinations(const std::vector<Sample>& levels) {
+    size_t columns = 1;
+    for (size_t row = 0; row < Rows; ++row) columns *= levels.size();
+    std::vector<std::vector<Sample>> rows(Rows, std::vector<Sample>(columns + kVectorColumns));
+    for (size_t column = 0; column < columns; ++column) {
+        for (size_t row = 0, rest = column; row < Rows; ++row, rest /= levels.size()) {
+            rows[row][column] = levels[rest % levels.size()];
+        }
+    }
+    return rows;
+}
+
+/// Blends the combinations by every table, one byte off alignment, up to a guard.
+template <size_t Rows, typename Sample, typename Kernels, int Count, typename Weight>
+void expectSameBlend(const Kernels* const (&tables)[Count], const std::vector<Sample>& levels,
+                     const std::vector<Weight>& weights, size_t samplesPerColumn) {
+    const auto samples = combinations<Rows>(levels);
+    const Sample* rows[Rows];
+    for (size_t row = 0; row < Rows; ++row) rows[row] = samples[row].data();
+    const size_t columns = (samples[0].size() - kVectorColumns) / samplesPerColumn;
+    GuardedPlane expected(columns * samplesPerColumn, Guard::Back), out(columns * samplesPerColumn, Guard::Back);
+    for (const Weight& weight : weights) {
+        tables[0]->blendRows(rows, weight, expected.data(), static_cast<int>(columns));
+        for (const Kernels* table : tables) {
+            if (table == tables[0] || !processorHas(table->set)) continue;
+            ASSERT_NE(table->blendRows, tables[0]->blendRows);
+            table->blendRows(rows, weight, out.data(), static_cast<int>(columns));
+            ASSERT_EQ(out.bytes(), expected.bytes()) << instructionSetName(table->set);
+        }
+    }
+}
+
+std::vector<int> upTo(int last) {
+    std::vector<int> values(static_cast<size_t>(last) + 1);
+    std::iota(values.begin(), values.end(), 0);
+    return values;
+}
+
+TEST(Kernels, VectorTablesFilterRowsAsThePlainOnesDo) {
+    Random random(seed());
+    std::vector<int16_t> coefficients(4 * kFourTapPhases);
+    for (size_t i = 0; i < coefficients.size(); i += 4) {
+        int left = 126;  // of the coarse weights
+        for (size_t tap = 0; tap < 4; ++tap) {
+            const int coarse = tap == 3 ? left : random.between(0, left);
+            left -= coarse;
+            const int sign = random.between(0, 1) ? 1 : -1;
+            coefficients[i + (tap + i / 4) % 4] = static_cast<int16_t>(sign * 64 * coarse + random.between(-32, 31));
+        }
+    }
+    ASSERT_TRUE(fitBytes(coefficients.data()));
+    expectSameFilter<LumaPlan, uint8_t>(kLumaTables, 32, 1);
+    expectSameFilter<PairPlan, uint8_t>(kCutPairsTables, 33, 2);
+    expectSameFilter<PairPlan, uint8_t>(kRoundedPairsTables, 65, 2);
+    expectSameFilter<FourTapPlan, int16_t>(kFourTapTables, kFourTapPhases, 1, coefficients.data());
+    expectSameFilter<FourTapPlan, int16_t>(kFourTapTables, kFourTapPhases, 1, makeFourTapFilter().data());
+}
+
+TEST(Kernels, VectorTablesBlendRowsAsThePlainOnesDo) {
+    const std::vector<uint8_t> levels = {0, 1, 2, 31, 64, 127, 128, 190, 250, 254, 255};
+    expectSameBlend<4>(kLumaTables, levels, upTo(31), 1);
+    const std::vector<int> bytes = upTo(255);
+    const std::vector<uint8_t> all(bytes.begin(), bytes.end());
+    expectSameBlend<2>(kCutPairsTables, all, upTo(32), 2);
+    expectSameBlend<2>(kRoundedPairsTables, all, upTo(64), 2);
+    const std::vector<int16_t> extremes = {INT16_MIN, INT16_MIN + 1, -4096, -1, 0, 1, 4080, INT16_MAX};
+    const auto weightRows = combinations<4>(std::vector<int16_t>{INT16_MIN, -256, 0, 1, 2304, INT16_MAX});
+    std::vector<std::array<int16_t, 4>> weights;
+    for (size_t i = 0; i + kVectorColumns < weightRows[0].size(); ++i) {
+        weights.push_back({weightRows[0][i], weightRows[1][i], weightRows[2][i], weightRows[3][i]});
+    }
+    std::vector<const int16_t*> pointers;
+    for (const auto& row : weights) pointers.push_back(row.data());
+    expectSameBlend<4>(kFourTapTables, extremes, pointers, 1);
+    std::vector<int16_t> words(65536 + kVectorColumns);
+    std::iota(words.begin(), words.end(), INT16_MIN);
+    GuardedPlane expected(65536, Guard::Back), out(65536, Guard::Back);
+    kFourTapPlain.roundRow(words.data(), expected.data(), 65536);
+    for (const FourTapKernels* table : kFourTapTables) {
+        if (!processorHas(table->set)) continue;
+        table->roundRow(words.data(), out.data(), 65536);
+        EXPECT_EQ(out.bytes(), expected.bytes());
+    }
+}
 
 TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
     Random random(seed());
-    for (int groups : {-1, 0, 1, 2, 3, 17}) {
-        const int count = std::max(0, 8 * groups);
-        const auto lanes = static_cast<size_t>(count);
-        Columns columns(random, count, 65539, 32);  // taps to 65535
-        std::vector<short> tap(columns.tap.begin(), columns.tap.end());
-        std::vector<short> phase(columns.phase.begin(), columns.phase.end());
-        uint8_t* const row = columns.row.data();
-        const int phaseY = random.between(0, 31);
-        const uint8_t zeros[65539] = {};
-        GuardedPlane flat({zeros, zeros + sizeof zeros}, Guard::Back);
-        GuardedPlane out(2 * lanes, Guard::Back);
-        allocate_cubicinterpolate_opt_asm_2(row, phase.data(), out.data(), groups, flat.data(), row, row, phaseY,
-                                            tap.data());
+    const auto cut = between<5, 0>;
+    const uint8_t zeros[65539] = {};
+    GuardedPlane flat({zeros, zeros + sizeof zeros}, Guard::Back);
+    for (int groups : {-1, 0, 1, 2, 3, 17, 130}) {
+        const auto lanes = static_cast<size_t>(std::max(0, 8 * groups));
+        GuardedPlane row(random.content(65539), Guard::Back);  // taps to 65535, the first one up to the guard
+        std::vector<uint32_t> tap(lanes);
+        std::vector<uint8_t> phase(lanes);
         for (size_t i = 0; i < lanes; ++i) {
-            const auto h = static_cast<uint8_t>(cubicinterpolate(columns.at(i), phase[i]));
+            tap[i] = i == 0 ? 65535 : static_cast<uint32_t>(random.between(0, 65535));
+            phase[i] = static_cast<uint8_t>(random.between(0, 31));
+        }
+        const std::vector<short> shortTap(tap.begin(), tap.end()), shortPhase(phase.begin(), phase.end());
+        const int phaseY = random.between(0, 31);
+        GuardedPlane out(2 * lanes, Guard::Back);
+        allocate_cubicinterpolate_opt_asm_2(row.data(), shortPhase.data(), out.data(), groups, flat.data(), row.data(),
+                                            row.data(), phaseY, shortTap.data());
+        for (size_t i = 0; i < lanes; ++i) {
+            const auto h = static_cast<uint8_t>(cubicinterpolate(row.data() + tap[i], phase[i]));
             uint8_t vertical[] = {h, 0, h, h};
             ASSERT_EQ(out.data()[i], cubicinterpolate(vertical, phaseY));
         }
-        bilinear_neon(columns.phase.data(), groups, columns.tap.data(), row, flat.data(), out.data(), phaseY);
+        bilinear_neon(phase.data(), groups, tap.data(), row.data(), flat.data(), out.data(), phaseY);
         for (size_t i = 0; i < 2 * lanes; ++i) {
-            const uint8_t* p = columns.at(i / 2) + i % 2;
-            ASSERT_EQ(out.data()[i], bilinear(bilinear(p[0], p[2], columns.phase[i / 2], 5, 0), 0, phaseY, 5, 0));
+            const uint8_t* p = row.data() + tap[i / 2] + i % 2;
+            ASSERT_EQ(out.data()[i], cut(cut(p[0], p[2], phase[i / 2]), 0, phaseY));
         }
     }
 }

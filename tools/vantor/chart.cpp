@@ -63,8 +63,9 @@ Color chartColor(double x, double y, double width, double height) {
 int run(const ChartOptions& options) {
     const FileForm form = fileForm(options.output, options.form);
     const Size size = parseSize("--size", options.size);
-    const Layout layout = form.layout.value_or(Layout::Rgb);
-    checkOutput(form, "--size", layout, size);
+    const Layout layout = writtenLayout(form, Layout::Rgb);
+    writtenShape(form, "--size", layout, size);
+    if (isSubsampled(layout)) checkEven("--size", size);
     Picture chart = makePicture(Layout::Rgb, size);
     uint8_t* out = chart.bytes.data();
     for (int y = 0; y < size.height; ++y) {
@@ -86,7 +87,8 @@ void addChart(CLI::App& app, Run& run) {
     CLI::App* command = app.add_subcommand("chart", "Draw a test chart in which scaling faults show");
     command->add_option("-o,--output", options->output, "Chart; its name says the file type")->required();
     command->add_option("--size", options->size, "Size of the chart")->capture_default_str();
-    command->add_option("--output-format", options->form.format, "Layout of a raw chart: nv12, i420 or gray");
+    command->add_option("--output-format", options->form.format,
+                        "Layout of a raw chart: nv12, nv21, i420 or gray");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

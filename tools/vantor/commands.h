@@ -17,6 +17,7 @@ void addGrid(CLI::App& app, Run& run);
 void addExplain(CLI::App& app, Run& run);
 void addCrosscheck(CLI::App& app, Run& run);
 void addCompare(CLI::App& app, Run& run);
+void addView(CLI::App& app, Run& run);
 void addChart(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
 

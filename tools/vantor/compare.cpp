@@ -2,12 +2,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "tools/vantor/commands.h"
 #include "tools/vantor/difference.h"
+#include "tools/vantor/heatmap.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/json.h"
 
 namespace vantor::tool {
 namespace {
@@ -17,6 +19,7 @@ struct CompareOptions {
     std::string b;
     FormOptions form{"--input", {}, {}};
     int tolerance = 0;
+    std::string heatmap;
     bool json = false;
 };
 
@@ -38,21 +41,23 @@ void report(const CompareOptions& options, const std::vector<Difference>& differ
     nlohmann::ordered_json json{
         {"a", options.a}, {"b", options.b}, {"tolerance", options.tolerance}, {"identical", identical}};
     for (const Difference& difference : differences) json["components"].push_back(toJson(difference));
-    std::printf("%s\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    printDocument(json);
 }
 
 int run(const CompareOptions& options) {
-    // Of a PNG and a raw file, the options speak of the raw one.
-    const bool areAlike = isPngName(options.a) == isPngName(options.b);
-    const auto formOf = [&](const std::string& path) {
-        return fileForm(path, areAlike || !isPngName(path) ? options.form : FormOptions{"--input", {}, {}});
-    };
-    const Picture a = readPicture(formOf(options.a));
-    const Picture b = readPicture(formOf(options.b));
+    const Picture a = readPicture(fileFormInPair(options.a, options.b, options.form));
+    const Picture b = readPicture(fileFormInPair(options.b, options.a, options.form));
     if (!areComparable(a, b)) {
         throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " +
                         toString(a.layout) + ", " + options.b + " is " + toString(b.size) + " " +
                         toString(b.layout));
+    }
+    if (options.heatmap == options.a || options.heatmap == options.b) {
+        throw UserError("--heatmap " + options.heatmap + ": expected another file than the pictures");
+    }
+    if (!options.heatmap.empty()) {
+        const std::string title = "difference of " + options.a + " and " + options.b;
+        writeWhole(options.heatmap, heatmap(a, b, options.tolerance, title));
     }
     const std::vector<Difference> differences = measure(a, b);
     const bool identical = std::all_of(differences.begin(), differences.end(),
@@ -71,6 +76,10 @@ void addCompare(CLI::App& app, Run& run) {
     command
         ->add_option("--tolerance", options->tolerance, "Largest difference that still counts as identical")
         ->check(CLI::Range(0, 255));
+    command->add_option(
+        "--heatmap", options->heatmap,
+        "PNG to draw the differences to: a colour a doubling, explained below the picture; black "
+        "where identical");
     addFormOptions(*command, options->form);
     command->add_flag("--json", options->json, "Write the result as JSON");
     command->footer("Exit status: 0 identical, 1 different, 2 trouble.");

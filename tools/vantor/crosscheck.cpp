@@ -45,14 +45,16 @@ Check warping(const CrosscheckOptions& options, Picture input) {
             return hardware::vantorClient::runGDCGrid(dst, src, grid, format, target);
         };
     };
-    return {convert(onFrame(options.input, std::move(input), frame), working), frame,
-            on(hardware::GDC_C_MODEL), on(hardware::GDC_HW)};
+    return {onFrame(options.input, std::move(input), frame, working), frame, on(hardware::GDC_C_MODEL),
+            on(hardware::GDC_HW)};
 }
 
 int run(const CrosscheckOptions& options) {
     if (options.size.empty() == !options.warp.isGiven()) {
         throw UserError(
-            "expected --size for a scaling request, or --grid or a described warp for a warping request");
+            "expected --size for a scaling request, or --grid, --calibration or a described warp for a "
+            "warping "
+            "request");
     }
     Picture input = readPicture(fileForm(options.input, options.form));
     const Check check =

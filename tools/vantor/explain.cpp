@@ -105,7 +105,7 @@ int run(const ExplainCommand& command) {
                         std::to_string(size.height - 1));
     }
     const Size frameSize = warpFrame(command.input, size);
-    Picture picture = convert(onFrame(command.input, std::move(input), frameSize), Layout::Nv12);
+    Picture picture = onFrame(command.input, std::move(input), frameSize, Layout::Nv12);
     const Grid grid = gridFrom(command.warp, size, frameSize);
     const ModelSource src(picture);
     const GdcFrame frame = modelFrame(frameSize);

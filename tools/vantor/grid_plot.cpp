@@ -1,110 +1,152 @@
 #include "tools/vantor/grid_plot.h"
 
-#include <cairo.h>
-
 #include <algorithm>
-#include <memory>
+#include <cmath>
 
-#include "gdc_model/grid_interp.h"
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/drawing.h"
+#include "tools/vantor/grid_mesh.h"
 
 namespace vantor::tool {
 namespace {
 
-/// Room around the picture, as a part of its width, for nodes that point outside.
-constexpr double kMargin = 0.1;
+/// Room around the picture, as a part of it, for nodes that point outside.
+constexpr double kAround = 0.1;
 
-cairo_status_t append(void* bytes, const unsigned char* data, unsigned int length) {
-    auto* out = static_cast<std::vector<uint8_t>*>(bytes);
-    out->insert(out->end(), data, data + length);
-    return CAIRO_STATUS_SUCCESS;
+/// The largest plot, and what stands around it, in pixels of the drawing.
+constexpr double kPlotWidth = 1400;
+constexpr double kPlotHeight = 1000;
+constexpr double kLeft = 80;
+constexpr double kRight = 30;
+constexpr double kTop = 116;
+constexpr double kBottom = 64;
+constexpr double kNarrowest = 900;  ///< that holds the text
+
+constexpr double kTextSize = 15;
+constexpr double kTickLength = 6;
+
+constexpr uint32_t kInk = 0x303030;
+constexpr uint32_t kPaper = 0xEEF1F7;
+constexpr uint32_t kMeshInk = 0x1A40B3;
+constexpr uint32_t kArrowInk = 0xD2551E;
+
+/// The largest of 1, 2 and 5 times a power of ten that is not above a length.
+double roundLength(double length) {
+    const double power = std::pow(10, std::floor(std::log10(length)));
+    for (const double digit : {5.0, 2.0}) {
+        if (digit * power <= length) return digit * power;
+    }
+    return power;
 }
 
-/// Draws in pixels of the picture, scaled down so that picture and margin fill the plot.
+std::string inDigits(double number) {
+    char digits[32];
+    std::snprintf(digits, sizeof digits, "%g", number);
+    return digits;
+}
+
 class Plot {
 public:
-    explicit Plot(Size frame)
-        : frame_(frame),
-          surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, frame.width, frame.height),
-                   cairo_surface_destroy),
-          cairo_(cairo_create(surface_.get()), cairo_destroy) {
-        cairo_set_source_rgb(cairo_.get(), 1, 1, 1);
-        cairo_paint(cairo_.get());
-        const double scale = 1 / (1 + 2 * kMargin);
-        cairo_translate(cairo_.get(), frame.width * kMargin * scale, frame.height * kMargin * scale);
-        cairo_scale(cairo_.get(), scale, scale);
-        cairo_set_line_join(cairo_.get(), CAIRO_LINE_JOIN_ROUND);
-    }
+    Plot(const Grid& grid, Size frame, double exaggeration)
+        : grid_(grid),
+          frame_(frame),
+          exaggeration_(exaggeration),
+          scale_(std::min(kPlotWidth / frame.width, kPlotHeight / frame.height) / (1 + 2 * kAround)),
+          area_{scale_ * frame.width * (1 + 2 * kAround), scale_ * frame.height * (1 + 2 * kAround)},
+          width_(std::max(kLeft + area_.x + kRight, kNarrowest)),
+          drawing_(static_cast<int>(std::lround(width_)),
+                   static_cast<int>(std::lround(kTop + area_.y + kBottom))) {}
 
-    void text(const std::string& title) {
-        cairo_set_source_rgb(cairo_.get(), 0.2, 0.2, 0.2);
-        cairo_select_font_face(cairo_.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
-        cairo_set_font_size(cairo_.get(), frame_.height * kMargin * 0.4);
-        cairo_move_to(cairo_.get(), 0, -frame_.height * kMargin * 0.4);
-        cairo_show_text(cairo_.get(), title.c_str());
-    }
-
-    void outline() {
-        color(0.93, 0.94, 0.97);
-        cairo_rectangle(cairo_.get(), 0, 0, frame_.width, frame_.height);
-        cairo_fill_preserve(cairo_.get());
-        color(0.5, 0.5, 0.5);
-        stroke(2);
-    }
-
-    void line(const std::vector<Point>& points, bool isStrong) {
-        for (const Point& point : points) cairo_line_to(cairo_.get(), point.x, point.y);
-        color(0.1, 0.25, isStrong ? 0.45 : 0.7);
-        stroke(isStrong ? 2.2 : 0.8);
-    }
-
-    std::vector<uint8_t> png() {
-        std::vector<uint8_t> bytes;
-        const cairo_status_t status = cairo_surface_write_to_png_stream(surface_.get(), append, &bytes);
-        if (status != CAIRO_STATUS_SUCCESS)
-            throw UserError(std::string("cannot plot: ") + cairo_status_to_string(status));
-        return bytes;
+    std::vector<uint8_t> png(const std::string& title) {
+        drawing_.rectangle(drawn({0, 0}), {scale_ * frame_.width, scale_ * frame_.height}, kPaper);
+        drawing_.clip({kLeft, kTop}, area_);
+        drawMesh();
+        drawArrows();
+        drawing_.clip({}, {});
+        drawAxes();
+        drawing_.text({kLeft, 30}, title + ", for pictures of " + toString(frame_), kInk, 1.25 * kTextSize);
+        drawKey();
+        return drawing_.png();
     }
 
 private:
-    void color(double r, double g, double b) { cairo_set_source_rgb(cairo_.get(), r, g, b); }
-
-    /// Widths in thousandths of the picture's width.
-    void stroke(double width) {
-        cairo_set_line_width(cairo_.get(), width * frame_.width / 1000);
-        cairo_stroke(cairo_.get());
+    Point drawn(Point pixel) const {
+        return {kLeft + scale_ * (pixel.x + kAround * frame_.width),
+                kTop + scale_ * (pixel.y + kAround * frame_.height)};
     }
 
+    Point drawnNode(int row, int column) const {
+        // Far outside is all the same, and drawings are limited.
+        const auto exaggerated = [this](double place, double move, int size) {
+            return std::clamp(place + exaggeration_ * move, -4.0 * size, 5.0 * size);
+        };
+        const Point place = nodePlace(row, column, frame_);
+        const Point move = nodeMove(grid_, row, column, frame_);
+        return drawn(
+            {exaggerated(place.x, move.x, frame_.width), exaggerated(place.y, move.y, frame_.height)});
+    }
+
+    void drawMesh() {
+        const auto lines = meshLines([this](int row, int column) { return drawnNode(row, column); });
+        for (size_t i = 0; i < lines.size(); ++i) drawing_.line(lines[i], kMeshInk, i % 16 < 2 ? 2 : 0.8);
+    }
+
+    void drawArrows() {
+        for (int row = 0; row < kGridNodes; ++row) {
+            for (int column = 0; column < kGridNodes; ++column) {
+                drawing_.arrow(drawn(nodePlace(row, column, frame_)), drawnNode(row, column), kArrowInk, 1.2);
+            }
+        }
+    }
+
+    void drawAxes() {
+        const Point end{kLeft + area_.x, kTop + area_.y};
+        drawing_.line({{kLeft, kTop}, {end.x, kTop}, end, {kLeft, end.y}, {kLeft, kTop}}, kInk, 1);
+        const double step = roundLength(std::max(frame_.width, frame_.height) / 6.0);
+        for (double x = 0; x <= frame_.width * (1 + kAround); x += step) {
+            const double at = drawn({x, 0}).x;
+            drawing_.line({{at, end.y}, {at, end.y + kTickLength}}, kInk, 1);
+            drawing_.text({at, end.y + kTickLength + 1.1 * kTextSize}, inDigits(x), kInk, kTextSize,
+                          Drawing::Align::Center);
+        }
+        for (double y = 0; y <= frame_.height * (1 + kAround); y += step) {
+            const double at = drawn({0, y}).y;
+            drawing_.line({{kLeft - kTickLength, at}, {kLeft, at}}, kInk, 1);
+            drawing_.text({kLeft - 1.5 * kTickLength, at + kTextSize / 3}, inDigits(y), kInk, kTextSize,
+                          Drawing::Align::Right);
+        }
+        drawing_.text({kLeft + area_.x / 2, end.y + kTickLength + 2.6 * kTextSize}, "x in pixels", kInk,
+                      kTextSize, Drawing::Align::Center);
+        drawing_.text({kTickLength, kTop - 0.6 * kTextSize}, "y in pixels", kInk, kTextSize);
+    }
+
+    /// What the lines mean, and an arrow to measure the others by.
+    void drawKey() {
+        const double y = 56;
+        const double move = roundLength(120 / (scale_ * std::max(std::abs(exaggeration_), 1e-6)));
+        const Point tail{kLeft, y - kTextSize / 3};
+        const Point head{tail.x + move * scale_ * std::abs(exaggeration_), tail.y};
+        drawing_.arrow(tail, head, kArrowInk, 1.2);
+        drawing_.text({head.x + 8, y},
+                      "a move of " + inDigits(move) + (move == 1 ? " pixel" : " pixels") +
+                          (exaggeration_ == 1 ? "" : ", drawn " + inDigits(exaggeration_) + " times as long"),
+                      kArrowInk, kTextSize);
+        drawing_.text({kLeft, y + 1.6 * kTextSize}, "mesh: where the 32 x 32 cells take their pixels from",
+                      kMeshInk, kTextSize);
+    }
+
+    const Grid& grid_;
     Size frame_;
-    std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> surface_;
-    std::unique_ptr<cairo_t, void (*)(cairo_t*)> cairo_;
+    double exaggeration_;
+    double scale_;  ///< pixels of the drawing a pixel of the picture
+    Point area_;    ///< the plot's size
+    double width_;
+    Drawing drawing_;
 };
 
 }  // namespace
 
 std::vector<uint8_t> plotGrid(const Grid& grid, Size frame, double exaggeration, const std::string& title) {
-    const auto node = [&](int row, int column) {
-        // Far outside is all the same, and cairo's coordinates are limited.
-        const auto drawn = [exaggeration](double place, double move, int size) {
-            return std::clamp(place + exaggeration * move, -4.0 * size, 5.0 * size);
-        };
-        const Point place = nodePlace(row, column, frame);
-        const Point move = nodeMove(grid, row, column, frame);
-        return Point{drawn(place.x, move.x, frame.width), drawn(place.y, move.y, frame.height)};
-    };
-    Plot plot(frame);
-    plot.outline();
-    for (int i = 0; i < kGridNodes; ++i) {
-        std::vector<Point> across, down;
-        for (int j = 0; j < kGridNodes; ++j) {
-            across.push_back(node(i, j));
-            down.push_back(node(j, i));
-        }
-        plot.line(across, i % 8 == 0);
-        plot.line(down, i % 8 == 0);
-    }
-    plot.text(title);
-    return plot.png();
+    return Plot(grid, frame, exaggeration).png(title);
 }
 
 }  // namespace vantor::tool

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "gdc_model/gdc_run.h"
 #include "gdc_model/grid_interp.h"
@@ -17,10 +18,8 @@ Nodes sourcesOf(const Grid& grid, Size frame) {
     Nodes nodes;
     for (int row = 0; row < kGridNodes; ++row) {
         for (int column = 0; column < kGridNodes; ++column) {
-            const Point place = nodePlace(row, column, frame);
-            const Point move = nodeMove(grid, row, column, frame);
-            nodes[static_cast<size_t>(row)][static_cast<size_t>(column)] = {place.x + move.x,
-                                                                            place.y + move.y};
+            nodes[static_cast<size_t>(row)][static_cast<size_t>(column)] =
+                nodeSource(grid, row, column, frame);
         }
     }
     return nodes;
@@ -73,6 +72,34 @@ GridReport examine(const Grid& grid, Size frame) {
     report.foldedCells = countFolded(sourcesOf(grid, frame));
     report.outside = shareOutside(grid, frame);
     return report;
+}
+
+GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame) {
+    const GdcFrame model = modelFrame(frame);
+    const GridTables tables(grid);
+    GridError error;
+    double squares = 0;
+    for (int y = 0; y < picture.height; ++y) {
+        const GridLines lines(tables, model, y);
+        for (int x = 0; x < picture.width; ++x) {
+            const PixelSource at = lines.source(model, x, y);
+            const Point ideal = map({x + 0.5, y + 0.5});
+            const bool isIdealInside =
+                ideal.x >= 0 && ideal.y >= 0 && ideal.x < picture.width && ideal.y < picture.height;
+            if (!at.inside && !isIdealInside) continue;
+            const double distance =
+                std::hypot(at.x.coordinate / 256.0 - ideal.x, at.y.coordinate / 256.0 - ideal.y);
+            ++error.pixels;
+            squares += distance * distance;
+            error.beyondHalf += !(distance <= 0.5);
+            if (!(distance > error.largest)) continue;
+            error.largest = distance;
+            error.largestX = x;
+            error.largestY = y;
+        }
+    }
+    if (error.pixels > 0) error.rms = std::sqrt(squares / static_cast<double>(error.pixels));
+    return error;
 }
 
 }  // namespace vantor::tool

@@ -15,4 +15,18 @@ struct GridReport {
 
 GridReport examine(const Grid& grid, Size frame);
 
+/// How far the positions that the model makes of a grid are from those of the map that the grid stands for,
+/// in pixels, over the output pixels for which either is inside the source.
+struct GridError {
+    size_t pixels = 0;  ///< so many
+    double largest = 0;
+    int largestX = 0;  ///< the pixel where it is
+    int largestY = 0;
+    double rms = 0;
+    size_t beyondHalf = 0;  ///< pixels that are off by more than half a pixel
+};
+
+/// For pictures of `picture`'s size, warped as pictures of `frame`'s.
+GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame);
+
 }  // namespace vantor::tool

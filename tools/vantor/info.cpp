@@ -1,4 +1,5 @@
 // vantor info: what a bug report needs to say about this build and this machine.
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -7,11 +8,11 @@
 
 #include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
-#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/bilinear_pairs_kernels.h"
 #include "scaler/interp4_kernels.h"
 #include "tools/vantor/commands.h"
+#include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/error.h"
-#include "tools/vantor/io/picture.h"
 
 namespace vantor::tool {
 namespace {
@@ -49,8 +50,11 @@ void printVariable(const char* name) {
 }
 
 int describePicture(const std::string& path, const FormOptions& form) {
-    const Picture picture = readPicture(fileForm(path, form));
-    std::printf("%s %s\n", toString(picture.size).c_str(), toString(picture.layout));
+    const std::unique_ptr<ClipReader> clip = openClip(fileForm(path, form));
+    uintmax_t frames = 0;
+    while (clip->skip()) ++frames;
+    std::printf("%s %s, %ju %s\n", toString(clip->shape().size).c_str(), toString(clip->shape().layout),
+                frames, frames == 1 ? "frame" : "frames");
     return kDone;
 }
 
@@ -61,13 +65,14 @@ int describeBuild() {
     std::printf("instruction sets of the processor: %s\n", processorSets().c_str());
     std::printf("kernels:\n");
     printFamily("bicubic luma", kLumaTables);
-    printFamily("bilinear chroma", kChromaTables);
-    printFamily("four-tap", kFourTapTables);
+    printFamily("bilinear chroma", kCutPairsTables);
+    printFamily("four-tap luma", kFourTapTables);
+    printFamily("four-tap chroma", kRoundedPairsTables);
     printVariable("VANTOR_CPU");
     printVariable("VANTOR_LOG");
     std::printf("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes\n", kSmallestSide,
                 kSmallestSide, kLargestSide, kLargestSide);
-    std::printf("RGB conversion: BT.601, limited range\n");
+    std::printf("RGB conversion: %s, unless chosen\n", toString(YuvColor()));
     return kDone;
 }
 

@@ -48,13 +48,13 @@ std::string joined(const std::vector<std::string>& words) {
 }
 
 int runTool(int argc, char** argv) {
-    CLI::App app{"Scales, warps and compares NV12, I420, gray and PNG pictures with libVantor10."};
+    CLI::App app{"Scales, warps and compares pictures and clips (PNG, Y4M, raw) with libVantor10."};
     app.name("vantor");
     app.set_version_flag("--version", "vantor " VANTOR_VERSION);
     app.require_subcommand(1);
     app.footer(
-        "Exit status: 0 done (compare, crosscheck: identical), 1 different (grid --check: faults), 2 "
-        "trouble.");
+        "Exit status: 0 done (compare, crosscheck: identical), 1 different (scale, warp: from --verify; grid "
+        "--check: faults), 2 trouble.");
     Run run;
     addScale(app, run);
     addWarp(app, run);
@@ -62,6 +62,7 @@ int runTool(int argc, char** argv) {
     addExplain(app, run);
     addCrosscheck(app, run);
     addCompare(app, run);
+    addView(app, run);
     addChart(app, run);
     addInfo(app, run);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
@@ -86,14 +87,29 @@ void note(const std::string& text) {
     std::fprintf(stderr, "vantor: note: %s\n", text.c_str());
 }
 
+/// The largest stride and height keep a frame's bytes within 32 bits.
+static void addRawOptions(CLI::App& command, FormOptions& form) {
+    const std::string files = form.optionPrefix == "--input" ? "the input" : "the result";
+    const CLI::Range padded(1, 2 * kLargestSide);
+    const auto add = [&](const char* name, auto& value, const std::string& text) {
+        return command.add_option(form.optionPrefix + name, value, text)->group("Raw files");
+    };
+    add("-format", form.format,
+        "Layout of " + files + ": nv12, nv21, i420 or gray; or y4m, whatever the name says");
+    add("-stride", form.stride, "Bytes from one row of " + files + " to the next")->check(padded);
+    add("-slice-height", form.sliceHeight, "Rows from the luma plane of " + files + " to the chroma")
+        ->check(padded);
+}
+
 void addFormOptions(CLI::App& command, FormOptions& input) {
-    command.add_option("--input-size", input.size, "Size of a raw picture whose name does not say it");
-    command.add_option("--input-format", input.format, "Layout of a raw picture: nv12, i420 or gray");
+    command.add_option("--input-size", input.size, "Size of the input, if its name does not say it")
+        ->group("Raw files");
+    addRawOptions(command, input);
 }
 
 void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output) {
     addFormOptions(command, input);
-    command.add_option("--output-format", output.format, "Layout of a raw result");
+    addRawOptions(command, output);
 }
 
 }  // namespace vantor::tool

@@ -7,33 +7,29 @@
 #include "service/software_service.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/log_watch.h"
-#include "tools/vantor/shared_buffer.h"
 
 namespace vantor::tool {
 namespace {
 
 using BufferData = hardware::vantorClient::BufferData;
 
-/// One block with chroma behind the luma, and the whole picture as its region.
-BufferData describeBuffer(uint8_t* bytes, Size size) {
+/// The whole picture is its region.
+BufferData describeBuffer(const WorkingPicture& picture) {
+    const auto& [planes, descriptor] = picture;
     BufferData data;
-    data.y = bytes;
-    data.width = size.width;
-    data.height = size.height;
-    data.cropRight = size.width - 1;
-    data.cropBottom = size.height - 1;
+    data.y = planes.luma;
+    data.uv = descriptor < 0 ? planes.chroma : nullptr;
+    data.fdY = descriptor;
+    data.width = planes.size.width;
+    data.height = planes.size.height;
+    data.cropRight = planes.size.width - 1;
+    data.cropBottom = planes.size.height - 1;
     return data;
 }
 
-/// A gray picture gets room for chroma as well, which the library's reduction wants.
-std::vector<uint8_t> block(const Picture& picture) {
-    std::vector<uint8_t> bytes = picture.bytes;
-    bytes.resize(byteCount(Layout::Nv12, picture.size), 128);
-    return bytes;
-}
-
-int32_t formatOf(const Picture& picture) {
-    return picture.layout == Layout::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE : hardware::IMAGE_FORMAT_NV12;
+int32_t formatOf(const WorkingPicture& picture) {
+    return picture.planes.layout == Layout::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE
+                                                 : hardware::IMAGE_FORMAT_NV12;
 }
 
 template <typename Call>
@@ -43,43 +39,37 @@ double timed(Call&& call) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-RequestResult runOnProcessor(Picture& dst, const Picture& src, const Request& request) {
-    std::vector<uint8_t> from = block(src);
-    std::vector<uint8_t> to = block(dst);
+RequestResult runOnProcessor(const WorkingPicture& dst, const WorkingPicture& src, const Request& request) {
     int32_t status = 0;
     clearErrorLines();
-    const double milliseconds = timed([&] {
-        status = request(describeBuffer(to.data(), dst.size), describeBuffer(from.data(), src.size),
-                         formatOf(src));
-    });
+    const double milliseconds =
+        timed([&] { status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
     if (status != 0) throw UserError("the library refused: " + firstErrorLine());
-    std::copy_n(to.begin(), dst.bytes.size(), dst.bytes.begin());
     return {milliseconds, {}};
 }
 
-RequestResult runOnHardware(Picture& dst, const Picture& src, const Request& request) {
-    clearErrorLines();
+/// Once in a process.
+void connectToService() {
+    static bool isConnected = false;
+    if (isConnected) return;
     startSoftwareService();
     if (hardware::vantorClient::init() != 0) throw UserError("no hardware service: " + firstErrorLine());
-    const std::vector<uint8_t> content = block(src);
-    SharedBuffer from(content.size());
-    SharedBuffer to(byteCount(Layout::Nv12, dst.size));
-    std::copy(content.begin(), content.end(), from.bytes());
-    BufferData fromData = describeBuffer(from.bytes(), src.size);
-    BufferData toData = describeBuffer(to.bytes(), dst.size);
-    fromData.fdY = from.descriptor();
-    toData.fdY = to.descriptor();
+    isConnected = true;
+}
 
+RequestResult runOnHardware(const WorkingPicture& dst, const WorkingPicture& src, const Request& request) {
+    clearErrorLines();
+    connectToService();
     RequestResult result{};
     int32_t status = 0;
-    result.milliseconds = timed([&] { status = request(toData, fromData, formatOf(src)); });
+    result.milliseconds =
+        timed([&] { status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
     if (status != 0) {
         if (!hasErrorLine("Error occurs") || hasErrorLine("runInterpBicubic() failed")) {
             throw UserError("the hardware path refused: " + firstErrorLine());
         }
         result.fallback = firstErrorLine();
     }
-    std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
     return result;
 }
 
@@ -95,8 +85,34 @@ Path parsePath(const std::string& text, const std::string& processor) {
     throw UserError("--path " + text + ": expected hw or " + processor);
 }
 
-RequestResult runRequest(Picture& dst, const Picture& src, Path path, const Request& request) {
+WorkingMemory::WorkingMemory(Layout layout, Size size, Path path) : layout_(layout), size_(size) {
+    const size_t length = byteCount(Layout::Nv12, size);
+    if (path == Path::Hardware) {
+        shared_.emplace(length);
+    } else {
+        own_.resize(length);
+    }
+}
+
+WorkingPicture WorkingMemory::picture() {
+    WorkingPicture picture{planesIn(packedShape(Layout::Nv12, size_), bytes()),
+                           shared_ ? shared_->descriptor() : -1};
+    picture.planes.layout = layout_;
+    return picture;
+}
+
+RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, Path path,
+                         const Request& request) {
     return path == Path::Hardware ? runOnHardware(dst, src, request) : runOnProcessor(dst, src, request);
+}
+
+RequestResult runRequest(Picture& dst, const Picture& src, Path path, const Request& request) {
+    WorkingMemory from(src.layout, src.size, path);
+    WorkingMemory to(dst.layout, dst.size, path);
+    std::copy(src.bytes.begin(), src.bytes.end(), from.bytes());
+    const RequestResult result = runRequest(to.picture(), from.picture(), path, request);
+    std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
+    return result;
 }
 
 std::string describe(Path path, const std::string& processor, const RequestResult& result) {
@@ -116,15 +132,17 @@ Size warpFrame(const std::string& what, Size picture) {
     return picture.roundedUp(hardware::kWarpWidthAlignment, hardware::kWarpHeightAlignment);
 }
 
-Picture onFrame(const std::string& what, Picture picture, Size frame) {
-    if (picture.size == frame) return picture;
-    note(what + ": " + toString(picture.size) + " picture: warped as " + toString(frame) +
+void noteFrame(const std::string& what, Size picture, Size frame) {
+    if (picture == frame) return;
+    note(what + ": " + toString(picture) + " picture: warped as " + toString(frame) +
          ", its last column and row repeated, and cropped back");
-    return onCanvas(picture, frame);
 }
 
-const char* describeRgb(Layout read, Layout written) {
-    return read == Layout::Rgb || written == Layout::Rgb ? "; RGB by BT.601, limited range" : "";
+Picture onFrame(const std::string& what, Picture picture, Size frame, Layout working) {
+    noteFrame(what, picture.size, frame);
+    Picture framed = makePicture(working, frame);
+    toWorking(planesOf(picture), planesOf(framed), {});
+    return framed;
 }
 
 }  // namespace vantor::tool

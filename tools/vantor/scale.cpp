@@ -1,24 +1,19 @@
-// vantor scale: one picture to another size.
+// vantor scale: pictures to another size.
 #include <cmath>
-#include <cstdio>
 #include <memory>
 
+#include "tools/vantor/clip.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
-#include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/numbers.h"
-#include "tools/vantor/request.h"
 
 namespace vantor::tool {
 namespace {
 
 struct ScaleOptions {
-    std::string input;
-    std::string output;
+    ClipOptions clip;
     std::string size;
     std::string path = "sw";
-    FormOptions inputForm{"--input", {}, {}};
-    FormOptions outputForm{"--output", {}, {}};
 };
 
 const char* describe(Size from, Size to) {
@@ -43,47 +38,38 @@ Size targetSize(const std::string& text, Size source, int step) {
 }
 
 int run(const ScaleOptions& options) {
-    const FileForm inputForm = fileForm(options.input, options.inputForm);
-    const FileForm outputForm = fileForm(options.output, options.outputForm);
-    Picture input = readPicture(inputForm);
-    const Layout read = input.layout;
-    const Size readSize = input.size;
-    const Layout written = writtenLayout(outputForm, read);
-    const Layout working = workingLayout(read, written);
-
-    Picture src = convert(std::move(input), working);
-    const Size size = targetSize(options.size, src.size, isSubsampled(working) ? 2 : 1);
-    checkOutput(outputForm, "--size", working, size);
-    Picture dst = makePicture(working, size);
+    Clip clip(options.clip);
+    const bool isColor = clip.working() != Layout::Gray;
+    const Size src = isColor ? evenSize(clip.size()) : clip.size();
+    const Size dst = targetSize(options.size, src, isColor ? 2 : 1);
+    const FrameShape written = clip.written("--size", dst);
+    if (isColor) checkEven("--size", dst);
     const Path path = parsePath(options.path, "sw");
-    const RequestResult result = runRequest(
-        dst, src, path,
-        path == Path::Hardware ? hardware::vantorClient::runCSC : hardware::vantorClient::runInterpBicubic);
-    writePicture(outputForm, convert(std::move(dst), written));
-    std::fprintf(stderr, "vantor: %s %s %s to %s %s %s: %s as %s %s in %.2f ms%s\n", options.input.c_str(),
-                 toString(readSize).c_str(), toString(read), options.output.c_str(), toString(size).c_str(),
-                 toString(written), describe(src.size, size), toString(working),
-                 describe(path, "software", result).c_str(), result.milliseconds, describeRgb(read, written));
-    return kDone;
+    return clip.process(
+        written, src, dst, path,
+        path == Path::Hardware ? hardware::vantorClient::runCSC : hardware::vantorClient::runInterpBicubic,
+        describe(src, dst), "software");
 }
 
 }  // namespace
 
 void addScale(CLI::App& app, Run& run) {
     auto options = std::make_shared<ScaleOptions>();
-    CLI::App* command = app.add_subcommand("scale", "Scale a picture to another size");
-    command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
-    command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
+    CLI::App* command = app.add_subcommand("scale", "Scale a picture or a clip to another size");
+    addClipOptions(*command, options->clip);
     command->add_option("--size", options->size, "Size of the result, such as 1280x720 or 50%")->required();
     command->add_option("--path", options->path, "sw: on the processor; hw: on the hardware service")
         ->capture_default_str();
-    addFormOptions(*command, options->inputForm, options->outputForm);
     command->footer(
         "Examples:\n"
         "  vantor scale photo.png -o small.png --size 640x480\n"
         "  vantor scale photo.png -o half.png --size 50%\n"
-        "  vantor scale clip_1920x1080_nv12.yuv -o clip.nv12 --size 1280x720\n"
-        "  vantor scale dump.bin --input-size 640x480 --input-format gray -o big.png --size 1280x960");
+        "  vantor scale clip.y4m -o small.y4m --size 1280x720 --jobs 4\n"
+        "  vantor scale clip_1920x1080_nv12.yuv -o small.nv12 --size 1280x720 --skip 100 --limit 50\n"
+        "  vantor scale dump.bin --input-size 1920x1080 --input-format nv21 --input-stride 2048 \\\n"
+        "      --input-slice-height 1088 -o frame.png --size 50% --yuv-matrix 709\n"
+        "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | vantor scale - -o - --size 640x360 | ffmpeg -i - "
+        "small.mp4");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

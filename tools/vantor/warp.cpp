@@ -1,27 +1,22 @@
-// vantor warp: rotate, undistort or otherwise move the pixels of a picture.
+// vantor warp: rotate, undistort or otherwise move the pixels of pictures.
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 
+#include "tools/vantor/clip.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
-#include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/numbers.h"
-#include "tools/vantor/request.h"
 #include "tools/vantor/warp_options.h"
 
 namespace vantor::tool {
 namespace {
 
 struct WarpCommand {
-    std::string input;
-    std::string output;
+    ClipOptions clip;
     std::string matrix;
     std::string path = "model";
     WarpOptions warp;
-    FormOptions inputForm{"--input", {}, {}};
-    FormOptions outputForm{"--output", {}, {}};
 };
 
 std::vector<int16_t> parseMatrix(const std::string& text) {
@@ -39,8 +34,9 @@ std::vector<int16_t> parseMatrix(const std::string& text) {
 Request requestFrom(const WarpCommand& command, int32_t target, Size picture, Size frame) {
     if (command.matrix.empty() == !command.warp.isGiven()) {
         throw UserError(
-            "expected one of --matrix, --grid, or a warp described by --rotate, --zoom, --shear, --shift, "
-            "--lens and --center");
+            "expected one of --matrix, --grid, --calibration, or a warp described by --rotate, --zoom, "
+            "--shear, "
+            "--shift, --lens and --center");
     }
     if (!command.matrix.empty()) {
         return
@@ -55,30 +51,16 @@ Request requestFrom(const WarpCommand& command, int32_t target, Size picture, Si
 }
 
 int run(const WarpCommand& command) {
-    const FileForm inputForm = fileForm(command.input, command.inputForm);
-    const FileForm outputForm = fileForm(command.output, command.outputForm);
-    Picture input = readPicture(inputForm);
-    const Size size = input.size;
-    const Layout read = input.layout;
-    const Layout written = writtenLayout(outputForm, read);
-    checkOutput(outputForm, command.input, written, size);
-    const Size frame = warpFrame(command.input, size);
+    Clip clip(command.clip);
+    const Size size = clip.size();
+    const FrameShape written = clip.written(command.clip.input, size);
+    const Size frame = warpFrame(command.clip.input, size);
     const Path path = parsePath(command.path, "model");
     const int32_t target = path == Path::Hardware ? hardware::GDC_HW : hardware::GDC_C_MODEL;
     const Request request = requestFrom(command, target, size, frame);
-
-    Picture src = convert(onFrame(command.input, std::move(input), frame), workingLayout(read, written));
-    Picture dst = makePicture(src.layout, frame);
-    const RequestResult outcome = runRequest(dst, src, path, request);
-    Picture result = convert(std::move(dst), written);
-    writePicture(outputForm, frame == size ? result : onCanvas(result, size));
     const std::string what = command.matrix.empty() ? describe(command.warp) : "matrix " + command.matrix;
-    std::fprintf(stderr, "vantor: %s %s %s to %s %s: warped (%s) as %s %s in %.2f ms%s\n",
-                 command.input.c_str(), toString(size).c_str(), toString(read), command.output.c_str(),
-                 toString(written), what.c_str(), toString(src.layout),
-                 describe(path, "the software model", outcome).c_str(), outcome.milliseconds,
-                 describeRgb(read, written));
-    return kDone;
+    noteFrame(command.clip.input, size, frame);
+    return clip.process(written, frame, frame, path, request, "warped (" + what + ")", "the software model");
 }
 
 }  // namespace
@@ -86,9 +68,8 @@ int run(const WarpCommand& command) {
 void addWarp(CLI::App& app, Run& run) {
     auto options = std::make_shared<WarpCommand>();
     CLI::App* command =
-        app.add_subcommand("warp", "Rotate, undistort or otherwise move the pixels of a picture");
-    command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
-    command->add_option("-o,--output", options->output, "Result; its name says the file type")->required();
+        app.add_subcommand("warp", "Rotate, undistort or otherwise move the pixels of a picture or a clip");
+    addClipOptions(*command, options->clip);
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     command->add_option(
@@ -97,7 +78,6 @@ void addWarp(CLI::App& app, Run& run) {
         "in 1/4096 and c, f in 1/32 pixel");
     command->add_option("--path", options->path, "model: in the software model; hw: on the hardware service")
         ->capture_default_str();
-    addFormOptions(*command, options->inputForm, options->outputForm);
     command->footer(
         "A described warp goes from an output position to its source through --rotate, --zoom, --shear, "
         "--shift\n"
@@ -106,7 +86,9 @@ void addWarp(CLI::App& app, Run& run) {
         "  vantor warp photo.png -o turned.png --rotate 2 --zoom 1.05\n"
         "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o warped.png --grid warp.grid\n"
-        "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0");
+        "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0\n"
+        "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | vantor warp - -o - --lens=-0.12,0.01 | ffmpeg -i - "
+        "straight.mp4");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

@@ -19,45 +19,41 @@ int32_t nodeValue(double pixels, const GdcScales& scales) {
     return saturateToInt(std::round(pixels * unitsPerPixel(scales)));
 }
 
+Lens lensOf(const WarpParts& parts) {
+    const auto [k1, k2, k3, p1, p2] = parts.lens;
+    return {{k1, k2, p1, p2, k3}};
+}
+
 }  // namespace
 
 WarpMap::WarpMap(const WarpParts& parts, Size picture)
     : parts_(parts),
+      lens_{lensOf(parts)},
       center_(parts.center.value_or(Point{picture.width / 2.0, picture.height / 2.0})),
       radius_(std::hypot(picture.width, picture.height) / 2),
       cosine_(std::cos(parts.rotate * std::acos(-1.0) / 180)),
       sine_(std::sin(parts.rotate * std::acos(-1.0) / 180)) {}
 
-Point WarpMap::source(Point output) const {
+Point WarpMap::operator()(Point output) const {
     const Point p{output.x - center_.x, output.y - center_.y};
     const Point turned{(cosine_ * p.x - sine_ * p.y) / parts_.zoom,
                        (sine_ * p.x + cosine_ * p.y) / parts_.zoom};
     const double determinant = 1 - parts_.shear.x * parts_.shear.y;
     const Point straight{(turned.x - parts_.shear.x * turned.y) / determinant,
                          (turned.y - parts_.shear.y * turned.x) / determinant};
-    const Point bent = distorted({straight.x - parts_.shift.x, straight.y - parts_.shift.y});
-    return {center_.x + bent.x, center_.y + bent.y};
+    const Point bent =
+        distorted(lens_, {(straight.x - parts_.shift.x) / radius_, (straight.y - parts_.shift.y) / radius_});
+    return {center_.x + radius_ * bent.x, center_.y + radius_ * bent.y};
 }
 
-/// Where the lens puts what belongs at a position: the usual radial and tangential polynomials.
-Point WarpMap::distorted(Point fromCenter) const {
-    const auto [k1, k2, k3, p1, p2] = parts_.lens;
-    const double x = fromCenter.x / radius_;
-    const double y = fromCenter.y / radius_;
-    const double r2 = x * x + y * y;
-    const double radial = 1 + r2 * (k1 + r2 * (k2 + r2 * k3));
-    return {radius_ * (x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x)),
-            radius_ * (y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y)};
-}
-
-Grid makeGrid(const WarpMap& map, Size frame) {
+Grid makeGrid(const SourceMap& map, Size frame) {
     const GdcScales scalesX = gdcScalesX(frame.width);
     const GdcScales scalesY = gdcScalesY(frame.height);
     Grid grid;
     for (int row = 0; row < kGridNodes; ++row) {
         for (int column = 0; column < kGridNodes; ++column) {
             const Point node = nodePlace(row, column, frame);
-            const Point source = map.source(node);
+            const Point source = map(node);
             const int index = row * kGridNodes + column;
             grid.dX[index] = nodeValue(source.x - node.x, scalesX);
             grid.dY[index] = nodeValue(source.y - node.y, scalesY);
@@ -74,6 +70,12 @@ Point nodeMove(const Grid& grid, int row, int column, Size frame) {
     const int index = row * kGridNodes + column;
     return {grid.dX[index] / unitsPerPixel(gdcScalesX(frame.width)),
             grid.dY[index] / unitsPerPixel(gdcScalesY(frame.height))};
+}
+
+Point nodeSource(const Grid& grid, int row, int column, Size frame) {
+    const Point place = nodePlace(row, column, frame);
+    const Point move = nodeMove(grid, row, column, frame);
+    return {place.x + move.x, place.y + move.y};
 }
 
 }  // namespace vantor::tool

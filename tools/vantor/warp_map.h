@@ -2,20 +2,19 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <optional>
 
 #include "hardware/vantorClient/vantor_client.h"
 #include "tools/vantor/io/picture.h"
+#include "tools/vantor/lens.h"
 
 namespace vantor::tool {
 
 using Grid = hardware::vantorClient::_GDCGrid;
 
-/// In pixels; pixel (i, j) covers i to i + 1 and j to j + 1, so its centre is at i + 0.5, j + 0.5.
-struct Point {
-    double x;
-    double y;
-};
+/// From output positions to source positions.
+using SourceMap = std::function<Point(Point)>;
 
 /// The parts of a warp, in the order in which they lead from an output position to its source.
 struct WarpParts {
@@ -27,17 +26,16 @@ struct WarpParts {
     std::optional<Point> center;   ///< of all of it; the picture's middle if not given
 };
 
-/// From output positions to source positions. Lens radii are in halves of the picture's diagonal.
+/// A source map. Lens radii are in halves of the picture's diagonal.
 class WarpMap {
 public:
     WarpMap(const WarpParts& parts, Size picture);
 
-    Point source(Point output) const;
+    Point operator()(Point output) const;
 
 private:
-    Point distorted(Point fromCenter) const;
-
     WarpParts parts_;
+    Lens lens_;
     Point center_;
     double radius_;
     double cosine_;
@@ -46,10 +44,11 @@ private:
 
 /// The map at the nodes of a grid for pictures of `frame`'s size (the size that the library gets, padding
 /// included). Moves beyond the range of a node stop there.
-Grid makeGrid(const WarpMap& map, Size frame);
+Grid makeGrid(const SourceMap& map, Size frame);
 
-/// Where a node stands in pictures of a size, and how far it moves there, in pixels.
+/// Where a node stands in pictures of a size, how far it moves there, and where that leads, in pixels.
 Point nodePlace(int row, int column, Size frame);
 Point nodeMove(const Grid& grid, int row, int column, Size frame);
+Point nodeSource(const Grid& grid, int row, int column, Size frame);
 
 }  // namespace vantor::tool

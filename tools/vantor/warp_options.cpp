@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/numbers.h"
@@ -36,6 +37,36 @@ WarpParts partsOf(const WarpOptions& options) {
     return parts;
 }
 
+Calibration calibrationOf(const WarpOptions& options) {
+    CalibrationHints hints{options.isFisheye, {}};
+    if (!options.calibratedSize.empty()) hints.size = parseSize("--calibrated-size", options.calibratedSize);
+    return readCalibration(options.calibration, hints);
+}
+
+/// Pictures of another shape may as well have been cropped, which nobody could tell from the size.
+void noteShape(const Calibration& calibration, Size picture) {
+    const auto [width, height] = calibration.size;
+    const double expected = static_cast<double>(height) * picture.width / width;
+    if (std::abs(expected - picture.height) <= 1) return;
+    note(calibration.name + " was made with pictures of " + toString(calibration.size) + ", this one has " +
+         toString(picture) + ": taken as stretched, not cropped");
+}
+
+/// The parts that only make sense with another option beside them, and the ways to say which warp.
+void checkOptions(const WarpOptions& options) {
+    if (options.hasParts() + !options.gridFile.empty() + !options.calibration.empty() > 1) {
+        throw UserError((options.gridFile.empty() ? options.calibration : options.gridFile) +
+                        ": expected one of a grid file, a calibration and a described warp");
+    }
+    if (options.calibration.empty() &&
+        (options.isFisheye || options.alpha || !options.calibratedSize.empty())) {
+        throw UserError("--alpha, --fisheye and --calibrated-size: expected --calibration as well");
+    }
+    if (options.alpha && !(*options.alpha >= 0 && *options.alpha <= 1)) {
+        throw UserError("--alpha " + std::to_string(*options.alpha) + ": expected a number from 0 to 1");
+    }
+}
+
 }  // namespace
 
 bool WarpOptions::hasParts() const {
@@ -43,6 +74,16 @@ bool WarpOptions::hasParts() const {
 }
 
 void addWarpOptions(CLI::App& command, WarpOptions& options) {
+    command.add_option("--calibration", options.calibration,
+                       "Straighten the pictures of a camera: OpenCV's calibration, YAML or XML");
+    command.add_option(
+        "--alpha", options.alpha,
+        "0: only what the camera's picture has; 1: all that it has; between: a blend; without: "
+        "with the same camera matrix");
+    command.add_flag("--fisheye", options.isFisheye,
+                     "The calibration is a fisheye's, though it does not say so");
+    command.add_option("--calibrated-size", options.calibratedSize,
+                       "Size of the pictures that the calibration was made with, if it does not say so");
     options.parts = {
         command.add_option("--rotate", options.rotate, "Turn by degrees, counter-clockwise"),
         command.add_option("--zoom", options.zoom, "Enlarge by a factor"),
@@ -60,13 +101,22 @@ void addGridOption(CLI::App& command, WarpOptions& options) {
     command.add_option("--grid", options.gridFile, "Grid file, as vantor grid makes them");
 }
 
-Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
-    if (!options.gridFile.empty()) {
-        if (options.hasParts())
-            throw UserError(options.gridFile + ": expected a grid file or a described warp, not both");
-        return readGrid(options.gridFile);
+Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
+    checkOptions(options);
+    if (!options.gridFile.empty()) return {readGrid(options.gridFile), {}, {}};
+    if (options.calibration.empty()) {
+        const WarpMap map(partsOf(options), picture);
+        return {makeGrid(map, frame), map, {}};
     }
-    return makeGrid(WarpMap(partsOf(options), picture), frame);
+    const Calibration calibration = calibrationOf(options);
+    noteShape(calibration, picture);
+    const UndistortMap map(calibration, picture, options.alpha);
+    return {makeGrid(map, frame), map, map.straightCamera()};
+}
+
+std::optional<Size> calibratedSize(const WarpOptions& options) {
+    if (options.calibration.empty()) return std::nullopt;
+    return calibrationOf(options).size;
 }
 
 std::string describe(const WarpOptions& options) {
@@ -80,6 +130,8 @@ std::string describe(const WarpOptions& options) {
         std::snprintf(digits, sizeof digits, "%g", value);
         return value == neutral ? std::string() : std::string(digits);
     };
+    add("calibration", options.calibration);
+    if (options.alpha) add("alpha", number(*options.alpha, -1));
     add("rotation", number(options.rotate, 0));
     add("zoom", number(options.zoom, 1));
     add("shear", options.shear);

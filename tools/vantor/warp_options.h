@@ -2,16 +2,22 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "tools/vantor/undistort_map.h"
 #include "tools/vantor/warp_map.h"
 
 namespace vantor::tool {
 
-/// A warp as the user gives it: a grid file, or the parts of one.
+/// A warp as the user gives it: a grid file, a camera's calibration, or the parts of one.
 struct WarpOptions {
     std::string gridFile;
+    std::string calibration;
+    std::string calibratedSize;
+    bool isFisheye = false;
+    std::optional<double> alpha;
     double rotate = 0;
     double zoom = 1;
     std::string shear;
@@ -19,12 +25,12 @@ struct WarpOptions {
     std::string lens;
     std::string center;
 
-    std::vector<const CLI::Option*> parts{};  ///< the options above but the file, once declared
+    std::vector<const CLI::Option*> parts{};  ///< the options from --rotate on, once declared
 
     /// Whether any part was given.
     bool hasParts() const;
     /// Whether a file or any part was given.
-    bool isGiven() const { return hasParts() || !gridFile.empty(); }
+    bool isGiven() const { return hasParts() || !gridFile.empty() || !calibration.empty(); }
 };
 
 void addWarpOptions(CLI::App& command, WarpOptions& options);
@@ -32,8 +38,22 @@ void addWarpOptions(CLI::App& command, WarpOptions& options);
 /// The other way to say which grid, for sub-commands that do not take the file as an argument.
 void addGridOption(CLI::App& command, WarpOptions& options);
 
-/// The grid for a picture of `picture`'s size that the library gets at `frame`'s size.
-Grid gridFrom(const WarpOptions& options, Size picture, Size frame);
+/// What the options stand for.
+struct Warp {
+    Grid grid;
+    SourceMap map;                 ///< what the grid stands for; none for a grid file
+    std::optional<Camera> camera;  ///< of the straight picture, for a calibration
+};
+
+/// For a picture of `picture`'s size that the library gets at `frame`'s size.
+Warp warpFrom(const WarpOptions& options, Size picture, Size frame);
+
+inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
+    return warpFrom(options, picture, frame).grid;
+}
+
+/// The size of the pictures that the calibration was made with, if one was given.
+std::optional<Size> calibratedSize(const WarpOptions& options);
 
 /// What the grid is, in a few words.
 std::string describe(const WarpOptions& options);

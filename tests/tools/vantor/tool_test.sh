@@ -1,6 +1,7 @@
 #!/bin/bash
 # tool_test.sh VANTOR: the command-line tool from end to end, bad input included.
 set -u
+calibrations=$(realpath "$(dirname "$0")/calibrations")
 vantor=$(realpath "$1")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -73,6 +74,11 @@ expect 1 '"first": {' compare a_6x4.gray b_6x4.gray --json
 python3 -c 'import json; d = json.load(open("out")); c = d["components"][0]
 assert d["identical"] is False and c["differing"] == 1 and c["first"] == {"x": 4, "y": 1, "a": 0, "b": 3}, d
 assert c["largest"] == 3 and abs(c["psnr"] - 52.39) < 0.01, c' || fail "compare --json"
+expect 1 "$line" compare a_6x4.gray b_6x4.gray --heatmap heat.png
+expect 0 "$line" compare a_6x4.gray b_6x4.gray --heatmap black.png --tolerance 3
+expect 1 "G: 3" compare heat.png black.png
+grep -q "^G: .* first at (4, 1): 121 and 0;" out || fail "the colour of a difference of 3: $(cat out)"
+expect 2 "--heatmap chart.png: expected another file" compare back.png chart.png --heatmap chart.png
 expect 2 "cannot compare: a_6x4.gray is 6x4 gray, chart.png is 320x180 rgb" compare a_6x4.gray chart.png
 
 # Bad input: the message names what was wrong and what was expected, and an existing result stays.
@@ -86,14 +92,14 @@ refuse "--size 12y8: expected WIDTHxHEIGHT, such as 1280x720" chart.png --size 1
 refuse "--size -50%: expected a positive percentage" chart.png --size -50%
 refuse "--size 3x8: width and height must be from 4 to 16384" chart.png --size 3x8
 refuse "--size 15x8: width and height of a colour picture must be even" chart.png --size 15x8
-refuse "b_6x4.gray: one 6x8 gray picture has 48 bytes, the file has 24" b_6x4.gray --size 8x8 --input-size 6x8
-refuse "b_6x4.gray: one 4x4 gray picture has 16 bytes, the file has 24" b_6x4.gray --size 8x8 --input-size 4x4
+refuse "b_6x4.gray: frame 0 (6x8 gray) ends after 24 of 48 bytes" b_6x4.gray --size 8x8 --input-size 6x8
+refuse "b_6x4.gray: frame 1 (4x4 gray) ends after 8 of 16 bytes" b_6x4.gray --size 8x8 --input-size 4x4
 refuse "a_gray_nv12.yuv: several layouts in the name" a_gray_nv12.yuv --size 8x8
-refuse ".: expected a regular file" . --input-format gray --input-size 8x8 --size 8x8
-refuse "--input-format nv21: expected nv12, i420 or gray" b_6x4.gray --size 8x8 --input-format nv21
+refuse ".: expected a file or a pipe" . --input-format gray --input-size 8x8 --size 8x8
+refuse "--input-format nv16: expected nv12, nv21, i420, gray or y4m" b_6x4.gray --size 8x8 --input-format nv16
 refuse "clip.yuv: layout unknown: expected a name ending in" clip.yuv --size 8x8
 refuse "clip.nv12: size unknown" clip.nv12 --size 8x8
-refuse "clip_5x4.nv12: nv12 pictures of 5x4: width and height must be even" clip_5x4.nv12 --size 8x8
+refuse "clip_5x4.nv12 5x4: width and height of a picture in nv12 must be even" clip_5x4.nv12 --size 8x8
 refuse "none.png: No such file or directory" none.png --size 8x8
 refuse "cut.png: no readable PNG" cut.png --size 8x8
 refuse "deep.png: 16 bits a sample: at most 8 expected" deep.png --size 8x8
@@ -137,7 +143,7 @@ expect 0 "folded cells: 0 of 1024" grid --rotate 2 --size 320x180 -o turn.grid -
 expect 0 "grid of turn.grid" grid turn.grid -o turn.txt
 expect 0 "" grid turn.txt -o again.grid
 cmp turn.grid again.grid || fail "a grid changed on its way through text"
-expect 0 "320x180 rgb" info mesh.png
+expect 0 "1510x968 rgb" info mesh.png
 for start in 0 4356; do # dX, then dY, little-endian
     od -An -td4 -v -w12 -j$start -N12 turn.grid | tr -s ' ' | grep -qF -- "$(grep -A1 "^d$([ $start = 0 ] && echo X || echo Y)" turn.txt |
         tail -1 | cut -d' ' -f1-3)" || fail "the wire form at byte $start"
@@ -158,11 +164,37 @@ refuse_warp() {
     expect 2 "$1" warp chart.png -o never.png "${@:2}"
 }
 refuse_warp "broken.txt: no grid: line 37: 'dZ', expected dY" --grid broken.txt
-refuse_warp "expected one of --matrix, --grid, or a warp described"
-refuse_warp "expected one of --matrix, --grid, or a warp described" --rotate 2 --matrix 1,2,3,4,5,6
+refuse_warp "expected one of --matrix, --grid, --calibration, or a warp"
+refuse_warp "expected one of --matrix, --grid, --calibration, or a warp" --rotate 2 --matrix 1,2,3,4,5,6
 refuse_warp "--matrix 1,2,3: expected 6 numbers set off by commas" --matrix 1,2,3
 refuse_warp "--matrix 40000,0,0,0,0,0: expected whole numbers from -32768 to 32767" --matrix 40000,0,0,0,0,0
 refuse_warp "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]" --lens 1,2,3,4
+
+# Calibrations.
+refuse_calibration() { # refuse_calibration TEXT SED-SCRIPT [OPTIONS...]: of a calibration changed by sed
+    sed "$2" "$calibrations/${file:-five.yml}" >changed.yml
+    expect 2 "$1" grid --calibration changed.yml -o never.grid "${@:3}"
+}
+expect 0 "camera of the straight picture: fx 1402.5, fy 1399.75, cx 967.25, cy 531.5" grid --calibration "$calibrations/five.yml" -o lens.grid
+expect 0 '"camera_matrix": [' grid --calibration "$calibrations/twelve.xml" --alpha 0 --size 320x180 --json
+python3 -c 'import json; d = json.load(open("out")); assert d["size"] == [320, 180] and d["error"]["largest"] < 0.1 and d["outside"] == 0, d' ||
+    fail "grid --json: $(cat out)"
+expect 0 "taken as stretched, not cropped" warp chart.png -o by_options.png --calibration "$calibrations/five.yml" --calibrated-size 640x640
+expect 0 "warped (calibration" warp chart.png -o by_options.png --calibration "$calibrations/five.yml"
+expect 0 "" warp chart.png -o by_grid.png --grid lens.grid
+expect 0 "R: equal" compare by_options.png by_grid.png
+refuse_calibration "changed.yml: camera_matrix (or K, M, mtx" s/camera_matrix/x/
+refuse_calibration "changed.yml: image_width (or width) is missing; --calibrated-size" s/image_width/x/
+refuse_calibration "has '.Nan', expected a number" s/1.4025000000000000e+03/.Nan/
+refuse_calibration "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is no camera matrix" 's/1\. ]/2. ]/'
+refuse_calibration "has 5 elements, expected 4 for a fisheye" "" --fisheye
+refuse_calibration "distortion_model is 'kb9', expected plumb_bob" "\$ a distortion_model: kb9"
+refuse_calibration "no calibration in YAML or XML: " 's/!!opencv-matrix/[/'
+refuse_calibration "expected one of a grid file, a calibration and a described warp" "" --rotate 2
+refuse_calibration "--alpha 1.500000: expected a number from 0 to 1" "" --alpha 1.5
+file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's corners; expected 0" "" --alpha 1
+file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's sides" 's/\[ 700./[ 500./' --alpha 0
+expect 2 "--alpha, --fisheye and --calibrated-size: expected --calibration" grid --alpha 1
 expect 2 "gray.png: 31x17 picture: warps take 96x64 to 8192x6144" warp gray.png -o never.png --zoom 2
 expect 0 "the library's picture has Y" explain chart.png 160 90 --rotate 10
 said=$(sed -n 's/.*\([YUV]\) = \([0-9]*\)$/\1 \2/p' out | paste -sd, | sed 's/,/, /g')
@@ -177,13 +209,13 @@ expect 0 "as gray on the hardware path" warp odd.gray --input-size 101x77 -o hw_
 expect 2 "Src width(101) and height(77) must be aligned" scale odd.gray --input-size 101x77 -o x.gray --size 160x90 --path hw
 expect 0 "" scale chart.png -o expected.gray --size 160x90
 if [ -z "${SANITIZED:-}" ]; then # sanitizers want descriptors of their own
-    (   # descriptors enough for the allocator and two pictures, and no more
+    (   # descriptors enough for the result, the allocator and two pictures, and no more
         for descriptor in /proc/$BASHPID/fd/*; do
             [ "${descriptor##*/}" -gt 2 ] && eval "exec ${descriptor##*/}>&-"
         done
-        ulimit -n 6 && "$vantor" scale chart.png -o fallback.gray --size 160x90 --path hw
+        ulimit -n 7 && "$vantor" scale chart.png -o fallback.gray --size 160x90 --path hw
     ) >out 2>&1 || fail "$(cat out)"
-    grep -qF "as gray by the hardware path's fallback (ion_alloc_fd(3) failed)" out || fail "a fallback: $(cat out)"
+    grep -qF "as gray by the hardware path's fallback (ion_alloc_fd(6) failed)" out || fail "a fallback: $(cat out)"
     cmp fallback.gray expected.gray || fail "a fallback's bytes"
 fi
 VANTOR_LOG=info expect 0 "runGDCHWGrid():970 WARPING done" warp chart.png -o x.png --matrix 4096,0,0,0,4096,0 --path hw
@@ -192,6 +224,121 @@ expect 0 "processor: identical" crosscheck expected.gray --input-size 160x90 --s
 expect 0 "processor: identical" crosscheck chart.png --rotate 30
 expect 2 "expected --size for a scaling request, or" crosscheck chart.png
 expect 2 "--path fpga: expected hw or sw" scale chart.png -o x.png --size 8x8 --path fpga
+
+# Pages to look at.
+expect 0 "a page of" view chart.png turned.png --grid turn.txt -o page.html
+grep -q "https\?://" page.html && fail "a page needs more than itself"
+expect 2 "cannot be laid over each other: chart.png is 320x180, half.png is 160x90" view chart.png half.png -o x.html
+expect 2 "--output chart.png: expected another file" view chart.png -o chart.png
+
+# Clips: all frames in order, tags carried over, in a pipe and through several workers.
+flat() { # flat SIZE Y U V: samples of an I420 picture
+    local pixels=$((${1%x*} * ${1#*x}))
+    bytes $pixels "$2"; bytes $((pixels / 4)) "$3"; bytes $((pixels / 4)) "$4"
+}
+y4m() { # y4m SIZE TAGS: three frames
+    printf 'YUV4MPEG2 W%s H%s %s\nFRAME\n' "${1%x*}" "${1#*x}" "$2"; flat "$1" 20 100 200
+    printf 'FRAME Ip XNOTE\n'; flat "$1" 60 110 210; printf 'FRAME\n'; flat "$1" 144 120 220
+}
+y4m 48x32 "F30000:1001 Ip A4:3 C420mpeg2 Q7 XYSCSS=420MPEG2 XCOLORRANGE=FULL" >clip.y4m
+y4m 24x32 "F30000:1001 Ip A8:3 C420mpeg2 Q7 XYSCSS=420MPEG2 XCOLORRANGE=FULL" >narrow.y4m
+for jobs in 1 2 8; do
+    "$vantor" scale - -o - --size 24x32 --jobs $jobs <clip.y4m 2>out | cmp - narrow.y4m || fail "y4m, $jobs jobs: $(cat out)"
+    grep -q $'\r' out && fail "progress outside a terminal"
+done
+script -qec "(cat clip.y4m; sleep 0.4; tail -c 2310 clip.y4m) | '$vantor' scale - -o x.y4m --size 24x32" /dev/null >out
+grep -q 'vantor: 4 frames, .* a second' out || fail "progress: $(cat -v out)"
+for i in 1 2 3 4 5 6 7 8; do head -c $((i * 10000)) chart.nv12; bytes $((86400 - i * 10000)) 200; done >chart_320x180_8.nv12
+expect 0 ", 8 frames, " warp chart_320x180_8.nv12 -o model.nv12 --rotate 9 --jobs 1 --hash
+expect 0 "service) in" warp chart_320x180_8.nv12 -o hw.nv12 --rotate 9 --jobs 4 --path hw --verify "$(sed 's/.*hash //' out)"
+{ flat 48x32 60 110 210; flat 48x32 144 120 220; } >two_48x32.i420
+expect 0 "hash dcc542aad836410b" scale clip.y4m -o two.i420 --size 100% --skip 1 --times times.txt --hash # as xxh64sum says
+cmp two.i420 two_48x32.i420 || fail "y4m to i420"
+[ "$(cut -d' ' -f1 times.txt | paste -sd,)" = 1,2 ] || fail "times: $(cat times.txt)"
+expect 1 "--verify 0123456789abcdef: the result has dcc542aad836410b" \
+    scale two_48x32.i420 -o x.y4m --size 100% --verify 0123456789abcdef
+expect 0 "gray to x.y4m 101x77 gray" warp odd.gray --input-size 101x77 -o x.y4m --zoom 2
+expect 0 "101x77 gray, 1 frame" info x.y4m
+
+# Padded dumps, of which the last padding is missing.
+python3 - <<'END'
+import random
+def frame(layout, stride, slice_height, padding):
+    width, height, samples = 24, 16, random.Random(1)
+    planes = [[[samples.randrange(256) for _ in range(w)] for _ in range(h)] for w, h in ((24, 16), (12, 8), (12, 8))]
+    if layout != "i420":
+        u, v = planes[1:] if layout == "nv12" else planes[:0:-1]
+        planes[1:] = [[[x for pair in zip(*rows) for x in pair] for rows in zip(u, v)]]
+    out = bytearray()
+    for i, rows in enumerate(planes):
+        row = stride // 2 if i and layout == "i420" else stride
+        for y in range(slice_height // 2 if i else slice_height):
+            out += bytes(rows[y] if y < len(rows) else []).ljust(row, bytes([padding]))
+    return out
+for layout in "nv12", "nv21", "i420":
+    open("packed_24x16." + layout, "wb").write(frame(layout, 24, 16, 0) * 2)
+    open("zeros_24x16." + layout, "wb").write(frame(layout, 32, 20, 0) * 2)
+    open("padded_24x16." + layout, "wb").write((frame(layout, 32, 20, 99) * 2)[:-9 if layout == "i420" else -72])
+END
+for from in nv12 nv21 i420; do
+    for to in nv12 nv21 i420; do
+        expect 0 "$to: copied" scale padded_24x16.$from -o x.$to --size 100% --input-stride 32 --input-slice-height 20
+        cmp x.$to packed_24x16.$to || fail "padded $from to $to"
+        expect 0 "$to: copied" scale packed_24x16.$from -o x.$to --size 100% --output-stride 32 --output-slice-height 20
+        cmp x.$to zeros_24x16.$to || fail "$from to padded $to"
+    done
+done
+
+# RGB by the other matrices and ranges: red as the standards give it, and back.
+for color in "709 limited 77 146 360" "601 full 114 125 377" "709 full 66 143 377"; do
+    set -- $color
+    expect 0 "by BT.$1, $2 range" scale red_4x4.png -o red.i420 --size 4x4 --yuv-matrix $1 --yuv-range $2
+    flat 4x4 $3 $4 $5 | cmp - red.i420 || fail "red by $color: $(od -An -tu1 red.i420)"
+    expect 0 "" scale red.i420 --input-size 4x4 -o x.png --size 4x4 --yuv-matrix $1 --yuv-range $2
+    expect 0 "" compare x.png red_4x4.png --tolerance 3
+done
+
+# Clips that are not what they should be: the frames before go out through a pipe, and no file is left.
+refuse_clip() { # refuse_clip TEXT TAGS ARGUMENTS...: of a clip that ends 100 bytes early
+    y4m 48x32 "$2" | head -c -100 >cut.y4m
+    expect 2 "$1" scale cut.y4m --size 24x16 "${@:3}"
+}
+refuse_clip "cut.y4m: frame 2 (48x32 i420) ends after 2204 of 2304 bytes" F25:1 -o never.y4m
+refuse_clip "cut.y4m: Y4M sample format C422: expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or" C422 -o never.y4m
+refuse_clip "cut.y4m: Y4M 48x99999: width and height must be from 4 to 16384" H99999 -o never.y4m
+refuse_clip "cut.y4m: interlaced; frames are worked on as if they were not" It -o never.y4m
+expect 2 "--skip 4: clip.y4m has 3 frames" scale clip.y4m --size 24x16 -o never.y4m --skip 4
+refuse_clip "never.png: a PNG file holds one frame, and there are more: expected --limit 1" Ip -o never.png
+refuse_clip "--yuv-range full: neither cut.y4m nor never.y4m is RGB" Ip -o never.y4m --yuv-range full
+refuse_clip "--input-stride 50: cut.y4m is a Y4M file; the option is for raw files" Ip -o never.y4m --input-stride 50
+refuse_clip "--output-stride 23: a 24x16 nv12 picture has 24 bytes a row" Ip -o never.nv12 --output-stride 23
+"$vantor" scale cut.y4m -o - --size 24x32 --jobs 2 2>out | cmp - <(y4m 24x32 Ip | head -c -1158) || fail "whole frames of a cut clip"
+"$vantor" scale clip.y4m -o - --size 4800x3200 2>out | head -c 1 >x
+[ "${PIPESTATUS[0]}" = 2 ] && grep -q "standard output: cannot write: Broken pipe" out || fail "a reader that went: $(cat out)"
+
+# Workers that are killed, and a run that is: no process and no file is left.
+mkfifo feed
+for victim in worker tool; do
+    "$vantor" scale feed -o never.gray --input-size 48x32 --input-format gray --size 24x16 --jobs 2 2>out &
+    tool=$!
+    exec 3>feed
+    bytes 1536 1 >&3
+    for ((i = 0; i < 100; i++)); do
+        workers=$(cat /proc/$tool/task/$tool/children)
+        [ "$(wc -w <<<"$workers")" = 2 ] && ls .vantor* >x 2>&1 && break
+        sleep 0.05
+    done
+    [ $victim = tool ] && kill $tool
+    [ $victim = worker ] && kill -9 ${workers%% *} && bytes 3072 1 >&3
+    exec 3>&-
+    wait $tool
+    status=$?
+    [ $victim$status = tool143 ] || [ $victim$status = worker2 ] || fail "a killed $victim: status $status: $(cat out)"
+    [ $victim = tool ] || grep -q "worker process .* ended by signal 9 (Killed)" out || fail "a killed worker: $(cat out)"
+    sleep 0.1
+    for worker in $workers; do grep -qs '^State:[^Z]*$' /proc/$worker/status && fail "a killed $victim left a process"; done
+done
+[ -z "$(find . -name '.vantor*' -o -name 'never*')" ] || fail "files were left: $(find . -name '.vantor*' -o -name 'never*')"
 
 VANTOR_CPU=plain expect 0 "in use plain" info
 

@@ -3,28 +3,13 @@
 
 #include "tests/support.h"
 #include "tools/vantor/grid_report.h"
-#include "tools/vantor/model_frame.h"
 
 namespace vantor::tool {
 namespace {
 
-/// The largest distance, in pixels, between a map and the model's positions over all pixels inside the source.
 double largestError(const WarpParts& parts, Size size) {
     const WarpMap map(parts, size);
-    const GridTables tables(makeGrid(map, size));
-    const GdcFrame frame = modelFrame(size);
-    double largest = 0;
-    for (int y = 0; y < size.height; ++y) {
-        const GridLines lines(tables, frame, y);
-        for (int x = 0; x < size.width; ++x) {
-            const PixelSource at = lines.source(frame, x, y);
-            const Point ideal = map.source({x + 0.5, y + 0.5});
-            if (!at.inside) continue;
-            largest = std::max(
-                {largest, std::abs(at.x.coordinate / 256.0 - ideal.x), std::abs(at.y.coordinate / 256.0 - ideal.y)});
-        }
-    }
-    return largest;
+    return measureError(makeGrid(map, size), map, size, size).largest;
 }
 
 TEST(WarpMap, TheModelFollowsRotationsAndLensesToAFractionOfAPixel) {
@@ -42,7 +27,7 @@ TEST(WarpMap, TheModelFollowsRotationsAndLensesToAFractionOfAPixel) {
 TEST(WarpMap, PartsLeadFromTheOutputToTheSource) {
     const Size size{200, 100};
     const auto expectSource = [&](const WarpParts& parts, Point output, Point source) {
-        const Point actual = WarpMap(parts, size).source(output);
+        const Point actual = WarpMap(parts, size)(output);
         EXPECT_NEAR(actual.x, source.x, 1e-9);
         EXPECT_NEAR(actual.y, source.y, 1e-9);
     };

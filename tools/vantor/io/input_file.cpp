@@ -1,11 +1,74 @@
 #include "tools/vantor/io/input_file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/pipe.h"
 
 namespace vantor::tool {
+
+InputFile::InputFile(const std::string& path)
+    : name_(path == "-" ? "standard input" : path),
+      descriptor_(path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                              : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    struct stat status {};
+    if (descriptor_ < 0 || fstat(descriptor_, &status) != 0)
+        throw UserError(name_ + ": " + std::strerror(errno));
+    if (S_ISREG(status.st_mode)) {
+        length_ = static_cast<uintmax_t>(status.st_size);
+        position_ = static_cast<uintmax_t>(lseek(descriptor_, 0, SEEK_CUR));
+    } else if (S_ISDIR(status.st_mode) || isatty(descriptor_)) {
+        throw UserError(name_ + ": expected a file or a pipe");
+    }
+    enlargePipe(descriptor_);
+}
+
+InputFile::~InputFile() {
+    close(descriptor_);
+}
+
+size_t InputFile::read(void* bytes, size_t count) {
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t part = ::read(descriptor_, static_cast<uint8_t*>(bytes) + done, count - done);
+        if (part == 0) break;
+        if (part < 0 && errno != EINTR) throw UserError(name_ + ": cannot read: " + std::strerror(errno));
+        if (part > 0) done += static_cast<size_t>(part);
+    }
+    position_ += done;
+    return done;
+}
+
+size_t InputFile::skip(size_t count) {
+    if (length_) {
+        const auto rest = static_cast<size_t>(std::min<uintmax_t>(count, *bytesLeft()));
+        if (lseek(descriptor_, static_cast<off_t>(rest), SEEK_CUR) < 0) {
+            throw UserError(name_ + ": cannot read: " + std::strerror(errno));
+        }
+        position_ += rest;
+        return rest;
+    }
+    std::vector<uint8_t> unused(std::min<size_t>(count, size_t{1} << 20));
+    size_t done = 0;
+    while (done < count) {
+        const size_t part = read(unused.data(), std::min(count - done, unused.size()));
+        if (part == 0) break;
+        done += part;
+    }
+    return done;
+}
+
+std::optional<uintmax_t> InputFile::bytesLeft() const {
+    if (!length_) return {};
+    return *length_ - std::min(position_, *length_);
+}
 
 uintmax_t lengthOf(const std::string& path) {
     std::error_code error;
@@ -20,8 +83,8 @@ uintmax_t lengthOf(const std::string& path) {
 
 std::vector<uint8_t> readWhole(const std::string& path) {
     std::vector<uint8_t> bytes(lengthOf(path));
-    std::ifstream file(path, std::ios::binary);
-    if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()))) {
+    InputFile file(path);
+    if (file.read(bytes.data(), bytes.size()) != bytes.size()) {
         throw UserError(path + ": cannot read all of its " + std::to_string(bytes.size()) + " bytes");
     }
     return bytes;

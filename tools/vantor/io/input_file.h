@@ -1,11 +1,39 @@
-// Input files, read whole.
+// Input files, read whole or piece by piece.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vantor::tool {
+
+/// A file, or "-" for standard input, read from its beginning to its end.
+class InputFile {
+public:
+    explicit InputFile(const std::string& path);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// Reads up to `count` bytes, fewer only where the file ends.
+    size_t read(void* bytes, size_t count);
+
+    /// Passes over up to `count` bytes, fewer only where the file ends.
+    size_t skip(size_t count);
+
+    /// What an error names.
+    const std::string& name() const { return name_; }
+    int descriptor() const { return descriptor_; }
+    /// Of a regular file.
+    std::optional<uintmax_t> bytesLeft() const;
+
+private:
+    std::string name_;
+    int descriptor_;
+    std::optional<uintmax_t> length_;  ///< of a regular file
+    uintmax_t position_ = 0;
+};
 
 /// The file's length. Refuses what is no readable regular file.
 uintmax_t lengthOf(const std::string& path);

@@ -38,14 +38,15 @@ void checkLimits(const std::string& what, Size size);
 enum class Layout {
     Gray,  ///< a luma plane
     Nv12,  ///< a luma plane, then U and V interleaved at half the size in both directions
+    Nv21,  ///< the same with V before U
     I420,  ///< a luma plane, then a U plane and a V plane of half the size in both directions
     Rgb,   ///< R, G, B interleaved
 };
 
-/// "gray", "nv12", "i420" or "rgb"
+/// "gray", "nv12", "nv21", "i420" or "rgb"
 const char* toString(Layout layout);
 
-/// Whether the layout has chroma at half size, which takes even pictures.
+/// Whether the layout has chroma at half the size, rounded up.
 bool isSubsampled(Layout layout);
 
 size_t byteCount(Layout layout, Size size);
@@ -72,14 +73,12 @@ struct Component {
 
 std::vector<Component> components(const Picture& picture);
 
-/// The picture on a canvas of another size: cut off, or extended by repeating its last column and row, on the
-/// right and below. Even sizes only where chroma has half the size.
-Picture onCanvas(const Picture& picture, Size size);
-
 /// Converts between any two layouts. RGB is taken to and from YUV with the BT.601 matrix in limited range;
-/// gray gets neutral chroma; pictures lose their chroma on the way to gray. Sizes with chroma at half size
-/// are even, except that an RGB picture of odd size first repeats its last column or row (and a note says
-/// so).
+/// gray gets neutral chroma; pictures lose their chroma on the way to gray. On the way to chroma at half the
+/// size, a picture of odd size repeats its last column or row, and a note says so.
 Picture convert(Picture picture, Layout layout);
+
+/// The size of a picture that is worked on with chroma at half the size; a note says so if it is larger.
+Size evenSize(Size size);
 
 }  // namespace vantor::tool

@@ -4,15 +4,15 @@
 #include <cctype>
 #include <cstring>
 
+#include "tools/vantor/io/clip_reader.h"
+#include "tools/vantor/io/clip_writer.h"
 #include "tools/vantor/io/error.h"
-#include "tools/vantor/io/input_file.h"
-#include "tools/vantor/io/output_file.h"
-#include "tools/vantor/io/png_file.h"
 
 namespace vantor::tool {
 namespace {
 
-constexpr Layout kRawLayouts[] = {Layout::Nv12, Layout::I420, Layout::Gray};
+constexpr Layout kRawLayouts[] = {Layout::Nv12, Layout::Nv21, Layout::I420, Layout::Gray};
+constexpr const char* kY4m = "y4m";
 
 std::optional<Layout> findLayout(const std::string& word) {
     for (Layout layout : kRawLayouts) {
@@ -49,39 +49,29 @@ void takeOnly(std::optional<Value>& known, const std::optional<Value>& found, co
     if (found) known = found;
 }
 
-void applyOptions(FileForm& form, const FormOptions& options) {
-    const std::string formatOption = options.optionPrefix + "-format";
-    const std::string sizeOption = options.optionPrefix + "-size";
-    if (form.isPng && !(options.format.empty() && options.size.empty())) {
-        const bool isFormat = !options.format.empty();
-        throw UserError((isFormat ? formatOption + " " + options.format : sizeOption + " " + options.size) +
-                        ": " + form.path + " is a PNG file; the option is for raw files");
-    }
-    if (!options.format.empty()) {
-        form.layout = findLayout(options.format);
-        if (!form.layout)
-            throw UserError(formatOption + " " + options.format + ": expected nv12, i420 or gray");
-    }
-    if (!options.size.empty()) form.size = parseSize(sizeOption, options.size);
+const char* toString(FileType type) {
+    return type == FileType::Png ? "PNG" : type == FileType::Y4m ? "Y4M" : "raw";
 }
 
-Picture readRaw(const FileForm& form) {
-    if (!form.size) {
-        throw UserError(form.path +
-                        ": size unknown: expected it in the name, as in clip_1280x720_nv12.yuv, or " +
-                        "--input-size WIDTHxHEIGHT");
-    }
-    if (isSubsampled(*form.layout) && !form.size->isEven()) {
-        throw UserError(form.path + ": " + toString(*form.layout) + " pictures of " + toString(*form.size) +
-                        ": width and height must be even");
-    }
-    const size_t expected = byteCount(*form.layout, *form.size);
-    if (const uintmax_t length = lengthOf(form.path); length != expected) {
-        throw UserError(form.path + ": one " + toString(*form.size) + " " + toString(*form.layout) +
-                        " picture has " + std::to_string(expected) + " bytes, the file has " +
-                        std::to_string(length));
-    }
-    return {*form.layout, *form.size, readWhole(form.path)};
+FileType typeOf(const std::string& path, const FormOptions& options) {
+    const std::vector<std::string> words = wordsOf(path);
+    const bool isPipe = path == "-" && options.format.empty();
+    if (isPipe || options.format == kY4m || (words.size() > 1 && words.back() == kY4m)) return FileType::Y4m;
+    return isPngName(path) ? FileType::Png : FileType::Raw;
+}
+
+/// Options that describe raw files are for raw files.
+void refuseOptions(const FileForm& form) {
+    const FormOptions& options = form.options;
+    const auto refuse = [&](bool isGiven, const std::string& name, const std::string& value) {
+        if (!isGiven) return;
+        throw UserError(options.optionPrefix + name + " " + value + ": " + form.path + " is a " +
+                        toString(form.type) + " file; the option is for raw files");
+    };
+    refuse(!options.format.empty() && options.format != kY4m, "-format", options.format);
+    refuse(!options.size.empty(), "-size", options.size);
+    refuse(options.stride != 0, "-stride", std::to_string(options.stride));
+    refuse(options.sliceHeight != 0, "-slice-height", std::to_string(options.sliceHeight));
 }
 
 }  // namespace
@@ -94,9 +84,20 @@ bool isPngName(const std::string& path) {
 FileForm fileForm(const std::string& path, const FormOptions& options) {
     FileForm form;
     form.path = path;
-    form.isPng = isPngName(path);
-    applyOptions(form, options);
-    if (form.isPng) return form;
+    form.options = options;
+    form.type = typeOf(path, options);
+    if (form.type != FileType::Raw) {
+        refuseOptions(form);
+        return form;
+    }
+    if (!options.format.empty()) {
+        form.layout = findLayout(options.format);
+        if (!form.layout) {
+            throw UserError(options.optionPrefix + "-format " + options.format +
+                            ": expected nv12, nv21, i420, gray or y4m");
+        }
+    }
+    if (!options.size.empty()) form.size = parseSize(options.optionPrefix + "-size", options.size);
     const std::vector<std::string> words = wordsOf(path);
     if (!form.layout) form.layout = findLayout(words.back());
     const bool seeksLayout = !form.layout;
@@ -109,35 +110,84 @@ FileForm fileForm(const std::string& path, const FormOptions& options) {
         }
     }
     if (!form.layout) {
-        throw UserError(path +
-                        ": layout unknown: expected a name ending in .png, .nv12, .i420 or .gray, or with " +
-                        "one of these words as in clip_1280x720_nv12.yuv, or " + options.optionPrefix +
-                        "-format nv12, i420 or gray");
+        throw UserError(
+            path + ": layout unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
+            "or with one of these words as in clip_1280x720_nv12.yuv, or " + options.optionPrefix +
+            "-format nv12, nv21, i420, gray or y4m");
     }
     return form;
 }
 
+FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
+    const bool isForOther = typeOf(path, options) != FileType::Raw && typeOf(other, options) == FileType::Raw;
+    return fileForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
+}
+
+FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size) {
+    const FormOptions& options = form.options;
+    if (isSubsampled(layout) && !size.isEven()) {
+        throw UserError(what + " " + toString(size) + ": width and height of a picture in " +
+                        toString(layout) + " must be even (chroma has half the size)");
+    }
+    FrameShape shape = packedShape(layout, size);
+    const auto enlarge = [&](int& length, int given, const std::string& name, const std::string& unit) {
+        if (given == 0) return;
+        if (given < length) {
+            throw UserError(options.optionPrefix + name + " " + std::to_string(given) + ": a " +
+                            toString(size) + " " + toString(layout) + " picture has " +
+                            std::to_string(length) + unit);
+        }
+        length = given;
+    };
+    enlarge(shape.stride, options.stride, "-stride", " bytes a row");
+    enlarge(shape.sliceHeight, options.sliceHeight, "-slice-height", " rows");
+    return shape;
+}
+
 Picture readPicture(const FileForm& form) {
-    return form.isPng ? readPng(form.path) : readRaw(form);
+    const std::unique_ptr<ClipReader> clip = openClip(form);
+    const FrameShape& shape = clip->shape();
+    std::vector<uint8_t> frame(shape.bytes());
+    std::string tags;
+    if (!clip->read(frame.data(), tags)) throw UserError(form.path + ": expected a picture, and it is empty");
+    if (clip->skip()) {
+        throw UserError(form.path +
+                        ": more than one frame, expected one (vantor scale --size 100% --skip N --limit 1 " +
+                        "takes one out)");
+    }
+    if (shape.isPacked()) return {shape.layout, shape.size, std::move(frame)};
+    Picture picture{shape.layout, shape.size, {}};
+    picture.bytes.reserve(byteCount(shape.layout, shape.size));
+    forEachStretch(shape, frame.data(), [&](const uint8_t* bytes, size_t count) {
+        picture.bytes.insert(picture.bytes.end(), bytes, bytes + count);
+    });
+    return picture;
 }
 
 Layout writtenLayout(const FileForm& form, Layout read) {
-    return form.layout.value_or(read == Layout::Gray ? Layout::Gray : Layout::Rgb);
+    const Layout color = form.type == FileType::Y4m ? Layout::I420 : Layout::Rgb;
+    return form.layout.value_or(read == Layout::Gray ? Layout::Gray : color);
 }
 
-void checkOutput(const FileForm& form, const std::string& what, Layout layout, Size size) {
+FrameShape writtenShape(const FileForm& form, const std::string& what, Layout layout, Size size) {
     if (form.size && !(*form.size == size)) {
         throw UserError(what + " " + toString(size) + ": the output's name says " + toString(*form.size) +
                         " (" + form.path + ")");
     }
-    if (isSubsampled(layout) && !size.isEven()) {
-        throw UserError(what + " " + toString(size) + ": width and height of a colour picture must be even " +
-                        "(chroma has half the size)");
-    }
+    return form.type == FileType::Raw ? rawShape(form, what, layout, size) : packedShape(layout, size);
+}
+
+void checkEven(const std::string& what, Size size) {
+    if (size.isEven()) return;
+    throw UserError(what + " " + toString(size) + ": width and height of a colour picture must be even " +
+                    "(chroma has half the size)");
 }
 
 void writePicture(const FileForm& form, const Picture& picture) {
-    writeWhole(form.path, form.isPng ? encodePng(form.path, picture) : picture.bytes);
+    const FrameShape shape = packedShape(picture.layout, picture.size);
+    ClipWriter writer(form, shape, newHeader(picture.layout, picture.size, {}));
+    writer.write(picture.bytes.data(), {});
+    writer.finish();
 }
 
 }  // namespace vantor::tool

@@ -1,0 +1,182 @@
+// vantor-bench: times this library and its peers. Every time is processor time of the whole process, threads
+// included. Google Benchmark's options choose what runs; names are GROUP/CASE/CONTENDER.
+#include <benchmark/benchmark.h>
+#include <pthread.h>
+#include <sched.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/cases.h"
+#include "bench/contender.h"
+#include "processor/instruction_set.h"
+#include "scaler/bicubic_luma_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/interp4_kernels.h"
+
+namespace vantor::bench {
+namespace {
+
+using benchmark::State;
+
+template <typename Body>
+void add(const std::string& name, Body body) {
+    benchmark::RegisterBenchmark(name.c_str(), body)->MeasureProcessCPUTime();
+}
+
+/// The pictures of one case, and what this library makes of them.
+struct Pictures {
+    Picture src;
+    Picture own;
+
+    /// How near a contender's result is to this library's: that both have done the same work.
+    double likeness(const Picture& result) const { return psnr(own, result); }
+};
+
+/// Keeps the pictures of the last case alone: all together would not fit in memory.
+class Stage {
+public:
+    template <typename Prepare>
+    const Pictures& pictures(const std::string& name, Size src, Size dst, Prepare&& prepareOwn) {
+        if (name_ != name) {
+            pictures_ = nullptr;
+            pictures_.reset(new Pictures{makeScene(src), Picture(dst)});
+            prepareOwn(pictures_->src, pictures_->own)();
+            name_ = name;
+        }
+        return *pictures_;
+    }
+
+private:
+    std::string name_;
+    std::unique_ptr<Pictures> pictures_;
+};
+
+Stage stage;
+
+void measure(State& state, const Work& work, Filter filter, const Picture& result, const Pictures& pictures) {
+    work();  // what a first call fetches and touches is not the question
+    for (auto _ : state) work();
+    state.SetLabel(filter == Filter::FourTaps ? "four taps" : "");
+    state.counters["pixels"] = static_cast<double>(result.size().pixels());
+    state.counters["psnr"] = pictures.likeness(result);
+}
+
+void addScaling(const std::string& group, const ScaleCase& scaling, const Scaler& scaler, int rowAlignment) {
+    add(group + '/' + scaling.name + '/' + scaler.name, [=](State& state) {
+        const Pictures& pictures =
+            stage.pictures(group + scaling.name, scaling.src, scaling.dst, ownScaler().prepare);
+        Picture dst(scaling.dst, rowAlignment);
+        measure(state, scaler.prepare(pictures.src, dst), scaler.filter, dst, pictures);
+    });
+}
+
+void addWarp(const std::string& group, const WarpCase& warp, const Warper& warper) {
+    add(group + '/' + warp.name + '/' + warper.name, [=](State& state) {
+        const Grid grid = warp.makeGrid(warp.size);
+        const auto prepareOwn = [&](const Picture& src, Picture& dst) {
+            return ownWarper().prepare(grid, src, dst);
+        };
+        const Pictures& pictures = stage.pictures(group + warp.name, warp.size, warp.size, prepareOwn);
+        Picture dst(warp.size);
+        measure(state, warper.prepare(grid, pictures.src, dst), warper.filter, dst, pictures);
+    });
+}
+
+/// Copies as many bytes as make reads and writes together as large as source and destination together.
+void addCopy(const std::string& group, const std::string& name, Size src, Size dst) {
+    add(group + '/' + name + "/memory copy", [=](State& state) {
+        const size_t bytes = (nv12Bytes(src) + nv12Bytes(dst)) / 2;
+        const std::vector<uint8_t> from(bytes, 1);
+        std::vector<uint8_t> to(bytes);
+        for (auto _ : state) {
+            std::memcpy(to.data(), from.data(), bytes);
+            benchmark::ClobberMemory();
+        }
+        state.counters["pixels"] = static_cast<double>(dst.pixels());
+    });
+}
+
+/// What the scalers' threads cost when there is nothing to do: `rounds` times three created and joined.
+void addThreads(int rounds) {
+    add("threads/" + std::to_string(3 * rounds) + "/create and join", [rounds](State& state) {
+        for (auto _ : state) {
+            for (int round = 0; round < rounds; ++round) {
+                pthread_t threads[3];
+                for (pthread_t& thread : threads) {
+                    if (pthread_create(
+                            &thread, nullptr, [](void* p) { return p; }, nullptr) != 0)
+                        std::abort();
+                }
+                for (pthread_t thread : threads) pthread_join(thread, nullptr);
+            }
+        }
+    });
+}
+
+void addAll(const std::vector<Contender>& peers) {
+    addThreads(1);
+    addThreads(2);
+    for (const ScaleCase& scaling : scaleCases()) {
+        addScaling("scale", scaling, ownScaler(), 1);
+        for (const Contender& peer : peers) {
+            for (const Scaler& scaler : peer.scalers) addScaling("scale", scaling, scaler, kAlignment);
+        }
+        addCopy("scale", scaling.name, scaling.src, scaling.dst);
+    }
+    for (const WarpCase& warp : warpCases()) {
+        addWarp("warp", warp, ownWarper());
+        for (const Contender& peer : peers) {
+            for (const Warper& warper : peer.warpers) addWarp("warp", warp, warper);
+        }
+        addCopy("warp", warp.name, warp.size, warp.size);
+    }
+    for (const ScaleCase& scaling : scaleSweep()) addScaling("sweep", scaling, ownScaler(), 1);
+    for (const WarpCase& warp : warpSweep()) addWarp("sweep", warp, ownWarper());
+}
+
+template <typename Kernels, int Count>
+void nameTable(const char* family, const Kernels* const (&tables)[Count]) {
+    benchmark::AddCustomContext(std::string("kernels of ") + family,
+                                instructionSetName(bestTable(tables).set));
+}
+
+/// How many processors this process may run on.
+int usableProcessors() {
+    cpu_set_t processors;
+    return sched_getaffinity(0, sizeof processors, &processors) == 0 ? CPU_COUNT(&processors) : 0;
+}
+
+void describe(const std::vector<Contender>& peers) {
+    nameTable("bicubic luma", kLumaTables);
+    nameTable("bilinear chroma", kChromaTables);
+    nameTable("four-tap", kFourTapTables);
+    const char* limit = std::getenv("VANTOR_CPU");
+    benchmark::AddCustomContext("limit", limit ? limit : "none");
+    benchmark::AddCustomContext("processors", std::to_string(usableProcessors()));
+    benchmark::AddCustomContext("compiler", VANTOR_COMPILER);
+    for (const Contender& peer : peers) benchmark::AddCustomContext("peer " + peer.library, peer.version);
+}
+
+}  // namespace
+}  // namespace vantor::bench
+
+int main(int argc, char** argv) {
+    const char* limit = std::getenv("VANTOR_CPU");
+    if (!vantor::isInstructionSetLimit(limit)) {
+        std::fprintf(stderr, "vantor-bench: VANTOR_CPU is '%s', which is none of plain, avx2 and avx512\n",
+                     limit);
+        return 2;
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+    const std::vector<vantor::bench::Contender> peers = vantor::bench::peers();
+    vantor::bench::describe(peers);
+    vantor::bench::addAll(peers);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,257 @@
+#!/usr/bin/env python3
+"""report.py FOLDER [--quick]: makes FOLDER/bench.json and a report of the runs in FOLDER/runs, which is printed and,
+without --quick, put into docs/performance.md."""
+import datetime
+import json
+import pathlib
+import re
+import sys
+
+OWN = "Vantor10"
+COPY = "memory copy"
+BEST, AVX2, PLAIN = "none", "avx2", "plain"  # values of VANTOR_CPU; none: all that the processor has
+MILD = "1920x1080 mild"
+
+# What is wanted: cases (by the beginning of their names), VANTOR_CPU, what the time is divided by, and the largest
+# quotient.
+LIMITS = [
+    (["1920x1080 to"], BEST, "any peer", 0.70),
+    (["1920x1080 to"], BEST, "four-tap peer", 0.70),
+    (["4032x3024 to"], BEST, "any peer", 0.60),
+    (["4032x3024 to"], BEST, "four-tap peer", 0.35),
+    (["3840x2160 to 1024"], BEST, "any peer", 0.95),
+    (["3840x2160 to 1024"], BEST, "four-tap peer", 0.30),
+    (["3840x2160 to 1920"], BEST, "any peer", 1.30),
+    (["3840x2160 to 1920"], BEST, "four-tap peer", 0.15),
+    (["1280x720 to", "960x540 to", "640x480 to"], BEST, "any peer", 0.67),
+    (["1280x720 to", "960x540 to", "640x480 to"], BEST, "four-tap peer", 0.67),
+    ([MILD, "4000x3000 mild"], BEST, "four-tap peer", 0.25),
+    ([MILD, "4000x3000 mild"], BEST, "any peer", 1.00),
+    (["1920x1080 turned", "1920x1080 folding", "4000x3000"], BEST, MILD, 1.50),
+    (["1920x1080 to", "4032x3024 to", "3840x2160 to", "1280x720 to", "960x540 to", "640x480 to"], AVX2,
+     "four-tap peer", 1.00),
+    ([MILD, "4000x3000 mild"], AVX2, "four-tap peer", 0.33),
+]
+
+
+def least(rows, run):
+    """Adds one run of vantor-bench to `rows`: the least time of each benchmark counts."""
+    context = run["context"]
+    for entry in run["benchmarks"]:
+        if entry["run_type"] != "iteration":
+            continue
+        group, case, contender = entry["run_name"].removesuffix("/process_time").split("/")
+        key = (group, case, contender, context["limit"], int(context["processors"]))
+        pixels = entry.get("pixels", 1)
+        row = rows.setdefault(key, {
+            "group": group, "case": case, "contender": contender, "limit": context["limit"],
+            "processors": key[-1], "pixels": pixels, "four_taps": entry.get("label") == "four taps",
+            "psnr": entry.get("psnr"), "cpu_ns": float("inf"), "wall_ns": float("inf")})
+        row["cpu_ns"] = min(row["cpu_ns"], entry["cpu_time"])
+        row["wall_ns"] = min(row["wall_ns"], entry["real_time"])
+        row["cpu_ns_per_pixel"] = row["cpu_ns"] / pixels
+        row["wall_ns_per_pixel"] = row["wall_ns"] / pixels
+
+
+def processor():
+    text = pathlib.Path("/proc/cpuinfo").read_text()
+    names = re.findall(r"^(?:model name|Hardware)\s*: (.*)$", text, re.M)
+    sets = [name for name in ("avx2", "avx512vbmi", "asimd", "neon") if re.search(rf"\b{name}\b", text)]
+    return f"{names[0] if names else 'unknown'} ({', '.join(sets)})"
+
+
+def gather(folder):
+    """All runs of a folder as one object: what ran where, and the least times."""
+    rows, tables, context = {}, {}, {}
+    for path in sorted(folder.glob("runs/*.json")):
+        run = json.loads(path.read_text())
+        context = run["context"]
+        tables[context["limit"]] = {name.removeprefix("kernels of "): table
+                                    for name, table in context.items() if name.startswith("kernels of ")}
+        least(rows, run)
+    return {
+        "date": datetime.date.today().isoformat(),
+        "processor": processor(),
+        "processors": context["num_cpus"],
+        "compiler": context["compiler"],
+        "peers": {name.removeprefix("peer "): version
+                  for name, version in context.items() if name.startswith("peer ")},
+        "kernels": tables,
+        "rows": list(rows.values()),
+    }
+
+
+class Results:
+    """Questions to the object that `gather` makes."""
+
+    def __init__(self, bench):
+        self.bench = bench
+        self.rows = bench["rows"]
+
+    def cases(self, group):
+        return list(dict.fromkeys(row["case"] for row in self.rows if row["group"] == group))
+
+    def of(self, case, contender, limit=BEST, pinned=True):
+        for row in self.rows:
+            if ((row["case"], row["contender"], row["limit"]) == (case, contender, limit)
+                    and pinned == (row["processors"] == 1)):
+                return row
+        return None
+
+    def own(self, case, limit=BEST):
+        return self.of(case, OWN, limit)["cpu_ns_per_pixel"]
+
+    def peers(self, case):
+        """Of a case, on one processor; those that need more than a grid are left out."""
+        return [row for row in self.rows
+                if row["case"] == case and row["processors"] == 1 and row["contender"] not in (OWN, COPY)
+                and not row["contender"].endswith("maps kept")]
+
+    def fastest(self, case, four_taps=False):
+        peers = [row for row in self.peers(case) if row["four_taps"] or not four_taps]
+        return min(peers, key=lambda row: row["cpu_ns_per_pixel"], default=None)
+
+    def divisor(self, case, name):
+        """What a limit compares with, in ns a pixel."""
+        if name == "any peer":
+            return self.fastest(case)["cpu_ns_per_pixel"]
+        if name == "four-tap peer":
+            return self.fastest(case, four_taps=True)["cpu_ns_per_pixel"]
+        return self.own(name)
+
+
+def table(header, rows):
+    """Markdown that is legible as it stands: the first column to the left, the others to the right."""
+    lines = [header] + rows
+    widths = [max(len(line[i]) for line in lines) for i in range(len(header))]
+
+    def text(line):
+        cells = [cell.ljust(width) if i == 0 else cell.rjust(width)
+                 for i, (cell, width) in enumerate(zip(line, widths))]
+        return "| " + " | ".join(cells) + " |"
+
+    rule = "|" + "|".join("-" * (width + 1) + ("-" if i == 0 else ":") for i, width in enumerate(widths)) + "|"
+    return "\n".join([text(header), rule] + [text(row) for row in rows]) + "\n"
+
+
+def ns(value):
+    return f"{value:.3f}" if value < 1 else f"{value:.2f}"
+
+
+def ratio(value, divisor):
+    return f"{value / divisor:.2f}"
+
+
+def limit_name(limit):
+    return "best" if limit == BEST else limit
+
+
+def peer_cell(row):
+    return f"{row['contender']} {ns(row['cpu_ns_per_pixel'])}"
+
+
+def thread_cost(results, case):
+    """Of a scaling's threads, in ns a pixel: three to enlarge, two times three to reduce."""
+    src, dst = (int(size.split("x")[0]) for size in case.split(" to "))
+    threads = "3" if dst > src else "6"
+    return results.of(threads, "create and join")["cpu_ns"] / results.of(case, OWN)["pixels"]
+
+
+def main_table(results):
+    rows = []
+    for group in ("scale", "warp"):
+        for case in results.cases(group):
+            own, plain = results.own(case), results.own(case, PLAIN)
+            fastest, four_taps = results.fastest(case), results.fastest(case, four_taps=True)
+            copy = results.of(case, COPY)["cpu_ns_per_pixel"]
+            threads = thread_cost(results, case) if group == "scale" else 0
+            rows.append([
+                case, ns(own), ns(results.own(case, AVX2)), ns(plain), ns(threads) if threads else "none",
+                *([peer_cell(fastest), ratio(own, fastest["cpu_ns_per_pixel"]),
+                   peer_cell(four_taps), ratio(own, four_taps["cpu_ns_per_pixel"])] if fastest else ["-"] * 4),
+                ratio(own, plain), ns(copy), ratio(own, copy)])
+    return table(["case", "best", "avx2", "plain", "threads", "fastest peer", "ratio", "fastest four-tap peer", "ratio",
+                  "to plain", "copy", "to copy"], rows)
+
+
+def limit_lines(results):
+    lines = []
+    for prefixes, limit, against, largest in LIMITS:
+        for case in results.cases("scale") + results.cases("warp"):
+            if not case.startswith(tuple(prefixes)) or (against in ("any peer", "four-tap peer")
+                                                        and not results.fastest(case)):
+                continue
+            reached = results.own(case, limit) / results.divisor(case, against)
+            verdict = "met" if reached <= largest else "MISSED"
+            lines.append([f"{case} ({limit_name(limit)})", against, f"{largest:.2f}", f"{reached:.2f}", verdict])
+    return table(["case", "against", "at most", "is", ""], lines)
+
+
+def peer_table(results, group):
+    """Every peer in every case of a group."""
+    cases = results.cases(group)
+    names = dict.fromkeys(row["contender"] for row in results.rows
+                          if row["group"] == group and row["contender"] not in (OWN, COPY))
+    return table(["ns a pixel"] + cases,
+                 [[name] + [ns(results.of(case, name)["cpu_ns_per_pixel"]) for case in cases] for name in names])
+
+
+def sweep_table(results):
+    rows = []
+    for kind in ("reduce", "enlarge", "warp"):
+        for case in (case for case in results.cases("sweep") if case.startswith(kind)):
+            row = results.of(case, OWN)
+            rows.append([case, ns(row["cpu_ns_per_pixel"]), f"{row['cpu_ns'] / 1000:.1f}"])
+    return table(["case", "ns a pixel", "microseconds a call"], rows)
+
+
+def cores_table(results):
+    rows = []
+    for group in ("scale", "warp"):
+        for case in results.cases(group):
+            one, every = results.of(case, OWN), results.of(case, OWN, pinned=False)
+            if every:
+                rows.append([case, ns(one["wall_ns_per_pixel"]), ns(every["wall_ns_per_pixel"]),
+                             ns(every["cpu_ns_per_pixel"])])
+    return table(["case", "one processor, elapsed", "all, elapsed", "all, processor time"], rows) if rows else ""
+
+
+def report(results):
+    bench = results.bench
+    peers = ", ".join(f"{name} {version}" for name, version in bench["peers"].items()) or "no peers"
+    kernels = "; ".join(f"{limit_name(limit)}: " + ", ".join(f"{name} {chosen}" for name, chosen in tables.items())
+                        for limit, tables in bench["kernels"].items())
+    parts = [
+        f"{bench['date']}, {bench['processor']}, {bench['processors']} processors, {bench['compiler']}; {peers}.\n"
+        f"Kernels in use: {kernels}.\n",
+        "Nanoseconds a pixel of output, on one processor:\n", main_table(results), limit_lines(results),
+        "All peers, scaling:\n", peer_table(results, "scale"),
+        "All peers, warping:\n", peer_table(results, "warp"),
+    ]
+    if results.cases("sweep"):
+        parts += ["Growth with size:\n", sweep_table(results)]
+    cores = cores_table(results)
+    if cores:
+        parts += [f"With all {bench['processors']} processors:\n", cores]
+    return "\n".join(parts)
+
+
+def publish(text, path):
+    begin, end = "<!-- measured: begin -->\n", "<!-- measured: end -->"
+    page = path.read_text()
+    head, rest = page.split(begin)
+    path.write_text(head + begin + "\n" + text + "\n" + end + rest.split(end)[1])
+
+
+def main():
+    folder = pathlib.Path(sys.argv[1])
+    bench = gather(folder)
+    (folder / "bench.json").write_text(json.dumps(bench, indent=1) + "\n")
+    text = report(Results(bench))
+    print(text)
+    if "--quick" not in sys.argv:
+        publish(text, pathlib.Path("docs/performance.md"))
+
+
+if __name__ == "__main__":
+    main()

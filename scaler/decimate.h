@@ -1,0 +1,43 @@
+// Reduction by a whole number: every output sample is a source sample.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "scaler/bands.h"
+#include "scaler/slice_args.h"
+
+namespace vantor {
+
+/// Copies every `Step`-th of the units of `Bytes` bytes.
+template <int Bytes, int Step>
+void decimateBy(const uint8_t* src, uint8_t* dst, int units) {
+    for (std::ptrdiff_t i = 0; i < units; ++i) std::memcpy(dst + i * Bytes, src + i * Step * Bytes, Bytes);
+}
+
+/// The same for any step. The common ones are loops that compilers turn into vector code.
+template <int Bytes>
+void decimate(const uint8_t* src, std::ptrdiff_t step, uint8_t* dst, int units) {
+    if (step == 1) {
+        std::memcpy(dst, src, static_cast<size_t>(units) * Bytes);
+    } else if (step == 2) {
+        decimateBy<Bytes, 2>(src, dst, units);
+    } else {
+        for (std::ptrdiff_t i = 0; i < units; ++i)
+            std::memcpy(dst + i * Bytes, src + i * step * Bytes, Bytes);
+    }
+}
+
+/// Rows of a region whose output samples all are source samples, `columnStep` and `rowStep` apart.
+template <int Bytes>
+void decimateRows(const ScaleSliceArgs& args, const RowRange& rows, int columnStep, int rowStep) {
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t{rowStep} * args.srcStride;
+    for (int i = 0; i < rows.count; ++i) {
+        const int y = rows.row(i);
+        decimate<Bytes>(args.src + y * rowBytes, columnStep, args.dst + std::ptrdiff_t{y} * args.dstStride,
+                        args.dstWidth);
+    }
+}
+
+}  // namespace vantor

@@ -1,0 +1,43 @@
+// Where the vector stages load their bytes from. Every output column needs an element: four consecutive bytes
+// of the source row. Elements of neighbouring columns lie close together or overlap, so a vector stage loads
+// windows of consecutive bytes and picks the elements from them by a shuffle.
+#pragma once
+
+#include <cstdint>
+
+namespace vantor {
+
+constexpr uint32_t kElementBytes = 4;
+
+/// Filtered rows and the tables of columns are padded to a multiple of this many columns, so that vector
+/// stages work on whole vectors; none is wider.
+constexpr int kVectorColumns = 64;
+
+/// The most columns that are worked on at a time. With their tables and filtered rows the kernels then stay
+/// within 16 KB of stack: what a new thread touches beyond that costs it page faults.
+constexpr int kStripColumns = 768;
+
+/// The elements of consecutive output columns, at least one. Up to paddedColumns(columns) both arrays repeat
+/// their last entry.
+struct ColumnTaps {
+    const uint32_t* tap;   ///< where the element begins in the source row, ascending
+    const uint8_t* phase;  ///< between its bytes; the scale is the family's
+    int columns;
+};
+
+/// How a vector table gathers its elements, worked out once for all rows; the layout of `shuffle` is the
+/// table's own business.
+struct ElementPlan {
+    int windowsPerVector;
+    uint32_t start[kStripColumns / 2];
+    alignas(64) uint8_t shuffle[4 * kStripColumns];
+};
+
+/// Lays a window of `windowBytes` bytes, the first from start[0] on, around each `perWindow` elements of the
+/// padded columns; element i begins offset[i] bytes into its window. Windows stay within the span of all
+/// elements, so nothing else of the row is loaded. Returns false where that span is shorter than a window, or
+/// the elements of one window lie too far apart.
+bool placeWindows(const ColumnTaps& taps, int perWindow, uint32_t windowBytes, uint32_t* start,
+                  uint8_t* offset);
+
+}  // namespace vantor

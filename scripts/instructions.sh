@@ -1,0 +1,40 @@
+#!/bin/sh
+# instructions.sh: counts executed instructions a pixel of output (chroma: a pair), of each family of kernels, plain and
+# with the best table, on 32-bit ARM, 64-bit ARM and x86-64 (to AVX2), all under the emulator.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh --count
+out=build-count
+mkdir -p "$out"
+gcc -shared -fPIC -O2 -Wall -Wextra -Werror bench/instruction_count.c -o "$out/count.so"
+
+# count LIMIT FAMILY ROWS COMMAND...: pixels and executed instructions of one run.
+count() {
+    limit=$1 family=$2 rows=$3
+    shift 3
+    env ${limit:+VANTOR_CPU=$limit} "$@" "$family" "$rows" 2>&1 | grep -o '[0-9]*$' | tr '\n' ' '
+}
+
+# measure NAME PRESET EMULATOR...: a line for each family, from the difference of two runs.
+measure() {
+    name=$1 preset=$2
+    shift 2
+    { cmake --preset "$preset" -B "$out/$preset" -DVANTOR_BENCH=ON -DVANTOR_TESTS=OFF -DVANTOR_TOOL=OFF &&
+        cmake --build "$out/$preset" --target vantor-count; } >"$out/$preset.log" 2>&1 ||
+        { cat "$out/$preset.log"; exit 1; }
+    set -- "$@" "$out/$preset/bin/vantor-count"
+    for family in luma chroma enlarged-luma enlarged-nv12 warp; do
+        for limit in plain ''; do
+            echo "$(count "$limit" "$family" 96 "$@") $(count "$limit" "$family" 288 "$@")"
+        done | awk -v name="$name" -v family="$family" '
+            { cost[NR] = ($4 - $2) / ($3 - $1) }
+            END { printf "%-8s %-14s %8.1f %8.1f %6.2f\n", name, family, cost[1], cost[2], cost[1] / cost[2] }'
+    done
+}
+
+printf '%-8s %-14s %8s %8s %6s\n' target family plain best ratio
+arm=$(dirname "$(dirname "$(arm-linux-gnueabi-g++ -print-file-name=libc.so.6)")")
+arm64=$(dirname "$(dirname "$(aarch64-linux-gnu-g++ -print-file-name=libc.so.6)")")
+measure arm arm qemu-arm -plugin "$out/count.so" -L "$arm" -E LD_LIBRARY_PATH="$arm/lib"
+measure arm64 arm64 qemu-aarch64 -plugin "$out/count.so" -L "$arm64" -E LD_LIBRARY_PATH="$arm64/lib"
+measure x86-64 release qemu-x86_64 -cpu max -plugin "$out/count.so"

@@ -1,0 +1,306 @@
+#include "tools/vantor/clip.h"
+
+#include <poll.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <thread>
+
+#include "tools/vantor/commands.h"
+#include "tools/vantor/io/clip_writer.h"
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/picture_hash.h"
+#include "tools/vantor/progress.h"
+#include "tools/vantor/workers.h"
+
+namespace vantor::tool {
+namespace {
+
+constexpr size_t kMostJobs = 256;
+
+/// Memory that this process and those it forks share.
+class SharedMemory {
+public:
+    explicit SharedMemory(size_t length)
+        : length_(length),
+          address_(mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
+        if (address_ == MAP_FAILED) throw std::bad_alloc();
+    }
+    ~SharedMemory() { munmap(address_, length_); }
+    SharedMemory(const SharedMemory&) = delete;
+    SharedMemory& operator=(const SharedMemory&) = delete;
+
+    uint8_t* bytes() const { return static_cast<uint8_t*>(address_); }
+
+private:
+    size_t length_;
+    void* address_;
+};
+
+/// The frames that are on their way, in the order of the clip: each is read, worked on by a worker, and
+/// written.
+class Pipeline {
+public:
+    Pipeline(const FramePlan& plan, size_t jobs)
+        : readBytes_(plan.read.bytes()),
+          bytes_(readBytes_ + plan.written.bytes()),
+          slots_(jobs == 1 ? 1 : 2 * jobs),
+          memory_(slots_ * bytes_),
+          tags_(slots_),
+          plan_(plan),
+          workers_(jobs, [this](size_t slot) { return work(slot); }) {}
+
+    bool isEmpty() const { return first_ == end_; }
+
+    /// Reads a frame. False where the clip ends.
+    bool read(ClipReader& reader) { return reader.read(input(end_ % slots_), tags_[end_ % slots_]); }
+
+    /// Hands the frame that was read to its worker.
+    void start() { workers_.start(end_++ % slots_); }
+
+    /// Whether the first frame should be taken out before another is read: there is no room for another, or
+    /// it is done, or it will be before there is something to read.
+    bool isDue(const ClipReader& reader) const {
+        if (isEmpty()) return false;
+        if (end_ - first_ == slots_) return true;
+        pollfd events[] = {{workers_.descriptor(first_ % slots_), POLLIN, 0},
+                           {reader.descriptor(), POLLIN, 0}};
+        const bool canAlwaysRead = events[1].fd < 0;
+        while (poll(events, 2, canAlwaysRead ? 0 : -1) < 0 && errno == EINTR) continue;
+        return events[0].revents != 0;
+    }
+
+    /// Waits for the first frame and gives it to `use`.
+    template <typename Use>
+    void take(Use&& use) {
+        const size_t slot = first_ % slots_;
+        use(workers_.wait(slot), output(slot), tags_[slot]);
+        ++first_;
+    }
+
+private:
+    uint8_t* input(size_t slot) const { return memory_.bytes() + slot * bytes_; }
+    uint8_t* output(size_t slot) const { return input(slot) + readBytes_; }
+
+    /// In a worker. The task is made there: memory for the hardware path would be shared with other workers.
+    Outcome work(size_t slot) {
+        Outcome outcome{};
+        const auto say = [&](const std::string& text) {
+            std::snprintf(outcome.text, sizeof outcome.text, "%s", text.c_str());
+        };
+        try {
+            if (!task_) task_.emplace(plan_);
+            const RequestResult result = task_->run(input(slot), output(slot));
+            outcome.milliseconds = result.milliseconds;
+            say(result.fallback);
+        } catch (const std::exception& error) {
+            outcome.isFailure = true;
+            say(error.what());
+        }
+        return outcome;
+    }
+
+    size_t readBytes_;
+    size_t bytes_;
+    size_t slots_;
+    SharedMemory memory_;
+    std::vector<std::string> tags_;
+    FramePlan plan_;
+    std::optional<FrameTask> task_;
+    Workers workers_;
+    size_t first_ = 0;
+    size_t end_ = 0;
+};
+
+}  // namespace
+
+struct Clip::Result {
+    uintmax_t frames = 0;
+    double milliseconds = 0;  ///< in the library
+    double seconds = 0;       ///< all in all
+    std::string fallback;
+    std::string hash;
+};
+
+Clip::Clip(const ClipOptions& options)
+    : options_(options),
+      outputForm_(fileForm(options.output, options.outputForm)),
+      reader_(openClip(fileForm(options.input, options.inputForm))) {
+    if (!options.verify.empty() &&
+        (options.verify.size() != 16 ||
+         options.verify.find_first_not_of("0123456789abcdef") != std::string::npos)) {
+        throw UserError("--verify " + options.verify +
+                        ": expected 16 hexadecimal digits, as --hash says them");
+    }
+    if (reader_->header() && reader_->header()->isInterlaced()) {
+        note(options.input + ": interlaced; frames are worked on as if they were not");
+    }
+}
+
+Layout Clip::writtenLayout() const {
+    return tool::writtenLayout(outputForm_, reader_->shape().layout);
+}
+
+Layout Clip::working() const {
+    return workingLayout(reader_->shape().layout, writtenLayout());
+}
+
+FrameShape Clip::written(const std::string& what, Size size) const {
+    return writtenShape(outputForm_, what, writtenLayout(), size);
+}
+
+YuvColor Clip::color() const {
+    const bool isRgb = reader_->shape().layout == Layout::Rgb || writtenLayout() == Layout::Rgb;
+    if (!isRgb && !(options_.matrix.empty() && options_.range.empty())) {
+        throw UserError(
+            (options_.matrix.empty() ? "--yuv-range " + options_.range : "--yuv-matrix " + options_.matrix) +
+            ": neither " + options_.input + " nor " + options_.output + " is RGB, so nothing is converted");
+    }
+    YuvColor color;
+    color.isBt709 = options_.matrix == "709";
+    color.isFullRange = options_.range == "full";
+    if (options_.range.empty() && reader_->header()) {
+        color.isFullRange = reader_->header()->isFullRange().value_or(false);
+    }
+    return color;
+}
+
+Y4mHeader Clip::headerOf(const FrameShape& written) const {
+    if (reader_->header()) return derivedHeader(*reader_->header(), written.layout, written.size);
+    const bool isFromRgb = reader_->shape().layout == Layout::Rgb;
+    return newHeader(written.layout, written.size,
+                     isFromRgb ? std::optional(color().isFullRange) : std::nullopt);
+}
+
+std::optional<uintmax_t> Clip::framesLeft() const {
+    const std::optional<uintmax_t> left = reader_->framesLeft();
+    return left && options_.limit ? std::min(*left, *options_.limit) : left ? left : options_.limit;
+}
+
+size_t Clip::jobs() const {
+    const uintmax_t wanted = options_.jobs != 0 ? options_.jobs : std::thread::hardware_concurrency();
+    const uintmax_t useful = framesLeft().value_or(kMostJobs);
+    return static_cast<size_t>(std::clamp<uintmax_t>(wanted, 1, std::clamp<uintmax_t>(useful, 1, kMostJobs)));
+}
+
+Clip::Result Clip::processFrames(const FramePlan& plan) {
+    for (uintmax_t i = 0; i < options_.skip; ++i) {
+        if (!reader_->skip()) {
+            throw UserError("--skip " + std::to_string(options_.skip) + ": " + options_.input + " has " +
+                            std::to_string(i) + " frames");
+        }
+    }
+    Pipeline pipeline(plan, jobs());
+    ClipWriter writer(outputForm_, plan.written, headerOf(plan.written));
+    std::optional<OutputFile> times;
+    if (!options_.timesFile.empty()) times.emplace(options_.timesFile);
+    std::optional<PictureHash> hash;
+    if (options_.hash || !options_.verify.empty()) hash.emplace();
+    const std::optional<uintmax_t> all = framesLeft();
+    Progress progress;
+    Result result;
+    const auto use = [&](const Outcome& outcome, uint8_t* frame, const std::string& tags) {
+        writer.write(frame, tags);
+        if (hash) hash->add(plan.written, frame);
+        if (times) {
+            char line[64];
+            const int length = std::snprintf(line, sizeof line, "%ju %.3f\n", options_.skip + result.frames,
+                                             outcome.milliseconds);
+            times->write(reinterpret_cast<const uint8_t*>(line), static_cast<size_t>(length));
+        }
+        ++result.frames;
+        result.milliseconds += outcome.milliseconds;
+        if (result.fallback.empty()) result.fallback = outcome.text;
+        progress.show(result.frames, all);
+    };
+
+    std::exception_ptr readTrouble;  // thrown when the frames before it are written
+    uintmax_t left = options_.limit.value_or(UINTMAX_MAX);
+    while (left > 0 || !pipeline.isEmpty()) {
+        if (left == 0 || pipeline.isDue(*reader_)) {
+            pipeline.take(use);
+            continue;
+        }
+        bool isRead = false;
+        try {
+            isRead = pipeline.read(*reader_);
+        } catch (const UserError&) {
+            readTrouble = std::current_exception();
+        }
+        left = isRead ? left - 1 : 0;
+        if (isRead) pipeline.start();
+    }
+    if (readTrouble) std::rethrow_exception(readTrouble);
+    if (result.frames == 0)
+        throw UserError(options_.input + ": no frame behind the first " + std::to_string(options_.skip));
+    writer.finish();
+    if (times) times->finish();
+    if (hash) result.hash = hash->text();
+    result.seconds = progress.seconds();
+    return result;
+}
+
+void Clip::report(const FramePlan& plan, const Result& result, const std::string& what,
+                  const std::string& processor) const {
+    char time[128];
+    if (result.frames == 1) {
+        std::snprintf(time, sizeof time, "in %.2f ms", result.milliseconds);
+    } else {
+        const auto frames = static_cast<double>(result.frames);
+        std::snprintf(time, sizeof time, "in %.2f s, %ju frames, %.1f a second; each %.2f ms in the library",
+                      result.seconds, result.frames, frames / result.seconds, result.milliseconds / frames);
+    }
+    const bool isRgb = plan.read.layout == Layout::Rgb || plan.written.layout == Layout::Rgb;
+    const std::string line = options_.input + " " + toString(plan.read.size) + " " +
+                             toString(plan.read.layout) + " to " + options_.output + " " +
+                             toString(plan.written.size) + " " + toString(plan.written.layout) + ": " + what +
+                             " as " + toString(plan.working) + " " +
+                             describe(plan.path, processor, {result.milliseconds, result.fallback}) + " " +
+                             time + (isRgb ? std::string("; RGB by ") + toString(plan.color) : "") +
+                             (result.hash.empty() ? "" : "; hash " + result.hash);
+    std::fprintf(stderr, "vantor: %s\n", line.c_str());
+}
+
+int Clip::process(const FrameShape& written, Size src, Size dst, Path path, const Request& request,
+                  const std::string& what, const std::string& processor) {
+    const FramePlan plan{reader_->shape(), written, working(), src, dst, path, request, color()};
+    const Result result = processFrames(plan);
+    report(plan, result, what, processor);
+    if (options_.verify.empty() || options_.verify == result.hash) return kDone;
+    std::fprintf(stderr, "vantor: --verify %s: the result has %s\n", options_.verify.c_str(),
+                 result.hash.c_str());
+    return kDifferent;
+}
+
+void addClipOptions(CLI::App& command, ClipOptions& options) {
+    command
+        .add_option("IN", options.input,
+                    "Picture or clip: .png, .y4m, raw .nv12, .nv21, .i420, .gray, .yuv; - is a pipe")
+        ->required();
+    command.add_option("-o,--output", options.output, "Result; its name says the file type; - is a pipe")
+        ->required();
+    addFormOptions(command, options.inputForm, options.outputForm);
+    const auto add = [&](const char* group, const char* name, auto& value, const char* text) {
+        return command.add_option(name, value, text)->group(group);
+    };
+    add("Clips", "--skip", options.skip, "Leave out this many frames at the beginning");
+    add("Clips", "--limit", options.limit, "Take at most this many frames")->check(CLI::PositiveNumber);
+    add("Clips", "--jobs", options.jobs, "Frames worked on at a time, if not as many as there are processors")
+        ->check(CLI::Range(size_t{1}, kMostJobs));
+    add("Clips", "--times", options.timesFile,
+        "Write each frame's number and milliseconds in the library to this file");
+    command.add_flag("--hash", options.hash, "Say the result's hash: what xxh64sum says of a raw file")
+        ->group("Evidence");
+    add("Evidence", "--verify", options.verify, "Exit with status 1 if the result has another hash");
+    add("RGB", "--yuv-matrix", options.matrix, "Matrix between RGB and YUV: 601 (if not given) or 709")
+        ->check(CLI::IsMember({"601", "709"}));
+    add("RGB", "--yuv-range", options.range,
+        "Range of the YUV: limited or full (if not given: what a Y4M file says, or else limited)")
+        ->check(CLI::IsMember({"limited", "full"}));
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,215 @@
+#include "tools/vantor/io/calibration_file.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <map>
+#include <pugixml.hpp>
+#include <sstream>
+
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/input_file.h"
+
+namespace vantor::tool {
+namespace {
+
+/// What a file holds under a name: a scalar is one word, a matrix one word an element.
+using Words = std::vector<std::string>;
+using Entries = std::map<std::string, Words>;
+
+/// Usual names of one thing, first as OpenCV's own programs write it; compared without case and punctuation.
+const Words kCameraNames{"camera_matrix", "K", "M", "mtx", "intrinsic_matrix", "intrinsics"};
+const Words kDistortionNames{"distortion_coefficients", "dist_coeffs", "D", "dist", "distortion"};
+const Words kWidthNames{"image_width", "width"};
+const Words kHeightNames{"image_height", "height"};
+const Words kSizeNames{"image_size", "img_size", "resolution"};
+const Words kFisheyeNames{"fisheye_model", "fisheye"};
+const Words kModelNames{"distortion_model"};
+
+std::string plainName(const std::string& name) {
+    std::string plain;
+    for (const char letter : name) {
+        const auto c = static_cast<unsigned char>(letter);
+        if (std::isalnum(c)) plain += static_cast<char>(std::tolower(c));
+    }
+    return plain;
+}
+
+Words split(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+/// Of a scalar, a list, or a list of `depth` - 1 levels of lists; deeper ones, which may be endless, are left
+/// out.
+Words scalarsOf(const YAML::Node& node, int depth) {
+    if (node.IsScalar()) return {node.Scalar()};
+    Words words;
+    if (node.IsSequence() && depth > 0) {
+        for (const YAML::Node& element : node) {
+            const Words inner = scalarsOf(element, depth - 1);
+            words.insert(words.end(), inner.begin(), inner.end());
+        }
+    }
+    return words;
+}
+
+Entries parseYaml(const std::string& text) {
+    const YAML::Node root = YAML::Load(text);
+    Entries entries;
+    if (!root.IsMap()) return entries;
+    for (const auto& entry : root) {
+        const YAML::Node data = entry.second.IsMap() ? entry.second["data"] : entry.second;
+        entries[plainName(entry.first.Scalar())] = data ? scalarsOf(data, 2) : Words();
+    }
+    return entries;
+}
+
+Entries parseXml(const std::string& text) {
+    pugi::xml_document document;
+    const pugi::xml_parse_result result = document.load_string(text.c_str());
+    if (!result) {
+        throw UserError(std::string(result.description()) + " at byte " + std::to_string(result.offset));
+    }
+    Entries entries;
+    for (const pugi::xml_node entry : document.document_element().children()) {
+        const pugi::xml_node data = entry.child("data");
+        entries[plainName(entry.name())] = split((data ? data : entry).text().get());
+    }
+    return entries;
+}
+
+Entries readEntries(const std::string& path) {
+    const std::vector<uint8_t> bytes = readWhole(path);
+    const std::string text(bytes.begin(), bytes.end());
+    const size_t start = text.find_first_not_of(" \t\r\n");
+    try {
+        return start != std::string::npos && text[start] == '<' ? parseXml(text) : parseYaml(text);
+    } catch (const std::exception& error) {
+        throw UserError(path + ": no calibration in YAML or XML: " + error.what());
+    }
+}
+
+/// The entries of one file by their usual names; what is wrong with them is an error that names file, entry
+/// and value.
+class CalibrationText {
+public:
+    explicit CalibrationText(const std::string& path) : path_(path), entries_(readEntries(path)) {}
+
+    const Words* find(const Words& names) const {
+        for (const std::string& name : names) {
+            const auto found = entries_.find(plainName(name));
+            if (found != entries_.end()) return &found->second;
+        }
+        return nullptr;
+    }
+
+    std::vector<double> numbers(const Words& names) const {
+        const Words* words = find(names);
+        if (!words) fail("is missing", names);
+        std::vector<double> values;
+        for (const std::string& word : *words) {
+            double value = 0;
+            const auto [end, trouble] = std::from_chars(word.data(), word.data() + word.size(), value);
+            if (trouble != std::errc() || end != word.data() + word.size() || !std::isfinite(value)) {
+                fail("has '" + word.substr(0, 40) + "', expected a number", names);
+            }
+            values.push_back(value);
+        }
+        return values;
+    }
+
+    [[noreturn]] void fail(const std::string& trouble, const Words& names) const {
+        std::string others;
+        for (size_t i = 1; i < names.size(); ++i) others += (i > 1 ? ", " : " (or ") + names[i];
+        throw UserError(path_ + ": " + names[0] + (others.empty() ? "" : others + ")") + " " + trouble);
+    }
+
+private:
+    std::string path_;
+    Entries entries_;
+};
+
+Camera cameraIn(const CalibrationText& text) {
+    const std::vector<double> k = text.numbers(kCameraNames);
+    if (k.size() != 9)
+        text.fail("has " + std::to_string(k.size()) + " elements, expected 3 x 3", kCameraNames);
+    if (!(k[0] > 0 && k[4] > 0 && k[3] == 0 && k[6] == 0 && k[7] == 0 && k[8] == 1)) {
+        text.fail("is no camera matrix, expected rows fx 0 cx, 0 fy cy, 0 0 1 with fx and fy above 0",
+                  kCameraNames);
+    }
+    return {k[0], k[4], k[2] + 0.5, k[5] + 0.5, k[1]};
+}
+
+bool isFisheyeIn(const CalibrationText& text) {
+    if (const Words* model = text.find(kModelNames)) {
+        const std::string name = model->size() == 1 ? plainName(model->front()) : std::string();
+        if (name == "equidistant" || name == "fisheye") return true;
+        if (name != "plumbbob" && name != "rationalpolynomial" && name != "radtan") {
+            text.fail("is '" + (model->empty() ? "" : model->front()) +
+                          "', expected plumb_bob, rational_polynomial, radtan, equidistant or fisheye",
+                      kModelNames);
+        }
+    }
+    const Words* flag = text.find(kFisheyeNames);
+    return flag && *flag != Words{"0"} && *flag != Words{"false"};
+}
+
+Lens lensIn(const CalibrationText& text, bool isFisheye) {
+    std::vector<double> values = text.numbers(kDistortionNames);
+    const size_t count = values.size();
+    if (isFisheye && count != 4) {
+        text.fail("has " + std::to_string(count) + " elements, expected 4 for a fisheye", kDistortionNames);
+    }
+    if (count != 4 && count != 5 && count != 8 && count != 12 && count != 14) {
+        text.fail("has " + std::to_string(count) + " elements, expected 4, 5, 8 or 12", kDistortionNames);
+    }
+    if (count == 14 && (values[12] != 0 || values[13] != 0)) {
+        text.fail("tilts the sensor by its last two elements, expected 0 for them", kDistortionNames);
+    }
+    Lens lens;
+    lens.isFisheye = isFisheye;
+    std::copy_n(values.begin(), std::min(count, lens.coefficients.size()), lens.coefficients.begin());
+    return lens;
+}
+
+Size sizeIn(const std::string& path, const CalibrationText& text) {
+    std::vector<double> sides;
+    if (text.find(kSizeNames)) {
+        sides = text.numbers(kSizeNames);
+        if (sides.size() != 2)
+            text.fail("has " + std::to_string(sides.size()) + " elements, expected 2", kSizeNames);
+    } else {
+        for (const Words* names : {&kWidthNames, &kHeightNames}) {
+            if (!text.find(*names))
+                text.fail("is missing; --calibrated-size WIDTHxHEIGHT says it as well", *names);
+            const std::vector<double> side = text.numbers(*names);
+            if (side.size() != 1)
+                text.fail("has " + std::to_string(side.size()) + " elements, expected 1", *names);
+            sides.push_back(side[0]);
+        }
+    }
+    for (const double side : sides) {
+        if (side < 1 || side > 1e6 || side != std::trunc(side)) {
+            std::ostringstream size;
+            size << path << ": picture size of " << sides[0] << " by " << sides[1]
+                 << ": expected whole numbers from 1 to 1000000";
+            throw UserError(size.str());
+        }
+    }
+    return {static_cast<int>(sides[0]), static_cast<int>(sides[1])};
+}
+
+}  // namespace
+
+Calibration readCalibration(const std::string& path, const CalibrationHints& hints) {
+    const CalibrationText text(path);
+    const Camera camera = cameraIn(text);
+    const Lens lens = lensIn(text, hints.isFisheye || isFisheyeIn(text));
+    return {path, hints.size ? *hints.size : sizeIn(path, text), camera, lens};
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,145 @@
+#include "tools/vantor/io/clip_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/input_file.h"
+#include "tools/vantor/io/png_file.h"
+
+namespace vantor::tool {
+namespace {
+
+constexpr size_t kLongestLine = 4096;
+constexpr const char* kFrameMagic = "FRAME";
+constexpr size_t kFrameLine = 6;  ///< where it has no tags
+
+class PngReader : public ClipReader {
+public:
+    PngReader(std::string path, Picture picture)
+        : ClipReader(packedShape(picture.layout, picture.size)),
+          path_(std::move(path)),
+          picture_(std::move(picture)) {}
+
+    std::optional<uintmax_t> framesLeft() const override { return isTaken_ ? 0 : 1; }
+
+private:
+    std::string name() const override { return path_; }
+    std::optional<size_t> take(uint8_t* frame, std::string&) override {
+        if (isTaken_) return {};
+        isTaken_ = true;
+        if (frame) std::copy(picture_.bytes.begin(), picture_.bytes.end(), frame);
+        return picture_.bytes.size();
+    }
+
+    std::string path_;
+    Picture picture_;
+    bool isTaken_ = false;
+};
+
+class FileReader : public ClipReader {
+public:
+    FileReader(std::unique_ptr<InputFile> file, FrameShape shape, std::optional<Y4mHeader> header = {})
+        : ClipReader(shape, std::move(header)), file_(std::move(file)) {}
+
+    int descriptor() const override { return file_->descriptor(); }
+    std::optional<uintmax_t> framesLeft() const override {
+        const std::optional<uintmax_t> bytes = file_->bytesLeft();
+        return bytes ? std::optional((*bytes + leastBytes() - 1) / leastBytes()) : std::nullopt;
+    }
+
+protected:
+    std::string name() const override { return file_->name(); }
+    InputFile& file() { return *file_; }
+    /// That a frame takes in the file.
+    virtual size_t leastBytes() const { return shape().bytes(); }
+    size_t takeSamples(uint8_t* frame) {
+        return frame ? file_->read(frame, shape().bytes()) : file_->skip(shape().bytes());
+    }
+
+private:
+    std::unique_ptr<InputFile> file_;
+};
+
+class RawReader : public FileReader {
+public:
+    using FileReader::FileReader;
+
+private:
+    std::optional<size_t> take(uint8_t* frame, std::string&) override {
+        const size_t taken = takeSamples(frame);
+        return taken == 0 ? std::nullopt : std::optional(taken);
+    }
+};
+
+/// A line without its end, byte by byte, so that nothing behind it is taken; shorter than said if the file
+/// ends.
+std::string readLine(InputFile& file, std::string line) {
+    char c = 0;
+    while (line.size() < kLongestLine && file.read(&c, 1) == 1 && c != '\n') line += c;
+    return line;
+}
+
+class Y4mReader : public FileReader {
+public:
+    Y4mReader(std::unique_ptr<InputFile> file, const Y4mHeader& header)
+        : FileReader(std::move(file), packedShape(header.layout, header.size), header) {}
+
+private:
+    size_t leastBytes() const override { return kFrameLine + shape().bytes(); }
+
+    std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
+        char magic[kFrameLine] = {};
+        if (file().read(magic, sizeof magic) == 0) return {};
+        const char end = magic[kFrameLine - 1];
+        if (std::memcmp(magic, kFrameMagic, kFrameLine - 1) != 0 || (end != '\n' && end != ' ')) {
+            failAtFrame("does not begin with the word FRAME");
+        }
+        tags = end == '\n' ? std::string() : readLine(file(), " ");
+        if (tags.size() >= kLongestLine) failAtFrame("has tags without end");
+        return takeSamples(frame);
+    }
+};
+
+std::unique_ptr<ClipReader> openY4m(const std::string& path) {
+    auto file = std::make_unique<InputFile>(path);
+    std::string magic(std::strlen(kY4mMagic), '\0');
+    magic.resize(file->read(magic.data(), magic.size()));
+    const std::string line = magic == kY4mMagic ? readLine(*file, magic) : magic;
+    if (line.size() >= kLongestLine) throw UserError(file->name() + ": Y4M header without end");
+    const Y4mHeader header = parseY4mHeader(file->name(), line);
+    return std::make_unique<Y4mReader>(std::move(file), header);
+}
+
+}  // namespace
+
+/// The padding behind a clip's last sample may be missing.
+bool ClipReader::read(uint8_t* frame, std::string& tags) {
+    const std::optional<size_t> taken = take(frame, tags);
+    if (!taken) return false;
+    if (*taken < bytesToLastSample(shape_)) {
+        failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.layout) +
+                    ") ends after " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
+                    " bytes");
+    }
+    ++number_;
+    return true;
+}
+
+void ClipReader::failAtFrame(const std::string& trouble) const {
+    throw UserError(name() + ": frame " + std::to_string(number_) + " " + trouble);
+}
+
+std::unique_ptr<ClipReader> openClip(const FileForm& form) {
+    if (form.type == FileType::Png) return std::make_unique<PngReader>(form.path, readPng(form.path));
+    if (form.type == FileType::Y4m) return openY4m(form.path);
+    if (!form.size) {
+        throw UserError(form.path +
+                        ": size unknown: expected it in the name, as in clip_1280x720_nv12.yuv, or " +
+                        "--input-size WIDTHxHEIGHT");
+    }
+    const FrameShape shape = rawShape(form, form.path, *form.layout, *form.size);
+    return std::make_unique<RawReader>(std::make_unique<InputFile>(form.path), shape);
+}
+
+}  // namespace vantor::tool

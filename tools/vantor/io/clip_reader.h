@@ -1,0 +1,57 @@
+// Clips, frame by frame: PNG (a clip of one), Y4M, and raw frames one behind the other.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/io/planes.h"
+#include "tools/vantor/io/y4m.h"
+
+namespace vantor::tool {
+
+class ClipReader {
+public:
+    virtual ~ClipReader() = default;
+
+    /// What `read` gives.
+    const FrameShape& shape() const { return shape_; }
+    /// Of a Y4M clip.
+    const std::optional<Y4mHeader>& header() const { return header_; }
+
+    /// Reads the next frame, of shape().bytes() bytes, and the tags of a Y4M frame as they stand in its
+    /// header. False where the clip ends; an error where a frame does.
+    bool read(uint8_t* frame, std::string& tags);
+    /// Passes over the next frame. False where the clip ends.
+    bool skip() {
+        std::string unused;
+        return read(nullptr, unused);
+    }
+
+    /// What can be waited for until there is more to read; negative if there always is.
+    virtual int descriptor() const { return -1; }
+    /// An upper bound of the frames that are left, near to their number; nothing if it is not known.
+    virtual std::optional<uintmax_t> framesLeft() const = 0;
+
+protected:
+    explicit ClipReader(FrameShape shape, std::optional<Y4mHeader> header = {})
+        : shape_(shape), header_(std::move(header)) {}
+
+    /// Of the next frame, the bytes that are there, up to all of them. `frame` null passes over them. Nothing
+    /// where the clip ends.
+    virtual std::optional<size_t> take(uint8_t* frame, std::string& tags) = 0;
+    /// What an error names.
+    virtual std::string name() const = 0;
+    [[noreturn]] void failAtFrame(const std::string& trouble) const;
+
+private:
+    FrameShape shape_;
+    std::optional<Y4mHeader> header_;
+    uintmax_t number_ = 0;
+};
+
+/// Opens a clip and reads what comes before its frames.
+std::unique_ptr<ClipReader> openClip(const FileForm& form);
+
+}  // namespace vantor::tool

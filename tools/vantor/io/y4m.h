@@ -1,0 +1,39 @@
+// The header of Y4M streams (YUV4MPEG2): a line of tags before the frames.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/vantor/io/picture.h"
+
+namespace vantor::tool {
+
+struct Y4mHeader {
+    Size size;
+    Layout layout = Layout::I420;     ///< or gray
+    std::vector<std::string> tags{};  ///< all others as they stand, known or not
+
+    /// What the tag XCOLORRANGE says, if it is there.
+    std::optional<bool> isFullRange() const;
+    /// Whether the tag I says that frames are made of two fields.
+    bool isInterlaced() const;
+};
+
+constexpr const char* kY4mMagic = "YUV4MPEG2";
+
+/// Reads a header's line, without its end. Refuses sizes outside the tool's limits, and all sample formats
+/// but 8-bit 4:2:0 and gray. `name` is what an error names.
+Y4mHeader parseY4mHeader(const std::string& name, const std::string& line);
+
+/// The line, with its end.
+std::string toLine(const Y4mHeader& header);
+
+/// The header of what is made of a clip with this header: tags are carried over, but for the place of chroma
+/// where it is dropped or new, and the pixels' shape, which keeps the picture's.
+Y4mHeader derivedHeader(const Y4mHeader& from, Layout layout, Size size);
+
+/// A header for frames of which only this is known.
+Y4mHeader newHeader(Layout layout, Size size, std::optional<bool> isFullRange);
+
+}  // namespace vantor::tool
