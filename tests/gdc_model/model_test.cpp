@@ -25,7 +25,9 @@ std::vector<int> nodes(Random& random, int kind) {
                                9000 * (row - 16) - 4000 * (column - 16),
                                random.between(-300000, 300000),
                                random.between(0, 1) ? INT32_MAX : INT32_MIN,
-                               random.between(INT32_MIN / 2, INT32_MAX / 2)};
+                               random.between(INT32_MIN / 2, INT32_MAX / 2),
+                               400000 * (column - 16),  // near the limits of vector kernels
+                               random.between(0, 1) ? 1500000 : -1500000};
         grid[k] = choices[kind];
     }
     return grid;
@@ -66,7 +68,7 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
         const int outScaleX = oneIn(3, 128, 0, 300), outScaleY = oneIn(3, 128, -20, 300);
         // A scale too large reaches the frame's very end, beyond the last cell.
         const int scaleX = oneIn(4, sx.scale, 0, 3 * sx.scale), scaleY = oneIn(4, sy.scale, 0, 3 * sy.scale);
-        const std::vector<int> gridX = nodes(random, random.between(0, 5)), gridY = nodes(random, random.between(0, 5));
+        const std::vector<int> gridX = nodes(random, random.between(0, 7)), gridY = nodes(random, random.between(0, 7));
         GdcFrame frame{};
         GdcSettings& s = frame.settings;
         s = {oneIn(3, 3, 0, 4), oneIn(3, 2, -1, 4), oneIn(4, 1, 0, 2), oneIn(4, 0, 0, 1), 0};
@@ -99,14 +101,15 @@ TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
     m_VirtCordX = m_VirtCordY = m_VirtStepShiftX = m_VirtStepShiftY = m_LT_val = m_RT_val = m_LB_val = m_RB_val = 0;
     m_dltL = m_dltT = m_StepXShifter = m_StepYShifter = 0;
     for (int i = 0; i < 150 && !::testing::Test::HasFailure(); ++i) {
-        const int W = 2 * random.between(1, i % 5 ? 60 : 200), H = 2 * random.between(1, 70);
+        const bool isWide = i % 5 == 0;  // several runs of columns
+        const int W = 2 * (isWide ? random.between(130, 700) : random.between(1, 60)), H = 2 * random.between(1, isWide ? 8 : 70);
         const auto luma = static_cast<size_t>(W * H);
         const bool isWhole = random.between(0, 2) > 0, isGray = random.between(0, 3) == 0;
         const OutputRegion region = isWhole ? OutputRegion(0, 0, W - 1, H - 1)
                                             : OutputRegion(random.between(-9, 9), random.between(-9, 9),
-                                                           random.between(-10, W + 9), random.between(-10, H + 9));
+                                                           random.between(isWide ? W - 20 : -10, W + 9), random.between(-10, H + 9));
         const int outW = static_cast<int>(region.width), outH = static_cast<int>(region.height);
-        const std::vector<int> gridX = nodes(random, random.between(0, 5)), gridY = nodes(random, random.between(0, 5));
+        const std::vector<int> gridX = nodes(random, random.between(0, 7)), gridY = nodes(random, random.between(0, 7));
         Bytes picture = random.content(luma * 3 / 2);
         Samples src(picture.begin(), picture.end()), dst(luma * 6 + 4 * gdcPictureSamples(outW, outH));
         for (size_t k = luma; k < src.size(); ++k) {
