@@ -102,12 +102,14 @@ TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
     m_dltL = m_dltT = m_StepXShifter = m_StepYShifter = 0;
     for (int i = 0; i < 150 && !::testing::Test::HasFailure(); ++i) {
         const bool isWide = i % 5 == 0;  // several runs of columns
-        const int W = 2 * (isWide ? random.between(130, 700) : random.between(1, 60)), H = 2 * random.between(1, isWide ? 8 : 70);
+        const int W = 2 * (isWide ? random.between(130, 250) : random.between(1, 60)),
+                  H = 2 * random.between(1, isWide ? 40 : 70);
         const auto luma = static_cast<size_t>(W * H);
         const bool isWhole = random.between(0, 2) > 0, isGray = random.between(0, 3) == 0;
-        const OutputRegion region = isWhole ? OutputRegion(0, 0, W - 1, H - 1)
-                                            : OutputRegion(random.between(-9, 9), random.between(-9, 9),
-                                                           random.between(isWide ? W - 20 : -10, W + 9), random.between(-10, H + 9));
+        const OutputRegion region =
+            isWhole ? OutputRegion(0, 0, W - 1, H - 1)
+                    : OutputRegion(random.between(-9, 9), random.between(-9, 9),
+                                   random.between(isWide ? W - 20 : -10, W + 9), random.between(-10, H + 9));
         const int outW = static_cast<int>(region.width), outH = static_cast<int>(region.height);
         const std::vector<int> gridX = nodes(random, random.between(0, 7)), gridY = nodes(random, random.between(0, 7));
         Bytes picture = random.content(luma * 3 / 2);

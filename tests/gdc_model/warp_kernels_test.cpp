@@ -1,7 +1,10 @@
 // Every table of warp kernels against the plain one.
 
-#include "gdc_model/sampling.h"
 #include "gdc_model/warp_kernels.h"
+
+#include "gdc_model/gdc_run.h"
+#include "gdc_model/sampling.h"
+#include "gdc_model/warp_positions.h"
 #include "tests/support.h"
 
 namespace vantor::test {
@@ -21,7 +24,6 @@ void forEachTable(Check&& check) {
         EXPECT_NE(table->chroma, kWarpPlain.chroma);
         check(*table);
     }
-    std::printf("kernel table in use: warp/%s\n", instructionSetName(bestTable(kWarpTables).set));
 }
 
 TEST(WarpKernels, PositionsAreThePlainOnesUpToTheLimitsOfVectors) {
@@ -35,8 +37,13 @@ TEST(WarpKernels, PositionsAreThePlainOnesUpToTheLimitsOfVectors) {
         }
         const auto line = [&] {
             const auto either = [&](int size) { return random.between(0, 1) ? random.between(-size, size) : size; };
-            return WarpLine{either(4194300 - largest - largest / 2), either(largest), either(2 * largest),
-                            either(4 * largest), either(32767) & 32767, 0, random.between(INT32_MIN / 2, INT32_MAX / 2),
+            return WarpLine{either(4194300 - largest - largest / 2),
+                            either(largest),
+                            either(2 * largest),
+                            either(4 * largest),
+                            either(32767) & 32767,
+                            0,
+                            random.between(INT32_MIN / 2, INT32_MAX / 2),
                             either(100000)};
         };
         WarpRun run{within.data(), bulge.data(), count, false, line(), line()};
@@ -50,6 +57,33 @@ TEST(WarpKernels, PositionsAreThePlainOnesUpToTheLimitsOfVectors) {
                 actual[axis].resize(static_cast<size_t>(count)), expected[axis].resize(static_cast<size_t>(count));
                 ASSERT_EQ(actual[axis], expected[axis]) << "seed " << seed() << " case " << i;
             }
+        });
+    }
+}
+
+TEST(WarpKernels, RowsOfAnyGridFindKernelsThatCanTakeThem) {
+    Random random(seed());
+    for (int i = 0; i < 400; ++i) {
+        const int width = i % 2 ? 8192 : random.between(100, 3000), slope = random.between(0, 600000);
+        const int noise = i % 3 ? random.between(0, 2000) : 1 << random.between(0, 30);
+        const GdcFrame frame = requestFrame(width, 128, {0, 0, width - 1, 127});
+        GdcGrid x, y;
+        for (int k = 0; k < 33 * 33; ++k) {
+            x[k / 33][k % 33] = slope * (k % 33 - 16) + random.between(-noise, noise);
+            y[k / 33][k % 33] = slope * (k / 33 - 16) + random.between(-noise, noise);
+        }
+        const WarpPositions positions(frame);
+        const GridRows rows = positions.row(x, y, random.between(0, 127));
+        Positions expected[2], actual[2];
+        const auto compute = [&](const WarpKernels& kernels, Positions(&out)[2]) {
+            for (auto& axis : out) axis.assign(static_cast<size_t>(width + 2 * kWarpLanes), 0);
+            positions.compute(kernels, rows, 5, 0, width, out[0].data(), out[1].data());
+            for (auto& axis : out) axis.resize(static_cast<size_t>(width));
+        };
+        compute(kWarpPlain, expected);
+        forEachTable([&](const WarpKernels& kernels) {
+            compute(kernels, actual);
+            ASSERT_TRUE(actual[0] == expected[0] && actual[1] == expected[1]) << "seed " << seed() << " case " << i;
         });
     }
 }
