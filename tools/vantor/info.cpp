@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "gdc_model/warp_kernels.h"
 #include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_pairs_kernels.h"
@@ -68,6 +69,7 @@ int describeBuild() {
     printFamily("bilinear chroma", kCutPairsTables);
     printFamily("four-tap luma", kFourTapTables);
     printFamily("four-tap chroma", kRoundedPairsTables);
+    printFamily("warp", kWarpTables);
     printVariable("VANTOR_CPU");
     printVariable("VANTOR_LOG");
     std::printf("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes\n", kSmallestSide,
