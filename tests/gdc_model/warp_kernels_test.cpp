@@ -65,7 +65,7 @@ TEST(WarpKernels, RowsOfAnyGridFindKernelsThatCanTakeThem) {
     Random random(seed());
     for (int i = 0; i < 400; ++i) {
         const int width = i % 2 ? 8192 : random.between(100, 3000), slope = random.between(0, 600000);
-        const int noise = i % 3 ? random.between(0, 2000) : 1 << random.between(0, 30);
+        const int noise = i % 3 ? random.between(0, 2000) : 1 << random.between(0, 29);
         const GdcFrame frame = requestFrame(width, 128, {0, 0, width - 1, 127});
         GdcGrid x, y;
         for (int k = 0; k < 33 * 33; ++k) {
