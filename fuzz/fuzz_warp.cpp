@@ -240,7 +240,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vantor::fuzz::Input input(data, size);
     // Requests are slow: none is smaller than 96 x 64.
     using namespace vantor::fuzz;
-    constexpr void (*kTargets[])(Input&) = {core, core, core, core, core, refusal, request};
+    constexpr void (*kTargets[])(Input&) = {core, core, core, core, core,    core,
+                                            core, core, core, core, refusal, request};
     input.PickValueInArray(kTargets)(input);
     return 0;
 }

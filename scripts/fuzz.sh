@@ -16,14 +16,15 @@ for name in $fuzzers; do
     corpus=$build/corpus/$name
     log=$build/fuzz_$name.log
     mkdir -p "$corpus"
-    limits="-max_len=1024 -rss_limit_mb=1024 -timeout=20"
+    limits="-max_len=1024 -len_control=0 -rss_limit_mb=1024 -timeout=20"
     [ "$name" != readers ] || limits="-max_len=16384 -rss_limit_mb=512 -timeout=10 -dict=fuzz/readers.dict"
     # shellcheck disable=SC2086 # a list of options
     if nice "$build/bin/fuzz_$name" $limits -max_total_time="$seconds" -print_final_stats=1 -verbosity=1 \
         -artifact_prefix="$build/$name-" "$corpus" "fuzz/corpus/$name" >"$log" 2>&1; then
         inputs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
-        covered=$(sed -n 's/.*DONE *\(cov: [0-9]* ft: [0-9]*\) .*/\1/p' "$log")
-        echo "fuzz_$name: $inputs inputs in $seconds s, $covered"
+        covered=$(sed -n 's/.*DONE *cov: \([0-9]*\) .*/\1/p' "$log")
+        edges=$(sed -n 's/.*Loaded [0-9]* modules *(\([0-9]*\) .*/\1/p' "$log" | head -n 1)
+        echo "fuzz_$name: $inputs inputs in $seconds s, $covered of $edges edges"
     else
         status=1
         echo "fuzz_$name: FOUND SOMETHING ($log, and $build/$name-*)" >&2
