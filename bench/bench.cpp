@@ -14,8 +14,9 @@
 #include "bench/cases.h"
 #include "bench/contender.h"
 #include "processor/instruction_set.h"
+#include "gdc_model/warp_kernels.h"
 #include "scaler/bicubic_luma_kernels.h"
-#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/bilinear_pairs_kernels.h"
 #include "scaler/interp4_kernels.h"
 
 namespace vantor::bench {
@@ -153,8 +154,9 @@ int usableProcessors() {
 
 void describe(const std::vector<Contender>& peers) {
     nameTable("bicubic luma", kLumaTables);
-    nameTable("bilinear chroma", kChromaTables);
+    nameTable("bilinear chroma", kCutPairsTables);
     nameTable("four-tap", kFourTapTables);
+    nameTable("warp", kWarpTables);
     const char* limit = std::getenv("VANTOR_CPU");
     benchmark::AddCustomContext("limit", limit ? limit : "none");
     benchmark::AddCustomContext("processors", std::to_string(usableProcessors()));

@@ -11,9 +11,7 @@ namespace vantor {
 constexpr int64_t hwround(int64_t value, int shift) {
     if (shift <= 0) return value;
     if (shift > 63) return 0;
-    const auto sum = static_cast<int64_t>(static_cast<uint64_t>(value) + (uint64_t{1} << (shift - 1)));
-    if (value < 0 && sum >= 0) return 0;
-    return sum >> shift;
+    return static_cast<int64_t>(static_cast<uint64_t>(value) + (uint64_t{1} << (shift - 1))) >> shift;
 }
 
 /// The low 32 bits, in two's complement.

@@ -2,14 +2,14 @@
 
 #include <algorithm>
 #include <optional>
-#include <vector>
 
 #include "gdc_model/gdc_run.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/gdc_state.h"
+#include "gdc_model/warp_positions.h"
+#include "gdc_model/zeroed.h"
 
 namespace vantor {
-namespace {
 
 void loadState(const GdcFrame& frame, const int* gridDX, const int* gridDY) {
     std::copy_n(gridDX, kGridNodes * kGridNodes, &m_curGrid_dX[0][0]);
@@ -39,7 +39,17 @@ void loadState(const GdcFrame& frame, const int* gridDX, const int* gridDY) {
     m_Dst10bitFormat = frame.settings.dst10bit;
 }
 
-/// What the last bilinear interpolation of a run leaves.
+void storeLastPosition(const GdcFrame& frame) {
+    const auto last = [](const GdcAxis& axis, int cellSize) {
+        const int position = wrapAdd(axis.outCropStart, axis.outCropSize - 1);
+        return virtualPosition(axis, position, cellSize).coordinate;
+    };
+    m_VirtStepShiftX = kVirtStepShiftX;
+    m_VirtStepShiftY = kVirtStepShiftY;
+    m_VirtCordX = last(frame.x, kVirtualCellWidth);
+    m_VirtCordY = last(frame.y, kVirtualCellHeight);
+}
+
 void storeBilinear(const Bilinear& last) {
     m_LT_val = last.samples.leftTop;
     m_RT_val = last.samples.rightTop;
@@ -51,50 +61,43 @@ void storeBilinear(const Bilinear& last) {
     m_StepYShifter = last.stepY;
 }
 
+namespace {
+
 uint16_t outputSample(int32_t value) {
     return static_cast<uint16_t>(std::min(value, 255));
 }
 
-/// One run over the output region, row by row. What depends on the column alone is worked out once, what
-/// depends on the row alone once a row.
+/// One run over the output region, row by row, of samples of any depth.
 class GdcWalk {
 public:
     GdcWalk(const GdcFrame& frame, uint16_t* dst, const uint16_t* src)
         : frame_(frame),
           src_(src, frame.x.sourceSize, frame.y.sourceSize, frame.settings),
-          dst_(dst, frame.x.outCropSize, frame.y.outCropSize, frame.settings) {
-        columns_.reserve(static_cast<size_t>(frame.x.outCropSize));
-        for (int i = 0; i < frame.x.outCropSize; ++i) {
-            columns_.push_back(virtualPosition(frame.x, wrapAdd(frame.x.outCropStart, i), kVirtualCellWidth));
-        }
-    }
+          dst_(dst, frame.x.outCropSize, frame.y.outCropSize, frame.settings),
+          positions_(frame) {}
 
     void run() {
-        VirtualPosition row{};
+        const WarpKernels& kernels = bestTable(kWarpTables);
+        auto x = zeroed<int32_t>(static_cast<size_t>(frame_.x.outCropSize) + 2 * kWarpLanes);
+        auto y = x;
         for (int i = 0; i < frame_.y.outCropSize; ++i) {
-            row = virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, i), kVirtualCellHeight);
-            walkRow(i, GridRow(m_curGrid_dX, row), GridRow(m_curGrid_dY, row));
+            positions_.compute(kernels, positions_.row(m_curGrid_dX, m_curGrid_dY, i), i, 0,
+                               frame_.x.outCropSize, x.data(), y.data());
+            walkRow(i, x.data(), y.data());
         }
-        m_VirtStepShiftX = kVirtStepShiftX;
-        m_VirtStepShiftY = kVirtStepShiftY;
-        m_VirtCordX = columns_.back().coordinate;
-        m_VirtCordY = row.coordinate;
+        storeLastPosition(frame_);
         if (lastBilinear_) storeBilinear(*lastBilinear_);
     }
 
 private:
-    void walkRow(int outRow, const GridRow& gridX, const GridRow& gridY) {
+    void walkRow(int outRow, const int32_t* x, const int32_t* y) {
         const int oy = wrapAdd(frame_.y.outCropStart, outRow);
         uint16_t* const luma = dst_.y + std::ptrdiff_t{outRow} * dst_.stride;
-        const std::ptrdiff_t chromaRow = frame_.settings.is420()
-                                             ? std::ptrdiff_t{dst_.stride} * (outRow / 2) / 2
-                                             : std::ptrdiff_t{dst_.stride} * outRow;
+        const std::ptrdiff_t chromaRow =
+            frame_.settings.is420() ? dst_.chromaRow(outRow / 2) : std::ptrdiff_t{dst_.stride} * outRow;
         for (int i = 0; i < frame_.x.outCropSize; ++i) {
             const int ox = wrapAdd(frame_.x.outCropStart, i);
-            const VirtualPosition& column = columns_[static_cast<size_t>(i)];
-            const PixelSource at =
-                pixelSource(frame_, sourceCoordinate(frame_.x, ox, gridX.displacement(column)),
-                            sourceCoordinate(frame_.y, oy, gridY.displacement(column)));
+            const PixelSource at = pixelSource(frame_, x[i], y[i]);
             luma[i] = outputSample(lumaValue(at));
             if (hasChroma(frame_.settings, ox, oy)) {
                 dst_.u[chromaRow + i / 2] = outputSample(chromaValue(src_.u, at));
@@ -122,41 +125,11 @@ private:
     const GdcFrame& frame_;
     GdcSource src_;
     GdcPlanes<uint16_t> dst_;
-    std::vector<VirtualPosition> columns_;
+    WarpPositions positions_;
     std::optional<Bilinear> lastBilinear_;
 };
 
 }  // namespace
-
-PixelSource pixelSource(const GdcFrame& frame, int32_t x, int32_t y) {
-    const bool inside = isInside(x, frame.x.sourceSize) && isInside(y, frame.y.sourceSize);
-    return {SourcePosition(x, inside), SourcePosition(y, inside), inside};
-}
-
-LumaBlock lumaBlock(const GdcFrame& frame, const GdcSource& src, const PixelSource& at) {
-    LumaBlock block{};
-    if (!at.inside) return block;
-    const std::array<int, 4> columns = lumaTaps(at.x.index, frame.x.sourceSize);
-    const std::array<int, 4> rows = lumaTaps(at.y.index, frame.y.sourceSize);
-    for (size_t j = 0; j < 4; ++j) {
-        const uint16_t* row = src.y + std::ptrdiff_t{rows[j]} * src.stride;
-        for (size_t i = 0; i < 4; ++i) block[j][i] = row[columns[i]];
-    }
-    return block;
-}
-
-Quad chromaQuad(const GdcFrame& frame, const GdcSource& src, const uint16_t* plane, const PixelSource& at) {
-    if (!at.inside) {
-        const int neutral = frame.settings.src10bit ? 512 : 128;
-        return {neutral, neutral, neutral, neutral};
-    }
-    const ChromaTaps columns = chromaTaps(at.x, frame.x.sourceSize);
-    const ChromaTaps rows = frame.settings.is420() ? chromaTaps(at.y, frame.y.sourceSize)
-                                                   : foldChroma(at.y.index, frame.y.sourceSize);
-    const uint16_t* top = plane + std::ptrdiff_t{rows.first} * src.stride / 2;
-    const uint16_t* bottom = plane + std::ptrdiff_t{rows.second} * src.stride / 2;
-    return {top[columns.first], top[columns.second], bottom[columns.first], bottom[columns.second]};
-}
 
 GdcFrame requestFrame(int width, int height, const OutputRegion& region) {
     const auto axis = [](const GdcScales& scales, int size, int start, int64_t count) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 
 #include "gdc_model/fixed_point.h"
 #include "gdc_model/gdc_frame.h"
@@ -54,6 +55,27 @@ struct HermiteCell {
     }
 };
 
+/// The bulge of the horizontal curve at `within`: u (512 - u) / 512, 0 to 128.
+inline int32_t cellBulge(int within) {
+    return ((1 << kVirtStepShiftX) + within * (kVirtualCellWidth - within)) >> (kVirtStepShiftX + 1);
+}
+
+/// The displacement along one output row within one cell, at half the grid's scale.
+struct CellCurve {
+    int32_t start;  ///< at the left node
+    int32_t difference;
+    int32_t slopeChange;
+    int32_t excess;
+
+    /// `within` is 0 to 512, `bulge` its cellBulge.
+    int32_t displacement(int within, int32_t bulge) const {
+        const auto ex = narrow(hwround(int64_t{excess} * (kVirtualCellWidth - 2 * within), 9));
+        const auto gx = narrow(hwround(int64_t{wrapAdd(ex, slopeChange)} * bulge, 11));
+        const auto linear = narrow(hwround(int64_t{difference} * within, 9));
+        return clampDisplacement(wrapSub(wrapAdd(start, linear), gx));
+    }
+};
+
 /// The grid along one output row: the vertical half of the interpolation, at half the grid's scale, for all
 /// node columns. It depends on the row alone.
 struct GridRow {
@@ -78,29 +100,50 @@ struct GridRow {
         }
     }
 
-    /// The displacement at a virtual column, at half the grid's scale: the horizontal half of the
-    /// interpolation.
+    /// The horizontal half of the interpolation, in one cell.
+    CellCurve curve(int cell) const {
+        const int32_t left = value[cell - 1];
+        const int32_t beforeLeft = cell > 1 ? value[cell - 2] : 0;
+        const int32_t afterRight = cell < kGridCells ? value[cell + 1] : 0;
+        const HermiteCell hermite(beforeLeft, left, value[cell], afterRight, cell);
+        return {left, hermite.difference, hermite.slopeChange, hermite.excess};
+    }
+
+    /// An upper bound of all displacements' magnitudes along the row, if the products of every cell's curve
+    /// fit 32 bits and nothing is left to clamp; else INT32_MAX. With D the largest step from node to node,
+    /// |excess|
+    /// <= 4 D and |excess| + |slopeChange| <= 6 D; the curve leaves its chord by a sixteenth of that, and 2
+    /// for rounding.
+    int32_t bound() const {
+        int32_t largest = 0;
+        int32_t largestStep = 0;
+        for (int i = 0; i < kGridNodes; ++i) {
+            largest = std::max(largest, std::abs(value[i]));
+            if (i > 0) largestStep = std::max(largestStep, std::abs(value[i] - value[i - 1]));
+        }
+        const int32_t reach = largest + largestStep + largestStep / 2 + 2;
+        return largestStep <= 4194303 / 4 && reach < 4194304 ? reach : INT32_MAX;
+    }
+
+    /// The displacement at a virtual column, at half the grid's scale.
     int32_t displacement(const VirtualPosition& x) const {
-        const int u = x.within;
-        const int32_t mx = kVirtualCellWidth - 2 * u;
-        const int32_t qx = ((1 << kVirtStepShiftX) + u * (kVirtualCellWidth - u)) >> (kVirtStepShiftX + 1);
-        const int32_t left = value[x.cell - 1];
-        const int32_t beforeLeft = x.cell > 1 ? value[x.cell - 2] : 0;
-        const int32_t afterRight = x.cell < kGridCells ? value[x.cell + 1] : 0;
-        const HermiteCell hermite(beforeLeft, left, value[x.cell], afterRight, x.cell);
-        const auto ex = narrow(hwround(int64_t{hermite.excess} * mx, 9));
-        const int32_t fx = wrapAdd(ex, hermite.slopeChange);
-        const auto gx = narrow(hwround(int64_t{fx} * qx, 11));
-        const auto linear = narrow(hwround(int64_t{hermite.difference} * u, 9));
-        return clampDisplacement(wrapSub(wrapAdd(left, linear), gx));
+        return curve(x.cell).displacement(x.within, cellBulge(x.within));
     }
 };
 
-/// Source coordinate, in 1/256 sample, of output column or row `position` moved by a displacement.
+/// How far a displacement moves along one axis, in 1/256 sample.
+inline int32_t sourceMove(int32_t invScale, int mirror, int32_t displacement) {
+    const auto move = narrow(hwround(int64_t{invScale} * displacement, 13));
+    return mirror ? wrapSub(0, move) : move;
+}
+
+/// Source coordinate, in 1/256 sample, of output column or row `position` that is not moved.
+inline int32_t unmovedCoordinate(const GdcAxis& axis, int position) {
+    return wrapMul(axis.outScale, wrapAdd(wrapMul(2, position), 1));
+}
+
 inline int32_t sourceCoordinate(const GdcAxis& axis, int position, int32_t displacement) {
-    const auto move = narrow(hwround(int64_t{axis.invScale} * displacement, 13));
-    const int32_t halfSteps = wrapAdd(wrapMul(2, position), 1);
-    return wrapAdd(axis.mirror ? wrapSub(0, move) : move, wrapMul(axis.outScale, halfSteps));
+    return wrapAdd(sourceMove(axis.invScale, axis.mirror, displacement), unmovedCoordinate(axis, position));
 }
 
 }  // namespace vantor

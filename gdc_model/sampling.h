@@ -49,6 +49,11 @@ inline bool isInside(int32_t coordinate, int size) {
     return coordinate >= 0 && coordinate < int64_t{size} * 256;
 }
 
+/// Whether no tap around a position inside the source is folded.
+inline bool hasPlainTaps(const SourcePosition& at, int size) {
+    return at.index >= 2 && at.index <= size - 2;
+}
+
 /// The columns (rows) of the four luma taps around `index`, folded back at the borders. Sources of one
 /// sample, into which nothing folds, are all that sample.
 inline std::array<int, 4> lumaTaps(int index, int size) {
@@ -77,12 +82,18 @@ inline ChromaTaps chromaTaps(const SourcePosition& position, int lumaSize) {
 /// Sixteen luma samples, row by row.
 using LumaBlock = std::array<std::array<int32_t, 4>, 4>;
 
-/// One bicubic interpolation with all its intermediate values.
+/// The weight of a sample from the product of its two taps: to nearest, halves away from zero.
+constexpr int32_t roundedWeight(int32_t product) {
+    return (product + 128 + (product >> 31)) >> 8;
+}
+
+/// One bicubic interpolation with all its intermediate values. Samples are 16 bits, the magnitudes of the
+/// sixteen weights sum to 404 at most: 32 bits hold everything.
 struct Bicubic {
     LumaBlock weights;
     int32_t weightSum = 0;
-    int64_t sum = 0;  ///< weights x samples
-    int64_t correction;
+    int32_t sum = 0;  ///< weights x samples
+    int32_t correction;
     int32_t low;  ///< de-ringing bounds
     int32_t high;
     int32_t value;
@@ -92,17 +103,15 @@ struct Bicubic {
         const auto& down = kTapWeights[static_cast<size_t>(fractionY)];
         for (size_t j = 0; j < 4; ++j) {
             for (size_t i = 0; i < 4; ++i) {
-                const int32_t product = down[j] * across[i];
-                // To nearest, halves away from zero.
-                weights[j][i] = product >= 0 ? (product + 128) >> 8 : -((128 - product) >> 8);
+                weights[j][i] = roundedWeight(down[j] * across[i]);
                 weightSum += weights[j][i];
-                sum += int64_t{weights[j][i]} * samples[j][i];
+                sum += weights[j][i] * samples[j][i];
             }
         }
         // The weights need not sum to 256: the correction adds what is missing, in proportion.
-        correction = hwround(sum * (256 - weightSum), 8);
+        correction = (sum * (256 - weightSum) + 128) >> 8;
         const int32_t largest = settings.src10bit ? 1023 : 255;
-        value = static_cast<int32_t>(std::clamp<int64_t>((sum + correction + 128) >> 8, 0, largest));
+        value = std::clamp((sum + correction + 128) >> 8, 0, largest);
         findBounds(samples, settings.clampType % 2 != 0, largest);
         if (settings.clampType > 0) value = value < low ? low : value > high ? high : value;
     }
@@ -136,10 +145,10 @@ struct Bilinear {
     int32_t fractionY;
     int32_t stepX = 0;  ///< 1 where the cell spans two luma samples
     int32_t stepY = 0;
-    int64_t leftTopWeight;
-    int64_t rightTopWeight;
-    int64_t leftBottomWeight;
-    int64_t rightBottomWeight;
+    int32_t leftTopWeight;
+    int32_t rightTopWeight;
+    int32_t leftBottomWeight;
+    int32_t rightBottomWeight;
     int32_t value;
 
     /// Between luma samples.
@@ -160,14 +169,14 @@ struct Bilinear {
 
 private:
     void interpolate(const GdcSettings& settings) {
-        const int64_t topWeight = (settings.is420() ? 256 << stepY : 256) - fractionY;
-        const int64_t leftWeight = (256 << stepX) - fractionX;
-        const int64_t half = 128 << stepY;
+        const int32_t topWeight = (settings.is420() ? 256 << stepY : 256) - fractionY;
+        const int32_t leftWeight = (256 << stepX) - fractionX;
+        const int32_t half = 128 << stepY;
         rightTopWeight = (topWeight * fractionX + half) >> (stepY + 8);
         leftTopWeight = (leftWeight * topWeight + half) >> (stepY + 8);
         leftBottomWeight = leftWeight - leftTopWeight;
         rightBottomWeight = fractionX - rightTopWeight;
-        const int64_t sum = leftBottomWeight * samples.leftBottom + leftTopWeight * samples.leftTop +
+        const int32_t sum = leftBottomWeight * samples.leftBottom + leftTopWeight * samples.leftTop +
                             rightTopWeight * samples.rightTop + rightBottomWeight * samples.rightBottom;
         value = static_cast<uint16_t>((sum + ((256 << stepX) >> 1)) >> (stepX + 8));
     }

@@ -2,12 +2,10 @@
 
 #include <android/log.h>
 
-#include <algorithm>
 #include <exception>
 #include <mutex>
-#include <new>
 
-#include "gdc_model/staged_warp.h"
+#include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/vantor_client.h"
 #include "service/mapped_picture.h"
 
@@ -44,15 +42,11 @@ std::mutex modelMutex;
 
 Nv12 warped(const Nv12& picture, const SoftwareService::GdcGrid& grid) {
     Nv12 result(picture.width, picture.height);
-    StagedWarp warp(picture.width, picture.height, {0, 0, picture.width - 1, picture.height - 1});
-    const bool isReady = warp.isReady();
-    if (isReady) {
-        std::copy(picture.bytes.begin(), picture.bytes.end(), warp.source());
-        warp.run(&grid.dX[0][0], &grid.dY[0][0]);
-        std::copy_n(warp.result(), result.bytes.size(), result.bytes.begin());
-    }
-    warp.release();
-    if (!isReady) throw std::bad_alloc();
+    const size_t luma = static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height);
+    const uint8_t* const from = picture.bytes.data();
+    uint8_t* const to = result.bytes.data();
+    warpPicture(picture.width, picture.height, {0, 0, picture.width - 1, picture.height - 1},
+                {from, from + luma}, {to, to + luma}, &grid.dX[0][0], &grid.dY[0][0]);
     return result;
 }
 

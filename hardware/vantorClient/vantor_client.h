@@ -128,9 +128,8 @@ public:
     /// WARNING: grayscale planes are not checked: a null luma plane ends the process.
     ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format, target or
-    /// pair of descriptors, a null luma plane (NV12 in the model; its working memory, 12 x width x height
-    /// bytes, is then not given back). A region so large that its samples cannot be counted in 32 bits fails
-    /// with -38 and no line.
+    /// pair of descriptors, a null luma plane (NV12 in the model). A region so large that its samples cannot
+    /// be counted in 32 bits fails with -38 and no line.
     static int32_t runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,
                               int32_t format, int32_t target);
 

@@ -1,4 +1,5 @@
 // The warping requests.
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -7,7 +8,7 @@
 #include "gdc_model/gdc_grid.h"
 #include "gdc_model/grid_interp.h"
 #include "gdc_model/matrix.h"
-#include "gdc_model/staged_warp.h"
+#include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/connection.h"
 #include "hardware/vantorClient/log.h"
 #include "hardware/vantorClient/matrix_grid.h"
@@ -73,59 +74,32 @@ bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     return false;
 }
 
-struct PlaneBytes {
-    size_t luma;
-    size_t chroma;
-
-    explicit PlaneBytes(const BufferData& image)
-        : luma(static_cast<size_t>(image.width) * static_cast<size_t>(image.height)), chroma(luma / 2) {}
-    size_t all() const { return luma + chroma; }
-};
-
-bool gather(const BufferData& src, int32_t format, uint8_t* staged) {
-    const PlaneBytes bytes(src);
-    if (format == IMAGE_FORMAT_GRAYSCALE) {
-        std::memcpy(staged, src.y, bytes.luma);
-        std::memset(staged + bytes.luma, 0, bytes.chroma);
-        return true;
-    }
-    if (src.y == nullptr) {
-        VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelSource,
-                         "Invalid arguments [src.y=%p / src.uv=%p]", static_cast<void*>(src.y),
-                         static_cast<void*>(src.uv));
-        return false;
-    }
-    std::memcpy(staged, src.y, src.uv ? bytes.luma : bytes.all());
-    if (src.uv) std::memcpy(staged + bytes.luma, src.uv, bytes.chroma);
-    return true;
-}
-
-bool scatter(const uint8_t* staged, int32_t format, const BufferData& dst) {
-    const PlaneBytes bytes(dst);
-    if (format == IMAGE_FORMAT_GRAYSCALE) {
-        std::memcpy(dst.y, staged, bytes.luma);
-        return true;
-    }
-    if (dst.y == nullptr) {
-        VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelDestination,
-                         "Invalid arguments [dst.y=%p / dst.uv=%p]", static_cast<void*>(dst.y),
-                         static_cast<void*>(dst.uv));
-        return false;
-    }
-    std::memcpy(dst.y, staged, dst.uv ? bytes.luma : bytes.all());
-    if (dst.uv) std::memcpy(dst.uv, staged + bytes.luma, bytes.chroma);
-    return true;
+/// The chroma of a picture whose luma is at `y`: behind it, unless it has an address of its own.
+uint8_t* chromaOf(const BufferData& image, int32_t format) {
+    if (format == IMAGE_FORMAT_GRAYSCALE) return nullptr;
+    return image.uv ? image.uv : image.y + std::ptrdiff_t{image.width} * image.height;
 }
 
 int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid, int32_t format) {
     const vantor::OutputRegion region(dst.cropLeft, dst.cropTop, dst.cropRight, dst.cropBottom);
     if (!region.isCountable()) return kFailure;
-    vantor::StagedWarp warp(src.width, src.height, region);
-    // On failure the working memory is kept: clients know that from the device, where it is so.
-    if (!gather(src, format, warp.source())) return kFailure;
-    warp.run(grid.dX, grid.dY);
-    if (!scatter(warp.result(), format, dst)) return kFailure;
-    warp.release();
+    if (format == IMAGE_FORMAT_NV12 && src.y == nullptr) {
+        VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelSource,
+                         "Invalid arguments [src.y=%p / src.uv=%p]", static_cast<void*>(src.y),
+                         static_cast<void*>(src.uv));
+        return kFailure;
+    }
+    // The model runs even when its output has no place: its state can be read.
+    vantor::PlanePair<uint8_t> output{};
+    if (dst.y != nullptr) output = {dst.y, chromaOf(dst, format)};
+    vantor::warpPicture(src.width, src.height, region, {src.y, chromaOf(src, format)}, output, grid.dX,
+                        grid.dY);
+    if (format == IMAGE_FORMAT_NV12 && dst.y == nullptr) {
+        VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelDestination,
+                         "Invalid arguments [dst.y=%p / dst.uv=%p]", static_cast<void*>(dst.y),
+                         static_cast<void*>(dst.uv));
+        return kFailure;
+    }
     return kSuccess;
 }
 

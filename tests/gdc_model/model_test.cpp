@@ -6,6 +6,7 @@
 #include "gdc_model/gdc_run.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/gdc_state.h"
+#include "gdc_model/picture_warp.h"
 #include "tests/gdc_model/gdc_reference.h"
 #include "tests/support.h"
 
@@ -24,7 +25,9 @@ std::vector<int> nodes(Random& random, int kind) {
                                9000 * (row - 16) - 4000 * (column - 16),
                                random.between(-300000, 300000),
                                random.between(0, 1) ? INT32_MAX : INT32_MIN,
-                               random.between(INT32_MIN / 2, INT32_MAX / 2)};
+                               random.between(INT32_MIN / 2, INT32_MAX / 2),
+                               400000 * (column - 16),  // near the limits of vector kernels
+                               random.between(0, 1) ? 1500000 : -1500000};
         grid[k] = choices[kind];
     }
     return grid;
@@ -65,7 +68,7 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
         const int outScaleX = oneIn(3, 128, 0, 300), outScaleY = oneIn(3, 128, -20, 300);
         // A scale too large reaches the frame's very end, beyond the last cell.
         const int scaleX = oneIn(4, sx.scale, 0, 3 * sx.scale), scaleY = oneIn(4, sy.scale, 0, 3 * sy.scale);
-        const std::vector<int> gridX = nodes(random, random.between(0, 5)), gridY = nodes(random, random.between(0, 5));
+        const std::vector<int> gridX = nodes(random, random.between(0, 7)), gridY = nodes(random, random.between(0, 7));
         GdcFrame frame{};
         GdcSettings& s = frame.settings;
         s = {oneIn(3, 3, 0, 4), oneIn(3, 2, -1, 4), oneIn(4, 1, 0, 2), oneIn(4, 0, 0, 1), 0};
@@ -88,6 +91,51 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
         runGdc(frame, actual.data(), src.data(), gridX.data(), gridY.data());
         EXPECT_TRUE(actual == expected) << "seed " << seed() << " case " << i << ": " << W << "x" << H << " to " << outW
                                         << "x" << outH << " type " << s.interpType << " yuv " << s.yuvFormat;
+        expectSameState(state);
+    }
+}
+
+TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
+    Random random(seed());
+    reference::GdcState state;
+    m_VirtCordX = m_VirtCordY = m_VirtStepShiftX = m_VirtStepShiftY = m_LT_val = m_RT_val = m_LB_val = m_RB_val = 0;
+    m_dltL = m_dltT = m_StepXShifter = m_StepYShifter = 0;
+    for (int i = 0; i < 150 && !::testing::Test::HasFailure(); ++i) {
+        const bool isWide = i % 5 == 0;  // several runs of columns
+        const int W = 2 * (isWide ? random.between(130, 250) : random.between(1, 60)),
+                  H = 2 * random.between(1, isWide ? 40 : 70);
+        const auto luma = static_cast<size_t>(W * H);
+        const bool isWhole = random.between(0, 2) > 0, isGray = random.between(0, 3) == 0;
+        const OutputRegion region =
+            isWhole ? OutputRegion(0, 0, W - 1, H - 1)
+                    : OutputRegion(random.between(-9, 9), random.between(-9, 9),
+                                   random.between(isWide ? W - 20 : -10, W + 9), random.between(-10, H + 9));
+        const int outW = static_cast<int>(region.width), outH = static_cast<int>(region.height);
+        const std::vector<int> gridX = nodes(random, random.between(0, 7)), gridY = nodes(random, random.between(0, 7));
+        Bytes picture = random.content(luma * 3 / 2);
+        Samples src(picture.begin(), picture.end()), dst(luma * 6 + 4 * gdcPictureSamples(outW, outH));
+        for (size_t k = luma; k < src.size(); ++k) {
+            src[luma + (k - luma) / 2 + (k % 2 ? luma / 4 : 0)] = isGray ? 0 : picture[k];
+        }
+        const GdcScales sx = gdcScalesX(W), sy = gdcScalesY(H);
+        reference::gdcCore(state, {}, dst.data(), src.data(), gridX.data(), gridY.data(), W, H, 0, 0, sx.shifter,
+                           sy.shifter, std::min(sx.scale, 65535), std::min(sy.scale, 65535), sx.invScale, sy.invScale,
+                           128, 128, region.left, region.top, outW, outH);
+        // Apart from the source, in its place, or shifted over its end or start.
+        const size_t shifts[] = {2 * luma, 0, luma / 2, luma};
+        Bytes memory(4 * luma, 3), expected(luma * 3 / 2, 3);
+        const size_t from = random.between(0, 1) ? luma / 2 : 0, to = shifts[random.between(0, 3)];
+        std::copy(picture.begin(), picture.end(), memory.begin() + static_cast<std::ptrdiff_t>(from));
+        if (isGray) std::copy_n(memory.begin() + static_cast<std::ptrdiff_t>(to), luma * 3 / 2, expected.begin());
+        for (size_t k = 0; k < luma * (isGray ? 2 : 3) / 2; ++k) {
+            const size_t planar = k < luma ? k : luma + (k - luma) / 2 + (k % 2 ? luma / 4 : 0);
+            expected[k] = static_cast<uint8_t>(dst[planar]);
+        }
+        uint8_t* const at = memory.data();
+        warpPicture(W, H, region, {at + from, isGray ? nullptr : at + from + luma},
+                    {at + to, isGray ? nullptr : at + to + luma}, gridX.data(), gridY.data());
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), at + to))
+            << "seed " << seed() << " case " << i << ": " << W << "x" << H << " to " << outW << "x" << outH;
         expectSameState(state);
     }
 }

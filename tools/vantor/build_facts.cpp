@@ -4,6 +4,7 @@
 #include <fstream>
 #include <string>
 
+#include "gdc_model/warp_kernels.h"
 #include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_pairs_kernels.h"
@@ -56,7 +57,8 @@ Json buildFacts() {
              {{"bicubic luma", family(kLumaTables)},
               {"bilinear chroma", family(kCutPairsTables)},
               {"four-tap luma", family(kFourTapTables)},
-              {"four-tap chroma", family(kRoundedPairsTables)}}},
+              {"four-tap chroma", family(kRoundedPairsTables)},
+              {"warp", family(kWarpTables)}}},
             {"VANTOR_CPU", variable("VANTOR_CPU")},
             {"VANTOR_LOG", variable("VANTOR_LOG")}};
 }

@@ -21,7 +21,7 @@ bool sendMessage(int socket, const Message& message) {
     do {
         sent = send(socket, &message, sizeof message, MSG_NOSIGNAL);
     } while (sent < 0 && errno == EINTR);
-    return sent == sizeof message;
+    return sent == ssize_t{sizeof message};
 }
 
 /// False if the other side has gone.
@@ -31,7 +31,7 @@ bool receiveMessage(int socket, Message& message) {
     do {
         received = recv(socket, &message, sizeof message, 0);
     } while (received < 0 && errno == EINTR);
-    return received == sizeof message;
+    return received == ssize_t{sizeof message};
 }
 
 std::string describeEnd(int status) {

@@ -1,7 +1,6 @@
 // The requests through the shared library: statuses, log lines, planes and threads. The program
 // replaces the platform's logger and thread calls, and so sees every one that the library makes.
 #include <dlfcn.h>
-#include <malloc.h>
 #include <pthread.h>
 
 #include "gdc_model/gdc_state.h"
@@ -319,25 +318,18 @@ TEST_F(Warp, RegionsAreTakenAsTheyAre) {
     EXPECT_EQ(logLines.size(), 1U);
 }
 
-// A rejected run keeps its working memory: required, and reported as leaks by those who look for them.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(VANTOR_KEEP_THREAD_CALLS)
 TEST_F(Warp, NullPlanesAreFoundBeforeAndAfterTheCore) {
     grid.dX[5] = 77;
     src.data.y = nullptr;
-    const size_t before = mallinfo2().uordblks;
     EXPECT_EQ(-38, run());
     expectError("runGDCCModelGrid():1073 Invalid arguments [src.y=(nil) / src.uv=(nil)]");
     EXPECT_NE(m_curGrid_dX[0][5], 77);
     src.data.y = src.block.data();
     dst.data.y = nullptr;
     EXPECT_EQ(-38, run());
-    const size_t kept = mallinfo2().uordblks - before;
-    EXPECT_GE(kept, 2 * 12 * 96 * 64U);
-    EXPECT_LT(kept, 2 * 12 * 96 * 64U + 20000);
     expectError("runGDCCModelGrid():1102 Invalid arguments [dst.y=(nil) / dst.uv=(nil)]");
-    EXPECT_EQ(m_curGrid_dX[0][5], 77);
+    EXPECT_EQ(m_curGrid_dX[0][5] * 1000 + m_LT_val, 77 * 1000 + 1);
 }
-#endif
 
 #ifndef VANTOR_KEEP_THREAD_CALLS
 Image* wipedChroma = nullptr;

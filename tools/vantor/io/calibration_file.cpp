@@ -9,6 +9,7 @@
 #include <map>
 #include <pugixml.hpp>
 #include <sstream>
+#include <utility>
 
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/input_file.h"
@@ -29,6 +30,8 @@ const Words kSizeNames{"image_size", "img_size", "resolution"};
 const Words kFisheyeNames{"fisheye_model", "fisheye"};
 const Words kModelNames{"distortion_model"};
 
+constexpr size_t kMostElements = 100;  ///< of what has one of these names
+
 std::string plainName(const std::string& name) {
     std::string plain;
     for (const char letter : name) {
@@ -43,8 +46,17 @@ Words split(const std::string& text) {
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
+bool isUsual(const std::string& name) {
+    for (const Words* names : {&kCameraNames, &kDistortionNames, &kWidthNames, &kHeightNames, &kSizeNames,
+                               &kFisheyeNames, &kModelNames}) {
+        const auto isThis = [&](const std::string& usual) { return plainName(usual) == plainName(name); };
+        if (std::any_of(names->begin(), names->end(), isThis)) return true;
+    }
+    return false;
+}
+
 /// Of a scalar, a list, or a list of `depth` - 1 levels of lists; deeper ones, which may be endless, are left
-/// out.
+/// out. Lists may hold a long one again and again, in few bytes: nothing is added beyond kMostElements.
 Words scalarsOf(const YAML::Node& node, int depth) {
     if (node.IsScalar()) return {node.Scalar()};
     Words words;
@@ -52,6 +64,7 @@ Words scalarsOf(const YAML::Node& node, int depth) {
         for (const YAML::Node& element : node) {
             const Words inner = scalarsOf(element, depth - 1);
             words.insert(words.end(), inner.begin(), inner.end());
+            if (words.size() > kMostElements) break;
         }
     }
     return words;
@@ -62,8 +75,13 @@ Entries parseYaml(const std::string& text) {
     Entries entries;
     if (!root.IsMap()) return entries;
     for (const auto& entry : root) {
+        const std::string name = entry.first.Scalar();
+        if (!isUsual(name)) continue;
         const YAML::Node data = entry.second.IsMap() ? entry.second["data"] : entry.second;
-        entries[plainName(entry.first.Scalar())] = data ? scalarsOf(data, 2) : Words();
+        Words words = data ? scalarsOf(data, 2) : Words();
+        if (words.size() > kMostElements)
+            throw UserError(name + " has more than " + std::to_string(kMostElements) + " elements");
+        entries[plainName(name)] = std::move(words);
     }
     return entries;
 }

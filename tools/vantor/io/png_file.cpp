@@ -33,6 +33,9 @@ public:
         guarded([](PngReader& reader) {
             png_init_io(reader.png_, reader.file_.get());
             png_set_user_limits(reader.png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+            // Nobody looks at comments and the like, for which libpng takes as much memory as they claim to
+            // need.
+            png_set_keep_unknown_chunks(reader.png_, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
             png_read_info(reader.png_, reader.info_);
         });
         checkHeader();

@@ -1,0 +1,162 @@
+// What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations. Each is read, or refused by
+// an error for the user; nothing else may happen. The first byte says what the others are.
+#include <sys/mman.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "fuzz/policy.h"
+#include "tools/vantor/io/calibration_file.h"
+#include "tools/vantor/io/clip_reader.h"
+#include "tools/vantor/io/error.h"
+#include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/undistort_map.h"
+#include "tools/vantor/warp_map.h"
+
+namespace vantor::tool {
+
+void note(const std::string&) {}
+
+}  // namespace vantor::tool
+
+namespace vantor::fuzz {
+namespace {
+
+using namespace vantor::tool;
+
+/// A file in memory with a path.
+class MemoryFile {
+public:
+    explicit MemoryFile(const Bytes& bytes) : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
+        FUZZ_EXPECT(write(descriptor_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()));
+    }
+    ~MemoryFile() { close(descriptor_); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+
+private:
+    int descriptor_;
+};
+
+uint32_t bigEndian(const uint8_t* bytes) {
+    uint32_t value = 0;
+    for (int i = 0; i < 4; ++i) value = value << 8 | bytes[i];
+    return value;
+}
+
+/// Makes the checksums of a PNG's chunks right, so that what is behind them is reached.
+void mendChecksums(Bytes& png) {
+    for (size_t at = 8; at + 12 <= png.size();) {
+        const size_t length = bigEndian(&png[at]);
+        if (length > png.size() - at - 12) return;
+        const uint64_t sum = crc32(0, &png[at + 4], static_cast<uInt>(length + 4));
+        for (size_t i = 0; i < 4; ++i) png[at + 8 + length + i] = static_cast<uint8_t>(sum >> (24 - 8 * i));
+        at += 12 + length;
+    }
+}
+
+/// Whether a PNG's header claims no more than is decoded here.
+bool isSmallPng(const Bytes& png) {
+    constexpr size_t kSides = 16;
+    if (png.size() < kSides + 8) return true;
+    const uint64_t pixels = uint64_t{bigEndian(&png[kSides])} * bigEndian(&png[kSides + 4]);
+    return pixels <= kMostFrameBytes / 3;
+}
+
+void readFrames(const FileForm& form) {
+    const std::unique_ptr<ClipReader> clip = openClip(form);
+    const bool isSmall = clip->shape().bytes() <= kMostFrameBytes;
+    Output frame(isSmall ? clip->shape().bytes() : 0);
+    std::string tags;
+    for (size_t i = 0; i < kMostFrames; ++i) {
+        const std::optional<uintmax_t> left = clip->framesLeft();
+        if (!clip->read(isSmall && i % 4 != 3 ? frame.data() : nullptr, tags)) break;
+        FUZZ_EXPECT(left && *left > 0);
+    }
+    if (!clip->header()) return;
+    const Y4mHeader& header = *clip->header();
+    const std::string line = toLine(header);
+    const Y4mHeader again = parseY4mHeader("again", line);
+    FUZZ_EXPECT(again.size == header.size && again.layout == header.layout && again.tags == header.tags);
+    toLine(derivedHeader(header, Layout::Gray, {tool::kLargestSide, kSmallestSide}));
+    header.isFullRange();
+    header.isInterlaced();
+}
+
+void png(const Bytes& bytes) {
+    if (!isSmallPng(bytes)) return;
+    const MemoryFile file(bytes);
+    const Picture picture = readPicture({file.path(), FileType::Png, {}, {}, {}});
+    FUZZ_EXPECT(picture.bytes.size() == byteCount(picture.layout, picture.size));
+}
+
+void mendedPng(const Bytes& bytes) {
+    Bytes mended = bytes;
+    mendChecksums(mended);
+    png(mended);
+}
+
+void y4m(const Bytes& bytes) {
+    const MemoryFile file(bytes);
+    readFrames({file.path(), FileType::Y4m, {}, {}, {}});
+}
+
+void raw(const Bytes& bytes) {
+    Input input(bytes.data(), bytes.size());
+    FormOptions options{"--input", input.ConsumeRandomLengthString(8), input.ConsumeRandomLengthString(12),
+                        input.seldom(300), input.seldom(300)};
+    FileForm form = fileForm(input.ConsumeRandomLengthString(40), options);
+    FUZZ_EXPECT(form.type != FileType::Raw || form.layout);
+    const MemoryFile file(input.ConsumeRemainingBytes<uint8_t>());
+    form.path = file.path();
+    if (form.type != FileType::Raw) return;
+    readFrames(form);
+    if (rawShape(form, "again", *form.layout, *form.size).bytes() > kMostFrameBytes) return;
+    const Picture picture = readPicture(form);
+    FUZZ_EXPECT(picture.bytes.size() == byteCount(picture.layout, picture.size));
+}
+
+void grid(const Bytes& bytes) {
+    const MemoryFile file(bytes);
+    const Grid read = readGrid(file.path());
+    Bytes wire;
+    for (const auto* table : {&read.dX, &read.dY}) {
+        for (const int32_t value : *table) {
+            for (int shift = 0; shift < 32; shift += 8) wire.push_back(static_cast<uint8_t>(value >> shift));
+        }
+    }
+    const MemoryFile other(wire);  // refused where it reads as text
+    const Grid again = readGrid(other.path());
+    expectSame(&again, &read, sizeof read);
+}
+
+void calibration(const Bytes& bytes) {
+    const MemoryFile file(bytes);
+    const bool isFisheye = !bytes.empty() && bytes.size() % 2 == 0;
+    const Calibration read = readCalibration(file.path(), {isFisheye, {}});
+    FUZZ_EXPECT(read.size.width > 0 && read.size.height > 0 && read.camera.fx > 0 && read.camera.fy > 0);
+    for (const std::optional<double> alpha : {std::optional<double>(), std::optional(0.0), std::optional(1.0)}) {
+        makeGrid(UndistortMap(read, {fuzz::kLargestSide, fuzz::kLargestSide}, alpha),
+                 {fuzz::kLargestSide, fuzz::kLargestSide});
+    }
+}
+
+}  // namespace
+}  // namespace vantor::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace vantor::fuzz;
+    constexpr void (*kTargets[])(const Bytes&) = {png, mendedPng, y4m, raw, grid, calibration};
+    if (size == 0 || data[0] >= std::size(kTargets)) return -1;
+    try {
+        kTargets[data[0]](Bytes(data + 1, data + size));
+    } catch (const vantor::tool::UserError&) {}
+    return 0;
+}

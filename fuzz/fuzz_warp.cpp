@@ -1,0 +1,247 @@
+// The model: its core and the client's warps against a literal walk over pixels.
+#include <iterator>
+
+#include "fuzz/policy.h"
+#include "gdc_model/gdc_core.h"
+#include "gdc_model/gdc_grid.h"
+#include "gdc_model/gdc_state.h"
+#include "hardware/vantorClient/vantor_client.h"
+#include "tests/gdc_model/gdc_reference.h"
+
+namespace vantor::fuzz {
+namespace {
+
+using hardware::vantorClient;
+using Grid = vantorClient::_GDCGrid;
+using Samples = std::vector<uint16_t>;
+
+constexpr int kNodes = 33;
+constexpr size_t kValues = kNodes * kNodes;
+
+/// Moves of the nodes of one axis: none, one, a slope, noise, or anything.
+void fillNodes(Input& input, int32_t (&nodes)[kValues]) {
+    const int kind = input.between(0, 4);
+    const int32_t shift = input.ConsumeBool() ? input.any() : input.between(-300000, 300000);
+    const int across = input.between(-20000, 20000), down = input.between(-20000, 20000);
+    const Bytes noise = input.content(kind >= 3 ? kValues * sizeof(int32_t) : 0);
+    const int noiseShift = input.between(0, 24);
+    for (size_t k = 0; k < kValues; ++k) {
+        const int row = static_cast<int>(k) / kNodes - 16, column = static_cast<int>(k) % kNodes - 16;
+        int32_t any = 0;
+        if (kind >= 3) std::memcpy(&any, &noise[k * sizeof any], sizeof any);
+        const int32_t choices[] = {0, shift, across * column + down * row, any >> noiseShift,
+                                   any < 0 ? INT32_MIN : INT32_MAX};
+        nodes[k] = choices[kind];
+    }
+}
+
+/// One axis as the core takes it.
+struct Axis {
+    int size, shifter, scale, invScale, outScale, outStart, outSize;
+};
+
+/// The samples that the core may touch, of which those of odd sizes are a few more than 3 / 2 a pixel.
+size_t samplesOf(int width, int height) {
+    if (width < 1 || height < 1) return 0;
+    return static_cast<size_t>(width * height * 5 / 4 + (height - 1) / 2 * width / 2 + (width + 1) / 2);
+}
+
+/// What pixels leave behind, as the library's state and the reference's, from zeros on.
+class State {
+public:
+    State() {
+        for (int* variable : library()) *variable = 0;
+    }
+
+    void expectSame() {
+        const auto mine = library(), theirs = literal();
+        for (size_t i = 0; i < mine.size(); ++i) FUZZ_EXPECT(*mine[i] == *theirs[i]);
+        fuzz::expectSame(m_curGrid_dX, reference.m_curGrid_dX, sizeof m_curGrid_dX);
+        fuzz::expectSame(m_curGrid_dY, reference.m_curGrid_dY, sizeof m_curGrid_dY);
+    }
+
+    reference::GdcState reference;
+
+private:
+    static std::vector<int*> library() {
+        return {&m_VirtCordX, &m_VirtCordY, &m_VirtStepShiftX, &m_VirtStepShiftY, &m_LT_val,       &m_RT_val,
+                &m_LB_val,    &m_RB_val,    &m_dltL,           &m_dltT,           &m_StepXShifter, &m_StepYShifter};
+    }
+    std::vector<int*> literal() {
+        reference::GdcState& s = reference;
+        return {&s.m_VirtCordX, &s.m_VirtCordY, &s.m_VirtStepShiftX, &s.m_VirtStepShiftY,
+                &s.m_LT_val,    &s.m_RT_val,    &s.m_LB_val,         &s.m_RB_val,
+                &s.m_dltL,      &s.m_dltT,      &s.m_StepXShifter,   &s.m_StepYShifter};
+    }
+};
+
+/// The scale parameters that drivers compute for a size.
+void setScales(Axis& x, Axis& y) {
+    double identity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+    static _pos points[kValues];
+    getGridSet(x.size, y.size, identity, points, &x.shifter, &y.shifter, &x.scale, &y.scale, &x.invScale, &y.invScale,
+               1);
+}
+
+/// The literal walk at the drivers' settings.
+void walk(reference::GdcState& state, const Axis& x, const Axis& y, const Grid& grid, const uint16_t* src,
+          uint16_t* dst) {
+    reference::gdcCore(state, {}, dst, src, grid.dX, grid.dY, x.size, y.size, 0, 0, x.shifter, y.shifter, x.scale,
+                       y.scale, x.invScale, y.invScale, x.outScale, y.outScale, x.outStart, y.outStart, x.outSize,
+                       y.outSize);
+}
+
+Samples widened(const Bytes& bytes) { return Samples(bytes.begin(), bytes.end()); }
+
+/// The core with any step, place, region and scale.
+void core(Input& input) {
+    Axis x{input.between(2, kLargestWarpSide), 0, 0, 0, 128, 0, 0};
+    Axis y{input.between(2, kLargestWarpSide), 0, 0, 0, 128, 0, 0};
+    setScales(x, y);
+    for (Axis* axis : {&x, &y}) {
+        const auto vary = [&](int& value, int low, int high) {
+            const int kind = input.between(0, 7);
+            if (kind == 0) value = input.any();
+            if (kind == 1) value = input.between(low, high);
+        };
+        vary(axis->scale, 0, 3 * axis->scale);
+        vary(axis->invScale, 0, 3 * axis->invScale);
+        vary(axis->outScale, -20, 300);
+        vary(axis->outStart, -5, axis->size);
+        axis->outSize = input.ConsumeBool() ? axis->size : input.between(-1, kLargestWarpSide);
+    }
+    static Grid grid;
+    fillNodes(input, grid.dX);
+    fillNodes(input, grid.dY);
+    const Samples src = widened(input.content(samplesOf(x.size, y.size)));
+    Samples given = src;
+    const size_t bytes = samplesOf(x.outSize, y.outSize) * sizeof(uint16_t);
+    Output actual(bytes), expected(bytes);
+    State state;
+    GdcCore(reinterpret_cast<uint16_t*>(actual.data()), given.data(), grid.dX, grid.dY, x.size, y.size, -1, -1,
+            x.shifter, y.shifter, x.scale, y.scale, x.invScale, y.invScale, x.outScale, y.outScale, x.outStart,
+            y.outStart, x.outSize, y.outSize);
+    walk(state.reference, x, y, grid, src.data(), reinterpret_cast<uint16_t*>(expected.data()));
+    FUZZ_EXPECT(given == src);
+    expectSame(actual.data(), expected.data(), bytes);
+    state.expectSame();
+}
+
+/// A packed NV12 picture as three planes, and the way back.
+Bytes toPlanes(const Bytes& picture, size_t luma) {
+    Bytes planes = picture;
+    for (size_t i = 0; i < luma / 2; ++i) planes[luma + (i % 2) * (luma / 4) + i / 2] = picture[luma + i];
+    return planes;
+}
+Bytes fromPlanes(const Samples& planes, size_t luma) {
+    Bytes picture(luma * 3 / 2);
+    for (size_t i = 0; i < picture.size(); ++i) {
+        const size_t from = i < luma ? i : luma + ((i - luma) % 2) * (luma / 4) + (i - luma) / 2;
+        picture[i] = static_cast<uint8_t>(planes[from]);
+    }
+    return picture;
+}
+
+/// Moves that a matrix (a, b, d, e in 1/4096, c, f in 1/32 pixel) stands for, as drivers make them.
+void gridOf(const int16_t (&matrix)[6], int width, int height, Grid& grid) {
+    double values[9] = {0, 0, 0, 0, 0, 0, 0, 0, 1};
+    for (int i = 0; i < 6; ++i) values[i] = matrix[i] / (i % 3 == 2 ? 32.0 : 4096.0);
+    static _pos points[kValues];
+    int unused[6];
+    getGridSet(width, height, values, points, &unused[0], &unused[1], &unused[2], &unused[3], &unused[4], &unused[5],
+               1);
+    const auto toInt = [](double v) {
+        return static_cast<int32_t>(std::clamp(v, double{INT32_MIN}, double{INT32_MAX}));
+    };
+    for (size_t k = 0; k < kValues; ++k) grid.dX[k] = toInt(points[k].x), grid.dY[k] = toInt(points[k].y);
+}
+
+/// A client's warp by a grid or a matrix, with any region of interest that the working memory can hold.
+void request(Input& input) {
+    const int width = 16 * input.between(6, kLargestWarpWidth / 16);
+    const int height = 2 * input.between(32, kLargestWarpHeight / 2);
+    const auto luma = static_cast<size_t>(width * height);
+    const int format = input.between(0, 1);
+    const bool hasPlanes = input.ConsumeBool();
+    vantorClient::BufferData src, dst;
+    src.width = dst.width = width, src.height = dst.height = height;
+    dst.cropRight = width - 1, dst.cropBottom = height - 1;
+    if (input.ConsumeBool()) {
+        const int kind = input.between(0, 3);
+        dst.cropLeft = kind == 0 ? input.any() : input.between(-9, width);
+        dst.cropTop = kind == 0 ? input.any() : input.between(-9, height);
+        dst.cropRight = static_cast<int>(
+            std::clamp<int64_t>(int64_t{dst.cropLeft} + input.between(-2, width + 9), INT32_MIN, INT32_MAX));
+        dst.cropBottom = static_cast<int>(
+            std::clamp<int64_t>(int64_t{dst.cropTop} + input.between(-2, height + 9), INT32_MIN, INT32_MAX));
+    }
+    static Grid grid;
+    int16_t matrix[6];
+    const bool isMatrix = input.ConsumeBool();
+    if (isMatrix) {
+        constexpr int16_t kIdentity[6] = {4096, 0, 0, 0, 4096, 0};
+        const int reach = input.ConsumeBool() ? 400 : INT16_MAX;
+        for (int i = 0; i < 6; ++i) {
+            matrix[i] = static_cast<int16_t>(
+                std::clamp(kIdentity[i] + input.between(-reach, reach), int{INT16_MIN}, int{INT16_MAX}));
+        }
+        gridOf(matrix, width, height, grid);
+    } else {
+        fillNodes(input, grid.dX);
+        fillNodes(input, grid.dY);
+    }
+
+    const size_t given = format == hardware::IMAGE_FORMAT_GRAYSCALE ? luma : luma * 3 / 2;
+    const auto outWidth = static_cast<int>(int64_t{dst.cropRight} - dst.cropLeft + 1);
+    const auto outHeight = static_cast<int>(int64_t{dst.cropBottom} - dst.cropTop + 1);
+    Axis x{width, 0, 0, 0, 128, dst.cropLeft, outWidth}, y{height, 0, 0, 0, 128, dst.cropTop, outHeight};
+    setScales(x, y);
+    expectSameOutput(
+        input.content(given), given,
+        [&](uint8_t* from, uint8_t* to) {
+            src.y = from, dst.y = to;
+            if (hasPlanes && given > luma) src.uv = from + luma, dst.uv = to + luma;
+            const int32_t status = isMatrix
+                                       ? vantorClient::runGDCMatrix(dst, src, matrix, format, hardware::GDC_C_MODEL)
+                                       : vantorClient::runGDCGrid(dst, src, grid, format, hardware::GDC_C_MODEL);
+            FUZZ_EXPECT(status == 0);
+        },
+        [&](const uint8_t* from, uint8_t* to) {
+            Bytes picture(from, from + given);
+            picture.resize(luma * 3 / 2);
+            const Samples planes = widened(toPlanes(picture, luma));
+            Samples warped(std::max(planes.size(), samplesOf(outWidth, outHeight)));
+            reference::GdcState state;
+            walk(state, x, y, grid, planes.data(), warped.data());
+            const Bytes result = fromPlanes(warped, luma);
+            std::copy_n(result.begin(), given, to);
+        });
+}
+
+/// Requests of any numbers, which are refused before a plane is looked at.
+void refusal(Input& input) {
+    vantorClient::BufferData src, dst;
+    src.width = input.any(), src.height = input.any();
+    dst.width = input.any(), dst.height = input.any();
+    dst.cropRight = input.any(), dst.cropBottom = input.any();
+    const int32_t format = input.any();
+    // No target makes a request fail that fits otherwise.
+    const int32_t target = 2 + (input.any() & 0xFFFF);
+    static const Grid grid{};
+    FUZZ_EXPECT(vantorClient::runGDCGrid(dst, src, grid, format, target) != 0);
+}
+
+}  // namespace
+}  // namespace vantor::fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) { return setenv("VANTOR_LOG", "off", 1); }
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    vantor::fuzz::Input input(data, size);
+    // Requests are slow: none is smaller than 96 x 64.
+    using namespace vantor::fuzz;
+    constexpr void (*kTargets[])(Input&) = {core, core, core, core, core,    core,
+                                            core, core, core, core, refusal, request};
+    input.PickValueInArray(kTargets)(input);
+    return 0;
+}

@@ -1,0 +1,89 @@
+// The vector stages of a warp of byte planes, one table an instruction set. All tables give the same bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "processor/instruction_set.h"
+
+namespace vantor {
+
+/// One coordinate of columns that follow each other in one cell of the grid. With u = within[i] (0 to 512)
+/// and q = bulge[i] (0 to 128) of WarpRun, column i is moved by
+///   e = ((excess (512 - 2u) + 256) >> 9) + slopeChange
+///   d = start + ((difference u + 256) >> 9) - ((e q + 1024) >> 11)
+/// and lies at base + i step + ((invScale d + 4096) >> 13), in 1/256 sample.
+struct WarpLine {
+    int32_t start;
+    int32_t difference;
+    int32_t slopeChange;
+    int32_t excess;
+    int32_t invScale;
+    int mirror;  ///< non-zero takes the move from the base instead
+    int32_t base;
+    int32_t step;
+};
+
+/// Columns that follow each other in one cell.
+struct WarpRun {
+    const int32_t* within;
+    const int32_t* bulge;
+    int count;
+    bool isShort;  ///< invScale d + 4096 fits 32 bits, for both lines
+    WarpLine x;
+    WarpLine y;
+};
+
+/// The source: luma rows `width` bytes apart, rows of chroma pairs likewise. Sizes are even.
+struct WarpSource {
+    const uint8_t* y;
+    const uint8_t* uv;
+    int width;
+    int height;
+};
+
+/// Vector kernels read positions, `within` and `bulge` up to the next multiple of kWarpLanes, whatever stands
+/// there, and so far `positions` may write.
+constexpr int kWarpLanes = 32;
+constexpr int kWarpRunColumns = 256;  ///< at most, in one call of `luma` and `chroma`
+constexpr int kLargestWarpSide = 16384;
+constexpr int kSmallestWarpSide = 32;
+constexpr int kLargestVectorScale = 32767;
+
+struct WarpKernels {
+    InstructionSet set;
+
+    /// Both coordinates of a run. Vector tables ask for products that fit 32 bits, for |d| < 2^22,
+    /// 0 <= invScale <= kLargestVectorScale and no mirror; the plain one clamps d to that and takes anything.
+    void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
+
+    /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
+    /// of them is folded, 0 elsewhere. Returns true only if there is no elsewhere.
+    bool (*luma)(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out);
+
+    /// Pairs of chroma at every second position, x[0], x[2], ...: the bilinear value where luma has all its
+    /// taps, 128 elsewhere.
+    void (*chroma)(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out);
+};
+
+extern const WarpKernels kWarpPlain;
+#if defined(__x86_64__)
+extern const WarpKernels kWarpAvx2;
+extern const WarpKernels kWarpAvx512;
+#endif
+#if defined(__ARM_NEON)
+extern const WarpKernels kWarpNeon;
+#endif
+
+constexpr const WarpKernels* kWarpTables[] = {
+    &kWarpPlain,
+#if defined(__x86_64__)
+    &kWarpAvx2,
+    &kWarpAvx512,
+#endif
+#if defined(__ARM_NEON)
+    &kWarpNeon,
+#endif
+};
+
+}  // namespace vantor

@@ -1,0 +1,75 @@
+#include "gdc_model/grid_interp.h"
+#include "gdc_model/sampling.h"
+#include "gdc_model/warp_kernels.h"
+
+namespace vantor {
+namespace {
+
+/// Both axes of one position.
+struct Place {
+    SourcePosition x;
+    SourcePosition y;
+
+    Place(int32_t atX, int32_t atY) : x(atX, true), y(atY, true) {}
+
+    bool isInterior(const WarpSource& src) const {
+        return hasPlainTaps(x, src.width) && hasPlainTaps(y, src.height);
+    }
+};
+
+void locate(const WarpRun& run, const WarpLine& line, int32_t* out) {
+    const CellCurve curve{line.start, line.difference, line.slopeChange, line.excess};
+    int32_t base = line.base;
+    for (int i = 0; i < run.count; ++i) {
+        const int32_t displacement = curve.displacement(run.within[i], run.bulge[i]);
+        out[i] = wrapAdd(base, sourceMove(line.invScale, line.mirror, displacement));
+        base = wrapAdd(base, line.step);
+    }
+}
+
+void positions(const WarpRun& run, int32_t* x, int32_t* y) {
+    locate(run, run.x, x);
+    locate(run, run.y, y);
+}
+
+uint8_t lumaValue(const WarpSource& src, const Place& at) {
+    LumaBlock block;
+    const uint8_t* row = src.y + std::ptrdiff_t{at.y.index - 2} * src.width + (at.x.index - 2);
+    for (auto& samples : block) {
+        std::copy_n(row, 4, samples.begin());
+        row += src.width;
+    }
+    return static_cast<uint8_t>(Bicubic(block, at.x.fraction, at.y.fraction, {}).value);
+}
+
+bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    bool isAll = true;
+    for (int i = 0; i < count; ++i) {
+        const Place at(x[i], y[i]);
+        const bool isInterior = at.isInterior(src);
+        out[i] = isInterior ? lumaValue(src, at) : 0;
+        isAll &= isInterior;
+    }
+    return isAll;
+}
+
+void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
+    for (int i = 0; i < pairs; ++i, out += 2) {
+        const Place at(x[2 * i], y[2 * i]);
+        out[0] = out[1] = 128;
+        if (!at.isInterior(src)) continue;
+        const uint8_t* top =
+            src.uv + std::ptrdiff_t{(at.y.index - 1) >> 1} * src.width + ((at.x.index - 1) >> 1) * 2;
+        const uint8_t* bottom = top + src.width;
+        for (int c = 0; c < 2; ++c) {
+            const Quad quad{top[c], top[c + 2], bottom[c], bottom[c + 2]};
+            out[c] = static_cast<uint8_t>(Bilinear(quad, at.x, at.y, {}).value);
+        }
+    }
+}
+
+}  // namespace
+
+const WarpKernels kWarpPlain = {InstructionSet::Plain, positions, luma, chroma};
+
+}  // namespace vantor

@@ -1,0 +1,69 @@
+#include "gdc_model/warp_positions.h"
+
+#include <algorithm>
+
+#include "gdc_model/zeroed.h"
+
+namespace vantor {
+namespace {
+
+bool fitsVectors(const GdcAxis& axis) {
+    return axis.mirror == 0 && axis.invScale >= 0 && axis.invScale <= kLargestVectorScale;
+}
+
+int32_t unmovedAt(const GdcAxis& axis, int index) {
+    return unmovedCoordinate(axis, wrapAdd(axis.outCropStart, index));
+}
+
+}  // namespace
+
+WarpPositions::WarpPositions(const GdcFrame& frame)
+    : frame_(frame),
+      fitsVectors_(fitsVectors(frame.x) && fitsVectors(frame.y)),
+      within_(zeroed<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
+      bulge_(within_) {
+    for (int i = 0; i < frame.x.outCropSize; ++i) {
+        const VirtualPosition at =
+            virtualPosition(frame.x, wrapAdd(frame.x.outCropStart, i), kVirtualCellWidth);
+        within_[static_cast<size_t>(i)] = at.within;
+        bulge_[static_cast<size_t>(i)] = cellBulge(at.within);
+        if (cells_.empty() || cells_.back().cell != at.cell) cells_.push_back({at.cell, i, i});
+        ++cells_.back().end;
+    }
+}
+
+GridRows WarpPositions::row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const {
+    const VirtualPosition at =
+        virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
+    GridRows rows{GridRow(gridX, at), GridRow(gridY, at), false, false};
+    const int64_t bound = std::max(rows.x.bound(), rows.y.bound());
+    rows.fitsVectors = fitsVectors_ && bound < INT32_MAX;
+    rows.isShort = bound * std::max(frame_.x.invScale, frame_.y.invScale) + 4096 <= INT32_MAX;
+    return rows;
+}
+
+void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, int outRow, int first,
+                            int count, int32_t* x, int32_t* y) const {
+    const int end = first + count;
+    const auto positions = (grids.fitsVectors ? kernels : kWarpPlain).positions;
+    const auto line = [](const GridRow& grid, int cell, const GdcAxis& axis, int32_t base, int32_t step) {
+        const CellCurve curve = grid.curve(cell);
+        return WarpLine{
+            curve.start, curve.difference, curve.slopeChange, curve.excess, axis.invScale, axis.mirror, base,
+            step};
+    };
+    const int32_t unmovedY = unmovedAt(frame_.y, outRow);
+    const int32_t stepX = wrapMul(2, frame_.x.outScale);
+    auto cell = std::upper_bound(cells_.begin(), cells_.end(), first,
+                                 [](int column, const CellColumns& c) { return column < c.end; });
+    for (int i = first; i < end; ++cell) {
+        const int columns = std::min(cell->end, end) - i;
+        positions({within_.data() + i, bulge_.data() + i, columns, grids.isShort,
+                   line(grids.x, cell->cell, frame_.x, unmovedAt(frame_.x, i), stepX),
+                   line(grids.y, cell->cell, frame_.y, unmovedY, 0)},
+                  x + (i - first), y + (i - first));
+        i += columns;
+    }
+}
+
+}  // namespace vantor

@@ -1,0 +1,48 @@
+// Where the pixels of an output region come from, row by row.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "gdc_model/gdc_frame.h"
+#include "gdc_model/grid_interp.h"
+#include "gdc_model/warp_kernels.h"
+
+namespace vantor {
+
+/// Both grids along one output row.
+struct GridRows {
+    GridRow x;
+    GridRow y;
+    bool fitsVectors;  ///< positions have what vector kernels ask for
+    bool isShort;      ///< as in WarpRun
+};
+
+/// What depends on the columns of a region alone: 12 bytes a column.
+class WarpPositions {
+public:
+    explicit WarpPositions(const GdcFrame& frame);
+
+    GridRows row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const;
+
+    /// Source coordinates, in 1/256 sample, of `count` pixels of an output row. The arrays hold whole
+    /// multiples of kWarpLanes, and kWarpLanes more.
+    void compute(const WarpKernels& kernels, const GridRows& grids, int outRow, int first, int count,
+                 int32_t* x, int32_t* y) const;
+
+private:
+    /// Columns that follow each other in one cell.
+    struct CellColumns {
+        int cell;
+        int first;  ///< counted from the region's first column
+        int end;
+    };
+
+    const GdcFrame& frame_;
+    bool fitsVectors_;
+    std::vector<int32_t> within_;
+    std::vector<int32_t> bulge_;
+    std::vector<CellColumns> cells_;
+};
+
+}  // namespace vantor

@@ -1,0 +1,34 @@
+#!/bin/sh
+# fuzz.sh [SECONDS]: builds the fuzzers and runs each for SECONDS (60), from the committed corpus on; says how many
+# inputs each ran and what it covered. Ends with an error on any finding. What it finds, and new inputs, stay in
+# build-fuzz/.
+set -eu
+cd "$(dirname "$0")/.."
+seconds=${1:-60}
+fuzzers="scaler warp readers service"
+build=build-fuzz
+
+{ cmake --preset fuzz && nice cmake --build --preset fuzz -- $(printf 'fuzz_%s ' $fuzzers); } >"$build.log" 2>&1 ||
+    { cat "$build.log"; exit 1; }
+
+status=0
+for name in $fuzzers; do
+    corpus=$build/corpus/$name
+    log=$build/fuzz_$name.log
+    mkdir -p "$corpus"
+    limits="-max_len=1024 -len_control=0 -rss_limit_mb=1024 -timeout=20"
+    [ "$name" != readers ] || limits="-max_len=16384 -rss_limit_mb=512 -timeout=10 -dict=fuzz/readers.dict"
+    # shellcheck disable=SC2086 # a list of options
+    if nice "$build/bin/fuzz_$name" $limits -max_total_time="$seconds" -print_final_stats=1 -verbosity=1 \
+        -artifact_prefix="$build/$name-" "$corpus" "fuzz/corpus/$name" >"$log" 2>&1; then
+        inputs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
+        covered=$(sed -n 's/.*DONE *cov: \([0-9]*\) .*/\1/p' "$log")
+        edges=$(sed -n 's/.*Loaded [0-9]* modules *(\([0-9]*\) .*/\1/p' "$log" | head -n 1)
+        echo "fuzz_$name: $inputs inputs in $seconds s, $covered of $edges edges"
+    else
+        status=1
+        echo "fuzz_$name: FOUND SOMETHING ($log, and $build/$name-*)" >&2
+        tail -n 40 "$log" >&2
+    fi
+done
+exit $status

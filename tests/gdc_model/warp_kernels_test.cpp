@@ -1,0 +1,156 @@
+// Every table of warp kernels against the plain one.
+
+#include "gdc_model/warp_kernels.h"
+
+#include "gdc_model/gdc_run.h"
+#include "gdc_model/sampling.h"
+#include "gdc_model/warp_positions.h"
+#include "tests/support.h"
+
+namespace vantor::test {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using Positions = std::vector<int32_t>;
+
+/// Calls `check(table)` for each table but the plain one that this processor can run.
+template <typename Check>
+void forEachTable(Check&& check) {
+    for (const WarpKernels* table : kWarpTables) {
+        if (table == &kWarpPlain || !processorHas(table->set)) continue;
+        SCOPED_TRACE(instructionSetName(table->set));
+        EXPECT_NE(table->positions, kWarpPlain.positions);
+        EXPECT_NE(table->luma, kWarpPlain.luma);
+        EXPECT_NE(table->chroma, kWarpPlain.chroma);
+        check(*table);
+    }
+}
+
+TEST(WarpKernels, PositionsAreThePlainOnesUpToTheLimitsOfVectors) {
+    Random random(seed());
+    for (int i = 0; i < 2000; ++i) {
+        const int count = random.between(1, 70), largest = i % 3 == 0 ? 1048575 : 1 << random.between(4, 20);
+        Positions within(128, 512), bulge(128, 128), expected[2], actual[2];
+        for (size_t k = 0; k < within.size(); ++k) {
+            within[k] = random.between(0, 3) ? random.between(0, 512) : 512;
+            bulge[k] = (256 + within[k] * (512 - within[k])) >> 9;
+        }
+        const auto line = [&] {
+            const auto either = [&](int size) { return random.between(0, 1) ? random.between(-size, size) : size; };
+            return WarpLine{either(4194300 - largest - largest / 2),
+                            either(largest),
+                            either(2 * largest),
+                            either(4 * largest),
+                            either(32767) & 32767,
+                            0,
+                            random.between(INT32_MIN / 2, INT32_MAX / 2),
+                            either(100000)};
+        };
+        WarpRun run{within.data(), bulge.data(), count, false, line(), line()};
+        if (i % 2) run.isShort = true, run.x.invScale = run.y.invScale = INT32_MAX / 4194304;
+        for (auto& out : expected) out.resize(128);
+        kWarpPlain.positions(run, expected[0].data(), expected[1].data());
+        forEachTable([&](const WarpKernels& kernels) {
+            for (int axis = 0; axis < 2; ++axis) actual[axis] = expected[axis], actual[axis].assign(128, 7);
+            kernels.positions(run, actual[0].data(), actual[1].data());
+            for (int axis = 0; axis < 2; ++axis) {
+                actual[axis].resize(static_cast<size_t>(count)), expected[axis].resize(static_cast<size_t>(count));
+                ASSERT_EQ(actual[axis], expected[axis]) << "seed " << seed() << " case " << i;
+            }
+        });
+    }
+}
+
+TEST(WarpKernels, RowsOfAnyGridFindKernelsThatCanTakeThem) {
+    Random random(seed());
+    for (int i = 0; i < 400; ++i) {
+        const int width = i % 2 ? 8192 : random.between(100, 3000), slope = random.between(0, 600000);
+        const int noise = i % 3 ? random.between(0, 2000) : 1 << random.between(0, 29);
+        const GdcFrame frame = requestFrame(width, 128, {0, 0, width - 1, 127});
+        GdcGrid x, y;
+        for (int k = 0; k < 33 * 33; ++k) {
+            x[k / 33][k % 33] = slope * (k % 33 - 16) + random.between(-noise, noise);
+            y[k / 33][k % 33] = slope * (k / 33 - 16) + random.between(-noise, noise);
+        }
+        const WarpPositions positions(frame);
+        const GridRows rows = positions.row(x, y, random.between(0, 127));
+        Positions expected[2], actual[2];
+        const auto compute = [&](const WarpKernels& kernels, Positions(&out)[2]) {
+            for (auto& axis : out) axis.assign(static_cast<size_t>(width + 2 * kWarpLanes), 0);
+            positions.compute(kernels, rows, 5, 0, width, out[0].data(), out[1].data());
+            for (auto& axis : out) axis.resize(static_cast<size_t>(width));
+        };
+        compute(kWarpPlain, expected);
+        forEachTable([&](const WarpKernels& kernels) {
+            compute(kernels, actual);
+            ASSERT_TRUE(actual[0] == expected[0] && actual[1] == expected[1]) << "seed " << seed() << " case " << i;
+        });
+    }
+}
+
+/// Compares both stages of all tables at these positions, the output off alignment and against an unmapped page.
+void compare(const WarpSource& src, const Positions& x, const Positions& y, int count) {
+    const auto run = [&](const WarpKernels& kernels, Bytes& out) {
+        GuardedPlane luma(static_cast<size_t>(count), Guard::Back);
+        GuardedPlane pairs(static_cast<size_t>(count + 1) / 2 * 2, Guard::Back);
+        const bool isAll = kernels.luma(src, x.data(), y.data(), count, luma.data());
+        kernels.chroma(src, x.data(), y.data(), (count + 1) / 2, pairs.data());
+        out = luma.bytes();
+        for (uint8_t byte : pairs.bytes()) out.push_back(byte);
+        return isAll;
+    };
+    Bytes expected, actual;
+    const bool isAll = run(kWarpPlain, expected);
+    for (const WarpKernels* table : kWarpTables) {
+        if (!processorHas(table->set)) continue;
+        EXPECT_LE(run(*table, actual), isAll);
+        ASSERT_TRUE(actual == expected) << instructionSetName(table->set) << " seed " << seed() << " " << src.width
+                                        << "x" << src.height << " " << count << " columns";
+    }
+}
+
+TEST(WarpKernels, SamplesAreThePlainOnesAtAnyPositionsOfGuardedPlanes) {
+    Random random(seed());
+    for (int i = 0; i < 3000 && !::testing::Test::HasFailure(); ++i) {
+        const int width = 2 * random.between(16, 60), height = 2 * random.between(16, 30);
+        const int count = random.between(1, kWarpRunColumns), path = random.between(0, 3);
+        const auto bytes = static_cast<size_t>(width * height);
+        const Guard guard = i % 2 ? Guard::Front : Guard::Back;
+        GuardedPlane luma(random.content(bytes), guard), chroma(random.content(bytes / 2), guard);
+        Positions x(kWarpRunColumns + 2 * kWarpLanes, INT32_MIN), y(x.size(), INT32_MAX);
+        // Along a line at any angle, mostly inside; anywhere near the picture; or anywhere at all.
+        const int stepX = random.between(-600, 600), stepY = random.between(0, 2) ? random.between(-9, 9) : stepX;
+        const int fromX = random.between(0, width * 256), fromY = random.between(0, height * 256);
+        for (int k = 0; k < count; ++k) {
+            const auto at = static_cast<size_t>(k);
+            x[at] = path < 2 ? fromX + k * stepX : random.between(-1024, width * 256 + 1024);
+            y[at] = path < 2 ? fromY + k * stepY : random.between(-1024, height * 256 + 1024);
+            if (path == 3 && k % 7 == 0) x[at] = random.between(INT32_MIN / 2, INT32_MAX / 2);
+            if (path == 3 && k % 5 == 0) y[at] = k % 2 ? INT32_MIN : INT32_MAX;
+        }
+        compare({luma.data(), chroma.data(), width, height}, x, y, count);
+    }
+}
+
+TEST(WarpKernels, WeightsAreRoundedAlikeAtAllPairsOfPhases) {
+    for (int product = -65536; product <= 65536; ++product) {
+        ASSERT_EQ(roundedWeight(product), static_cast<int>(std::round(product / 256.0)));
+    }
+    // Samples at their extremes show every weight that is off by one, next to others that do not.
+    Random random(seed());
+    for (int i = 0; i < 24; ++i) {
+        Bytes luma(32 * 32), chroma(32 * 16);
+        for (uint8_t& sample : luma) sample = random.between(0, 3) ? uint8_t(255 * random.between(0, 1)) : 128;
+        for (uint8_t& sample : chroma) sample = uint8_t(255 * random.between(0, 1));
+        for (int fractionY = 0; fractionY < 256; ++fractionY) {
+            Positions x(kWarpRunColumns + 2 * kWarpLanes), y(x.size(), 4 * 256 - 128 + fractionY);
+            for (int k = 0; k < kWarpRunColumns; ++k) x[static_cast<size_t>(k)] = 3 * 256 - 128 + k;
+            compare({luma.data(), chroma.data(), 32, 32}, x, y, kWarpRunColumns);
+            for (int32_t& position : x) position += 257;  // odd phases of chroma, the other parity
+            compare({luma.data(), chroma.data(), 32, 32}, x, y, kWarpRunColumns);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vantor::test
