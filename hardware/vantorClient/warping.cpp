@@ -11,6 +11,7 @@
 #include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/connection.h"
 #include "hardware/vantorClient/log.h"
+#include "hardware/vantorClient/matrix_grid.h"
 #include "hardware/vantorClient/service_request.h"
 #include "hardware/vantorClient/status.h"
 #include "hardware/vantorClient/vantor_client.h"
@@ -171,18 +172,23 @@ int32_t vantorClient::runGDCGrid(const BufferData& dst, const BufferData& src, c
     return kFailure;
 }
 
-int32_t vantorClient::runGDCMatrix(const BufferData& dst, const BufferData& src, const int16_t* matrix,
-                                   int32_t format, int32_t target) {
+vantorClient::_GDCGrid gridFromMatrix(const int16_t* matrix, int32_t width, int32_t height) {
     vantor::AffineMatrix affine(matrix);
     _pos points[vantor::kGridNodes * vantor::kGridNodes] = {};
     int shiftX, shiftY, scaleX, scaleY, invScaleX, invScaleY;
-    getGridSet(src.width, src.height, affine.values, points, &shiftX, &shiftY, &scaleX, &scaleY, &invScaleX,
+    getGridSet(width, height, affine.values, points, &shiftX, &shiftY, &scaleX, &scaleY, &invScaleX,
                &invScaleY, 1);
-    _GDCGrid grid;
+    Grid grid;
     for (size_t k = 0; k < std::size(points); ++k) {
         grid.dX[k] = vantor::saturateToInt(points[k].x);
         grid.dY[k] = vantor::saturateToInt(points[k].y);
     }
+    return grid;
+}
+
+int32_t vantorClient::runGDCMatrix(const BufferData& dst, const BufferData& src, const int16_t* matrix,
+                                   int32_t format, int32_t target) {
+    const _GDCGrid grid = gridFromMatrix(matrix, src.width, src.height);
     const int32_t status = runGDCGrid(dst, src, grid, format, target);
     if (status != kSuccess) VANTOR_LOG_ERROR("runGDCMatrix", vantor::kLineMatrix, "runGDCGrid() failed");
     return status;

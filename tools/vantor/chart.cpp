@@ -89,6 +89,10 @@ void addChart(CLI::App& app, Run& run) {
     command->add_option("--size", options->size, "Size of the chart")->capture_default_str();
     command->add_option("--output-format", options->form.format,
                         "Layout of a raw chart: nv12, nv21, i420 or gray");
+    command->footer(
+        "Examples:\n"
+        "  vantor chart -o chart.png --size 1920x1080\n"
+        "  vantor chart -o chart_640x480.nv12 --size 640x480");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

@@ -13,6 +13,7 @@
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/clip_writer.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/json.h"
 #include "tools/vantor/picture_hash.h"
 #include "tools/vantor/progress.h"
 #include "tools/vantor/workers.h"
@@ -21,6 +22,10 @@ namespace vantor::tool {
 namespace {
 
 constexpr size_t kMostJobs = 256;
+
+bool isRgb(const FramePlan& plan) {
+    return plan.read.layout == Layout::Rgb || plan.written.layout == Layout::Rgb;
+}
 
 /// Memory that this process and those it forks share.
 class SharedMemory {
@@ -130,11 +135,12 @@ Clip::Clip(const ClipOptions& options)
     : options_(options),
       outputForm_(fileForm(options.output, options.outputForm)),
       reader_(openClip(fileForm(options.input, options.inputForm))) {
-    if (!options.verify.empty() &&
-        (options.verify.size() != 16 ||
-         options.verify.find_first_not_of("0123456789abcdef") != std::string::npos)) {
+    if (!options.verify.empty() && !PictureHash::isText(options.verify)) {
         throw UserError("--verify " + options.verify +
                         ": expected 16 hexadecimal digits, as --hash says them");
+    }
+    if (options.json && options.output == "-") {
+        throw UserError("--json: expected a file as --output: standard output takes one of both");
     }
     if (reader_->header() && reader_->header()->isInterlaced()) {
         note(options.input + ": interlaced; frames are worked on as if they were not");
@@ -194,6 +200,9 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
                             std::to_string(i) + " frames");
         }
     }
+    if (plan.watch && framesLeft() != std::optional<uintmax_t>(1)) {
+        throw UserError(options_.input + ": a record is of one frame: expected --limit 1");
+    }
     Pipeline pipeline(plan, jobs());
     ClipWriter writer(outputForm_, plan.written, headerOf(plan.written));
     std::optional<OutputFile> times;
@@ -244,6 +253,26 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
     return result;
 }
 
+void Clip::reportJson(const FramePlan& plan, const Result& result, const std::string& what) const {
+    const auto file = [](const std::string& name, const FrameShape& shape) {
+        return nlohmann::ordered_json{{"file", name},
+                                      {"size", {shape.size.width, shape.size.height}},
+                                      {"layout", toString(shape.layout)}};
+    };
+    nlohmann::ordered_json json{{"input", file(options_.input, plan.read)},
+                                {"output", file(options_.output, plan.written)},
+                                {"what", what},
+                                {"worked_on_as", toString(plan.working)},
+                                {"path", plan.request.path() == Path::Hardware ? "hardware" : "processor"},
+                                {"frames", result.frames},
+                                {"seconds", result.seconds},
+                                {"milliseconds_in_library", result.milliseconds}};
+    if (!result.fallback.empty()) json["fallback"] = result.fallback;
+    if (isRgb(plan)) json["rgb"] = toString(plan.color);
+    if (!result.hash.empty()) json["hash"] = result.hash;
+    printDocument(json);
+}
+
 void Clip::report(const FramePlan& plan, const Result& result, const std::string& what,
                   const std::string& processor) const {
     char time[128];
@@ -254,22 +283,25 @@ void Clip::report(const FramePlan& plan, const Result& result, const std::string
         std::snprintf(time, sizeof time, "in %.2f s, %ju frames, %.1f a second; each %.2f ms in the library",
                       result.seconds, result.frames, frames / result.seconds, result.milliseconds / frames);
     }
-    const bool isRgb = plan.read.layout == Layout::Rgb || plan.written.layout == Layout::Rgb;
-    const std::string line = options_.input + " " + toString(plan.read.size) + " " +
-                             toString(plan.read.layout) + " to " + options_.output + " " +
-                             toString(plan.written.size) + " " + toString(plan.written.layout) + ": " + what +
-                             " as " + toString(plan.working) + " " +
-                             describe(plan.path, processor, {result.milliseconds, result.fallback}) + " " +
-                             time + (isRgb ? std::string("; RGB by ") + toString(plan.color) : "") +
-                             (result.hash.empty() ? "" : "; hash " + result.hash);
+    const std::string line =
+        options_.input + " " + toString(plan.read.size) + " " + toString(plan.read.layout) + " to " +
+        options_.output + " " + toString(plan.written.size) + " " + toString(plan.written.layout) + ": " +
+        what + " as " + toString(plan.working) + " " +
+        describe(plan.request.path(), processor, {result.milliseconds, result.fallback}) + " " + time +
+        (isRgb(plan) ? std::string("; RGB by ") + toString(plan.color) : "") +
+        (result.hash.empty() ? "" : "; hash " + result.hash);
     std::fprintf(stderr, "vantor: %s\n", line.c_str());
 }
 
-int Clip::process(const FrameShape& written, Size src, Size dst, Path path, const Request& request,
+int Clip::process(const FrameShape& written, Size src, Size dst, const Request& request,
                   const std::string& what, const std::string& processor) {
-    const FramePlan plan{reader_->shape(), written, working(), src, dst, path, request, color()};
+    const FramePlan plan{reader_->shape(), written, working(), src, dst, request, color(), options_.watch};
     const Result result = processFrames(plan);
-    report(plan, result, what, processor);
+    if (options_.json) {
+        reportJson(plan, result, what);
+    } else {
+        report(plan, result, what, processor);
+    }
     if (options_.verify.empty() || options_.verify == result.hash) return kDone;
     std::fprintf(stderr, "vantor: --verify %s: the result has %s\n", options_.verify.c_str(),
                  result.hash.c_str());
@@ -296,6 +328,8 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
     command.add_flag("--hash", options.hash, "Say the result's hash: what xxh64sum says of a raw file")
         ->group("Evidence");
     add("Evidence", "--verify", options.verify, "Exit with status 1 if the result has another hash");
+    command.add_flag("--json", options.json, "Write what was done, and in which time, as JSON")
+        ->group("Evidence");
     add("RGB", "--yuv-matrix", options.matrix, "Matrix between RGB and YUV: 601 (if not given) or 709")
         ->check(CLI::IsMember({"601", "709"}));
     add("RGB", "--yuv-range", options.range,

@@ -25,6 +25,8 @@ struct ClipOptions {
     std::string verify;
     std::string matrix;
     std::string range;
+    bool json = false;
+    RequestWatch watch{};  ///< of the only request, if it is watched
 };
 
 /// Declares IN, --output, what the files are, and how the frames are worked on.
@@ -43,7 +45,7 @@ public:
 
     /// Makes all frames with `request`, from pictures of `src`'s to pictures of `dst`'s size, and says on
     /// standard error what was done: `what`, and where, in the path's words. Returns the exit status.
-    int process(const FrameShape& written, Size src, Size dst, Path path, const Request& request,
+    int process(const FrameShape& written, Size src, Size dst, const Request& request,
                 const std::string& what, const std::string& processor);
 
 private:
@@ -55,6 +57,7 @@ private:
     std::optional<uintmax_t> framesLeft() const;
     size_t jobs() const;
     Result processFrames(const FramePlan& plan);
+    void reportJson(const FramePlan& plan, const Result& result, const std::string& what) const;
     void report(const FramePlan& plan, const Result& result, const std::string& what,
                 const std::string& processor) const;
 

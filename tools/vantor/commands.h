@@ -6,13 +6,15 @@
 #include <functional>
 
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/request.h"
 
 namespace vantor::tool {
 
 using Run = std::function<int()>;
 
-void addScale(CLI::App& app, Run& run);
-void addWarp(CLI::App& app, Run& run);
+/// What watches has these two work on one frame.
+void addScale(CLI::App& app, Run& run, const RequestWatch& watch = {});
+void addWarp(CLI::App& app, Run& run, const RequestWatch& watch = {});
 void addGrid(CLI::App& app, Run& run);
 void addExplain(CLI::App& app, Run& run);
 void addCrosscheck(CLI::App& app, Run& run);
@@ -20,6 +22,8 @@ void addCompare(CLI::App& app, Run& run);
 void addView(CLI::App& app, Run& run);
 void addChart(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
+void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& arguments);
+void addReplay(CLI::App& app, Run& run);
 
 /// The options that say what a raw input, and a raw result, is.
 void addFormOptions(CLI::App& command, FormOptions& input);

@@ -23,16 +23,6 @@ struct CompareOptions {
     bool json = false;
 };
 
-nlohmann::ordered_json toJson(const Difference& d) {
-    nlohmann::ordered_json json{
-        {"component", d.component}, {"samples", d.samples}, {"differing", d.differing}};
-    if (d.differing == 0) return json;
-    json["first"] = {{"x", d.firstX}, {"y", d.firstY}, {"a", d.firstA}, {"b", d.firstB}};
-    json["largest"] = d.largest;
-    json["psnr"] = d.psnr();
-    return json;
-}
-
 void report(const CompareOptions& options, const std::vector<Difference>& differences, bool identical) {
     if (!options.json) {
         std::for_each(differences.begin(), differences.end(), print);
@@ -40,7 +30,7 @@ void report(const CompareOptions& options, const std::vector<Difference>& differ
     }
     nlohmann::ordered_json json{
         {"a", options.a}, {"b", options.b}, {"tolerance", options.tolerance}, {"identical", identical}};
-    for (const Difference& difference : differences) json["components"].push_back(toJson(difference));
+    json["components"] = toJson(differences);
     printDocument(json);
 }
 
@@ -82,7 +72,12 @@ void addCompare(CLI::App& app, Run& run) {
         "where identical");
     addFormOptions(*command, options->form);
     command->add_flag("--json", options->json, "Write the result as JSON");
-    command->footer("Exit status: 0 identical, 1 different, 2 trouble.");
+    command->footer(
+        "Exit status: 0 identical, 1 different, 2 trouble.\n"
+        "Examples:\n"
+        "  vantor compare photo.png straight.png --heatmap heat.png\n"
+        "  vantor compare frame.nv12 frame.i420 --input-size 1280x720 --json\n"
+        "  vantor compare photo.png straight.png --tolerance 2");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

@@ -7,6 +7,7 @@
 #include "tools/vantor/difference.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/json.h"
 #include "tools/vantor/request.h"
 #include "tools/vantor/warp_options.h"
 
@@ -18,6 +19,7 @@ struct CrosscheckOptions {
     std::string size;
     WarpOptions warp;
     FormOptions form{"--input", {}, {}};
+    bool json = false;
 };
 
 /// One request on both paths.
@@ -31,38 +33,32 @@ struct Check {
 Check scaling(const CrosscheckOptions& options, Picture input) {
     const Size size = parseSize("--size", options.size);
     const Layout working = workingLayout(input.layout, input.layout);
-    return {convert(std::move(input), working), size, hardware::vantorClient::runInterpBicubic,
-            hardware::vantorClient::runCSC};
+    return {convert(std::move(input), working), size, scalingRequest(Path::Processor),
+            scalingRequest(Path::Hardware)};
 }
 
 Check warping(const CrosscheckOptions& options, Picture input) {
     const Size size = input.size;
     const Size frame = warpFrame(options.input, size);
     const Layout working = workingLayout(input.layout, input.layout);
-    const Grid grid = gridFrom(options.warp, size, frame);
-    const auto on = [grid](int32_t target) -> Request {
-        return [grid, target](const auto& dst, const auto& src, int32_t format) {
-            return hardware::vantorClient::runGDCGrid(dst, src, grid, format, target);
-        };
-    };
-    return {onFrame(options.input, std::move(input), frame, working), frame, on(hardware::GDC_C_MODEL),
-            on(hardware::GDC_HW)};
+    const auto on = [&](Path path) { return requestFrom(options.warp, path, size, frame); };
+    return {onFrame(options.input, std::move(input), frame, working), frame, on(Path::Processor),
+            on(Path::Hardware)};
 }
 
 int run(const CrosscheckOptions& options) {
     if (options.size.empty() == !options.warp.isGiven()) {
         throw UserError(
-            "expected --size for a scaling request, or --grid, --calibration or a described warp for a "
-            "warping "
-            "request");
+            "expected --size for a scaling request, or --grid, --matrix, --calibration or a described warp "
+            "for a warping request");
     }
     Picture input = readPicture(fileForm(options.input, options.form));
     const Check check =
         options.size.empty() ? warping(options, std::move(input)) : scaling(options, std::move(input));
     Picture fromProcessor = makePicture(check.src.layout, check.dstSize);
     Picture fromHardware = makePicture(check.src.layout, check.dstSize);
-    runRequest(fromProcessor, check.src, Path::Processor, check.processor);
-    const RequestResult result = runRequest(fromHardware, check.src, Path::Hardware, check.hardware);
+    runRequest(fromProcessor, check.src, check.processor);
+    const RequestResult result = runRequest(fromHardware, check.src, check.hardware);
     if (!result.fallback.empty()) {
         throw UserError("nothing to compare: the hardware path fell back to the processor (" +
                         result.fallback + ")");
@@ -70,6 +66,10 @@ int run(const CrosscheckOptions& options) {
     const std::vector<Difference> differences = measure(fromHardware, fromProcessor);
     const bool isSame = std::all_of(differences.begin(), differences.end(),
                                     [](const Difference& difference) { return difference.differing == 0; });
+    if (options.json) {
+        printDocument({{"identical", isSame}, {"components", toJson(differences)}});
+        return isSame ? kDone : kDifferent;
+    }
     std::printf("hardware path (software service) and processor: %s\n", isSame ? "identical" : "different");
     std::for_each(differences.begin(), differences.end(), print);
     return isSame ? kDone : kDifferent;
@@ -85,6 +85,8 @@ void addCrosscheck(CLI::App& app, Run& run) {
     command->add_option("--size", options->size, "Scale to this size");
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
+    addMatrixOption(*command, options->warp);
+    command->add_flag("--json", options->json, "Write the result as JSON");
     addFormOptions(*command, options->form);
     command->footer(
         "Exit status: 0 identical, 1 different, 2 trouble.\n"

@@ -44,6 +44,21 @@ std::vector<Difference> measure(const Picture& a, const Picture& b) {
     return differences;
 }
 
+nlohmann::ordered_json toJson(const std::vector<Difference>& differences) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Difference& d : differences) {
+        nlohmann::ordered_json json{
+            {"component", d.component}, {"samples", d.samples}, {"differing", d.differing}};
+        if (d.differing != 0) {
+            json["first"] = {{"x", d.firstX}, {"y", d.firstY}, {"a", d.firstA}, {"b", d.firstB}};
+            json["largest"] = d.largest;
+            json["psnr"] = d.psnr();
+        }
+        list.push_back(json);
+    }
+    return list;
+}
+
 void print(const Difference& d) {
     if (d.differing == 0) {
         std::printf("%s: equal (%zu samples)\n", d.component, d.samples);

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "tools/vantor/io/picture.h"
@@ -30,6 +31,9 @@ bool areComparable(const Picture& a, const Picture& b);
 
 /// Component by component, of comparable pictures.
 std::vector<Difference> measure(const Picture& a, const Picture& b);
+
+/// What `--json` says of them.
+nlohmann::ordered_json toJson(const std::vector<Difference>& differences);
 
 /// One line on standard output.
 void print(const Difference& difference);

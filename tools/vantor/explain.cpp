@@ -1,10 +1,12 @@
 // vantor explain: every step of one warped pixel, by the model's own functions.
+#include <array>
 #include <cstdio>
 #include <memory>
 
 #include "gdc_model/gdc_planes.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/json.h"
 #include "tools/vantor/model_frame.h"
 #include "tools/vantor/request.h"
 #include "tools/vantor/warp_options.h"
@@ -12,12 +14,15 @@
 namespace vantor::tool {
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 struct ExplainCommand {
     std::string input;
     int x = 0;
     int y = 0;
     WarpOptions warp;
     FormOptions inputForm{"--input", {}, {}};
+    bool json = false;
 };
 
 /// A picture in the model's layout: three planes of 16-bit samples.
@@ -85,15 +90,96 @@ void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src
                 static_cast<long long>(b.rightBottomWeight), name, b.value);
 }
 
-/// What the library itself gives for the pixel.
-void printLibraryResult(Picture& src, const Grid& grid, int x, int y) {
+/// What the library itself gives for the pixel: Y, U, V.
+std::array<int, 3> libraryResult(const Picture& src, const Request& request, int x, int y) {
     Picture dst = makePicture(src.layout, src.size);
-    runRequest(dst, src, Path::Processor, [&](const auto& to, const auto& from, int32_t format) {
-        return hardware::vantorClient::runGDCGrid(to, from, grid, format, hardware::GDC_C_MODEL);
-    });
+    runRequest(dst, src, request);
     const std::vector<Component> c = components(dst);
-    std::printf("the library's picture has Y %d, U %d, V %d there\n", c[0].at(x, y), c[1].at(x / 2, y / 2),
-                c[2].at(x / 2, y / 2));
+    return {c[0].at(x, y), c[1].at(x / 2, y / 2), c[2].at(x / 2, y / 2)};
+}
+
+/// All that leads to the pixel.
+struct Steps {
+    std::string warp;
+    int column;
+    int row;
+    Size size;
+    GdcFrame frame;
+    VirtualPosition x;
+    VirtualPosition y;
+    int moveX;
+    int moveY;
+    PixelSource at;
+    std::array<int, 3> library;
+
+    std::array<int, 4> columns() const { return lumaTaps(at.x.index, size.width); }
+    std::array<int, 4> rows() const { return lumaTaps(at.y.index, size.height); }
+    bool isWithChroma() const { return hasChroma(frame.settings, column, row); }
+};
+
+void print(const Steps& steps, const GdcSource& src) {
+    const auto& [warp, column, row, size, frame, x, y, moveX, moveY, at, library] = steps;
+    std::printf("pixel (%d, %d) of %s, warped (%s)\n", column, row, toString(size).c_str(), warp.c_str());
+    std::printf("virtual position\n");
+    explainAxis("x", frame.x, column, x);
+    explainAxis("y", frame.y, row, y);
+    std::printf("source position in 1/256 pixel%s\n", at.inside ? "" : ": outside the picture, so black");
+    explainMove("x", frame.x, column, moveX, at.x, steps.columns());
+    explainMove("y", frame.y, row, moveY, at.y, steps.rows());
+    explainLuma(frame, src, at);
+    if (steps.isWithChroma()) {
+        std::printf("chroma: sample x weight, left and right above, left and right below\n");
+        explainChroma("U", frame, src, src.u, at);
+        explainChroma("V", frame, src, src.v, at);
+    } else {
+        std::printf("chroma: that of pixel (%d, %d)\n", column & ~1, row & ~1);
+    }
+    std::printf("the library's picture has Y %d, U %d, V %d there\n", library[0], library[1], library[2]);
+}
+
+Json axisJson(const VirtualPosition& at, int move, const SourcePosition& source,
+              const std::array<int, 4>& taps) {
+    Json json{{"virtual_position", at.coordinate},
+              {"cell", at.cell},
+              {"within_cell", at.within},
+              {"displacement", move},
+              {"source_position", source.coordinate},
+              {"index", source.index},
+              {"fraction", source.fraction}};
+    if (source.index >= 0) json["taps"] = taps;
+    return json;
+}
+
+Json lumaJson(const GdcFrame& frame, const GdcSource& src, const PixelSource& at) {
+    const LumaBlock samples = lumaBlock(frame, src, at);
+    const Bicubic b(samples, at.x.fraction, at.y.fraction, frame.settings);
+    return {{"samples", samples},        {"weights", b.weights},       {"sum", b.sum},
+            {"weight_sum", b.weightSum}, {"correction", b.correction}, {"bounds", {b.low, b.high}},
+            {"value", b.value}};
+}
+
+Json chromaJson(const GdcFrame& frame, const GdcSource& src, const uint16_t* plane, const PixelSource& at) {
+    const Bilinear b(chromaQuad(frame, src, plane, at), at.x, at.y, frame.settings);
+    return {{"samples", {b.samples.leftTop, b.samples.rightTop, b.samples.leftBottom, b.samples.rightBottom}},
+            {"weights", {b.leftTopWeight, b.rightTopWeight, b.leftBottomWeight, b.rightBottomWeight}},
+            {"value", b.value}};
+}
+
+Json toJson(const Steps& steps, const GdcSource& src) {
+    const PixelSource& at = steps.at;
+    Json json{{"pixel", {steps.column, steps.row}},
+              {"size", {steps.size.width, steps.size.height}},
+              {"warp", steps.warp},
+              {"inside", at.inside},
+              {"x", axisJson(steps.x, steps.moveX, at.x, steps.columns())},
+              {"y", axisJson(steps.y, steps.moveY, at.y, steps.rows())},
+              {"luma", lumaJson(steps.frame, src, at)},
+              {"library", steps.library}};
+    if (steps.isWithChroma()) {
+        json["u"] = chromaJson(steps.frame, src, src.u, at);
+        json["v"] = chromaJson(steps.frame, src, src.v, at);
+    }
+    return json;
 }
 
 int run(const ExplainCommand& command) {
@@ -106,33 +192,24 @@ int run(const ExplainCommand& command) {
     }
     const Size frameSize = warpFrame(command.input, size);
     Picture picture = onFrame(command.input, std::move(input), frameSize, Layout::Nv12);
-    const Grid grid = gridFrom(command.warp, size, frameSize);
+    const Request request = requestFrom(command.warp, Path::Processor, size, frameSize);
     const ModelSource src(picture);
     const GdcFrame frame = modelFrame(frameSize);
-    const GridLines lines(GridTables(grid), frame, command.y);
+    const GridLines lines(GridTables(gridFrom(command.warp, size, frameSize)), frame, command.y);
     const VirtualPosition x = virtualPosition(frame.x, command.x, kVirtualCellWidth);
     const VirtualPosition y = virtualPosition(frame.y, command.y, kVirtualCellHeight);
-    const PixelSource at = lines.source(frame, command.x, command.y);
-
-    std::printf("pixel (%d, %d) of %s, warped (%s)\n", command.x, command.y, toString(frameSize).c_str(),
-                describe(command.warp).c_str());
-    std::printf("virtual position\n");
-    explainAxis("x", frame.x, command.x, x);
-    explainAxis("y", frame.y, command.y, y);
-    std::printf("source position in 1/256 pixel%s\n", at.inside ? "" : ": outside the picture, so black");
-    explainMove("x", frame.x, command.x, lines.x.displacement(x), at.x,
-                lumaTaps(at.x.index, frameSize.width));
-    explainMove("y", frame.y, command.y, lines.y.displacement(x), at.y,
-                lumaTaps(at.y.index, frameSize.height));
-    explainLuma(frame, src.planes, at);
-    if (hasChroma(frame.settings, command.x, command.y)) {
-        std::printf("chroma: sample x weight, left and right above, left and right below\n");
-        explainChroma("U", frame, src.planes, src.planes.u, at);
-        explainChroma("V", frame, src.planes, src.planes.v, at);
-    } else {
-        std::printf("chroma: that of pixel (%d, %d)\n", command.x & ~1, command.y & ~1);
-    }
-    printLibraryResult(picture, grid, command.x, command.y);
+    const Steps steps{describe(command.warp),
+                      command.x,
+                      command.y,
+                      frameSize,
+                      frame,
+                      x,
+                      y,
+                      lines.x.displacement(x),
+                      lines.y.displacement(x),
+                      lines.source(frame, command.x, command.y),
+                      libraryResult(picture, request, command.x, command.y)};
+    command.json ? printDocument(toJson(steps, src.planes)) : print(steps, src.planes);
     return kDone;
 }
 
@@ -146,8 +223,14 @@ void addExplain(CLI::App& app, Run& run) {
     command->add_option("Y", options->y, "Output row")->required();
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
+    addMatrixOption(*command, options->warp);
     addFormOptions(*command, options->inputForm);
-    command->footer("Example:\n  vantor explain photo.png 640 360 --rotate 2");
+    command->add_flag("--json", options->json, "Write the steps as JSON");
+    command->footer(
+        "Examples:\n"
+        "  vantor explain photo.png 640 360 --rotate 2\n"
+        "  vantor explain photo.png 8 8 --matrix 8192,0,0,0,8192,0\n"
+        "  vantor explain photo.png 0 0 --grid warp.grid --json");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

@@ -3,13 +3,15 @@
 namespace vantor::tool {
 
 FrameTask::FrameTask(const FramePlan& plan)
-    : plan_(plan), src_(plan.working, plan.src, plan.path), dst_(plan.working, plan.dst, plan.path) {}
+    : plan_(plan),
+      src_(plan.working, plan.src, plan.request.path()),
+      dst_(plan.working, plan.dst, plan.request.path()) {}
 
 WorkingPicture FrameTask::share(WorkingMemory& memory, const Planes& frame) const {
     WorkingPicture picture = memory.picture();
     Planes& planes = picture.planes;
     const bool isPacked = frame.size == planes.size && frame.lumaStride == planes.lumaStride;
-    if (plan_.path == Path::Hardware || frame.layout == Layout::Rgb || !isPacked) return picture;
+    if (plan_.request.path() == Path::Hardware || frame.layout == Layout::Rgb || !isPacked) return picture;
     planes.luma = frame.luma;
     if (frame.layout == Layout::Nv12 && planes.layout == Layout::Nv12) planes.chroma = frame.chroma;
     return picture;
@@ -21,7 +23,7 @@ RequestResult FrameTask::run(uint8_t* read, uint8_t* written) {
     const WorkingPicture src = share(src_, input);
     const WorkingPicture dst = share(dst_, output);
     toWorking(input, src.planes, plan_.color);
-    const RequestResult result = runRequest(dst, src, plan_.path, plan_.request);
+    const RequestResult result = runRequest(dst, src, plan_.request, plan_.watch);
     fromWorking(dst.planes, output, plan_.color);
     return result;
 }

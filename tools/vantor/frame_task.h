@@ -11,9 +11,9 @@ struct FramePlan {
     Layout working;
     Size src;  ///< what the library gets: as large as what is read, or larger
     Size dst;  ///< what the library makes: as large as what is written, or larger
-    Path path;
     Request request;
     YuvColor color;
+    RequestWatch watch;
 };
 
 /// Not for two threads at a time.

@@ -88,7 +88,9 @@ void printJson(const Findings& findings) {
 
 int run(const GridCommand& command) {
     const Size size = pictureSize(command);
-    const Size frame = warpFrame(command.size.empty() ? command.warp.calibration : "--size", size);
+    const std::string what = command.size.empty() ? command.warp.calibration : "--size";
+    const Size frame = warpFrame(what, size);
+    noteFrame(what, size, frame);
     if (!command.output.empty() && command.output == command.plot) {
         throw UserError("--plot " + command.plot + ": expected another file than --output");
     }

@@ -1,101 +1,92 @@
-// vantor info: what a bug report needs to say about this build and this machine.
-#include <cstdint>
+// vantor info: what a bug report needs to say about this build and this machine; or what a picture is.
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <string>
 
-#include "gdc_model/warp_kernels.h"
-#include "processor/instruction_set.h"
-#include "scaler/bicubic_luma_kernels.h"
-#include "scaler/bilinear_pairs_kernels.h"
-#include "scaler/interp4_kernels.h"
+#include "tools/vantor/build_facts.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/json.h"
 
 namespace vantor::tool {
 namespace {
 
-std::string processorName() {
-    std::ifstream file("/proc/cpuinfo");
-    for (std::string line; std::getline(file, line);) {
-        const size_t colon = line.find(": ");
-        if (line.rfind("model name", 0) == 0 && colon != std::string::npos) return line.substr(colon + 2);
-    }
-    return "unknown";
+using Json = nlohmann::ordered_json;
+
+struct InfoOptions {
+    std::string picture;
+    FormOptions form{"--input", {}, {}};
+    bool json = false;
+};
+
+std::string words(const Json& list) {
+    std::string text;
+    for (const std::string word : list) text += (text.empty() ? "" : ", ") + word;
+    return text;
 }
 
-std::string processorSets() {
-    std::string names;
-    for (InstructionSet set : kInstructionSets) {
-        if (processorHas(set)) names += std::string(names.empty() ? "" : ", ") + instructionSetName(set);
-    }
-    return names;
+std::string text(const Json& value) {
+    return value.is_null() ? "not set" : value.get<std::string>();
 }
 
-template <typename Kernels, int Count>
-void printFamily(const char* name, const Kernels* const (&tables)[Count]) {
-    std::string compiled;
-    for (const Kernels* table : tables) {
-        compiled += std::string(compiled.empty() ? "" : ", ") + instructionSetName(table->set);
-    }
-    std::printf("  %-16s compiled %s; in use %s\n", name, compiled.c_str(),
-                instructionSetName(bestTable(tables).set));
-}
-
-void printVariable(const char* name) {
-    const char* value = std::getenv(name);
-    std::printf("%s: %s\n", name, value ? value : "not set");
-}
-
-int describePicture(const std::string& path, const FormOptions& form) {
-    const std::unique_ptr<ClipReader> clip = openClip(fileForm(path, form));
+void describePicture(const InfoOptions& options) {
+    const std::unique_ptr<ClipReader> clip = openClip(fileForm(options.picture, options.form));
+    const FrameShape& shape = clip->shape();
     uintmax_t frames = 0;
     while (clip->skip()) ++frames;
-    std::printf("%s %s, %ju %s\n", toString(clip->shape().size).c_str(), toString(clip->shape().layout),
-                frames, frames == 1 ? "frame" : "frames");
-    return kDone;
+    if (options.json) {
+        return printDocument({{"picture", options.picture},
+                              {"size", {shape.size.width, shape.size.height}},
+                              {"layout", toString(shape.layout)},
+                              {"frames", frames}});
+    }
+    std::printf("%s %s, %ju %s\n", toString(shape.size).c_str(), toString(shape.layout), frames,
+                frames == 1 ? "frame" : "frames");
 }
 
-int describeBuild() {
-    std::printf("vantor %s, library built in\n", VANTOR_VERSION);
-    std::printf("built for: %s, by %s\n", VANTOR_TARGET, VANTOR_COMPILER);
-    std::printf("processor: %s\n", processorName().c_str());
-    std::printf("instruction sets of the processor: %s\n", processorSets().c_str());
+void describeBuild(const InfoOptions& options) {
+    Json facts = buildFacts();
+    facts["limits"] = {{"smallest_side", kSmallestSide}, {"largest_side", kLargestSide}};
+    if (options.json) return printDocument(facts);
+    std::printf("vantor %s, library built in\n", text(facts["tool"]).c_str());
+    std::printf("built for: %s, by %s\n", text(facts["built_for"]).c_str(), text(facts["compiler"]).c_str());
+    std::printf("processor: %s\n", text(facts["processor"]).c_str());
+    std::printf("instruction sets of the processor: %s\n", words(facts["instruction_sets"]).c_str());
     std::printf("kernels:\n");
-    printFamily("bicubic luma", kLumaTables);
-    printFamily("bilinear chroma", kCutPairsTables);
-    printFamily("four-tap luma", kFourTapTables);
-    printFamily("four-tap chroma", kRoundedPairsTables);
-    printFamily("warp", kWarpTables);
-    printVariable("VANTOR_CPU");
-    printVariable("VANTOR_LOG");
+    for (const auto& [name, family] : facts["kernels"].items()) {
+        std::printf("  %-16s compiled %s; in use %s\n", name.c_str(), words(family["compiled"]).c_str(),
+                    text(family["in_use"]).c_str());
+    }
+    for (const char* name : {"VANTOR_CPU", "VANTOR_LOG"}) {
+        std::printf("%s: %s\n", name, text(facts[name]).c_str());
+    }
     std::printf("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes\n", kSmallestSide,
                 kSmallestSide, kLargestSide, kLargestSide);
     std::printf("RGB conversion: %s, unless chosen\n", toString(YuvColor()));
+}
+
+int run(const InfoOptions& options) {
+    options.picture.empty() ? describeBuild(options) : describePicture(options);
     return kDone;
 }
 
 }  // namespace
 
 void addInfo(CLI::App& app, Run& run) {
-    struct InfoOptions {
-        std::string picture;
-        FormOptions form{"--input", {}, {}};
-    };
     auto options = std::make_shared<InfoOptions>();
     CLI::App* command =
         app.add_subcommand("info", "Describe this build and machine, for a bug report, or a picture");
-    command->add_option("PICTURE", options->picture, "Picture to describe by size and layout instead");
+    command->add_option("PICTURE", options->picture, "Picture or clip to describe instead");
     addFormOptions(*command, options->form);
-    command->callback([options, &run] {
-        run = [options] {
-            return options->picture.empty() ? describeBuild()
-                                            : describePicture(options->picture, options->form);
-        };
-    });
+    command->add_flag("--json", options->json, "Write it as JSON");
+    command->footer(
+        "Examples:\n"
+        "  vantor info\n"
+        "  vantor info clip.y4m\n"
+        "  vantor info dump.bin --input-size 1920x1080 --input-format nv21 --input-stride 2048 \\\n"
+        "      --input-slice-height 1088 --json");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 
 }  // namespace vantor::tool

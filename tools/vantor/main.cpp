@@ -8,6 +8,7 @@
 #include "processor/instruction_set.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/manual.h"
 
 namespace vantor::tool {
 namespace {
@@ -51,10 +52,26 @@ int runTool(int argc, char** argv) {
     CLI::App app{"Scales, warps and compares pictures and clips (PNG, Y4M, raw) with libVantor10."};
     app.name("vantor");
     app.set_version_flag("--version", "vantor " VANTOR_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.footer(
-        "Exit status: 0 done (compare, crosscheck: identical), 1 different (scale, warp: from --verify; grid "
-        "--check: faults), 2 trouble.");
+        "vantor SUBCOMMAND --help lists options and examples.\n"
+        "\n"
+        "Environment:\n"
+        "  VANTOR_CPU=plain|avx2|avx512  the best kernels that may be used\n"
+        "  VANTOR_LOG=off|error|info     what the library logs on standard error; error if not set\n"
+        "\n"
+        "Exit status:\n"
+        "  0  done; compare, crosscheck, replay: the same\n"
+        "  1  compare, crosscheck, replay: different; scale, warp: not what --verify says; grid --check: "
+        "faults\n"
+        "  2  it could not be done, and standard error says why; no file was written\n"
+        "\n"
+        "Examples:\n"
+        "  vantor chart -o chart.png\n"
+        "  vantor scale chart.png -o small.png --size 50%\n"
+        "  vantor warp chart.png -o turned.png --rotate 2");
+    bool wantsManual = false;
+    app.add_flag("--manual", wantsManual, "Write the manual page")->group("");
     Run run;
     addScale(app, run);
     addWarp(app, run);
@@ -65,6 +82,8 @@ int runTool(int argc, char** argv) {
     addView(app, run);
     addChart(app, run);
     addInfo(app, run);
+    addRecord(app, run, {argv + 1, argv + argc});
+    addReplay(app, run);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
         return trouble(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
     }
@@ -76,7 +95,8 @@ int runTool(int argc, char** argv) {
         return trouble(std::string(error.what()) + " (vantor --help shows how)");
     }
     checkEnvironment();
-    const int status = run();
+    if (!run && !wantsManual) return trouble("expected a sub-command:" + joined(subcommandNames(app)));
+    const int status = run ? run() : printManual(app);
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw UserError("cannot write to standard output");
     return status;
 }

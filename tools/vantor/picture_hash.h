@@ -16,8 +16,12 @@ class PictureHash {
 public:
     PictureHash() : state_(XXH64_createState(), &XXH64_freeState) { XXH64_reset(state_.get(), 0); }
 
+    void add(const uint8_t* bytes, size_t count);
     void add(const FrameShape& shape, uint8_t* frame);
     std::string text() const;
+
+    /// Whether a text can be such a hash.
+    static bool isText(const std::string& text);
 
 private:
     std::unique_ptr<XXH64_state_t, XXH_errorcode (*)(XXH64_state_t*)> state_;

@@ -13,17 +13,18 @@ namespace {
 
 using BufferData = hardware::vantorClient::BufferData;
 
-/// The whole picture is its region.
 BufferData describeBuffer(const WorkingPicture& picture) {
-    const auto& [planes, descriptor] = picture;
+    const auto& [planes, region, descriptor] = picture;
     BufferData data;
     data.y = planes.luma;
     data.uv = descriptor < 0 ? planes.chroma : nullptr;
     data.fdY = descriptor;
     data.width = planes.size.width;
     data.height = planes.size.height;
-    data.cropRight = planes.size.width - 1;
-    data.cropBottom = planes.size.height - 1;
+    data.cropLeft = region.left;
+    data.cropTop = region.top;
+    data.cropRight = region.right;
+    data.cropBottom = region.bottom;
     return data;
 }
 
@@ -39,15 +40,6 @@ double timed(Call&& call) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-RequestResult runOnProcessor(const WorkingPicture& dst, const WorkingPicture& src, const Request& request) {
-    int32_t status = 0;
-    clearErrorLines();
-    const double milliseconds =
-        timed([&] { status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
-    if (status != 0) throw UserError("the library refused: " + firstErrorLine());
-    return {milliseconds, {}};
-}
-
 /// Once in a process.
 void connectToService() {
     static bool isConnected = false;
@@ -57,20 +49,9 @@ void connectToService() {
     isConnected = true;
 }
 
-RequestResult runOnHardware(const WorkingPicture& dst, const WorkingPicture& src, const Request& request) {
-    clearErrorLines();
-    connectToService();
-    RequestResult result{};
-    int32_t status = 0;
-    result.milliseconds =
-        timed([&] { status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
-    if (status != 0) {
-        if (!hasErrorLine("Error occurs") || hasErrorLine("runInterpBicubic() failed")) {
-            throw UserError("the hardware path refused: " + firstErrorLine());
-        }
-        result.fallback = firstErrorLine();
-    }
-    return result;
+/// Whether the processor did what the service could not.
+bool hasFallenBack() {
+    return hasErrorLine("Error occurs") && !hasErrorLine("runInterpBicubic() failed");
 }
 
 }  // namespace
@@ -95,22 +76,76 @@ WorkingMemory::WorkingMemory(Layout layout, Size size, Path path) : layout_(layo
 }
 
 WorkingPicture WorkingMemory::picture() {
-    WorkingPicture picture{planesIn(packedShape(Layout::Nv12, size_), bytes()),
+    WorkingPicture picture{planesIn(packedShape(Layout::Nv12, size_), bytes()), wholeOf(size_),
                            shared_ ? shared_->descriptor() : -1};
     picture.planes.layout = layout_;
     return picture;
 }
 
-RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, Path path,
-                         const Request& request) {
-    return path == Path::Hardware ? runOnHardware(dst, src, request) : runOnProcessor(dst, src, request);
+Path Request::path() const {
+    const bool isScaling = operation == Operation::InterpBicubic || operation == Operation::Csc;
+    const bool isHardware = isScaling ? operation == Operation::Csc : target == hardware::GDC_HW;
+    return isHardware ? Path::Hardware : Path::Processor;
 }
 
-RequestResult runRequest(Picture& dst, const Picture& src, Path path, const Request& request) {
-    WorkingMemory from(src.layout, src.size, path);
-    WorkingMemory to(dst.layout, dst.size, path);
+int32_t Request::operator()(const BufferData& dst, const BufferData& src, int32_t format) const {
+    switch (operation) {
+        case Operation::InterpBicubic:
+            return hardware::vantorClient::runInterpBicubic(dst, src, format);
+        case Operation::Csc:
+            return hardware::vantorClient::runCSC(dst, src, format);
+        case Operation::GdcGrid:
+            return hardware::vantorClient::runGDCGrid(dst, src, grid, format, target);
+        case Operation::GdcMatrix:
+            break;
+    }
+    return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format, target);
+}
+
+Request scalingRequest(Path path) {
+    return {path == Path::Hardware ? Request::Operation::Csc : Request::Operation::InterpBicubic};
+}
+
+static int32_t targetOf(Path path) {
+    return path == Path::Hardware ? hardware::GDC_HW : hardware::GDC_C_MODEL;
+}
+
+Request warpingRequest(Path path, const Grid& grid) {
+    return {Request::Operation::GdcGrid, targetOf(path), grid};
+}
+
+Request warpingRequest(Path path, const std::array<int16_t, 6>& matrix) {
+    return {Request::Operation::GdcMatrix, targetOf(path), {}, matrix};
+}
+
+Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src) {
+    clearErrorLines();
+    if (request.path() == Path::Hardware) connectToService();
+    Answer answer{};
+    answer.milliseconds =
+        timed([&] { answer.status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
+    answer.error = firstErrorLine();
+    answer.isMade = answer.status == 0 || (request.path() == Path::Hardware && hasFallenBack());
+    return answer;
+}
+
+RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, const Request& request,
+                         const RequestWatch& watch) {
+    if (watch) watch(request, dst, src, nullptr);
+    const Answer answer = ask(request, dst, src);
+    if (watch) watch(request, dst, src, &answer);
+    if (!answer.isMade) {
+        const char* who = request.path() == Path::Hardware ? "the hardware path" : "the library";
+        throw UserError(std::string(who) + " refused: " + answer.error);
+    }
+    return {answer.milliseconds, answer.status == 0 ? std::string() : answer.error};
+}
+
+RequestResult runRequest(Picture& dst, const Picture& src, const Request& request) {
+    WorkingMemory from(src.layout, src.size, request.path());
+    WorkingMemory to(dst.layout, dst.size, request.path());
     std::copy(src.bytes.begin(), src.bytes.end(), from.bytes());
-    const RequestResult result = runRequest(to.picture(), from.picture(), path, request);
+    const RequestResult result = runRequest(to.picture(), from.picture(), request);
     std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
     return result;
 }

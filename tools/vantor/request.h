@@ -1,6 +1,7 @@
 // Requests of the library, on pictures.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <optional>
 #include <string>
@@ -9,6 +10,7 @@
 #include "hardware/vantorClient/vantor_client.h"
 #include "tools/vantor/io/planes.h"
 #include "tools/vantor/shared_buffer.h"
+#include "tools/vantor/warp_map.h"
 
 namespace vantor::tool {
 
@@ -23,13 +25,41 @@ enum class Path {
 /// "hw", or the sub-command's name for the processor's path.
 Path parsePath(const std::string& text, const std::string& processor);
 
-using Request = std::function<int32_t(const hardware::vantorClient::BufferData& dst,
-                                      const hardware::vantorClient::BufferData& src, int32_t format)>;
+/// One of the library's requests with all that it takes beside pictures.
+struct Request {
+    enum class Operation { InterpBicubic, Csc, GdcGrid, GdcMatrix };
+
+    Operation operation;
+    int32_t target = hardware::GDC_C_MODEL;  ///< of warps
+    Grid grid{};                             ///< of GdcGrid
+    std::array<int16_t, 6> matrix{};         ///< of GdcMatrix
+
+    Path path() const;
+    int32_t operator()(const hardware::vantorClient::BufferData& dst,
+                       const hardware::vantorClient::BufferData& src, int32_t format) const;
+};
+
+Request scalingRequest(Path path);
+Request warpingRequest(Path path, const Grid& grid);
+Request warpingRequest(Path path, const std::array<int16_t, 6>& matrix);
+
+/// A region of interest, in inclusive columns and rows.
+struct Region {
+    int left;
+    int top;
+    int right;
+    int bottom;
+};
+
+inline Region wholeOf(Size size) {
+    return {0, 0, size.width - 1, size.height - 1};
+}
 
 /// A picture as the library takes it: packed NV12 or gray, with a chroma plane in any case, which the
 /// library's reduction of gray pictures wants.
 struct WorkingPicture {
     Planes planes;
+    Region region;
     int descriptor = -1;  ///< of the shared buffer that holds all planes, for the hardware path
 };
 
@@ -48,18 +78,32 @@ private:
     std::optional<SharedBuffer> shared_;
 };
 
+/// What the library answered.
+struct Answer {
+    int32_t status;
+    double milliseconds;
+    bool isMade;        ///< there is a picture; with a status of failure, by the hardware path's fallback
+    std::string error;  ///< the first line that was logged as an error; empty if there was none
+};
+
+/// Sees a request before it runs, with null, and its answer after it has.
+using RequestWatch = std::function<void(const Request& request, const WorkingPicture& dst,
+                                        const WorkingPicture& src, const Answer* answer)>;
+
 /// What came of a request that made a picture.
 struct RequestResult {
     double milliseconds;
     std::string fallback;  ///< why the hardware path left the work to the processor; empty if it did not
 };
 
-/// Runs a request of the library from `src` to `dst`, which have the same layout, whole picture to whole
-/// picture. On the hardware path the service is started first, and both pictures are imported as shared
-/// buffers.
-RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, Path path,
-                         const Request& request);
-RequestResult runRequest(Picture& dst, const Picture& src, Path path, const Request& request);
+/// Runs a request of the library from `src` to `dst`, which have the same layout. For the hardware path the
+/// service is started first.
+Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src);
+
+/// The same for requests that are to make a picture.
+RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, const Request& request,
+                         const RequestWatch& watch = {});
+RequestResult runRequest(Picture& dst, const Picture& src, const Request& request);
 
 /// What the closing line says of who did the work, such as "in the software model".
 std::string describe(Path path, const std::string& processor, const RequestResult& result);

@@ -45,16 +45,14 @@ int run(const ScaleOptions& options) {
     const FrameShape written = clip.written("--size", dst);
     if (isColor) checkEven("--size", dst);
     const Path path = parsePath(options.path, "sw");
-    return clip.process(
-        written, src, dst, path,
-        path == Path::Hardware ? hardware::vantorClient::runCSC : hardware::vantorClient::runInterpBicubic,
-        describe(src, dst), "software");
+    return clip.process(written, src, dst, scalingRequest(path), describe(src, dst), "software");
 }
 
 }  // namespace
 
-void addScale(CLI::App& app, Run& run) {
+void addScale(CLI::App& app, Run& run, const RequestWatch& watch) {
     auto options = std::make_shared<ScaleOptions>();
+    options->clip.watch = watch;
     CLI::App* command = app.add_subcommand("scale", "Scale a picture or a clip to another size");
     addClipOptions(*command, options->clip);
     command->add_option("--size", options->size, "Size of the result, such as 1280x720 or 50%")->required();
@@ -65,7 +63,7 @@ void addScale(CLI::App& app, Run& run) {
         "  vantor scale photo.png -o small.png --size 640x480\n"
         "  vantor scale photo.png -o half.png --size 50%\n"
         "  vantor scale clip.y4m -o small.y4m --size 1280x720 --jobs 4\n"
-        "  vantor scale clip_1920x1080_nv12.yuv -o small.nv12 --size 1280x720 --skip 100 --limit 50\n"
+        "  vantor scale clip_1920x1080_nv12.yuv -o small.nv12 --size 1280x720 --skip 20 --limit 50\n"
         "  vantor scale dump.bin --input-size 1920x1080 --input-format nv21 --input-stride 2048 \\\n"
         "      --input-slice-height 1088 -o frame.png --size 50% --yuv-matrix 709\n"
         "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | vantor scale - -o - --size 640x360 | ffmpeg -i - "

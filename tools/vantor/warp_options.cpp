@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
+#include "hardware/vantorClient/matrix_grid.h"
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/grid_file.h"
@@ -37,6 +39,18 @@ WarpParts partsOf(const WarpOptions& options) {
     return parts;
 }
 
+std::array<int16_t, 6> parseMatrix(const std::string& text) {
+    std::array<int16_t, 6> matrix;
+    const std::vector<double> numbers = parseNumbers("--matrix", text, 6, 6);
+    for (size_t i = 0; i < 6; ++i) {
+        if (numbers[i] != std::trunc(numbers[i]) || numbers[i] < INT16_MIN || numbers[i] > INT16_MAX) {
+            throw UserError("--matrix " + text + ": expected whole numbers from -32768 to 32767");
+        }
+        matrix[i] = static_cast<int16_t>(numbers[i]);
+    }
+    return matrix;
+}
+
 Calibration calibrationOf(const WarpOptions& options) {
     CalibrationHints hints{options.isFisheye, {}};
     if (!options.calibratedSize.empty()) hints.size = parseSize("--calibrated-size", options.calibratedSize);
@@ -54,9 +68,10 @@ void noteShape(const Calibration& calibration, Size picture) {
 
 /// The parts that only make sense with another option beside them, and the ways to say which warp.
 void checkOptions(const WarpOptions& options) {
-    if (options.hasParts() + !options.gridFile.empty() + !options.calibration.empty() > 1) {
-        throw UserError((options.gridFile.empty() ? options.calibration : options.gridFile) +
-                        ": expected one of a grid file, a calibration and a described warp");
+    if (options.waysGiven() > 1) {
+        throw UserError(
+            "several warps: expected one of a grid file, --matrix, --calibration, and a warp described by "
+            "--rotate, --zoom, --shear, --shift, --lens and --center");
     }
     if (options.calibration.empty() &&
         (options.isFisheye || options.alpha || !options.calibratedSize.empty())) {
@@ -101,9 +116,20 @@ void addGridOption(CLI::App& command, WarpOptions& options) {
     command.add_option("--grid", options.gridFile, "Grid file, as vantor grid makes them");
 }
 
+void addMatrixOption(CLI::App& command, WarpOptions& options) {
+    command.add_option(
+        "--matrix", options.matrix,
+        "a,b,c,d,e,f: output (x, y) comes from (a x + b y + c, d x + e y + f); whole numbers, a, b, d, e "
+        "in 1/4096 and c, f in 1/32 pixel");
+}
+
 Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
     checkOptions(options);
     if (!options.gridFile.empty()) return {readGrid(options.gridFile), {}, {}};
+    if (!options.matrix.empty()) {
+        return {
+            hardware::gridFromMatrix(parseMatrix(options.matrix).data(), frame.width, frame.height), {}, {}};
+    }
     if (options.calibration.empty()) {
         const WarpMap map(partsOf(options), picture);
         return {makeGrid(map, frame), map, {}};
@@ -114,6 +140,12 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
     return {makeGrid(map, frame), map, map.straightCamera()};
 }
 
+Request requestFrom(const WarpOptions& options, Path path, Size picture, Size frame) {
+    checkOptions(options);
+    return options.matrix.empty() ? warpingRequest(path, gridFrom(options, picture, frame))
+                                  : warpingRequest(path, parseMatrix(options.matrix));
+}
+
 std::optional<Size> calibratedSize(const WarpOptions& options) {
     if (options.calibration.empty()) return std::nullopt;
     return calibrationOf(options).size;
@@ -121,6 +153,7 @@ std::optional<Size> calibratedSize(const WarpOptions& options) {
 
 std::string describe(const WarpOptions& options) {
     if (!options.gridFile.empty()) return "grid of " + options.gridFile;
+    if (!options.matrix.empty()) return "matrix " + options.matrix;
     std::string text;
     const auto add = [&](const char* name, const std::string& value) {
         if (!value.empty()) text += (text.empty() ? "" : ", ") + std::string(name) + " " + value;

@@ -6,14 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "tools/vantor/request.h"
 #include "tools/vantor/undistort_map.h"
 #include "tools/vantor/warp_map.h"
 
 namespace vantor::tool {
 
-/// A warp as the user gives it: a grid file, a camera's calibration, or the parts of one.
+/// A warp as the user gives it: a grid file, a matrix, a camera's calibration, or the parts of one.
 struct WarpOptions {
     std::string gridFile;
+    std::string matrix;
     std::string calibration;
     std::string calibratedSize;
     bool isFisheye = false;
@@ -29,19 +31,22 @@ struct WarpOptions {
 
     /// Whether any part was given.
     bool hasParts() const;
-    /// Whether a file or any part was given.
-    bool isGiven() const { return hasParts() || !gridFile.empty() || !calibration.empty(); }
+    /// How many of those ways to say which warp were used.
+    int waysGiven() const { return hasParts() + !gridFile.empty() + !matrix.empty() + !calibration.empty(); }
+    bool isGiven() const { return waysGiven() != 0; }
 };
 
 void addWarpOptions(CLI::App& command, WarpOptions& options);
 
-/// The other way to say which grid, for sub-commands that do not take the file as an argument.
+/// --grid, for sub-commands that do not take the file as an argument, and --matrix, for those that make
+/// requests.
 void addGridOption(CLI::App& command, WarpOptions& options);
+void addMatrixOption(CLI::App& command, WarpOptions& options);
 
 /// What the options stand for.
 struct Warp {
     Grid grid;
-    SourceMap map;                 ///< what the grid stands for; none for a grid file
+    SourceMap map;                 ///< what the grid stands for; none for a grid file and a matrix
     std::optional<Camera> camera;  ///< of the straight picture, for a calibration
 };
 
@@ -51,6 +56,9 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame);
 inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
     return warpFrom(options, picture, frame).grid;
 }
+
+/// The library's request for such a warp.
+Request requestFrom(const WarpOptions& options, Path path, Size picture, Size frame);
 
 /// The size of the pictures that the calibration was made with, if one was given.
 std::optional<Size> calibratedSize(const WarpOptions& options);

@@ -1,27 +1,6 @@
 #!/bin/bash
 # tool_test.sh VANTOR: the command-line tool from end to end, bad input included.
-set -u
-calibrations=$(realpath "$(dirname "$0")/calibrations")
-vantor=$(realpath "$1")
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-cd "$folder" || exit 1
-failures=0
-
-fail() {
-    echo "FAILED: $*"
-    failures=$((failures + 1))
-}
-
-# expect STATUS TEXT ARGUMENTS...: the tool ends with the status and says the text on either stream.
-expect() {
-    local status=$1 text=$2
-    shift 2
-    "$vantor" "$@" >out 2>&1
-    local got=$?
-    [ "$got" = "$status" ] || fail "vantor $*: status $got, expected $status: $(cat out)"
-    grep -qF -- "$text" out || fail "vantor $*: expected '$text' in: $(cat out)"
-}
+source "$(dirname "$0")/expect.sh"
 
 # bytes COUNT VALUE: a stretch of equal bytes, the value in octal.
 bytes() {
@@ -138,6 +117,7 @@ expect 0 "warped (rotation 90) as nv12" warp chart.png -o turned.png --rotate 90
 expect 0 "warped as 112x78, its last column and row repeated" warp odd.gray --input-size 101x77 -o w.gray --zoom 1.5
 expect 0 "as gray in the software model" warp odd.gray --input-size 101x77 -o odd.png --shift 5,5
 expect 0 "101x77 gray" info odd.png
+expect 0 "note: --size: 101x77 picture: warped as 112x78" grid --rotate 2 --size 101x77
 expect 0 "folded cells: 0 of 1024" grid --rotate 2 --size 320x180 -o turn.grid --plot mesh.png --check
 [ "$(stat -c %s turn.grid)" = 8712 ] || fail "length of a grid"
 expect 0 "grid of turn.grid" grid turn.grid -o turn.txt
@@ -165,22 +145,22 @@ refuse_warp() {
 }
 refuse_warp "broken.txt: no grid: line 37: 'dZ', expected dY" --grid broken.txt
 refuse_warp "expected one of --matrix, --grid, --calibration, or a warp"
-refuse_warp "expected one of --matrix, --grid, --calibration, or a warp" --rotate 2 --matrix 1,2,3,4,5,6
+refuse_warp "several warps: expected one of a grid file, --matrix, --calibration, and" --rotate 2 --matrix 1,2,3,4,5,6
 refuse_warp "--matrix 1,2,3: expected 6 numbers set off by commas" --matrix 1,2,3
 refuse_warp "--matrix 40000,0,0,0,0,0: expected whole numbers from -32768 to 32767" --matrix 40000,0,0,0,0,0
 refuse_warp "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]" --lens 1,2,3,4
 
 # Calibrations.
 refuse_calibration() { # refuse_calibration TEXT SED-SCRIPT [OPTIONS...]: of a calibration changed by sed
-    sed "$2" "$calibrations/${file:-five.yml}" >changed.yml
+    sed "$2" "$tests/calibrations/${file:-five.yml}" >changed.yml
     expect 2 "$1" grid --calibration changed.yml -o never.grid "${@:3}"
 }
-expect 0 "camera of the straight picture: fx 1402.5, fy 1399.75, cx 967.25, cy 531.5" grid --calibration "$calibrations/five.yml" -o lens.grid
-expect 0 '"camera_matrix": [' grid --calibration "$calibrations/twelve.xml" --alpha 0 --size 320x180 --json
+expect 0 "camera of the straight picture: fx 1402.5, fy 1399.75, cx 967.25, cy 531.5" grid --calibration "$tests/calibrations/five.yml" -o lens.grid
+expect 0 '"camera_matrix": [' grid --calibration "$tests/calibrations/twelve.xml" --alpha 0 --size 320x180 --json
 python3 -c 'import json; d = json.load(open("out")); assert d["size"] == [320, 180] and d["error"]["largest"] < 0.1 and d["outside"] == 0, d' ||
     fail "grid --json: $(cat out)"
-expect 0 "taken as stretched, not cropped" warp chart.png -o by_options.png --calibration "$calibrations/five.yml" --calibrated-size 640x640
-expect 0 "warped (calibration" warp chart.png -o by_options.png --calibration "$calibrations/five.yml"
+expect 0 "taken as stretched, not cropped" warp chart.png -o by_options.png --calibration "$tests/calibrations/five.yml" --calibrated-size 640x640
+expect 0 "warped (calibration" warp chart.png -o by_options.png --calibration "$tests/calibrations/five.yml"
 expect 0 "" warp chart.png -o by_grid.png --grid lens.grid
 expect 0 "R: equal" compare by_options.png by_grid.png
 refuse_calibration "changed.yml: camera_matrix (or K, M, mtx" s/camera_matrix/x/
@@ -190,15 +170,20 @@ refuse_calibration "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) i
 refuse_calibration "has 5 elements, expected 4 for a fisheye" "" --fisheye
 refuse_calibration "distortion_model is 'kb9', expected plumb_bob" "\$ a distortion_model: kb9"
 refuse_calibration "no calibration in YAML or XML: " 's/!!opencv-matrix/[/'
-refuse_calibration "expected one of a grid file, a calibration and a described warp" "" --rotate 2
+refuse_calibration "several warps: expected one of a grid file" "" --rotate 2
 refuse_calibration "--alpha 1.500000: expected a number from 0 to 1" "" --alpha 1.5
 file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's corners; expected 0" "" --alpha 1
 file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's sides" 's/\[ 700./[ 500./' --alpha 0
 expect 2 "--alpha, --fisheye and --calibrated-size: expected --calibration" grid --alpha 1
 expect 2 "gray.png: 31x17 picture: warps take 96x64 to 8192x6144" warp gray.png -o never.png --zoom 2
-expect 0 "the library's picture has Y" explain chart.png 160 90 --rotate 10
-said=$(sed -n 's/.*\([YUV]\) = \([0-9]*\)$/\1 \2/p' out | paste -sd, | sed 's/,/, /g')
-grep -qF "picture has $said there" out || fail "explain says $said: $(cat out)"
+for warp in "--rotate 10" "--matrix 5000,0,90,0,5000,7"; do
+    expect 0 "the library's picture has Y" explain chart.png 160 90 $warp
+    said=$(sed -n 's/.*\([YUV]\) = \([0-9]*\)$/\1 \2/p' out | paste -sd, | sed 's/,/, /g')
+    grep -qF "picture has $said there" out || fail "explain says $said: $(cat out)"
+    expect 0 '"library": [' explain chart.png 160 90 $warp --json
+    python3 -c 'import json; d = json.load(open("out"))
+assert d["library"] == [d[part]["value"] for part in ("luma", "u", "v")], d' || fail "explain --json"
+done
 expect 2 "X Y 320 0: expected 0 0 to 319 179" explain chart.png 320 0 --rotate 10
 
 
@@ -341,6 +326,11 @@ done
 [ -z "$(find . -name '.vantor*' -o -name 'never*')" ] || fail "files were left: $(find . -name '.vantor*' -o -name 'never*')"
 
 VANTOR_CPU=plain expect 0 "in use plain" info
+VANTOR_CPU=plain expect 0 '"in_use": "plain"' info --json
+expect 0 '"frames": 1' info chart.png --json
+expect 0 '"identical": true' crosscheck chart.png --matrix 5000,0,90,0,5000,7 --json
+expect 0 '"path": "hardware"' scale chart.png -o x.png --size 50% --path hw --json
+expect 2 "--json: expected a file as --output" scale chart.png -o - --size 50% --json
+expect 2 "expected a sub-command: scale warp"
 
-echo "$failures failures"
-[ "$failures" = 0 ]
+finish

@@ -1,0 +1,32 @@
+# bash completion for vantor: sub-commands and options as the program's own help has them, values, file names.
+
+# _vantor_help SUB-COMMANDS...: the words that can come next, "-o" and "--output" on lines of their own.
+_vantor_help() {
+    "${COMP_WORDS[0]/#\~/$HOME}" "$@" --help 2>/dev/null |
+        sed -n -e 's/^  \(-[^ ]*\).*/\1/p' -e '/^Subcommands:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p' | tr , '\n'
+}
+
+_vantor() {
+    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} values="" path=() i
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        case ${path[*]-}:${COMP_WORDS[i]} in
+        record:scale | record:warp) path+=("${COMP_WORDS[i]}") ;;
+        :[a-z]*) path=("${COMP_WORDS[i]}") ;;
+        esac
+    done
+    [[ $word == "=" ]] && word=""
+    [[ $previous == "=" ]] && previous=${COMP_WORDS[COMP_CWORD - 2]}
+    case $previous in
+    --path) [[ ${path[*]} == *warp ]] && values="model hw" || values="sw hw" ;;
+    --input-format | --output-format) values="nv12 nv21 i420 gray y4m" ;;
+    --yuv-matrix) values="601 709" ;;
+    --yuv-range) values="limited full" ;;
+    *)
+        # Where neither an option nor a sub-command is expected, bash completes file names.
+        [[ $word == -* || ${#path[@]} == 0 || ${path[*]} == record ]] && values=$(_vantor_help "${path[@]: -1}")
+        ;;
+    esac
+    COMPREPLY=($(compgen -W "$values" -- "$word"))
+}
+
+complete -o default -F _vantor vantor
