@@ -1,0 +1,31 @@
+#!/bin/sh
+# reproducible.sh: builds the library, the tool and the Debian packages from two clean clones in different folders, and
+# compares their hashes. About five minutes.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh --deb
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+# build NAME CLONE: builds all in a clone, and writes the hashes of what comes out.
+build() {
+    git clone -q . "$folder/$2"
+    {
+        cmake -S "$folder/$2" -B "$folder/$2/build" -G Ninja -DCMAKE_INSTALL_PREFIX=/usr
+        cmake --build "$folder/$2/build"
+        env -C "$folder/$2/build" cpack
+    } >"$folder/log" 2>&1 || { cat "$folder/log"; exit 1; }
+    (cd "$folder/$2/build" && sha256sum bin/* lib/*.* ./*.deb) >"$folder/hashes.$1"
+}
+
+build first one
+# Nor do the modes of files and the time zone matter.
+umask 077
+export TZ=Asia/Tokyo
+build second another/folder
+cat "$folder/hashes.first"
+diff "$folder/hashes.first" "$folder/hashes.second" ||
+    { echo "reproducible: the builds differ (above)" >&2; exit 1; }
+echo "reproducible: both builds are the same"
