@@ -34,15 +34,20 @@ install(FILES ${PROJECT_BINARY_DIR}/package/vantor10.pc DESTINATION ${CMAKE_INST
 
 set_target_properties(vantor-selftest PROPERTIES INSTALL_RPATH $ORIGIN/${from_tools})
 install(TARGETS vantor-selftest RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+install(FILES tools/selftest/vantor-selftest.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 if(TARGET vantor)
     set_target_properties(vantor PROPERTIES INSTALL_RPATH $ORIGIN/${from_tools}/vantor10)
     install(TARGETS vantor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(FILES tools/vantor/completion/vantor.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+            RENAME vantor COMPONENT tool OPTIONAL)
+    # The tool writes its manual page itself, where it can run.
+    if(EXISTS ${PROJECT_SOURCE_DIR}/tools/vantor/manual.cpp AND (CMAKE_CROSSCOMPILING_EMULATOR OR NOT CMAKE_CROSSCOMPILING))
+        set(manual ${PROJECT_BINARY_DIR}/package/vantor.1)
+        add_custom_command(OUTPUT ${manual} COMMAND vantor --manual >${manual} VERBATIM)
+        add_custom_target(vantor_manual ALL DEPENDS ${manual})
+        install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    endif()
 endif()
-
-file(GLOB manual_pages CONFIGURE_DEPENDS docs/man/*.1)
-install(FILES ${manual_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
-install(FILES tools/vantor/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME vantor
-        COMPONENT tool OPTIONAL)
 
 file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} docs/*.md)
 install(FILES CHANGELOG.md LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)

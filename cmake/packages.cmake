@@ -24,25 +24,25 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/shlibs
     ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "scaling and warping of 8-bit NV12 and grayscale pictures
- Scales pictures with bicubic, bilinear and four-tap filters, and warps them
- through a grid of 33 x 33 displacements, in a fixed-point model of the
- distortion-correction engine of an Android device: with the same bytes on the
- device and on a workstation.")
+Scales pictures with bicubic, bilinear and four-tap filters, and warps them
+through a grid of 33 x 33 displacements, in a fixed-point model of the
+distortion-correction engine of an Android device: with the same bytes on the
+device and on a workstation.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvantor10-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS library)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "scaling and warping of 8-bit NV12 pictures: development files
- Headers, files for CMake and pkg-config, and documents of libVantor10, which
- scales pictures and warps them with the bytes of the device's engine.")
+Headers, files for CMake and pkg-config, and documents of libVantor10, which
+scales pictures and warps them with the bytes of the device's engine.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vantor)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
 set(CPACK_COMPONENT_TOOL_DEPENDS library)
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "scale and warp pictures from the shell, bit-exact
- Scales and warps PNG and raw NV12, I420 and grayscale pictures with
- libVantor10, makes grids from camera calibrations, and compares, explains and
- shows results. vantor-selftest says whether a machine gives the published
- bytes.")
+Scales and warps PNG and raw NV12, I420 and grayscale pictures with
+libVantor10, makes grids from camera calibrations, and compares, explains and
+shows results. vantor-selftest says whether a machine gives the published
+bytes.")
 include(CPack)

@@ -11,11 +11,13 @@ quietly() {
     "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
 }
 
-# check PROGRAM NAME: the example gives the tool's bytes.
+# check NAME PROGRAM...: the example gives the tool's bytes.
 check() {
-    "$1" 1280 720 <"$out/chart_1280x720.nv12" >"$out/half.nv12"
+    name=$1
+    shift
+    "$@" 1280 720 <"$out/chart_1280x720.nv12" >"$out/half.nv12"
     cmp "$out/half.nv12" "$out/expected_640x360.nv12"
-    echo "packages: $2: links, and halves a picture"
+    echo "packages: $name: links, and halves a picture"
 }
 
 examples() {
@@ -39,20 +41,21 @@ examples() {
     sed -n '/^```cmake$/,/^```$/{/^```/!p}' README.md | diff - examples/find_package/CMakeLists.txt
     quietly cmake -S examples/find_package -B "$out/find_package" -DCMAKE_PREFIX_PATH="$out/moved"
     quietly cmake --build "$out/find_package"
-    check "$out/find_package/half" find_package
+    check find_package "$out/find_package/half"
 
     export PKG_CONFIG_PATH="$(dirname "$(find "$out/moved" -name vantor10.pc)")"
     quietly make -C examples/pkg_config OUT="$out/half"
-    LD_LIBRARY_PATH=$(pkg-config --variable=libdir vantor10) check "$out/half" pkg-config
+    check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out/half"
 
     quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja -DCMAKE_BUILD_TYPE=Release
     quietly cmake --build "$out/add_subdirectory"
-    check "$out/add_subdirectory/half" add_subdirectory
+    check add_subdirectory "$out/add_subdirectory/half"
 }
 
-# bare COMMAND...: runs a command in the bare system.
+# bare COMMAND...: runs a command in the bare system, with /proc, which $ORIGIN needs, mounted for it alone.
 bare() {
-    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive \
+        unshare --mount sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
 }
 
 packages() {
@@ -66,7 +69,7 @@ packages() {
     quietly env -C "$out" cpack
     # The packages are not made for Debian's archive; the other two are how cpack and the package are called.
     lintian --allow-root --fail-on error,warning --suppress-tags \
-        initial-upload-closes-no-bugs,maintscript-calls-ldconfig,package-name-doesnt-match-sonames "$out"/*.deb
+        no-manual-page,initial-upload-closes-no-bugs,maintscript-calls-ldconfig,package-name-doesnt-match-sonames "$out"/*.deb
 
     rm -rf "$root"
     quietly debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian
@@ -83,8 +86,12 @@ packages() {
     quietly bare sh -ec 'cmake -S /tmp/examples/find_package -B /tmp/build && cmake --build /tmp/build
         make -C /tmp/examples/pkg_config OUT=/tmp/half'
     out=$root/tmp
-    check "$out/build/half" find_package
+    check find_package bare /tmp/build/half
+    check pkg-config bare /tmp/half
     quietly bare apt-get purge -q -y libvantor10 libvantor10-dev vantor
+    left=$(find "$root/usr" "$root/etc" -iname '*vantor*')
+    [ -z "$left" ] || { echo "packages: left behind: $left" >&2; exit 1; }
+    echo "packages: installed, run and removed without a trace"
 }
 
 if [ "${1:-}" = --deb ]; then

@@ -1,6 +1,6 @@
 #!/bin/sh
 # reproducible.sh: builds the library, the tool and the Debian packages from two clean clones in different folders, and
-# compares their hashes. About five minutes.
+# compares their hashes. Takes some minutes.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh --deb
