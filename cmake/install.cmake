@@ -1,7 +1,5 @@
 # What cmake --install puts where. The components are the packages: library, development and tool.
 include(CMakePackageConfigHelpers)
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(private_libraries ${CMAKE_INSTALL_LIBDIR}/vantor10)
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/vantor10)
 set(cmake_files ${CMAKE_INSTALL_LIBDIR}/cmake/Vantor10)

@@ -43,7 +43,8 @@ examples() {
     quietly cmake --build "$out/find_package"
     check find_package "$out/find_package/half"
 
-    export PKG_CONFIG_PATH="$(dirname "$(find "$out/moved" -name vantor10.pc)")"
+    PKG_CONFIG_PATH=$(dirname "$(find "$out/moved" -name vantor10.pc)")
+    export PKG_CONFIG_PATH
     quietly make -C examples/pkg_config OUT="$out/half"
     check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out/half"
 

@@ -9,9 +9,9 @@ export SOURCE_DATE_EPOCH
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-# build NAME CLONE: builds all in a clone, and writes the hashes of what comes out.
+# build NAME CLONE MASK: builds all in a clone made under the mask, and writes the hashes of what comes out.
 build() {
-    git clone -q . "$folder/$2"
+    (umask "$3" && git clone -q . "$folder/$2")
     {
         cmake -S "$folder/$2" -B "$folder/$2/build" -G Ninja -DCMAKE_INSTALL_PREFIX=/usr
         cmake --build "$folder/$2/build"
@@ -20,11 +20,9 @@ build() {
     (cd "$folder/$2/build" && sha256sum bin/* lib/*.* ./*.deb) >"$folder/hashes.$1"
 }
 
-build first one
-# Nor do the modes of files and the time zone matter.
-umask 077
-export TZ=Asia/Tokyo
-build second another/folder
+umask 022
+build first one 022
+TZ=Asia/Tokyo build second another/folder 077
 cat "$folder/hashes.first"
 diff "$folder/hashes.first" "$folder/hashes.second" ||
     { echo "reproducible: the builds differ (above)" >&2; exit 1; }
