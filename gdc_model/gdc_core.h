@@ -1,4 +1,5 @@
-// The warping engine, bit for bit.
+/// @file
+/// The warping engine, bit for bit.
 #pragma once
 
 #pragma GCC visibility push(default)

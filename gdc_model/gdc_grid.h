@@ -1,12 +1,13 @@
-// Affine maps as grids.
+/// @file
+/// Affine maps as grids.
 #pragma once
 
 #pragma GCC visibility push(default)
 
 /// A point of a grid; from getGridSet, its move.
 struct _pos {
-    double x;
-    double y;
+    double x;  ///< to the right
+    double y;  ///< down
 };
 
 /// Turns an affine map of a W x H picture, output to source, into the moves of 33 x 33 nodes.

@@ -1,5 +1,6 @@
-// Conversion between the clients' two-plane pictures and the model's three planes, and a warp of whole
-// pictures.
+/// @file
+/// Conversion between the clients' two-plane pictures and the model's three planes, and a warp of whole
+/// pictures.
 #pragma once
 
 #pragma GCC visibility push(default)

@@ -1,4 +1,5 @@
-// Bicubic resampling of one 8-bit plane, in bands of destination rows.
+/// @file
+/// Bicubic resampling of one 8-bit plane, in bands of destination rows.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -32,10 +33,13 @@ int interpolateBCY_neon(unsigned char* src, unsigned char* dst, int srcWidth, in
 /// truncated. Positions in 1/8192 sample, phases of 1/32.
 int interpolateBCY_neon_1(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                           int dstWidth, int dstHeight, int dstStride);
+/// Band 2.
 int interpolateBCY_neon_2(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                           int dstWidth, int dstHeight, int dstStride);
+/// Band 3.
 int interpolateBCY_neon_3(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                           int dstWidth, int dstHeight, int dstStride);
+/// Band 4.
 int interpolateBCY_neon_4(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                           int dstWidth, int dstHeight, int dstStride);
 /// @}

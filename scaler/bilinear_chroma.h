@@ -1,4 +1,5 @@
-// Bilinear resampling of an interleaved UV plane, in bands of destination rows.
+/// @file
+/// Bilinear resampling of an interleaved UV plane, in bands of destination rows.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -10,10 +11,13 @@
 /// All return 0.
 int interpolateBLUV_neon_1(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                            int dstWidth, int dstHeight, int dstStride);
+/// Band 2.
 int interpolateBLUV_neon_2(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                            int dstWidth, int dstHeight, int dstStride);
+/// Band 3.
 int interpolateBLUV_neon_3(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                            int dstWidth, int dstHeight, int dstStride);
+/// Band 4.
 int interpolateBLUV_neon_4(unsigned char* src, unsigned char* dst, int srcWidth, int srcHeight, int srcStride,
                            int dstWidth, int dstHeight, int dstStride);
 

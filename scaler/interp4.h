@@ -1,4 +1,5 @@
-// The enlarging scaler: a four-tap table filter for luma, bilinear chroma, on three threads and the caller.
+/// @file
+/// The enlarging scaler: a four-tap table filter for luma, bilinear chroma, on three threads and the caller.
 #pragma once
 
 #pragma GCC visibility push(default)

@@ -1,4 +1,5 @@
-// The reducing scaler: bicubic luma, bilinear chroma, on three threads and the caller.
+/// @file
+/// The reducing scaler: bicubic luma, bilinear chroma, on three threads and the caller.
 #pragma once
 
 #include "scaler/slice_args.h"
@@ -19,15 +20,21 @@ void Interpolate_process(unsigned char* srcY, unsigned char* srcUV, unsigned cha
 
 /// Thread entries for bands 1 to 4 of both planes. `args` is a LumaSliceArgs, and is returned.
 void* interpolateBCY_neon_thread1(void* args);
+/// Band 2.
 void* interpolateBCY_neon_thread2(void* args);
+/// Band 3.
 void* interpolateBCY_neon_thread3(void* args);
+/// Band 4.
 void* interpolateBCY_neon_thread4(void* args);
 
 /// Thread entries for chroma alone. `args` is a ScaleSliceArgs, or a LumaSliceArgs whose first eight fields
 /// are chroma arguments, and is returned. The fourth works on band 3, like the third: kept for its users.
 void* interpolateBLUV_neon_thread1(void* args);
+/// Band 2.
 void* interpolateBLUV_neon_thread2(void* args);
+/// Band 3.
 void* interpolateBLUV_neon_thread3(void* args);
+/// Band 4.
 void* interpolateBLUV_neon_thread4(void* args);
 
 #pragma GCC visibility pop

@@ -1,4 +1,5 @@
-// The arguments that every band kernel takes.
+/// @file
+/// The arguments that every band kernel takes.
 #pragma once
 
 /// The eight arguments of one band, in the order in which the kernels take them. Widths count samples: luma
@@ -6,17 +7,17 @@
 struct ScaleSliceArgs {
     unsigned char* src;  ///< first sample of the source region
     unsigned char* dst;  ///< first sample of the destination region
-    int srcWidth;
-    int srcHeight;
-    int srcStride;
-    int dstWidth;
-    int dstHeight;
-    int dstStride;
+    int srcWidth;        ///< of the region
+    int srcHeight;       ///< of the region
+    int srcStride;       ///< from row to row
+    int dstWidth;        ///< of the region
+    int dstHeight;       ///< of the region
+    int dstStride;       ///< from row to row
 };
 
 /// The luma arguments of one band and, behind them, the chroma arguments of the same band. A pointer to it is
 /// also a pointer to its first eight fields.
 struct LumaSliceArgs {
-    ScaleSliceArgs luma;
-    ScaleSliceArgs* chroma;
+    ScaleSliceArgs luma;     ///< of the luma band
+    ScaleSliceArgs* chroma;  ///< of the chroma band
 };

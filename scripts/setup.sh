@@ -1,15 +1,19 @@
 #!/bin/sh
-# setup.sh [--all|--bench|--count]: installs what the build, the tool and the native tests need; also, with --all what
-# the whole test matrix needs, with --bench the libraries that the benchmarks compare with, with --count what counts
-# instructions. Only missing packages are installed, and nothing is done where none is missing.
+# setup.sh [--all|--api|--bench|--count|--deb|--packages]: installs what the build, the tool and the native tests need;
+# also, with --all what the whole test matrix needs, with --bench the libraries that the benchmarks compare with, with
+# --count what counts instructions, and what the scripts api.sh, packages.sh and packages.sh --deb need. Only missing packages are installed, and nothing is done where none is missing.
 set -eu
 packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libxxhash-dev libyaml-cpp-dev"
 packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3"
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
+integration="make pkg-config"
 case ${1:-} in
---all) packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen $emulated" ;;
+--all) packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen $emulated $integration" ;;
+--api) packages="$packages doxygen" ;;
 --bench) packages="$packages libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config" ;;
 --count) packages="$packages $emulated" ;;
+--deb) packages="$packages $integration debootstrap dpkg-dev file git lintian" ;;
+--packages) packages="$packages $integration" ;;
 esac
 
 missing=

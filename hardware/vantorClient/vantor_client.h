@@ -1,5 +1,6 @@
-// Geometric transforms of 8-bit NV12 and grayscale pictures. This header and libVantor10 are all a client
-// needs.
+/// @file
+/// Geometric transforms of 8-bit NV12 and grayscale pictures. This header and libVantor10 are all a client
+/// needs.
 #pragma once
 
 #include <cstdint>
@@ -45,8 +46,8 @@ public:
     /// value is 256 x d x 16384 / width; from d pixels further down, 256 x d x 16384 / ((8 x height + 3) /
     /// 6).
     struct _GDCGrid {
-        int32_t dX[1089];
-        int32_t dY[1089];
+        int32_t dX[1089];  ///< moves to the right
+        int32_t dY[1089];  ///< moves down
     };
 
     /// Connects to the hardware service ("default") and opens the allocator of shared buffers. Comes first:

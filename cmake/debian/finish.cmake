@@ -1,0 +1,23 @@
+# Run by cpack over the installed files, before they are packed: what Debian wants of every package.
+find_program(GZIP gzip REQUIRED)
+set(source ${CMAKE_CURRENT_LIST_DIR}/../..)
+foreach(component LIBRARY DEVELOPMENT TOOL)
+    string(TOLOWER ${component} folder)
+    set(root ${CPACK_TEMPORARY_DIRECTORY}/${folder})
+    set(share ${root}/usr/share)
+    set(name ${CPACK_DEBIAN_${component}_PACKAGE_NAME})
+    set(doc ${share}/doc/${name})
+    if(component STREQUAL DEVELOPMENT)
+        # One folder for all of it, under the package's name; the licence is in the file "copyright".
+        file(RENAME ${share}/doc/Vantor10 ${doc})
+        file(REMOVE ${doc}/CHANGELOG.md ${doc}/LICENSE)
+    endif()
+    configure_file(${source}/cmake/debian/copyright ${doc}/copyright COPYONLY)
+    configure_file(${source}/cmake/debian/changelog ${doc}/changelog.Debian COPYONLY)
+    configure_file(${source}/CHANGELOG.md ${doc}/changelog COPYONLY)
+    file(GLOB pages ${share}/man/man*/*)
+    execute_process(COMMAND ${GZIP} -9n ${doc}/changelog.Debian ${doc}/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
+    # Modes do not depend on those of the sources.
+    execute_process(COMMAND find ${doc} -type f -exec chmod 644 {} + COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND find ${root} -type d -exec chmod 755 {} + COMMAND_ERROR_IS_FATAL ANY)
+endforeach()

@@ -1,0 +1,47 @@
+# What cmake --install puts where. The components are the packages: library, development and tool.
+include(CMakePackageConfigHelpers)
+set(private_libraries ${CMAKE_INSTALL_LIBDIR}/vantor10)
+set(headers ${CMAKE_INSTALL_INCLUDEDIR}/vantor10)
+set(cmake_files ${CMAKE_INSTALL_LIBDIR}/cmake/Vantor10)
+file(RELATIVE_PATH from_tools ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+
+# The platform's stand-in exports the platform's own names, so it is kept where nobody else looks.
+set_target_properties(Vantor10 PROPERTIES INSTALL_RPATH $ORIGIN/vantor10)
+install(TARGETS Vantor10 EXPORT Vantor10 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
+                                                 NAMELINK_COMPONENT development)
+install(TARGETS vantor_platform LIBRARY DESTINATION ${private_libraries} COMPONENT library)
+
+file(STRINGS cmake/public_headers.txt public_headers)
+foreach(header ${public_headers})
+    get_filename_component(folder ${header} DIRECTORY)
+    install(FILES ${header} DESTINATION ${headers}/${folder} COMPONENT development)
+endforeach()
+
+install(EXPORT Vantor10 NAMESPACE Vantor10:: FILE Vantor10Config.cmake DESTINATION ${cmake_files} COMPONENT development)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/Vantor10ConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/package/Vantor10ConfigVersion.cmake DESTINATION ${cmake_files}
+        COMPONENT development)
+
+# The paths start at the file's own folder, so that an installation can be moved.
+file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
+configure_file(cmake/vantor10.pc.in package/vantor10.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/package/vantor10.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
+
+set_target_properties(vantor-selftest PROPERTIES INSTALL_RPATH $ORIGIN/${from_tools})
+install(TARGETS vantor-selftest RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+install(FILES tools/selftest/vantor-selftest.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+if(TARGET vantor)
+    set_target_properties(vantor PROPERTIES INSTALL_RPATH $ORIGIN/${from_tools}/vantor10)
+    install(TARGETS vantor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(FILES tools/vantor/completion/vantor.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+            RENAME vantor COMPONENT tool OPTIONAL)
+    install(FILES docs/vantor.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+endif()
+
+file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} docs/*.md)
+install(FILES CHANGELOG.md LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(DIRECTORY docs/images DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)

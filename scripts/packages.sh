@@ -1,0 +1,104 @@
+#!/bin/sh
+# packages.sh [--deb]: sets up, builds, installs into a folder that is then moved, and builds and runs the examples
+# against it: by find_package, by pkg-config and as a subdirectory. With --deb (as root, about five minutes) it makes
+# the Debian packages instead, in build-deb/, and installs and runs them in a bare Debian system of their own.
+set -eu
+cd "$(dirname "$0")/.."
+source=$PWD
+
+# quietly COMMAND...: shows what a command says only if it fails.
+quietly() {
+    "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
+}
+
+# check NAME PROGRAM...: the example gives the tool's bytes.
+check() {
+    name=$1
+    shift
+    "$@" 1280 720 <"$out/chart_1280x720.nv12" >"$out/half.nv12"
+    cmp "$out/half.nv12" "$out/expected_640x360.nv12"
+    echo "packages: $name: links, and halves a picture"
+}
+
+examples() {
+    out=$source/build-packages log=$source/build-packages/log
+    rm -rf "$out"
+    mkdir "$out"
+    quietly cmake --preset release
+    quietly cmake --build --preset release
+    quietly cmake --install build-release --prefix "$out/installed" --strip
+    mv "$out/installed" "$out/moved"
+    vantor=$out/moved/bin/vantor
+    "$out/moved/bin/vantor-selftest" | tail -n 1
+    "$vantor" chart -o "$out/chart_1280x720.nv12" --size 1280x720
+    "$vantor" scale "$out/chart_1280x720.nv12" -o "$out/expected_640x360.nv12" --size 50%
+
+    # Each header compiles alone, with nothing of this folder.
+    while read -r header; do
+        echo "#include \"$header\"" | g++ -Wall -Wextra -Werror -fsyntax-only -I"$out/moved/include/vantor10" -x c++ -
+    done <cmake/public_headers.txt
+    # The README shows the example.
+    sed -n '/^```cmake$/,/^```$/{/^```/!p}' README.md | diff - examples/find_package/CMakeLists.txt
+    quietly cmake -S examples/find_package -B "$out/find_package" -DCMAKE_PREFIX_PATH="$out/moved"
+    quietly cmake --build "$out/find_package"
+    check find_package "$out/find_package/half"
+
+    PKG_CONFIG_PATH=$(dirname "$(find "$out/moved" -name vantor10.pc)")
+    export PKG_CONFIG_PATH
+    quietly make -C examples/pkg_config OUT="$out/half"
+    check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out/half"
+
+    quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja -DCMAKE_BUILD_TYPE=Release
+    quietly cmake --build "$out/add_subdirectory"
+    check add_subdirectory "$out/add_subdirectory/half"
+}
+
+# bare COMMAND...: runs a command in the bare system, with /proc, which $ORIGIN needs, mounted for it alone.
+bare() {
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive \
+        unshare --mount sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
+}
+
+packages() {
+    out=$source/build-deb log=$source/build-deb/log root=$source/build-deb/root
+    mkdir -p "$out"
+    SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
+    export SOURCE_DATE_EPOCH
+    rm -f "$out"/*.deb
+    quietly cmake -S . -B "$out" -G Ninja -DCMAKE_INSTALL_PREFIX=/usr
+    quietly cmake --build "$out"
+    quietly env -C "$out" cpack
+    # The packages are not made for Debian's archive; the other two are how cpack and the package are called.
+    lintian --allow-root --fail-on error,warning --suppress-tags \
+        no-manual-page,initial-upload-closes-no-bugs,maintscript-calls-ldconfig,package-name-doesnt-match-sonames "$out"/*.deb
+
+    rm -rf "$root"
+    quietly debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian
+    cp "$out"/*.deb "$root/tmp"
+    quietly bare sh -c 'apt-get install -q -y --no-install-recommends /tmp/libvantor10_*.deb /tmp/vantor_*.deb'
+    bare vantor --version
+    bare vantor-selftest | tail -n 1
+    bare vantor chart -o /tmp/chart_1280x720.nv12 --size 1280x720
+    bare vantor scale /tmp/chart_1280x720.nv12 -o /tmp/expected_640x360.nv12 --size 50%
+    bare vantor warp /tmp/chart_1280x720.nv12 -o /tmp/straight.png --lens=-0.15,0.02
+
+    cp -R examples "$root/tmp"
+    quietly bare sh -c 'apt-get install -q -y --no-install-recommends /tmp/libvantor10-dev_*.deb cmake g++ make pkg-config'
+    quietly bare sh -ec 'cmake -S /tmp/examples/find_package -B /tmp/build && cmake --build /tmp/build
+        make -C /tmp/examples/pkg_config OUT=/tmp/half'
+    out=$root/tmp
+    check find_package bare /tmp/build/half
+    check pkg-config bare /tmp/half
+    quietly bare apt-get purge -q -y libvantor10 libvantor10-dev vantor
+    left=$(find "$root/usr" "$root/etc" -iname '*vantor*')
+    [ -z "$left" ] || { echo "packages: left behind: $left" >&2; exit 1; }
+    echo "packages: installed, run and removed without a trace"
+}
+
+if [ "${1:-}" = --deb ]; then
+    scripts/setup.sh --deb
+    packages
+else
+    scripts/setup.sh --packages
+    examples
+fi
