@@ -68,6 +68,9 @@ int randomSide(Random& random) {
 constexpr Kernel* kLumaBands[] = {interpolateBCY_neon_4, interpolateBCY_neon_2, interpolateBCY_neon_1,
                                   interpolateBCY_neon_3};
 
+constexpr Kernel* kChromaBands[] = {interpolateBLUV_neon_3, interpolateBLUV_neon_1, interpolateBLUV_neon_4,
+                                    interpolateBLUV_neon_2};
+
 struct LumaVariant {
     std::vector<Kernel*> kernels;
     int positionBits;
@@ -101,8 +104,6 @@ TEST(BicubicLuma, EqualsAPixelByPixelWalkInEveryVariant) {
 
 TEST(BilinearChroma, EqualsAPixelByPixelWalk) {
     Random random(seed());
-    Kernel* const kernels[] = {interpolateBLUV_neon_3, interpolateBLUV_neon_1, interpolateBLUV_neon_4,
-                               interpolateBLUV_neon_2};
     for (int i = 0; i < kRounds && !HasFatalFailure(); ++i) {
         const int srcPairs = randomSide(random), srcHeight = random.between(1, 40);
         const int dstPairs = randomSide(random), dstHeight = random.between(1, 40);
@@ -111,12 +112,50 @@ TEST(BilinearChroma, EqualsAPixelByPixelWalk) {
         expectSame(
             random, src, dst, 0,
             [&](uint8_t* from, uint8_t* to) {
-                for (Kernel* kernel : kernels) {
+                for (Kernel* kernel : kChromaBands) {
                     EXPECT_EQ(0, kernel(from, to, srcPairs, srcHeight, src.stride, dstPairs, dstHeight, dst.stride));
                 }
             },
             [&](const uint8_t* from, uint8_t* to) {
                 reference::chroma(from, to, srcPairs, srcHeight, src.stride, dstPairs, dstHeight, dst.stride);
+            });
+    }
+}
+
+/// Steps that are whole numbers in one direction or both, in rows of one strip and of several.
+TEST(Scaler, WholeStepsEqualAPixelByPixelWalk) {
+    Random random(seed());
+    for (int i = 0; i < kRounds / 2 && !HasFatalFailure(); ++i) {
+        const int dstWidth = random.between(0, 9) == 0 ? random.between(760, 1600) : random.between(1, 90);
+        const int dstHeight = random.between(1, 20);
+        const auto source = [&](int size) {
+            const int whole = size * random.between(1, 5);
+            return random.between(0, 2) == 0 ? whole + random.between(0, size - 1) : whole;
+        };
+        const int srcWidth = source(dstWidth), srcHeight = source(dstHeight);
+        const Geometry lumaSrc{srcWidth, srcHeight, srcWidth + random.between(0, 9)},
+            lumaDst{dstWidth, dstHeight, dstWidth};
+        expectSame(
+            random, lumaSrc, lumaDst, srcWidth <= 2 ? 1 : 0,
+            [&](uint8_t* from, uint8_t* to) {
+                for (Kernel* kernel : kLumaBands) {
+                    kernel(from, to, srcWidth, srcHeight, lumaSrc.stride, dstWidth, dstHeight, lumaDst.stride);
+                }
+            },
+            [&](const uint8_t* from, uint8_t* to) {
+                reference::luma(from, to, srcWidth, srcHeight, lumaSrc.stride, dstWidth, dstHeight, lumaDst.stride, 13);
+            });
+        const Geometry pairSrc{2 * srcWidth, srcHeight, 2 * srcWidth},
+            pairDst{2 * dstWidth, dstHeight, 2 * dstWidth + 3};
+        expectSame(
+            random, pairSrc, pairDst, 0,
+            [&](uint8_t* from, uint8_t* to) {
+                for (Kernel* kernel : kChromaBands) {
+                    kernel(from, to, srcWidth, srcHeight, pairSrc.stride, dstWidth, dstHeight, pairDst.stride);
+                }
+            },
+            [&](const uint8_t* from, uint8_t* to) {
+                reference::chroma(from, to, srcWidth, srcHeight, pairSrc.stride, dstWidth, dstHeight, pairDst.stride);
             });
     }
 }
