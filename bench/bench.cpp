@@ -13,8 +13,8 @@
 
 #include "bench/cases.h"
 #include "bench/contender.h"
-#include "processor/instruction_set.h"
 #include "gdc_model/warp_kernels.h"
+#include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_pairs_kernels.h"
 #include "scaler/interp4_kernels.h"
