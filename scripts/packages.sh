@@ -70,10 +70,11 @@ packages() {
     quietly env -C "$out" cpack
     # The packages are not made for Debian's archive; the other two are how cpack and the package are called.
     lintian --allow-root --fail-on error,warning --suppress-tags \
-        no-manual-page,initial-upload-closes-no-bugs,maintscript-calls-ldconfig,package-name-doesnt-match-sonames "$out"/*.deb
+        initial-upload-closes-no-bugs,maintscript-calls-ldconfig,package-name-doesnt-match-sonames "$out"/*.deb
 
     rm -rf "$root"
-    quietly debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian
+    mirror=$(apt-get indextargets --format '$(SITE)' 'Codename: bookworm' 'Created-By: Packages' | head -n 1)
+    quietly debootstrap --variant=minbase bookworm "$root" "$mirror"
     cp "$out"/*.deb "$root/tmp"
     quietly bare sh -c 'apt-get install -q -y --no-install-recommends /tmp/libvantor10_*.deb /tmp/vantor_*.deb'
     bare vantor --version
