@@ -74,7 +74,8 @@ TEST(Soak, RequestsGiveTheSameBytesAndLeaveNothingBehind) {
     const vantorClient::_GDCGrid grid = wavyGrid(random);
     std::vector<std::vector<uint8_t>> first;
     for (const Request& request : kRequests) first.push_back(run(request, source, grid));
-    const long pages = residentPages(), descriptors = openDescriptors();
+    [[maybe_unused]] const long pages = residentPages();
+    const long descriptors = openDescriptors();
     for (int pass = 0; pass < kPasses && !HasFailure(); ++pass) {
         for (size_t i = 0; i < first.size(); ++i) {
             const size_t request = (i * 5 + static_cast<size_t>(pass)) % first.size();  // in changing order
