@@ -142,26 +142,16 @@ void copyLuma(const Planes& from, const Planes& to, Size size) {
     libyuv::CopyPlane(from.luma, from.lumaStride, to.luma, to.lumaStride, size.width, size.height);
 }
 
-/// To NV12's pairs.
-void gatherChroma(const Planes& from, const Planes& to) {
-    const auto [width, height] = from.chromaSize();
+/// Chroma of `size` to NV12's pairs, or from them.
+void moveChroma(const Planes& from, const Planes& to, Size size) {
+    const auto [width, height] = size;
     if (from.layout == Layout::I420) {
         libyuv::MergeUVPlane(from.chroma, from.chromaStride, from.second, from.chromaStride, to.chroma,
                              to.chromaStride, width, height);
-    } else if (from.layout == Layout::Nv21) {
-        libyuv::SwapUVPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, width, height);
-    } else if (from.chroma != to.chroma) {
-        libyuv::CopyPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, 2 * width, height);
-    }
-}
-
-/// From NV12's pairs.
-void spreadChroma(const Planes& from, const Planes& to) {
-    const auto [width, height] = to.chromaSize();
-    if (to.layout == Layout::I420) {
+    } else if (to.layout == Layout::I420) {
         libyuv::SplitUVPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, to.second,
                              to.chromaStride, width, height);
-    } else if (to.layout == Layout::Nv21) {
+    } else if (from.layout != to.layout) {
         libyuv::SwapUVPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, width, height);
     } else if (from.chroma != to.chroma) {
         libyuv::CopyPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, 2 * width, height);
@@ -243,7 +233,7 @@ void toWorking(const Planes& from, const Planes& to, const YuvColor& color) {
         if (from.layout == Layout::Gray) {
             fill(to);
         } else if (to.layout == Layout::Nv12) {
-            gatherChroma(from, to);
+            moveChroma(from, to, from.chromaSize());
         }
     }
     const Size chroma = from.chromaSize();
@@ -258,7 +248,7 @@ void fromWorking(const Planes& from, const Planes& to, const YuvColor& color) {
     if (from.layout == Layout::Gray) {
         fill(to);
     } else if (to.layout != Layout::Gray) {
-        spreadChroma(from, to);
+        moveChroma(from, to, to.chromaSize());
     }
 }
 
