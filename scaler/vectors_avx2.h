@@ -1,20 +1,14 @@
 // 256-bit vectors, and how elements are gathered into them. For the files that are compiled for AVX2 alone.
 #pragma once
 
-#include <immintrin.h>
-
+#include "processor/lanes_avx2.h"
 #include "scaler/gather_windows.h"
 
 namespace vantor {
 namespace {
 
-struct Avx2 {
-    using Vector = __m256i;
-    static constexpr int kBytes = 32;
-    static constexpr int kLanes = 16;  // of 16 bits, a column each
-
-    static Vector load(const void* from) { return _mm256_loadu_si256(static_cast<const Vector*>(from)); }
-    static void store(void* to, Vector bytes) { _mm256_storeu_si256(static_cast<Vector*>(to), bytes); }
+struct Avx2 : Avx2Lanes {
+    static constexpr int kLanes = kWords;  // of 16 bits, a column each
 
     /// Stores as many bytes as lie before `end`.
     static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
@@ -28,49 +22,6 @@ struct Avx2 {
     static Vector widen(const uint8_t* lanes) {
         return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes)));
     }
-
-    /// In 16-bit lanes.
-    static Vector words(int value) { return _mm256_set1_epi16(static_cast<int16_t>(value)); }
-    static Vector add(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
-    static Vector subtract(Vector a, Vector b) { return _mm256_sub_epi16(a, b); }
-    static Vector multiplyHigh(Vector a, Vector b) { return _mm256_mulhi_epi16(a, b); }
-    /// (a x b + 16384) >> 15
-    static Vector multiplyRounded(Vector a, Vector b) { return _mm256_mulhrs_epi16(a, b); }
-    template <int Bits>
-    static Vector shiftLeft(Vector a) {
-        return _mm256_slli_epi16(a, Bits);
-    }
-    template <int Bits>
-    static Vector shiftRight(Vector a) {
-        return _mm256_srli_epi16(a, Bits);
-    }
-    template <int Bits>
-    static Vector shiftRightSigned(Vector a) {
-        return _mm256_srai_epi16(a, Bits);
-    }
-
-    /// In each lane the sum of two products of unsigned bytes and signed weights.
-    static Vector weigh(Vector bytes, Vector weights) { return _mm256_maddubs_epi16(bytes, weights); }
-
-    /// In each 32-bit lane the sum of two products of words.
-    static Vector weighWords(Vector a, Vector b) { return _mm256_madd_epi16(a, b); }
-    static Vector dwords(int value) { return _mm256_set1_epi32(value); }
-    static Vector addDwords(Vector a, Vector b) { return _mm256_add_epi32(a, b); }
-    template <int Bits>
-    static Vector shiftRightDwords(Vector a) {
-        return _mm256_srai_epi32(a, Bits);
-    }
-
-    static Vector bitAnd(Vector a, Vector b) { return _mm256_and_si256(a, b); }
-    static Vector bitOr(Vector a, Vector b) { return _mm256_or_si256(a, b); }
-
-    /// These interleave and pack within 128 bits; what was interleaved is packed back in order.
-    static Vector lowBytes(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
-    static Vector highBytes(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }
-    static Vector lowWords(Vector a, Vector b) { return _mm256_unpacklo_epi16(a, b); }
-    static Vector highWords(Vector a, Vector b) { return _mm256_unpackhi_epi16(a, b); }
-    static Vector packWords(Vector low, Vector high) { return _mm256_packus_epi16(low, high); }
-    static Vector packDwords(Vector low, Vector high) { return _mm256_packs_epi32(low, high); }
 
     /// Packs the words of two vectors to bytes, in order.
     static Vector pack(Vector left, Vector right) {
