@@ -1,18 +1,12 @@
 #include "scaler/bicubic_luma.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 
-#include "scaler/axis.h"
-#include "scaler/bands.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/cubic.h"
-#include "scaler/decimate.h"
-#include "scaler/planned_columns.h"
-#include "scaler/row_ring.h"
-#include "scaler/slice_args.h"
+#include "scaler/reduce_rows.h"
 
 namespace vantor {
 namespace {
@@ -27,6 +21,9 @@ const LumaKernels& activeKernels() {
 /// beyond the last column). In sources of one or two columns all are right columns.
 class LumaStrip {
 public:
+    static constexpr int kChannels = 1;
+    static constexpr int kTaps = 4;
+
     LumaStrip(const LumaKernels& kernels, const Axis& axis, int firstColumn, int columns, int srcWidth)
         : axis_(axis), firstColumn_(firstColumn), columns_(columns), srcWidth_(srcWidth) {
         while (middleFirst_ < columns && isLeft(middleFirst_)) ++middleFirst_;
@@ -36,6 +33,13 @@ public:
     }
 
     int columns() const { return columns_; }
+
+    /// At phase 0 the cubic is its second tap.
+    static SourceRows sourceRows(const Axis& rowAxis, int y) {
+        const int iy = rowAxis.index(y);
+        if (rowAxis.phase(y) == 0) return {iy, iy};
+        return {iy - 1, iy + 2};
+    }
 
     /// Padding columns of `out` may be written.
     void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
@@ -86,49 +90,10 @@ private:
     std::optional<PlannedColumns<LumaKernels, LumaPlan>> middle_;
 };
 
-/// At phase 0 the cubic is its second tap.
-SourceRows sourceRows(const Axis& rowAxis, int y) {
-    const int iy = rowAxis.index(y);
-    if (rowAxis.phase(y) == 0) return {iy, iy};
-    return {iy - 1, iy + 2};
-}
-
-void scaleStrip(const ScaleSliceArgs& args, const LumaKernels& kernels, const LumaStrip& strip,
-                const Axis& rowAxis, const RowRange& rows, uint8_t* dst) {
-    RowRing<uint8_t, 4, kStripColumns> ring(args.srcHeight, rows.upward);
-    const auto source = [&](int row) { return args.src + std::ptrdiff_t{row} * args.srcStride; };
-    const auto filter = [&](int row, int next, uint8_t* out) {
-        strip.filter(source(row), source(next), out);
-    };
-    for (int i = 0; i < rows.count; ++i) {
-        const int y = rows.row(i);
-        uint8_t* const out = dst + std::ptrdiff_t{y} * args.dstStride;
-        const uint8_t* taps[4];
-        ring.fetch(sourceRows(rowAxis, y), sourceRows(rowAxis, rows.row(i + 1)), taps, filter);
-        if (rowAxis.phase(y) == 0) {
-            std::copy_n(taps[0], strip.columns(), out);
-        } else {
-            kernels.blendRows(taps, rowAxis.phase(y), out, strip.columns());
-        }
-    }
-}
-
 int scaleRows(const ScaleSliceArgs& args, PositionFormat format, const RowRange& rows) {
-    if (args.srcWidth <= 0 || args.srcHeight <= 0 || args.dstWidth <= 0 || args.dstHeight <= 0) return 0;
     // Only the plain form is 32 bits wide, as phases beyond 31 need.
     const LumaKernels& kernels = format.phaseBits > 5 ? kLumaPlain : activeKernels();
-    const Axis columnAxis(args.srcWidth, args.dstWidth, format);
-    const Axis rowAxis(args.srcHeight, args.dstHeight, format);
-    if (columnAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
-        decimateRows<1>(args, rows, columnAxis.wholeStep(), rowAxis.wholeStep());
-        return 0;
-    }
-    const int step = stripColumns(args.dstWidth);
-    for (int x = 0; x < args.dstWidth; x += step) {
-        const LumaStrip strip(kernels, columnAxis, x, std::min(step, args.dstWidth - x), args.srcWidth);
-        scaleStrip(args, kernels, strip, rowAxis, rows, args.dst + x);
-    }
-    return 0;
+    return reduceRows<LumaStrip>(args, kernels, format, rows);
 }
 
 int scaleBand(const ScaleSliceArgs& args, int band) {

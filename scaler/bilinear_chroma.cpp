@@ -5,13 +5,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "scaler/axis.h"
-#include "scaler/bands.h"
 #include "scaler/bilinear_pairs_kernels.h"
-#include "scaler/decimate.h"
-#include "scaler/planned_columns.h"
-#include "scaler/row_ring.h"
-#include "scaler/slice_args.h"
+#include "scaler/reduce_rows.h"
 
 namespace vantor {
 namespace {
@@ -26,19 +21,27 @@ constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour that stan
 /// Consecutive output pairs with their positions.
 class ChromaStrip {
 public:
-    ChromaStrip(const Axis& axis, int firstPair, int pairs, int srcPairs)
+    static constexpr int kChannels = 2;
+    static constexpr int kTaps = 2;
+
+    ChromaStrip(const PairKernels& kernels, const Axis& axis, int firstPair, int pairs, int srcPairs)
         : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
-        if (srcPairs >= 2 && axis_.wholeStep() == 0) columns_.emplace(activeKernels(), taps(srcPairs));
+        if (srcPairs >= 2 && axis_.wholeStep() == 0) filter_.emplace(kernels, taps(srcPairs));
     }
 
-    int pairs() const { return pairs_; }
+    int columns() const { return pairs_; }
+
+    static SourceRows sourceRows(const Axis& rowAxis, int y) {
+        const int iy = rowAxis.index(y);
+        return {iy, rowAxis.phase(y) == 0 ? iy : iy + 1};
+    }
 
     /// Padding pairs of `out` may be written.
     void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
         if (const int step = axis_.wholeStep(); step > 0) {
             return decimate<2>(row + 2 * std::ptrdiff_t{axis_.index(firstPair_)}, step, out, pairs_);
         }
-        if (columns_) return columns_->filter(row, next, out);
+        if (filter_) return filter_->filter(row, next, out);
         for (int i = 0; i < pairs_; ++i) std::copy_n(row, 2, out + 2 * i);
     }
 
@@ -60,49 +63,11 @@ private:
     int firstPair_;
     int pairs_;
     ColumnTable table_;
-    std::optional<PlannedColumns<PairKernels, PairPlan>> columns_;
+    std::optional<PlannedColumns<PairKernels, PairPlan>> filter_;
 };
 
-SourceRows sourceRows(const Axis& rowAxis, int y) {
-    const int iy = rowAxis.index(y);
-    return {iy, rowAxis.phase(y) == 0 ? iy : iy + 1};
-}
-
-void scaleStrip(const ScaleSliceArgs& args, const ChromaStrip& strip, const Axis& rowAxis,
-                const RowRange& rows, uint8_t* dst) {
-    RowRing<uint8_t, 2, 2 * kStripColumns> ring(args.srcHeight, rows.upward);
-    const auto source = [&](int row) { return args.src + std::ptrdiff_t{row} * args.srcStride; };
-    const auto filter = [&](int row, int next, uint8_t* out) {
-        strip.filter(source(row), source(next), out);
-    };
-    for (int i = 0; i < rows.count; ++i) {
-        const int y = rows.row(i);
-        uint8_t* const out = dst + std::ptrdiff_t{y} * args.dstStride;
-        const uint8_t* taps[2];
-        ring.fetch(sourceRows(rowAxis, y), sourceRows(rowAxis, rows.row(i + 1)), taps, filter);
-        if (rowAxis.phase(y) == 0) {
-            std::copy_n(taps[0], 2 * strip.pairs(), out);
-        } else {
-            activeKernels().blendRows(taps, rowAxis.phase(y), out, strip.pairs());
-        }
-    }
-}
-
 int scaleBand(const ScaleSliceArgs& args, int band) {
-    if (args.srcWidth <= 0 || args.srcHeight <= 0 || args.dstWidth <= 0 || args.dstHeight <= 0) return 0;
-    const RowRange rows = quarterBand(band, args.dstHeight);
-    const Axis pairAxis(args.srcWidth, args.dstWidth, kPosition8192);
-    const Axis rowAxis(args.srcHeight, args.dstHeight, kPosition8192);
-    if (pairAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
-        decimateRows<2>(args, rows, pairAxis.wholeStep(), rowAxis.wholeStep());
-        return 0;
-    }
-    const int step = stripColumns(args.dstWidth);
-    for (int x = 0; x < args.dstWidth; x += step) {
-        const ChromaStrip strip(pairAxis, x, std::min(step, args.dstWidth - x), args.srcWidth);
-        scaleStrip(args, strip, rowAxis, rows, args.dst + 2 * std::ptrdiff_t{x});
-    }
-    return 0;
+    return reduceRows<ChromaStrip>(args, activeKernels(), kPosition8192, quarterBand(band, args.dstHeight));
 }
 
 }  // namespace
