@@ -4,14 +4,15 @@
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh --deb
-SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+commit=$(git rev-parse HEAD)
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct "$commit")
 export SOURCE_DATE_EPOCH
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
 # build NAME CLONE MASK: builds all in a clone made under the mask, and writes the hashes of what comes out.
 build() {
-    (umask "$3" && git clone -q . "$folder/$2")
+    (umask "$3" && git clone -q . "$folder/$2" && git -C "$folder/$2" checkout -q "$commit")
     {
         cmake -S "$folder/$2" -B "$folder/$2/build" -G Ninja -DCMAKE_INSTALL_PREFIX=/usr
         cmake --build "$folder/$2/build"
