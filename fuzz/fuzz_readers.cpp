@@ -1,5 +1,6 @@
-// What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations. Each is read, or refused by
-// an error for the user; nothing else may happen. The first byte says what the others are.
+// What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, records, which are run
+// again. Each is read, or refused by an error for the user; nothing else may happen. The first byte says what the
+// others are.
 #include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -10,17 +11,21 @@
 #include <string>
 
 #include "fuzz/policy.h"
+#include "tools/vantor/commands.h"
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/io/record_file.h"
+#include "tools/vantor/picture_hash.h"
 #include "tools/vantor/undistort_map.h"
 #include "tools/vantor/warp_map.h"
 
 namespace vantor::tool {
 
 void note(const std::string&) {}
+void addFormOptions(CLI::App&, FormOptions&) {}
 
 }  // namespace vantor::tool
 
@@ -148,12 +153,56 @@ void calibration(const Bytes& bytes) {
     }
 }
 
+void record(const Bytes& bytes) {
+    const MemoryFile file(bytes);
+    const Record read = readRecord(file.path());
+    if (byteCount(read.layout, read.result.size) > kMostReplayBytes) return;
+    CLI::App app;
+    tool::Run run;
+    addReplay(app, run);
+    app.parse(bytes.size() % 2 == 0 ? "replay --json " + file.path() : "replay " + file.path());
+    const int status = run();
+    FUZZ_EXPECT(status == kDone || status == kDifferent);
+}
+
+/// The text with the hash of what follows it.
+std::string firstLine(const std::string& header) {
+    PictureHash hash;
+    hash.add(reinterpret_cast<const uint8_t*>(header.data()), header.size());
+    const std::string length = std::to_string(header.size());
+    return "vantor-record 1 " + std::string(8 - length.size(), '0') + length + " " + hash.text() + "\n";
+}
+
+/// A header and planes, without a first line: all hashes are made right, as a user does who edits a record, so that
+/// what is behind them is reached.
+void mendedRecord(const Bytes& bytes) {
+    std::string text(bytes.begin(), bytes.end());
+    const size_t brace = text.find("\n}\n");
+    const size_t end = brace == std::string::npos ? text.size() : brace + 3;
+    for (int planes = 2;; --planes) {
+        const std::string whole = firstLine(text.substr(0, end)) + text;
+        try {
+            return record({whole.begin(), whole.end()});
+        } catch (const UserError& error) {
+            const std::string trouble = error.what();
+            const size_t at = trouble.find("their hash is ");
+            const size_t wrong = text.find(trouble.substr(trouble.size() - 16));
+            if (planes == 0 || at == std::string::npos || wrong == std::string::npos) throw;
+            text.replace(wrong, 16, trouble, at + std::strlen("their hash is "), 16);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace vantor::fuzz
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    return std::freopen("/dev/null", "w", stdout) ? setenv("VANTOR_LOG", "off", 1) : -1;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace vantor::fuzz;
-    constexpr void (*kTargets[])(const Bytes&) = {png, mendedPng, y4m, raw, grid, calibration};
+    constexpr void (*kTargets[])(const Bytes&) = {png, mendedPng, y4m, raw, grid, calibration, record, mendedRecord};
     if (size == 0 || data[0] >= std::size(kTargets)) return -1;
     try {
         kTargets[data[0]](Bytes(data + 1, data + size));

@@ -16,14 +16,6 @@
 namespace vantor::fuzz {
 namespace {
 
-/// Calls `use` with each table but the plain one that this processor can run.
-template <typename Kernels, int Count, typename Use>
-void forEachVectorTable(const Kernels* const (&tables)[Count], Use&& use) {
-    for (int i = 1; i < Count; ++i) {
-        if (processorHas(tables[i]->set)) use(*tables[i]);
-    }
-}
-
 /// Ascending columns, evenly apart or not, at any phases.
 ColumnTaps columns(Input& input, ColumnTable& table, int most, int phases, int elementStep) {
     const int count = input.between(1, most);

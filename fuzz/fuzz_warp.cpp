@@ -1,10 +1,14 @@
-// The model: its core and the client's warps against a literal walk over pixels.
+// The model: its core and the client's warps against a literal walk over pixels, and every instruction set's warp
+// kernels against the plain ones.
 #include <iterator>
 
 #include "fuzz/policy.h"
 #include "gdc_model/gdc_core.h"
 #include "gdc_model/gdc_grid.h"
+#include "gdc_model/gdc_run.h"
 #include "gdc_model/gdc_state.h"
+#include "gdc_model/warp_kernels.h"
+#include "gdc_model/warp_positions.h"
 #include "hardware/vantorClient/vantor_client.h"
 #include "tests/gdc_model/gdc_reference.h"
 
@@ -127,6 +131,97 @@ void core(Input& input) {
     state.expectSame();
 }
 
+/// Source coordinates of `count` columns, with the room that kernels want behind them.
+struct Positions {
+    int count;
+    std::vector<int32_t> x, y;
+
+    explicit Positions(int columns)
+        : count(columns),
+          x(static_cast<size_t>((columns + kWarpLanes - 1) / kWarpLanes * kWarpLanes + kWarpLanes)),
+          y(x.size()) {}
+    size_t bytes() const { return static_cast<size_t>(count) * sizeof(int32_t); }
+};
+
+/// Positions along a row of any grid, region and scale. All tables' are the same.
+Positions positionsOfRow(Input& input, int width, int height) {
+    const int left = input.ConsumeBool() ? 0 : input.any(), columns = input.side();
+    const auto right = static_cast<int32_t>(std::min<int64_t>(int64_t{left} + columns - 1, INT32_MAX));
+    GdcFrame frame = requestFrame(width, height, {left, 0, right, height - 1});
+    for (GdcAxis* axis : {&frame.x, &frame.y}) {
+        const int kind = input.between(0, 15);
+        if (kind == 0) axis->scale = input.any();
+        if (kind == 1) axis->outScale = input.any();
+        if (kind == 2) axis->invScale = input.any();
+        if (kind == 3) axis->mirror = 1;
+        if (kind > 7) axis->invScale = input.between(0, kLargestVectorScale + 1);
+    }
+    static Grid grid;
+    fillNodes(input, grid.dX);
+    fillNodes(input, grid.dY);
+    const auto* nodesX = reinterpret_cast<const GdcGrid*>(grid.dX);
+    const auto* nodesY = reinterpret_cast<const GdcGrid*>(grid.dY);
+    const WarpPositions rows(frame);
+    const int row = input.between(0, height - 1), first = input.between(0, frame.x.outCropSize - 1);
+    const GridRows nodes = rows.row(*nodesX, *nodesY, row);
+    Positions plain(std::min(input.between(1, kWarpRunColumns), frame.x.outCropSize - first));
+    const auto compute = [&](const WarpKernels& kernels, uint8_t* to) {
+        Positions positions(plain.count);
+        rows.compute(kernels, nodes, row, first, plain.count, positions.x.data(), positions.y.data());
+        std::memcpy(to, positions.x.data(), positions.bytes());
+        std::memcpy(to + positions.bytes(), positions.y.data(), positions.bytes());
+    };
+    forEachVectorTable(kWarpTables, [&](const WarpKernels& vector) {
+        expectSameOutput(
+            {}, 2 * plain.bytes(), [&](const uint8_t*, uint8_t* to) { compute(vector, to); },
+            [&](const uint8_t*, uint8_t* to) { compute(kWarpPlain, to); });
+    });
+    rows.compute(kWarpPlain, nodes, row, first, plain.count, plain.x.data(), plain.y.data());
+    return plain;
+}
+
+/// Positions that no grid makes, near the picture's middle or anywhere.
+Positions anyPositions(Input& input, int width, int height) {
+    Positions positions(input.between(1, kWarpRunColumns));
+    const int shift = input.between(0, 24);
+    const auto fill = [&](std::vector<int32_t>& axis, int size) {
+        const Bytes noise = input.content(axis.size() * sizeof(int32_t));
+        std::memcpy(axis.data(), noise.data(), noise.size());
+        for (int32_t& position : axis) position = wrapAdd(position >> shift, size * 128);
+    };
+    fill(positions.x, width);
+    fill(positions.y, height);
+    return positions;
+}
+
+/// Every instruction set's kernels against the plain ones.
+void kernelTables(Input& input) {
+    const int width = input.side(kSmallestWarpSide) & ~1, height = 2 * input.between(kSmallestWarpSide / 2, 40);
+    const Positions at =
+        input.ConsumeBool() ? positionsOfRow(input, width, height) : anyPositions(input, width, height);
+    const Bytes luma = input.content(static_cast<size_t>(width * height));
+    const Bytes chroma = input.content(luma.size() / 2);
+    const int first = input.between(0, 1), pairs = (at.count - first + 1) / 2;
+    forEachVectorTable(kWarpTables, [&](const WarpKernels& vector) {
+        const auto sampleLuma = [&](const WarpKernels& kernels, const uint8_t* from, uint8_t* to) {
+            return kernels.luma({from, nullptr, width, height}, at.x.data(), at.y.data(), at.count, to);
+        };
+        const auto sampleChroma = [&](const WarpKernels& kernels, const uint8_t* from, uint8_t* to) {
+            kernels.chroma({nullptr, from, width, height}, at.x.data() + first, at.y.data() + first, pairs, to);
+        };
+        bool isAll = false, isAllPlain = false;
+        expectSameOutput(
+            luma, static_cast<size_t>(at.count),
+            [&](const uint8_t* from, uint8_t* to) { isAll = sampleLuma(vector, from, to); },
+            [&](const uint8_t* from, uint8_t* to) { isAllPlain = sampleLuma(kWarpPlain, from, to); });
+        FUZZ_EXPECT(isAllPlain || !isAll);
+        expectSameOutput(
+            chroma, static_cast<size_t>(2 * pairs),
+            [&](const uint8_t* from, uint8_t* to) { sampleChroma(vector, from, to); },
+            [&](const uint8_t* from, uint8_t* to) { sampleChroma(kWarpPlain, from, to); });
+    });
+}
+
 /// A packed NV12 picture as three planes, and the way back.
 Bytes toPlanes(const Bytes& picture, size_t luma) {
     Bytes planes = picture;
@@ -240,8 +335,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vantor::fuzz::Input input(data, size);
     // Requests are slow: none is smaller than 96 x 64.
     using namespace vantor::fuzz;
-    constexpr void (*kTargets[])(Input&) = {core, core, core, core, core,    core,
-                                            core, core, core, core, refusal, request};
+    constexpr void (*kTargets[])(Input&) = {core,         core,         core,         core,         core,    core,
+                                            kernelTables, kernelTables, kernelTables, kernelTables, refusal, request};
     input.PickValueInArray(kTargets)(input);
     return 0;
 }

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <vector>
 
+#include "processor/instruction_set.h"
+
 namespace vantor::fuzz {
 
 /// @name Policy
@@ -32,9 +34,10 @@ constexpr int kLargestStridePadding = 9;  ///< bytes behind a row
 constexpr int kLargestWarpSide = 32;      ///< of pictures given to the model's core
 constexpr int kLargestWarpWidth = 112;    ///< of pictures given to requests, which take none below 96 x 64
 constexpr int kLargestWarpHeight = 66;
-constexpr size_t kMostFrameBytes = size_t{1} << 22;  ///< of files that claim more, nothing is decoded
-constexpr size_t kMostFrames = 64;                   ///< read from a clip
-constexpr size_t kMostBufferBytes = 16000;           ///< shared with the service
+constexpr size_t kMostFrameBytes = size_t{1} << 22;   ///< of files that claim more, nothing is decoded
+constexpr size_t kMostFrames = 64;                    ///< read from a clip
+constexpr size_t kMostBufferBytes = 16000;            ///< shared with the service
+constexpr size_t kMostReplayBytes = size_t{1} << 18;  ///< of a record's result, where its request is run again
 /// @}
 
 using Bytes = std::vector<uint8_t>;
@@ -132,6 +135,14 @@ void expectSameOutput(const Bytes& source, size_t outputBytes, Product&& product
     reference(source.data(), expected.data());
     FUZZ_EXPECT(given == source);
     expectSame(actual.data(), expected.data(), outputBytes);
+}
+
+/// Calls `use` with each table but the plain one that this processor can run.
+template <typename Kernels, int Count, typename Use>
+void forEachVectorTable(const Kernels* const (&tables)[Count], Use&& use) {
+    for (int i = 1; i < Count; ++i) {
+        if (processorHas(tables[i]->set)) use(*tables[i]);
+    }
 }
 
 }  // namespace vantor::fuzz

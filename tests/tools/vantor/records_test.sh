@@ -61,6 +61,8 @@ refuse 'operation "rm": expected runInterpBicubic, runCSC' 's/runGDCMatrix/rm/'
 refuse 'grid is missing' 's/runGDCMatrix/runGDCGrid/'
 refuse 'source.hash "../..": expected 16 hexadecimal digits' '/"source"/s/"hash":"[0-9a-f]*/"hash":"..\/../'
 refuse 'the header is no JSON object' 's/^ "format"/]/'
+nest=$(printf '[%.0s' {1..60000})$(printf ']%.0s' {1..60000}) # as JSON to read, 7 GB
+refuse 'the header has a value inside more than 8 objects and lists' "s/^ \"made_by\".*/ \"made_by\": $nest,/"
 refuse 'the file has 1' '/"destination"/s/\[320,180/[16384,16384/'
 head -c 1000 bug.vrec >x.vrec
 expect 2 "x.vrec: no readable record: the header ends after 958 of" replay x.vrec

@@ -20,6 +20,7 @@ using Operation = Request::Operation;
 constexpr int kVersion = 1;
 constexpr size_t kFirstLine = sizeof "vantor-record 1 00012345 0123456789abcdef\n" - 1;
 constexpr size_t kLongestHeader = 128 * 1024;
+constexpr int kDeepestHeader = 8;  ///< objects and lists around a value
 constexpr Operation kOperations[] = {Operation::InterpBicubic, Operation::Csc, Operation::GdcGrid,
                                      Operation::GdcMatrix};
 
@@ -252,7 +253,16 @@ Json readHeader(InputFile& file) {
         refuse(file.name(),
                "the header is damaged: its hash is " + hash + ", the first line says " + first.hash);
     }
-    Json header = Json::parse(text, nullptr, false);
+    bool isTooDeep = false;
+    const auto isWanted = [&](int depth, Json::parse_event_t, const Json&) {
+        isTooDeep |= depth > kDeepestHeader;
+        return !isTooDeep;
+    };
+    Json header = Json::parse(text, isWanted, false);
+    if (isTooDeep) {
+        refuse(file.name(), "the header has a value inside more than " + std::to_string(kDeepestHeader) +
+                                " objects and lists");
+    }
     if (!header.is_object()) refuse(file.name(), "the header is no JSON object");
     return header;
 }
