@@ -156,6 +156,12 @@ void calibration(const Bytes& bytes) {
 void record(const Bytes& bytes) {
     const MemoryFile file(bytes);
     const Record read = readRecord(file.path());
+    FUZZ_EXPECT(read.source.planes.size() + read.result.planes.size() < bytes.size());
+    for (const RecordedPicture* picture : {&read.source, &read.result}) {
+        const auto& [left, top, right, bottom] = picture->region;
+        FUZZ_EXPECT(0 <= left && left <= right && right < picture->size.width);
+        FUZZ_EXPECT(0 <= top && top <= bottom && bottom < picture->size.height);
+    }
     if (byteCount(read.layout, read.result.size) > kMostReplayBytes) return;
     CLI::App app;
     tool::Run run;
