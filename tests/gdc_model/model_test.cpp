@@ -123,15 +123,16 @@ TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
                            128, 128, region.left, region.top, outW, outH);
         // Apart from the source, in its place, or shifted over its end or start.
         const size_t shifts[] = {2 * luma, 0, luma / 2, luma};
-        Bytes memory(4 * luma, 3), expected(luma * 3 / 2, 3);
         const size_t from = random.between(0, 1) ? luma / 2 : 0, to = shifts[random.between(0, 3)];
-        std::copy(picture.begin(), picture.end(), memory.begin() + static_cast<std::ptrdiff_t>(from));
-        if (isGray) std::copy_n(memory.begin() + static_cast<std::ptrdiff_t>(to), luma * 3 / 2, expected.begin());
-        for (size_t k = 0; k < luma * (isGray ? 2 : 3) / 2; ++k) {
+        const size_t bytes = isGray ? luma : luma * 3 / 2;
+        GuardedPlane memory(Bytes(std::max(from, to) + bytes, 3), i % 2 ? Guard::Back : Guard::Front);
+        uint8_t* const at = memory.data();
+        std::copy_n(picture.begin(), bytes, at + from);
+        Bytes expected(bytes);
+        for (size_t k = 0; k < bytes; ++k) {
             const size_t planar = k < luma ? k : luma + (k - luma) / 2 + (k % 2 ? luma / 4 : 0);
             expected[k] = static_cast<uint8_t>(dst[planar]);
         }
-        uint8_t* const at = memory.data();
         warpPicture(W, H, region, {at + from, isGray ? nullptr : at + from + luma},
                     {at + to, isGray ? nullptr : at + to + luma}, gridX.data(), gridY.data());
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), at + to))

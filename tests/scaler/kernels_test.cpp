@@ -59,10 +59,10 @@ public:
     template <typename Plan, typename Sample, typename Kernels, typename... More>
     std::vector<Sample> filter(const Kernels& kernels, Guard guard, int outputs, More... more) const {
         GuardedPlane guarded(row, guard);
-        std::vector<Sample> out(static_cast<size_t>(outputs) * kStripColumns);
-        PlannedColumns<Kernels, Plan>(kernels, taps, more...).filter(guarded.data(), guarded.data(), out.data());
-        out.resize(static_cast<size_t>(outputs * taps.columns));
-        return out;
+        GuardedPlane out(static_cast<size_t>(outputs * paddedColumns(taps.columns)) * sizeof(Sample), Guard::Back);
+        auto* const samples = reinterpret_cast<Sample*>(out.data());
+        PlannedColumns<Kernels, Plan>(kernels, taps, more...).filter(guarded.data(), guarded.data(), samples);
+        return {samples, samples + outputs * taps.columns};
     }
 
     ColumnTaps taps;
