@@ -105,16 +105,18 @@ std::vector<std::vector<Sample>> combinations(const std::vector<Sample>& levels)
     return rows;
 }
 
-/// Blends the combinations by every table, one byte off alignment, up to a guard.
+/// Blends the combinations by every table, up to a guard, each weight those of one column less.
 template <size_t Rows, typename Sample, typename Kernels, int Count, typename Weight>
 void expectSameBlend(const Kernels* const (&tables)[Count], const std::vector<Sample>& levels,
                      const std::vector<Weight>& weights, size_t samplesPerColumn) {
     const auto samples = combinations<Rows>(levels);
     const Sample* rows[Rows];
     for (size_t row = 0; row < Rows; ++row) rows[row] = samples[row].data();
-    const size_t columns = (samples[0].size() - kVectorColumns) / samplesPerColumn;
-    GuardedPlane expected(columns * samplesPerColumn, Guard::Back), out(columns * samplesPerColumn, Guard::Back);
-    for (const Weight& weight : weights) {
+    const size_t most = (samples[0].size() - kVectorColumns) / samplesPerColumn;
+    for (size_t i = 0; i < weights.size(); ++i) {
+        const Weight& weight = weights[i];
+        const size_t columns = most - i % kVectorColumns;
+        GuardedPlane expected(columns * samplesPerColumn, Guard::Back), out(columns * samplesPerColumn, Guard::Back);
         tables[0]->blendRows(rows, weight, expected.data(), static_cast<int>(columns));
         for (const Kernels* table : tables) {
             if (table == tables[0] || !processorHas(table->set)) continue;
