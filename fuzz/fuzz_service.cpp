@@ -65,7 +65,7 @@ public:
                 if (kind > 4) *edge = (*edge & 1) + 2 * input.between(0, kLargestSide / 2);
             }
         }
-        const auto luma = static_cast<uint64_t>(int64_t{geometry.width} * geometry.height);
+        const int64_t luma = int64_t{geometry.width} * geometry.height;
         const bool isPair = input.ConsumeBool();
         addBuffer(input, isPair ? luma : luma + luma / 2);
         if (isPair) addBuffer(input, luma / 2);
@@ -113,9 +113,9 @@ private:
     }
 
     /// One of the length that is needed, or near to it.
-    void addBuffer(Input& input, uint64_t needed) {
+    void addBuffer(Input& input, int64_t needed) {
         const int change = input.between(0, 7) == 0 ? input.between(-64, 64) : 0;
-        const auto length = std::min<uint64_t>(needed + static_cast<uint64_t>(int64_t{change}), kMostBufferBytes);
+        const auto length = std::clamp<int64_t>(needed + change, 0, kMostBufferBytes);
         buffers.push_back(
             std::make_unique<Shared>(input.content(static_cast<size_t>(length)), input.between(0, 15) == 0));
     }

@@ -78,7 +78,7 @@ public:
         Bytes given = ConsumeBytes<uint8_t>(kind == 0 ? 64 : 4);
         given.resize(std::max<size_t>(given.size(), 4), 0x80);
         uint32_t state = 1;
-        for (size_t i = 0; i < 4; ++i) state = state << 8 ^ given[i];
+        for (size_t i = 0; i < 4; ++i) state = static_cast<uint32_t>(uint64_t{state} << 8 ^ given[i]);
         Bytes bytes(size);
         for (size_t i = 0; i < size; ++i) {
             state = static_cast<uint32_t>(state * uint64_t{1664525} + 1013904223);

@@ -104,8 +104,8 @@ private:
     int listBorder(int count) {
         const auto width = static_cast<uint32_t>(frame_.x.sourceSize);
         const auto height = static_cast<uint32_t>(frame_.y.sourceSize);
-        const auto isBetween = [](int32_t position, uint32_t first, uint32_t samples) {
-            return static_cast<uint32_t>(position) - first < samples * 256;
+        const auto isBetween = [](int32_t position, int32_t first, uint32_t samples) {
+            return static_cast<uint32_t>(wrapSub(position, first)) < samples * 256;
         };
         int found = 0;
         for (int i = 0; i < count; ++i) {

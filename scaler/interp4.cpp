@@ -194,13 +194,14 @@ public:
           axis_(axis),
           firstPair_(firstPair),
           pairs_(pairs) {
+        if (src.width < kTaps) return;
         uint32_t* tap = table_.tap;
         uint8_t* phase = table_.phase;
         axis.walk(2 * firstPair, pairs, 2, [&](int64_t position) {
             *tap++ = 2 * static_cast<uint32_t>(position >> 6);
             *phase++ = static_cast<uint8_t>(position & 63);
         });
-        if (src.width >= kTaps) columns_.emplace(pairKernels(), table_.padded(pairs));
+        columns_.emplace(pairKernels(), table_.padded(pairs));
     }
 
     int pairs() const { return pairs_; }
@@ -209,8 +210,7 @@ public:
     int planeRows() const { return (src_.height + 1) / 2; }
 
     void filter(int row, int next, uint8_t* out) const {
-        const int64_t lastByte = offset(row, table_.tap[pairs_ - 1] + 3);
-        if (columns_ && lastByte < planeBytes_) {
+        if (columns_ && offset(row, table_.tap[pairs_ - 1] + 3) < planeBytes_) {
             columns_->filter(src_.row(row), src_.row(next), out);
         } else {
             for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);

@@ -27,11 +27,15 @@ uint32_t product(int a, int b) {
     return static_cast<uint32_t>(a * b);
 }
 
+/// Weights that are none of a filter's may lead beyond 32 bits.
+uint32_t wrappedSum(const int16_t* const rows[4], const int16_t* weights, int i) {
+    return product(weights[0], rows[0][i]) + product(weights[1], rows[1][i]) +
+           product(weights[2], rows[2][i]) + product(weights[3], rows[3][i]);
+}
+
 void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
     for (int i = 0; i < columns; ++i) {
-        const uint32_t wrapped = product(weights[0], rows[0][i]) + product(weights[1], rows[1][i]) +
-                                 product(weights[2], rows[2][i]) + product(weights[3], rows[3][i]);
-        const auto sum = static_cast<int32_t>(wrapped);
+        const auto sum = static_cast<int32_t>(wrappedSum(rows, weights, i));
         out[i] = static_cast<uint8_t>(std::clamp((sum >> 16) + ((sum >> 15) & 1), 0, 255));
     }
 }

@@ -65,7 +65,7 @@ struct Avx512 : Avx512Lanes {
     static Vector pick(const Vector (&window)[Windows], Vector shuffle) {
         Vector picked = _mm512_permutexvar_epi8(shuffle, window[0]);
         for (int w = 1; w < Windows; ++w) {
-            const __mmask64 lanes = ~__mmask64{0} << (w * kBytes / Windows);
+            const __mmask64 lanes = ~((__mmask64{1} << (w * kBytes / Windows)) - 1);
             picked = _mm512_mask_permutexvar_epi8(picked, lanes, shuffle, window[w]);
         }
         return picked;

@@ -109,7 +109,8 @@ TEST(Soak, RequestsGiveTheSameBytesAndLeaveNothingBehind) {
     const vantorClient::_GDCGrid grid = wavyGrid(random);
     std::vector<Bytes> first;
     for (const Request& request : kMixed) first.push_back(run(request, source, grid, Guard::Back));
-    for (size_t i : {1, 4, 9}) EXPECT_TRUE(first[i] == first[i - 1]) << "the service's " << i << ", seed " << seed();
+    for (const size_t i : {size_t{1}, size_t{4}, size_t{9}})
+        EXPECT_TRUE(first[i] == first[i - 1]) << "the service's " << i << ", seed " << seed();
 
     const char* given = std::getenv("VANTOR_REQUESTS");
     const int requests = given ? std::atoi(given) : kRequests;

@@ -120,7 +120,7 @@ void fourTap(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* 
                     hsum += coefficients[(px & 31) * 4 + i] * row[tap];
                 }
                 const int h = std::clamp((hsum + 128) >> 8, -32768, 32767);  // 1/16 of a level
-                vsum += static_cast<uint32_t>(coefficients[(py & 31) * 4 + j] * h);
+                vsum = static_cast<uint32_t>(vsum + int64_t{coefficients[(py & 31) * 4 + j] * h});
             }
             // The rounding is not part of the wrapping sum: a value beyond 16 bits saturates. The byte range
             // lies inside the 16-bit range, so one clamp does for both.

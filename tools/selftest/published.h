@@ -10,7 +10,7 @@ namespace vantor::selftest {
 /// height; each of their bytes is the next x's top byte, or 255 times its top bit where they are extreme.
 /// Hashes are 32-bit FNV-1a.
 constexpr uint32_t generatorStep(uint32_t x) {
-    return x * 1664525 + 1013904223;
+    return static_cast<uint32_t>(x * uint64_t{1664525} + 1013904223);
 }
 
 struct Scaling {

@@ -40,7 +40,7 @@ struct Picture {
 };
 
 uint32_t hashByte(uint32_t hash, uint32_t byte) {
-    return (hash ^ (byte & 255)) * 16777619;
+    return static_cast<uint32_t>((hash ^ (byte & 255)) * uint64_t{16777619});
 }
 
 uint32_t hashWord(uint32_t hash, uint32_t word) {
