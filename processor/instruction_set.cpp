@@ -3,6 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#if defined(__x86_64__)
+#include <cpuid.h>
+#endif
+
 namespace vantor {
 namespace {
 
@@ -27,6 +31,28 @@ InstructionSet lastAllowedSet() {
     return limit ? limit->last : InstructionSet::Avx512;
 }
 
+#if defined(__x86_64__)
+// All that the flags of the kernels' files (CMakeLists.txt) let g++ and clang use. The compilers' own
+// question covers the system's part: it says yes only if the system saves the registers of the set (OSXSAVE,
+// XCR0).
+
+bool hasAvx2() {
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+}
+
+/// clang's -mavx512f allows conversions of half floats, but it does not know their name to ask for.
+bool hasHalfFloats() {
+    unsigned eax, ebx, ecx, edx;
+    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_F16C) != 0;
+}
+
+bool hasAvx512() {
+    return hasAvx2() && __builtin_cpu_supports("fma") && hasHalfFloats() &&
+           __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
+}
+#endif
+
 }  // namespace
 
 const char* instructionSetName(InstructionSet set) {
@@ -49,11 +75,8 @@ bool processorHas(InstructionSet set) {
     if (set == InstructionSet::Neon) return true;
 #endif
 #if defined(__x86_64__)
-    if (set == InstructionSet::Avx2) return __builtin_cpu_supports("avx2");
-    if (set == InstructionSet::Avx512) {
-        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-               __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
-    }
+    if (set == InstructionSet::Avx2) return hasAvx2();
+    if (set == InstructionSet::Avx512) return hasAvx512();
 #endif
     return false;
 }

@@ -12,7 +12,8 @@ constexpr InstructionSet kInstructionSets[] = {InstructionSet::Plain, Instructio
 /// "plain", "neon", "avx2" or "avx512".
 const char* instructionSetName(InstructionSet set);
 
-/// Whether the processor can run kernels of this set. Avx512 stands for F, BW, VL and VBMI together.
+/// Whether the processor and the system can run kernels of this set. Avx2 stands for AVX2 and POPCNT, Avx512
+/// for those, FMA, F16C and AVX-512's F, BW, VL and VBMI together.
 bool processorHas(InstructionSet set);
 
 /// Whether `name` is a value of VANTOR_CPU: "plain", "avx2" or "avx512". Null (unset) is one as well.

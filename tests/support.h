@@ -24,8 +24,18 @@
 #include <vector>
 
 #include "hardware/vantorClient/vantor_client.h"
+#include "processor/instruction_set.h"
 
 namespace vantor::test {
+
+/// Prints the table that this run uses. The tests run under every limit that users can set, so that each
+/// table this processor supports has its turn.
+template <typename Kernels, int Count>
+void reportTables(const char* family, const Kernels* const (&tables)[Count]) {
+    EXPECT_EQ(tables[0]->set, InstructionSet::Plain);
+    std::printf("kernel table tested: %s/%s\n", family, instructionSetName(bestTable(tables).set));
+    for (int i = 1; i < Count; ++i) EXPECT_LT(tables[i - 1]->set, tables[i]->set);
+}
 
 /// Which end of a plane touches an unmapped page.
 enum class Guard { Front, Back };

@@ -26,6 +26,8 @@ void forEachTable(Check&& check) {
     }
 }
 
+TEST(WarpKernels, EveryTableHasItsTurn) { reportTables("warp", kWarpTables); }
+
 TEST(WarpKernels, PositionsAreThePlainOnesUpToTheLimitsOfVectors) {
     Random random(seed());
     for (int i = 0; i < 2000; ++i) {

@@ -12,10 +12,10 @@ namespace {
 using hardware::vantorClient;
 using Bytes = std::vector<uint8_t>;
 
-#if defined(__arm__) || defined(__aarch64__) || defined(__SANITIZE_THREAD__)
-constexpr int kRequests = 60;  // emulated, or slow
-#else
+#if defined(__x86_64__) && !defined(__SANITIZE_THREAD__)
 constexpr int kRequests = 2000;
+#else
+constexpr int kRequests = 60;  // emulated, or slow
 #endif
 
 enum class Kind { Scale, Grid, Matrix };

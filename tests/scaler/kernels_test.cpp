@@ -15,15 +15,6 @@
 namespace vantor::test {
 namespace {
 
-/// Prints the table that this run uses. The tests run under every limit that users can set, so that each
-/// table this processor supports has its turn.
-template <typename Kernels, int Count>
-void reportTables(const char* family, const Kernels* const (&tables)[Count]) {
-    EXPECT_EQ(tables[0]->set, InstructionSet::Plain);
-    std::printf("kernel table tested: %s/%s\n", family, instructionSetName(bestTable(tables).set));
-    for (int i = 1; i < Count; ++i) EXPECT_LT(tables[i - 1]->set, tables[i]->set);
-}
-
 TEST(Kernels, EveryTableHasItsTurn) {
     reportTables("bicubic luma", kLumaTables);
     reportTables("bilinear chroma, cut", kCutPairsTables);
