@@ -8,7 +8,10 @@ packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 integration="make pkg-config"
 case ${1:-} in
---all) packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen $emulated $integration" ;;
+--all)
+    packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
+    packages="$packages g++-s390x-linux-gnu $integration"
+    ;;
 --api) packages="$packages doxygen" ;;
 --bench) packages="$packages libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config" ;;
 --count) packages="$packages $emulated" ;;

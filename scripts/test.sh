@@ -1,7 +1,7 @@
 #!/bin/sh
 # test.sh [--all]: sets up, builds and runs the native tests; with --all the whole matrix: the format of the sources,
-# the generated headers, the platform's real libraries, a build for the device's triple, the installation, g++ and
-# clang, sanitizers, 32-bit and 64-bit ARM under the emulator, and a short turn of each fuzzer.
+# the generated headers, the platform's real libraries, a build for the device's triple, the installation, valgrind, g++
+# and clang, sanitizers, 32-bit and 64-bit ARM and s390x under the emulator, and a short turn of each fuzzer.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh "$@"
@@ -24,7 +24,9 @@ if [ "${1:-}" = --all ]; then
     scripts/conformance.sh
     scripts/android.sh
     scripts/packages.sh
-    for preset in asan tsan arm arm64; do run "$preset"; done
+    echo "== memcheck"
+    scripts/memcheck.sh
+    for preset in release-clang asan tsan arm arm64 s390x; do run "$preset"; done
     echo "== fuzz"
     scripts/fuzz.sh 10
 fi
