@@ -7,6 +7,7 @@ case $(uname -m) in
 x86_64) column=3 ;;
 arm*) column=4 ;;
 aarch64) column=5 ;;
+s390x) column=6 ;;
 *) exit 77 ;;
 esac
 # stated ROW: the instruction sets that README states for a row, as vantor info spells them, in its order.
