@@ -1,84 +1,85 @@
-// The published results: hashes of what the library makes of generated pictures, from slow programs that
-// share no code with it.
+// Made by reference.py: what vantor selftest computes, and the hashes.
 #pragma once
 
-#include <cstdint>
+#include "tools/selftest/requests.h"
 
 namespace vantor::selftest {
 
-/// A step x of the generators: x = 1664525 x + 1013904223 mod 2^32. Pictures begin with x = 65536 width +
-/// height; each of their bytes is the next x's top byte, or 255 times its top bit where they are extreme.
-/// Hashes are 32-bit FNV-1a.
-constexpr uint32_t generatorStep(uint32_t x) {
-    return static_cast<uint32_t>(x * uint64_t{1664525} + 1013904223);
-}
-
-struct Scaling {
-    int srcWidth, srcHeight, dstWidth, dstHeight;
-    int format;  ///< of kLuma: position bits, 6 for interpolateBCY, 5 for interpolateBCY_1 and _2
-    int isExtreme;
-    uint32_t hash;  ///< of all destination bytes, which begin as 0xA5
-};
-
-constexpr int64_t kRaw = -1;
-
-struct GridWarp {
-    int width, height;
-    uint32_t seed;
-    int64_t amplitude;  ///< nodes, dX and dY in turn, are (x >> 8) mod (2 amplitude + 1) - amplitude; kRaw: x
-                        ///< itself
-    uint32_t hash;
-};
-
-struct MatrixWarp {
-    int width, height;
-    int16_t matrix[6];
-    uint32_t hash;
-};
-
-struct GridSet {
-    int width, height;
-    double matrix[6];
-    int clamp;
-    int scales[6];  ///< shifts, scales and inverse scales, across and down
-    uint32_t hash;  ///< of the points as 32-bit integers, little-endian
-};
-
-/// runInterpBicubic, chroma behind the luma.
+// clang-format off
 constexpr Scaling kEntry[] = {
-    {64, 48, 64, 48, 1, 0, 0xc8d923dc},    {33, 21, 33, 21, 0, 0, 0xd9b5d7b5},
-    {96, 72, 64, 48, 1, 0, 0x31699b42},    {128, 96, 64, 48, 1, 1, 0xbccca668},
-    {180, 150, 48, 40, 1, 0, 0x28fa6c2f},  {157, 113, 101, 67, 1, 0, 0x52cb1d27},
-    {157, 113, 101, 67, 0, 1, 0x3f4bcc28}, {40, 37, 40, 23, 1, 0, 0x958b461a},
-    {37, 24, 23, 24, 1, 1, 0xe396fdfc},    {40, 30, 23, 17, 1, 0, 0x1c4b175c},
-    {31, 14, 12, 7, 1, 1, 0xf8a91d65},     {40, 9, 12, 5, 0, 0, 0x298beb49},
-    {6, 6, 5, 3, 1, 0, 0x5d09961b},        {17, 12, 4, 6, 1, 1, 0xc691250a},
-    {6, 8, 4, 1, 1, 0, 0xd33b9210},        {9, 10, 5, 2, 0, 1, 0xa26c2f14},
-    {4, 4, 9, 7, 1, 0, 0x682f496a},        {4, 4, 9, 7, 0, 1, 0x7bb66c99},
-    {6, 6, 12, 3, 1, 0, 0xdfec85f3},       {6, 4, 23, 1, 1, 1, 0xb3326a02},
-    {64, 48, 96, 72, 1, 0, 0x9ac433a2},    {32, 24, 64, 48, 1, 1, 0x589c3e76},
-    {50, 34, 127, 93, 1, 1, 0x715c1d7b},   {60, 80, 120, 31, 1, 0, 0xf0a7425e},
-    {90, 40, 37, 111, 1, 1, 0x4b2e95c5},   {8, 6, 8, 13, 0, 0, 0x95c062b6},
-    {160, 8, 181, 11, 1, 1, 0x7e0cb6ad},   {94, 20, 189, 27, 1, 0, 0x2c81e6f6},
+    {64, 48, 64, 48, 1, 0, 0xc8d923dc},
+    {33, 21, 33, 21, 0, 0, 0xd9b5d7b5},
+    {96, 72, 64, 48, 1, 0, 0x31699b42},
+    {128, 96, 64, 48, 1, 1, 0xbccca668},
+    {180, 150, 48, 40, 1, 0, 0x28fa6c2f},
+    {157, 113, 101, 67, 1, 0, 0x52cb1d27},
+    {157, 113, 101, 67, 0, 1, 0x3f4bcc28},
+    {40, 37, 40, 23, 1, 0, 0x958b461a},
+    {37, 24, 23, 24, 1, 1, 0xe396fdfc},
+    {40, 30, 23, 17, 1, 0, 0x1c4b175c},
+    {31, 14, 12, 7, 1, 1, 0xf8a91d65},
+    {40, 9, 12, 5, 0, 0, 0x298beb49},
+    {6, 6, 5, 3, 1, 0, 0x5d09961b},
+    {17, 12, 4, 6, 1, 1, 0xc691250a},
+    {6, 8, 4, 1, 1, 0, 0xd33b9210},
+    {9, 10, 5, 2, 0, 1, 0xa26c2f14},
+    {4, 4, 9, 7, 1, 0, 0x682f496a},
+    {4, 4, 9, 7, 0, 1, 0x7bb66c99},
+    {6, 6, 12, 3, 1, 0, 0xdfec85f3},
+    {6, 4, 23, 1, 1, 1, 0xb3326a02},
+    {64, 48, 96, 72, 1, 0, 0x9ac433a2},
+    {32, 24, 64, 48, 1, 1, 0x589c3e76},
+    {50, 34, 127, 93, 1, 1, 0x715c1d7b},
+    {60, 80, 120, 31, 1, 0, 0xf0a7425e},
+    {90, 40, 37, 111, 1, 1, 0x4b2e95c5},
+    {8, 6, 8, 13, 0, 0, 0x95c062b6},
+    {160, 8, 181, 11, 1, 1, 0x7e0cb6ad},
+    {94, 20, 189, 27, 1, 0, 0x2c81e6f6},
+    {1700, 11, 1600, 8, 1, 0, 0xd3096d4f},
+    {800, 8, 1601, 17, 1, 1, 0xe42bfb00},
+    {960, 36, 320, 12, 1, 1, 0x0ad3cc18},
+    {96, 40, 64, 20, 1, 0, 0x7057c697},
+    {192, 40, 96, 27, 1, 0, 0xcc895934},
+    {200, 20, 300, 20, 1, 1, 0x7ab22010},
+    {904, 30, 130, 17, 1, 0, 0x94d54d4e},
+    {1400, 18, 128, 5, 1, 1, 0x581ab3f7},
+    {900, 12, 130, 31, 1, 0, 0x08621ade},
+    {1400, 6, 64, 13, 1, 1, 0xc662120c},
+    {12, 8, 300, 21, 1, 1, 0x1ecfc214},
+    {33, 21, 70, 50, 0, 0, 0x2461d110},
+    {37, 22, 75, 9, 1, 0, 0x5c90d395},
+    {36, 23, 80, 9, 1, 1, 0x627f1b51},
 };
 
-/// The luma variants that no request uses.
-constexpr Scaling kLuma[] = {
+constexpr LumaScaling kLuma[] = {
     {60, 44, 37, 29, 6, 0, 0x64402a0a},
     {24, 18, 41, 31, 6, 1, 0xc64e3b94},
     {60, 44, 37, 29, 5, 0, 0xcd8b21ea},
     {24, 18, 41, 31, 5, 1, 0x9b2f0999},
+    {1000, 9, 900, 7, 6, 1, 0x5c2b79d6},
+    {1000, 9, 900, 7, 5, 0, 0xf2deb928},
 };
 
-/// runGDCGrid in the model, whole pictures.
 constexpr GridWarp kGridWarps[] = {
-    {96, 64, 1, 0, 0x5e6d2e8a},      {96, 64, 2, 300, 0xb1623c1b},      {96, 64, 3, 20000, 0x44ad8a1f},
-    {112, 66, 4, 20000, 0x952f1a5b}, {112, 66, 5, 2000000, 0x221538a6}, {96, 200, 6, 20000, 0x787e35b1},
-    {160, 90, 7, 300, 0x575a8793},   {160, 90, 8, 2000000, 0xd9f04acb}, {96, 64, 9, 536870911, 0xdfc7edc5},
-    {112, 66, 10, kRaw, 0x1a656011}, {160, 90, 11, kRaw, 0x98dbf11d},
+    {96, 64, 1, 0, 1, {0, 0, 0, 0}, 0x5e6d2e8a},
+    {96, 64, 2, 300, 1, {0, 0, 0, 0}, 0xb1623c1b},
+    {96, 64, 3, 20000, 1, {0, 0, 0, 0}, 0x44ad8a1f},
+    {112, 66, 4, 20000, 1, {0, 0, 0, 0}, 0x952f1a5b},
+    {112, 66, 5, 2000000, 1, {0, 0, 0, 0}, 0x221538a6},
+    {96, 200, 6, 20000, 1, {0, 0, 0, 0}, 0x787e35b1},
+    {160, 90, 7, 300, 1, {0, 0, 0, 0}, 0x575a8793},
+    {160, 90, 8, 2000000, 1, {0, 0, 0, 0}, 0xd9f04acb},
+    {96, 64, 9, 536870911, 1, {0, 0, 0, 0}, 0xdfc7edc5},
+    {112, 66, 10, -1, 1, {0, 0, 0, 0}, 0x1a656011},
+    {160, 90, 11, -1, 1, {0, 0, 0, 0}, 0x98dbf11d},
+    {272, 66, 12, 300, 0, {0, 0, 0, 0}, 0x2a4f61f5},
+    {528, 130, 13, 20000, 1, {0, 0, 0, 0}, 0x1655e376},
+    {288, 140, 14, 300, 1, {8, 2, 270, 100}, 0x5a0a6649},
+    {96, 64, 15, 20000, 1, {3, 5, 41, 33}, 0x291ac6df},
+    {4112, 64, 16, 300, 1, {0, 0, 0, 0}, 0xfcb090cc},
+    {96, 3074, 17, 20000, 1, {0, 0, 0, 0}, 0xf3307f2a},
 };
 
-/// runGDCMatrix in the model, whole pictures.
 constexpr MatrixWarp kMatrixWarps[] = {
     {96, 64, {4096, 0, 0, 0, 4096, 0}, 0xf149b746},
     {96, 64, {4034, -711, 201, 711, 4034, -251}, 0x72874a00},
@@ -86,9 +87,10 @@ constexpr MatrixWarp kMatrixWarps[] = {
     {112, 66, {-4096, 37, 3551, -91, -4096, 2087}, 0x86d24ff6},
     {160, 90, {2048, 0, 1280, 0, 2048, 720}, 0x596d5242},
     {96, 64, {32767, -32768, 32767, -32768, 32767, -32768}, 0x5b27a9c1},
+    {272, 272, {0, -4096, 8672, 4096, 0, 0}, 0xb1b54b35},
+    {528, 66, {16384, 0, -25344, 0, 16384, -3168}, 0x96f17c95},
 };
 
-/// getGridSet.
 constexpr GridSet kGridSets[] = {
     {1920, 1080, {1.0, 0.0, 0.0, 0.0, 1.0, 0.0}, 1, {5, 5, 34953, 46603, 1920, 1440}, 0x733ddc6b},
     {1920, 1080, {0.9, 0.3, -165.7, 0.2, 1.05, 68.1}, 0, {5, 5, 34953, 46603, 1920, 1440}, 0x74b35b40},
@@ -98,12 +100,10 @@ constexpr GridSet kGridSets[] = {
     {1, 1, {0.5, 2.5, -1.5, 1.0, 0.0, 2.5}, 0, {0, 0, 2097152, 1572864, 1, 1}, 0xb3b0c78b},
     {4097, 3073, {0.9, -0.05, -201.5, 0.15, 1.3, -72.1}, 0, {7, 7, 65520, 65515, 4097, 4097}, 0x23b882a5},
     {0, 0, {1.0, 0.0, 0.0, 0.0, 1.0, 0.0}, 1, {0, 0, 2147483647, 2147483647, 0, 0}, 0x8a436eb5},
-    {8192,
-     6144,
-     {1000000000.0, -300000.0, 0.5, 3e+38, -3e+38, 0.0},
-     0,
-     {7, 7, 32768, 32768, 8192, 8192},
-     0xf66a4b2f},
+    {8192, 6144, {1000000000.0, -300000.0, 0.5, 3e+38, -3e+38, 0.0}, 0, {7, 7, 32768, 32768, 8192, 8192}, 0xf66a4b2f},
 };
+
+constexpr uint32_t kHashOverAll = 0x25ee663f;
+// clang-format on
 
 }  // namespace vantor::selftest
