@@ -67,6 +67,7 @@ ENTRY = [
     (33, 21, 70, 50, GRAY, RANDOM),
     (37, 22, 75, 9, NV12, RANDOM),
     (36, 23, 80, 9, NV12, EXTREME),
+    (3, 9, 2, 5, NV12, RANDOM),
 ]
 
 # The luma variants that no request uses: source size, destination size, fraction bits of a position (6 for
@@ -101,8 +102,8 @@ GRID_WARPS = [
     (528, 130, 13, 20000, NV12, WHOLE),  # several tiles of 64 rows of 256 columns
     (288, 140, 14, 300, NV12, (8, 2, 270, 100)),
     (96, 64, 15, 20000, NV12, (3, 5, 41, 33)),
-    (4112, 64, 16, 300, NV12, WHOLE),
-    (96, 3074, 17, 20000, NV12, WHOLE),
+    (4112, 64, 16, 400000, NV12, WHOLE),  # scales that take seven shifts
+    (96, 3074, 17, 20000, NV12, (0, 2700, 96, 374)),
 ]
 
 # runGDCMatrix in the model, whole pictures: size, matrix.
@@ -115,6 +116,14 @@ MATRIX_WARPS = [
     (96, 64, (32767, -32768, 32767, -32768, 32767, -32768)),
     (272, 272, (0, -4096, 8672, 4096, 0, 0)),
     (528, 66, (16384, 0, -25344, 0, 16384, -3168)),
+]
+
+# GDCRunnerCModel: size, matrix, size of the whole output, region of it, whether points are kept in the picture.
+MODEL_RUNS = [
+    (98, 66, (4034, -711, 201, 711, 4034, -251), (98, 66), (0, 0, 98, 66), 0),
+    (98, 66, (4034, -711, 201, 711, 4034, -251), (196, 150), (0, 0, 196, 150), 1),
+    (240, 136, (3900, 60, 300, -50, 4200, -170), (100, 46), (10, 4, 80, 30), 0),
+    (32, 24, (4096, 0, 0, 0, 4096, 0), (400, 300), (7, 3, 390, 282), 1),
 ]
 
 # getGridSet: size, matrix, whether points are kept in the picture.
@@ -394,8 +403,9 @@ def shift_of(size, limit):
     return next((6 - i for i in range(7) if size << i > limit // 2), 0)
 
 
-def virtual_coordinate(i, scale_, shift, end):
-    return clamp(((2 * i + 1) * scale_ + 2 ** (shift + 7)) >> (shift + 8), 0, end)
+def virtual_coordinate(i, scale_, shift, out_scale, end):
+    step = out_scale * scale_ >> 7
+    return clamp(((2 * i + 1) * step + 2 ** (shift + 7)) >> (shift + 8), 0, end)
 
 
 def folded(i, size):
@@ -440,21 +450,18 @@ def warped_chroma(lt, rt, lb, rb, fx, fy, xi, yi):
     return min((value + 256) >> 9, 255)
 
 
-def run_engine(samples, width, height, grid_x, grid_y, left, top, out_width, out_height):
-    """A region's three planes, one behind the other, in as many bytes as the whole picture has."""
-    shift_x, shift_y = shift_of(width, 4096), shift_of(height, 3072)
-    scale_x = min(65535, ((8192 << (shift_x + 8)) + width // 2) // width)
-    scale_y = min(65535, ((6144 << (shift_y + 8)) + height // 2) // height)
-    inverse_x, inverse_y = width, (8 * height + 3) // 6
-    out = bytearray(width * height * 3 // 2)
+def run_engine(samples, out, width, height, nodes, scales, out_scale_x, out_scale_y, region):
+    """A region's three planes, one behind the other. The output's step is in 1/128 source sample."""
+    shift_x, shift_y, scale_x, scale_y, inverse_x, inverse_y = scales
+    left, top, out_width, out_height = region
     u_plane, v_plane = out_width * out_height, out_width * out_height * 5 // 4
     for oy in range(top, top + out_height):
-        vy = virtual_coordinate(oy, scale_y, shift_y, VIRTUAL_HEIGHT)
-        columns_x, columns_y = ([column_value(grid, vy, c) for c in range(33)] for grid in (grid_x, grid_y))
+        vy = virtual_coordinate(oy, scale_y, shift_y, out_scale_y, VIRTUAL_HEIGHT)
+        columns_x, columns_y = ([column_value(nodes[i::2], vy, c) for c in range(33)] for i in (0, 1))
         for ox in range(left, left + out_width):
-            vx = virtual_coordinate(ox, scale_x, shift_x, VIRTUAL_WIDTH)
-            sx = int32(hwround(inverse_x * displacement(columns_x, vx), 13) + 128 * (2 * ox + 1))
-            sy = int32(hwround(inverse_y * displacement(columns_y, vx), 13) + 128 * (2 * oy + 1))
+            vx = virtual_coordinate(ox, scale_x, shift_x, out_scale_x, VIRTUAL_WIDTH)
+            sx = int32(hwround(inverse_x * displacement(columns_x, vx), 13) + out_scale_x * (2 * ox + 1))
+            sy = int32(hwround(inverse_y * displacement(columns_y, vx), 13) + out_scale_y * (2 * oy + 1))
             is_inside = 0 <= sx < 256 * width and 0 <= sy < 256 * height
             luma, u, v = sample(samples, width, height, sx, sy) if is_inside else (0, 128, 128)
             out[(oy - top) * out_width + ox - left] = luma
@@ -462,7 +469,6 @@ def run_engine(samples, width, height, grid_x, grid_y, left, top, out_width, out
                 at = out_width * ((oy - top) // 2) // 2 + (ox - left) // 2
                 out[u_plane + at] = u
                 out[v_plane + at] = v
-    return out
 
 
 def sample(samples, width, height, sx, sy):
@@ -479,14 +485,25 @@ def sample(samples, width, height, sx, sy):
     return luma, *uv
 
 
-def warp(samples, out, width, height, grid_x, grid_y, image_format, region):
-    luma = width * height
-    region = (0, 0, width, height) if region == WHOLE else region
-    planes = run_engine(samples, width, height, grid_x, grid_y, *region)
+def interleave(planes, out, luma):
+    """Three planes as two."""
     out[:luma] = planes[:luma]
+    out[luma::2] = planes[luma : luma + luma // 4]
+    out[luma + 1 :: 2] = planes[luma + luma // 4 :]
+
+
+def warp(samples, out, width, height, nodes, image_format, region):
+    shift_x, shift_y = shift_of(width, 4096), shift_of(height, 3072)
+    scale_x = min(65535, ((8192 << (shift_x + 8)) + width // 2) // width)
+    scale_y = min(65535, ((6144 << (shift_y + 8)) + height // 2) // height)
+    scales = shift_x, shift_y, scale_x, scale_y, width, (8 * height + 3) // 6
+    region = (0, 0, width, height) if region == WHOLE else region
+    planes = bytearray(len(out))
+    run_engine(samples, planes, width, height, nodes, scales, 128, 128, region)
     if image_format == NV12:
-        out[luma::2] = planes[luma : luma + luma // 4]
-        out[luma + 1 :: 2] = planes[luma + luma // 4 :]
+        interleave(planes, out, width * height)
+    else:
+        out[: width * height] = planes[: width * height]
 
 
 # Grids of a matrix.
@@ -523,6 +540,11 @@ def grid_set(width, height, matrix, is_clamped):
             points.append(virtual(int32(mapped(x, y, a, b, c, width) - x), scale_x, shift_x))
             points.append(virtual(int32(mapped(x, y, d, e, f, height) - y), scale_y, shift_y))
     return points, (shift_x, shift_y, scale_x, scale_y, width, quotient(8 * height + 3, 6))
+
+
+def fixed_point(matrix):
+    unit = (1 / 4096, 1 / 4096, 1 / 32)
+    return [m * u for m, u in zip(matrix, unit + unit)]
 
 
 # Generators, hashes and results.
@@ -567,9 +589,9 @@ def luma_result(src_width, src_height, dst_width, dst_height, bits, contents):
     return hash_of(out[: dst_width * dst_height])
 
 
-def warp_result(width, height, points, image_format, region):
+def warp_result(width, height, nodes, image_format, region):
     out = untouched(width, height)
-    warp(picture(width, height), out, width, height, points[0::2], points[1::2], image_format, region)
+    warp(picture(width, height), out, width, height, nodes, image_format, region)
     return hash_of(out)
 
 
@@ -584,9 +606,18 @@ def grid_result(width, height, seed, amplitude, image_format, region):
 
 
 def matrix_result(width, height, matrix):
-    unit = [1 / 4096, 1 / 4096, 1 / 32]
-    points, _ = grid_set(width, height, [m * u for m, u in zip(matrix, unit + unit)], True)
+    points, _ = grid_set(width, height, fixed_point(matrix), True)
     return warp_result(width, height, points, NV12, WHOLE)
+
+
+def model_result(width, height, matrix, whole, region, is_clamped):
+    points, scales = grid_set(width, height, fixed_point(matrix), is_clamped)
+    out_scales = width * 128 // whole[0], height * 128 // whole[1]
+    out = untouched(*region[2:])
+    planes = bytearray(len(out))
+    run_engine(picture(width, height), planes, width, height, points, scales, *out_scales, region)
+    interleave(planes, out, region[2] * region[3])
+    return hash_of(out)
 
 
 def grid_set_result(width, height, matrix, is_clamped):
@@ -599,6 +630,7 @@ TABLES = [
     ("LumaScaling", "kLuma", LUMA, luma_result),
     ("GridWarp", "kGridWarps", GRID_WARPS, grid_result),
     ("MatrixWarp", "kMatrixWarps", MATRIX_WARPS, matrix_result),
+    ("ModelRun", "kModelRuns", MODEL_RUNS, model_result),
     ("GridSet", "kGridSets", GRID_SETS, grid_set_result),
 ]
 

@@ -52,6 +52,18 @@ struct MatrixWarp {
     uint32_t hash;
 };
 
+/// GDCRunnerCModel, with one step for all of the output.
+struct ModelRun {
+    int width, height;
+    int16_t matrix[6];
+    struct {
+        int width, height;
+    } whole;
+    Region region;
+    int clamp;
+    uint32_t hash;
+};
+
 /// getGridSet.
 struct GridSet {
     int width, height;

@@ -1,11 +1,13 @@
 #include "tools/selftest/selftest.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <sstream>
 #include <vector>
 
 #include "gdc_model/gdc_grid.h"
+#include "gdc_model/gdc_planes.h"
 #include "hardware/vantorClient/vantor_client.h"
 #include "scaler/bicubic_luma.h"
 #include "tools/selftest/published.h"
@@ -117,9 +119,21 @@ uint32_t run(const MatrixWarp& request) {
     });
 }
 
+uint32_t run(const ModelRun& request) {
+    Picture src(request.width, request.height);
+    Picture dst(request.region.width, request.region.height);
+    src.generate(false);
+    int16_t matrix[6];
+    std::copy_n(request.matrix, 6, matrix);
+    GDCRunnerCModel(matrix, src.data.y, dst.data.y, request.width, request.height, request.whole.width,
+                    request.whole.height, request.region.left, request.region.top, request.region.width,
+                    request.region.height, request.clamp);
+    return hashOf(dst.bytes);
+}
+
 uint32_t run(const GridSet& request) {
     double matrix[9] = {};
-    for (int i = 0; i < 6; ++i) matrix[i] = request.matrix[i];
+    std::copy_n(request.matrix, 6, matrix);
     std::vector<_pos> points(1089);
     std::array<int, 6> s{};
     getGridSet(request.width, request.height, matrix, points.data(), &s[0], &s[1], &s[2], &s[3], &s[4], &s[5],
@@ -172,16 +186,22 @@ std::string name(const LumaScaling& r) {
     return joined("luma in 1/", 1 << r.positionBits, " ", sizes(r));
 }
 
+std::string name(const Region& r) {
+    return joined(size(r.width, r.height), " at ", r.left, ",", r.top);
+}
+
 std::string name(const GridWarp& r) {
-    const Region& region = r.region;
-    return joined("grid", formatName(r.format), " ", size(r.width, r.height), " seed ", r.seed) +
-           (region.width == 0 ? ""
-                              : joined(" region ", size(region.width, region.height), " at ", region.left,
-                                       ",", region.top));
+    return joined("grid", formatName(r.format), " ", size(r.width, r.height), " seed ", r.seed,
+                  r.region.width == 0 ? "" : " region " + name(r.region));
 }
 
 std::string name(const MatrixWarp& r) {
     return joined("matrix ", size(r.width, r.height), joined(r.matrix));
+}
+
+std::string name(const ModelRun& r) {
+    return joined("model ", size(r.width, r.height), " to ", name(r.region), " of ",
+                  size(r.whole.width, r.whole.height), r.clamp ? " clamped" : "");
 }
 
 std::string name(const GridSet& r) {
@@ -203,6 +223,7 @@ Result compute(const std::function<void(const Result&)>& report) {
     add(kLuma);
     add(kGridWarps);
     add(kMatrixWarps);
+    add(kModelRuns);
     add(kGridSets);
     return {"all", all, kHashOverAll};
 }
