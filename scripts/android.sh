@@ -1,6 +1,6 @@
 #!/bin/sh
 # android.sh: compiles and links the library for the device's triple, with Debian's parts instead of a development kit,
-# and compares what it asks of the device's libraries with platform/android/undefined.txt.
+# and compares what it asks of the device's libraries with platform/android/undefined.txt. Compiles its self-test as well.
 set -eu
 cd "$(dirname "$0")/.."
 out=$PWD/build-android
@@ -17,12 +17,17 @@ fi
 cxx_headers=$(dirname "$(find "$out/libcxx" -path '*c++/v1/vector')")
 c_headers=$(dirname "$(dirname "$(arm-linux-gnueabi-g++ -print-file-name=libc.so.6)")")/include
 
+# compile SOURCE OPTIONS...
+compile() {
+    clang++ --target=armv7a-linux-androideabi24 -std=c++17 -O2 -fPIC -ffp-contract=off -Wall -Wextra -Werror -nostdinc++ \
+        -nostdlibinc -isystem "$cxx_headers" -isystem "$c_headers" -I. -Iplatform/linux/include \
+        -isystem platform/linux/include/generated -c "$@"
+}
+
 objects=
 for source in $(git ls-files 'gdc_model/*.cpp' 'hardware/*.cpp' 'processor/*.cpp' 'scaler/*.cpp'); do
     object=$out/$(echo "$source" | tr / _).o
-    clang++ --target=armv7a-linux-androideabi24 -std=c++17 -O2 -fPIC -fvisibility=hidden -fvisibility-inlines-hidden \
-        -ffp-contract=off -Wall -Wextra -Werror -nostdinc++ -nostdlibinc -isystem "$cxx_headers" -isystem "$c_headers" \
-        -I. -Iplatform/linux/include -isystem platform/linux/include/generated -c "$source" -o "$object"
+    compile "$source" -fvisibility=hidden -fvisibility-inlines-hidden -o "$object"
     objects="$objects $object"
 done
 # shellcheck disable=SC2086 # a list of files
@@ -36,4 +41,5 @@ diff platform/android/undefined.txt "$out/undefined.txt" || {
     echo "android: the library asks other things of the device than platform/android/undefined.txt says (above)" >&2
     exit 1
 }
+for source in tools/selftest/*.cpp; do compile "$source" -fno-exceptions -fno-rtti -o "$out/selftest.o"; done
 echo "android: compiled, linked and asks for what it should"

@@ -1,11 +1,13 @@
-// vantor-selftest: whether the library gives the published bytes on this machine. Needs nothing but the
-// library, so that it runs on the device as well.
+#include "tools/selftest/selftest.h"
+
+#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <string>
+#include <sstream>
 #include <vector>
 
 #include "gdc_model/gdc_grid.h"
+#include "gdc_model/gdc_planes.h"
 #include "hardware/vantorClient/vantor_client.h"
 #include "scaler/bicubic_luma.h"
 #include "tools/selftest/published.h"
@@ -54,46 +56,29 @@ uint32_t hashOf(const std::vector<uint8_t>& bytes) {
     return hash;
 }
 
-/// Compares and reports one result at a time, and hashes all of them together.
-class Report {
-public:
-    void add(const std::string& name, int width, int height, uint32_t actual, uint32_t published) {
-        const bool isRight = actual == published;
-        std::printf("%-8s %4dx%-4d %08x %s\n", name.c_str(), width, height, actual, isRight ? "ok" : "WRONG");
-        all_ = hashWord(all_, actual);
-        (isRight ? right_ : wrong_)++;
-    }
-
-    int finish() const {
-        std::printf("all: %08x; %d right, %d wrong\n", all_, right_, wrong_);
-        return wrong_ == 0 ? 0 : 1;
-    }
-
-private:
-    uint32_t all_ = kHashStart;
-    int right_ = 0;
-    int wrong_ = 0;
-};
-
-uint32_t run(const Scaling& request, bool isLuma) {
+uint32_t run(const Scaling& request) {
     Picture src(request.srcWidth, request.srcHeight);
     Picture dst(request.dstWidth, request.dstHeight);
     src.generate(request.isExtreme != 0);
-    if (!isLuma)
-        return vantorClient::runInterpBicubic(dst.data, src.data, request.format) == 0 ? hashOf(dst.bytes)
-                                                                                       : 0;
+    const int status = vantorClient::runInterpBicubic(dst.data, src.data, request.format);
+    return status == 0 ? hashOf(dst.bytes) : 0;
+}
+
+uint32_t run(const LumaScaling& request) {
+    Picture src(request.srcWidth, request.srcHeight);
+    std::vector<uint8_t> luma(static_cast<size_t>(request.dstWidth * request.dstHeight));
+    src.generate(request.isExtreme != 0);
     const auto scale = [&](auto* kernel) {
-        kernel(src.data.y, dst.data.y, request.srcWidth, request.srcHeight, request.srcWidth,
+        kernel(src.data.y, luma.data(), request.srcWidth, request.srcHeight, request.srcWidth,
                request.dstWidth, request.dstHeight, request.dstWidth);
     };
-    if (request.format == 6) {
+    if (request.positionBits == 6) {
         scale(interpolateBCY);
     } else {
         scale(interpolateBCY_1);
         scale(interpolateBCY_2);
     }
-    dst.bytes.resize(static_cast<size_t>(request.dstWidth * request.dstHeight));
-    return hashOf(dst.bytes);
+    return hashOf(luma);
 }
 
 template <typename Warp>
@@ -116,8 +101,14 @@ uint32_t run(const GridWarp& request) {
         grid.dX[k] = node();
         grid.dY[k] = node();
     }
-    return warped(request.width, request.height, [&](const auto& dst, const auto& src) {
-        return vantorClient::runGDCGrid(dst, src, grid, hardware::IMAGE_FORMAT_NV12, hardware::GDC_C_MODEL);
+    return warped(request.width, request.height, [&](auto& dst, const auto& src) {
+        if (const Region& region = request.region; region.width > 0) {
+            dst.cropLeft = region.left;
+            dst.cropTop = region.top;
+            dst.cropRight = region.left + region.width - 1;
+            dst.cropBottom = region.top + region.height - 1;
+        }
+        return vantorClient::runGDCGrid(dst, src, grid, request.format, hardware::GDC_C_MODEL);
     });
 }
 
@@ -128,9 +119,21 @@ uint32_t run(const MatrixWarp& request) {
     });
 }
 
+uint32_t run(const ModelRun& request) {
+    Picture src(request.width, request.height);
+    Picture dst(request.region.width, request.region.height);
+    src.generate(false);
+    int16_t matrix[6];
+    std::copy_n(request.matrix, 6, matrix);
+    GDCRunnerCModel(matrix, src.data.y, dst.data.y, request.width, request.height, request.whole.width,
+                    request.whole.height, request.region.left, request.region.top, request.region.width,
+                    request.region.height, request.clamp);
+    return hashOf(dst.bytes);
+}
+
 uint32_t run(const GridSet& request) {
     double matrix[9] = {};
-    for (int i = 0; i < 6; ++i) matrix[i] = request.matrix[i];
+    std::copy_n(request.matrix, 6, matrix);
     std::vector<_pos> points(1089);
     std::array<int, 6> s{};
     getGridSet(request.width, request.height, matrix, points.data(), &s[0], &s[1], &s[2], &s[3], &s[4], &s[5],
@@ -146,19 +149,92 @@ uint32_t run(const GridSet& request) {
     return hash;
 }
 
-int runAll() {
-    Report report;
-    for (const Scaling& r : kEntry) report.add("scale", r.dstWidth, r.dstHeight, run(r, false), r.hash);
-    for (const Scaling& r : kLuma) report.add("luma", r.dstWidth, r.dstHeight, run(r, true), r.hash);
-    for (const GridWarp& r : kGridWarps) report.add("grid", r.width, r.height, run(r), r.hash);
-    for (const MatrixWarp& r : kMatrixWarps) report.add("matrix", r.width, r.height, run(r), r.hash);
-    for (const GridSet& r : kGridSets) report.add("gridset", r.width, r.height, run(r), r.hash);
-    return report.finish();
+template <typename... Part>
+std::string joined(const Part&... parts) {
+    std::ostringstream text;
+    (text << ... << parts);
+    return text.str();
+}
+
+template <typename Number>
+std::string joined(const Number (&numbers)[6]) {
+    std::string text;
+    for (Number number : numbers) text += joined(text.empty() ? " " : ",", number);
+    return text;
+}
+
+std::string size(int width, int height) {
+    return joined(width, "x", height);
+}
+
+const char* formatName(int format) {
+    return format == hardware::IMAGE_FORMAT_NV12 ? " nv12" : " gray";
+}
+
+/// Of any scaling.
+template <typename Request>
+std::string sizes(const Request& r) {
+    return joined(size(r.srcWidth, r.srcHeight), " to ", size(r.dstWidth, r.dstHeight),
+                  r.isExtreme ? " extreme" : "");
+}
+
+std::string name(const Scaling& r) {
+    return joined("scale", formatName(r.format), " ", sizes(r));
+}
+
+std::string name(const LumaScaling& r) {
+    return joined("luma in 1/", 1 << r.positionBits, " ", sizes(r));
+}
+
+std::string name(const Region& r) {
+    return joined(size(r.width, r.height), " at ", r.left, ",", r.top);
+}
+
+std::string name(const GridWarp& r) {
+    return joined("grid", formatName(r.format), " ", size(r.width, r.height), " seed ", r.seed,
+                  r.region.width == 0 ? "" : " region " + name(r.region));
+}
+
+std::string name(const MatrixWarp& r) {
+    return joined("matrix ", size(r.width, r.height), joined(r.matrix));
+}
+
+std::string name(const ModelRun& r) {
+    return joined("model ", size(r.width, r.height), " to ", name(r.region), " of ",
+                  size(r.whole.width, r.whole.height), r.clamp ? " clamped" : "");
+}
+
+std::string name(const GridSet& r) {
+    return joined("grid set ", size(r.width, r.height), joined(r.matrix), r.clamp ? " clamped" : "");
 }
 
 }  // namespace
-}  // namespace vantor::selftest
 
-int main() {
-    return vantor::selftest::runAll();
+Result compute(const std::function<void(const Result&)>& report) {
+    uint32_t all = kHashStart;
+    const auto add = [&](const auto& requests) {
+        for (const auto& request : requests) {
+            const Result result{name(request), run(request), request.hash};
+            all = hashWord(all, result.hash);
+            report(result);
+        }
+    };
+    add(kEntry);
+    add(kLuma);
+    add(kGridWarps);
+    add(kMatrixWarps);
+    add(kModelRuns);
+    add(kGridSets);
+    return {"all", all, kHashOverAll};
 }
+
+void print(const Result& result) {
+    std::printf("%-56s %08x", result.name.c_str(), result.hash);
+    if (result.isSame()) {
+        std::printf(" ok\n");
+    } else {
+        std::printf(", expected %08x\n", result.published);
+    }
+}
+
+}  // namespace vantor::selftest

@@ -1,5 +1,6 @@
 #include "tools/vantor/build_facts.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -61,6 +62,20 @@ Json buildFacts() {
               {"warp", family(kWarpTables)}}},
             {"VANTOR_CPU", variable("VANTOR_CPU")},
             {"VANTOR_LOG", variable("VANTOR_LOG")}};
+}
+
+std::string words(const Json& list) {
+    std::string text;
+    for (const std::string word : list) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+void printKernels(const Json& kernels) {
+    std::printf("kernels:\n");
+    for (const auto& [name, family] : kernels.items()) {
+        std::printf("  %-16s compiled %s; in use %s\n", name.c_str(), words(family["compiled"]).c_str(),
+                    family["in_use"].get<std::string>().c_str());
+    }
 }
 
 }  // namespace vantor::tool

@@ -24,6 +24,7 @@ void addChart(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
 void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& arguments);
 void addReplay(CLI::App& app, Run& run);
+void addSelftest(CLI::App& app, Run& run);
 
 /// The options that say what a raw input, and a raw result, is.
 void addFormOptions(CLI::App& command, FormOptions& input);

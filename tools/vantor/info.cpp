@@ -20,12 +20,6 @@ struct InfoOptions {
     bool json = false;
 };
 
-std::string words(const Json& list) {
-    std::string text;
-    for (const std::string word : list) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
 std::string text(const Json& value) {
     return value.is_null() ? "not set" : value.get<std::string>();
 }
@@ -53,11 +47,7 @@ void describeBuild(const InfoOptions& options) {
     std::printf("built for: %s, by %s\n", text(facts["built_for"]).c_str(), text(facts["compiler"]).c_str());
     std::printf("processor: %s\n", text(facts["processor"]).c_str());
     std::printf("instruction sets of the processor: %s\n", words(facts["instruction_sets"]).c_str());
-    std::printf("kernels:\n");
-    for (const auto& [name, family] : facts["kernels"].items()) {
-        std::printf("  %-16s compiled %s; in use %s\n", name.c_str(), words(family["compiled"]).c_str(),
-                    text(family["in_use"]).c_str());
-    }
+    printKernels(facts["kernels"]);
     for (const char* name : {"VANTOR_CPU", "VANTOR_LOG"}) {
         std::printf("%s: %s\n", name, text(facts[name]).c_str());
     }

@@ -61,9 +61,9 @@ int runTool(int argc, char** argv) {
         "  VANTOR_LOG=off|error|info     what the library logs on standard error; error if not set\n"
         "\n"
         "Exit status:\n"
-        "  0  done; compare, crosscheck, replay: the same\n"
-        "  1  compare, crosscheck, replay: different; scale, warp: not what --verify says; grid --check: "
-        "faults\n"
+        "  0  done; compare, crosscheck, replay, selftest: the same\n"
+        "  1  compare, crosscheck, replay, selftest: different; scale, warp: not what --verify says; "
+        "grid --check: faults\n"
         "  2  it could not be done, and standard error says why; no file was written\n"
         "\n"
         "Examples:\n"
@@ -84,6 +84,7 @@ int runTool(int argc, char** argv) {
     addInfo(app, run);
     addRecord(app, run, {argv + 1, argv + argc});
     addReplay(app, run);
+    addSelftest(app, run);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
         return trouble(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
     }

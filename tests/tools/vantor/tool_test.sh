@@ -328,6 +328,10 @@ done
 VANTOR_CPU=plain expect 0 "in use plain" info
 VANTOR_CPU=plain expect 0 '"in_use": "plain"' info --json
 expect 0 '"frames": 1' info chart.png --json
+VANTOR_CPU=plain expect 0 "in use plain" selftest
+all=$(sed -n 's/^all  *\([0-9a-f]\{8\}\) ok$/\1/p' out)
+expect 0 "\"hash\": \"${all:-none}\"" selftest --json
+grep -qF '"identical": false' out && fail "selftest: $(cat out)"
 expect 0 '"identical": true' crosscheck chart.png --matrix 5000,0,90,0,5000,7 --json
 expect 0 '"path": "hardware"' scale chart.png -o x.png --size 50% --path hw --json
 expect 2 "--json: expected a file as --output" scale chart.png -o - --size 50% --json
