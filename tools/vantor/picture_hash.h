@@ -4,6 +4,7 @@
 #include <xxhash.h>
 
 #include <memory>
+#include <new>
 #include <string>
 
 #include "tools/vantor/io/planes.h"
@@ -14,7 +15,10 @@ namespace vantor::tool {
 /// says of the file. 16 hexadecimal digits.
 class PictureHash {
 public:
-    PictureHash() : state_(XXH64_createState(), &XXH64_freeState) { XXH64_reset(state_.get(), 0); }
+    PictureHash() : state_(XXH64_createState(), &XXH64_freeState) {
+        if (!state_) throw std::bad_alloc();
+        XXH64_reset(state_.get(), 0);
+    }
 
     void add(const uint8_t* bytes, size_t count);
     void add(const FrameShape& shape, uint8_t* frame);
