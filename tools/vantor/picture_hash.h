@@ -4,9 +4,9 @@
 #include <xxhash.h>
 
 #include <memory>
-#include <new>
 #include <string>
 
+#include "tools/vantor/io/error.h"
 #include "tools/vantor/io/planes.h"
 
 namespace vantor::tool {
@@ -16,7 +16,7 @@ namespace vantor::tool {
 class PictureHash {
 public:
     PictureHash() : state_(XXH64_createState(), &XXH64_freeState) {
-        if (!state_) throw std::bad_alloc();
+        if (!state_) throw UserError("out of memory");
         XXH64_reset(state_.get(), 0);
     }
 

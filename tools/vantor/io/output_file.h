@@ -36,8 +36,8 @@ private:
     void giveName();
     mode_t rights() const;
 
-    std::string name_;  ///< what an error names
-    std::string goal_;  ///< where links lead
+    std::string name_;       ///< what an error names
+    std::string goal_;       ///< where links lead
     std::string temporary_;  ///< its name until it is finished, if it has one
     int descriptor_ = -1;
     bool isDirect_ = false;
