@@ -11,14 +11,21 @@
 
 namespace {
 int allocationsLeft = -1;  // before one fails; negative: none does
-}
+
+void* allocate(size_t size) { return allocationsLeft >= 0 && allocationsLeft-- == 0 ? nullptr : std::malloc(size); }
+}  // namespace
 
 void* operator new(size_t size) {
-    void* memory = allocationsLeft >= 0 && allocationsLeft-- == 0 ? nullptr : std::malloc(size);
+    void* memory = allocate(size);
     return memory ? memory : throw std::bad_alloc();
 }
+// The sanitizers' own forms of these would not call that one.
+void* operator new[](size_t size) { return operator new(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 
 namespace vantor::test {
 namespace {
