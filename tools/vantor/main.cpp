@@ -183,6 +183,8 @@ int main(int argc, char** argv) {
         return runTool(argc, argv);
     } catch (const UserError& error) {
         return trouble(error.what());
+    } catch (const std::bad_alloc&) {
+        return trouble("out of memory");
     } catch (const std::exception& error) {
         return trouble(error.what());
     }
