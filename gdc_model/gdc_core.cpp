@@ -1,6 +1,7 @@
 #include "gdc_model/gdc_core.h"
 
 #include <algorithm>
+#include <exception>
 #include <optional>
 
 #include "gdc_model/gdc_run.h"
@@ -77,6 +78,7 @@ public:
           positions_(frame) {}
 
     void run() {
+        if (!positions_.isReady()) std::terminate();  // as zeroed() does
         const WarpKernels& kernels = bestTable(kWarpTables);
         auto x = zeroed<int32_t>(static_cast<size_t>(frame_.x.outCropSize) + 2 * kWarpLanes);
         auto y = x;

@@ -81,6 +81,7 @@ struct CellCurve {
 struct GridRow {
     int32_t value[kGridNodes];
 
+    GridRow() = default;
     GridRow(const GdcGrid& grid, const VirtualPosition& y) {
         const int t = y.within;
         const int32_t q3 =

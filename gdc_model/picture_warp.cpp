@@ -5,7 +5,6 @@
 #include <iterator>
 #include <numeric>
 #include <optional>
-#include <vector>
 
 #include "gdc_model/gdc_extent.h"
 #include "gdc_model/gdc_run.h"
@@ -48,6 +47,9 @@ public:
           kernels_(kernelsFor(frame.x.sourceSize, frame.y.sourceSize)),
           positions_(frame) {}
 
+    /// Whether there was memory for the walk; without, nothing else may be asked.
+    bool isReady() const { return positions_.isReady(); }
+
     /// Leaves the state of a run, whose last pixels this computes.
     void storeState() {
         storeLastPosition(frame_);
@@ -65,16 +67,14 @@ public:
         // With an odd width, the last chroma sample of a row and the first of the next are one: the later
         // wins.
         const int tileRows = columns % 2 != 0 ? 1 : kTileRows;
-        std::vector<GridRows> grids;
-        grids.reserve(kTileRows);
+        GridRows grids[kTileRows];
         for (int top = 0; top < rows; top += tileRows) {
             const int bottom = std::min(top + tileRows, rows);
-            grids.clear();
-            for (int row = top; row < bottom; ++row) grids.push_back(gridRows(row));
+            for (int row = top; row < bottom; ++row) grids[row - top] = gridRows(row);
             for (int left = 0; left < columns; left += kWarpRunColumns) {
                 const int count = std::min(kWarpRunColumns, columns - left);
                 for (int row = top; row < bottom; ++row) {
-                    locate(grids[static_cast<size_t>(row - top)], row, left, count);
+                    locate(grids[row - top], row, left, count);
                     writeRun(dst, row, left, count);
                 }
             }
@@ -199,7 +199,7 @@ void copyPlanes(const uint8_t* planes, size_t luma, const PlanePair<uint8_t>& ds
 
 }  // namespace
 
-void warpPicture(int width, int height, const OutputRegion& region, const PlanePair<const uint8_t>& src,
+bool warpPicture(int width, int height, const OutputRegion& region, const PlanePair<const uint8_t>& src,
                  const PlanePair<uint8_t>& dst, const int32_t* gridX, const int32_t* gridY) noexcept {
     const GdcFrame frame = requestFrame(width, height, region);
     loadState(frame, gridX, gridY);
@@ -209,18 +209,23 @@ void warpPicture(int width, int height, const OutputRegion& region, const PlaneP
 
     const bool isEmpty = region.width < 1 || region.height < 1;
     std::optional<PictureWalk> walk;
-    if (!isEmpty) walk.emplace(frame, source).storeState();
-    if (!dst.y) return;
+    if (!isEmpty) {
+        if (!walk.emplace(frame, source).isReady()) return false;
+        walk->storeState();
+    }
+    if (!dst.y) return true;
     if (region.width == width && region.height == height && !overlap(src, dst, luma)) {
         walk->run(OutputPlanes(dst.y, dst.uv, width));
-        return;
+        return true;
     }
-    auto planes =
-        zeroed<uint8_t>(std::max(luma / 2 * 3, gdcPictureSamples(frame.x.outCropSize, frame.y.outCropSize)));
+    const auto planes = zeroedIfPossible<uint8_t>(
+        std::max(luma / 2 * 3, gdcPictureSamples(frame.x.outCropSize, frame.y.outCropSize)));
+    if (!planes) return false;
     if (!isEmpty) {
-        walk->run(OutputPlanes(planes.data(), frame.x.outCropSize, frame.y.outCropSize, frame.settings));
+        walk->run(OutputPlanes(planes.get(), frame.x.outCropSize, frame.y.outCropSize, frame.settings));
     }
-    copyPlanes(planes.data(), luma, dst);
+    copyPlanes(planes.get(), luma, dst);
+    return true;
 }
 
 }  // namespace vantor

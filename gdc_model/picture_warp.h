@@ -22,8 +22,8 @@ struct PlanePair {
 ///
 /// Planes may overlap: the output is then what it is for a source elsewhere. Takes about 8 bytes a column and
 /// 25 KB, and, for overlapping planes and regions of another size, as many bytes as the region has samples,
-/// and the picture at least. Ends the process where there is no memory for these.
-void warpPicture(int width, int height, const OutputRegion& region, const PlanePair<const uint8_t>& src,
+/// and the picture at least. Returns false, with nothing written, where there is no memory for these.
+bool warpPicture(int width, int height, const OutputRegion& region, const PlanePair<const uint8_t>& src,
                  const PlanePair<uint8_t>& dst, const int32_t* gridX, const int32_t* gridY) noexcept;
 
 }  // namespace vantor

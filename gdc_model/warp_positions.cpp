@@ -15,20 +15,38 @@ int32_t unmovedAt(const GdcAxis& axis, int index) {
     return unmovedCoordinate(axis, wrapAdd(axis.outCropStart, index));
 }
 
+VirtualPosition columnPosition(const GdcAxis& axis, int column) {
+    return virtualPosition(axis, wrapAdd(axis.outCropStart, column), kVirtualCellWidth);
+}
+
+/// How often a region's columns enter a cell.
+size_t countCells(const GdcAxis& axis) {
+    size_t count = 0;
+    int last = 0;
+    for (int i = 0; i < axis.outCropSize; ++i) {
+        const int cell = columnPosition(axis, i).cell;
+        count += i == 0 || cell != last;
+        last = cell;
+    }
+    return count;
+}
+
 }  // namespace
 
 WarpPositions::WarpPositions(const GdcFrame& frame)
     : frame_(frame),
       fitsVectors_(fitsVectors(frame.x) && fitsVectors(frame.y)),
-      within_(zeroed<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
-      bulge_(within_) {
+      within_(zeroedIfPossible<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
+      bulge_(zeroedIfPossible<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
+      cells_(zeroedIfPossible<CellColumns>(countCells(frame.x))),
+      cellCount_(0) {
+    if (!isReady()) return;
     for (int i = 0; i < frame.x.outCropSize; ++i) {
-        const VirtualPosition at =
-            virtualPosition(frame.x, wrapAdd(frame.x.outCropStart, i), kVirtualCellWidth);
+        const VirtualPosition at = columnPosition(frame.x, i);
         within_[static_cast<size_t>(i)] = at.within;
         bulge_[static_cast<size_t>(i)] = cellBulge(at.within);
-        if (cells_.empty() || cells_.back().cell != at.cell) cells_.push_back({at.cell, i, i});
-        ++cells_.back().end;
+        if (cellCount_ == 0 || cells_[cellCount_ - 1].cell != at.cell) cells_[cellCount_++] = {at.cell, i, i};
+        ++cells_[cellCount_ - 1].end;
     }
 }
 
@@ -54,11 +72,11 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
     };
     const int32_t unmovedY = unmovedAt(frame_.y, outRow);
     const int32_t stepX = wrapMul(2, frame_.x.outScale);
-    auto cell = std::upper_bound(cells_.begin(), cells_.end(), first,
-                                 [](int column, const CellColumns& c) { return column < c.end; });
+    auto* cell = std::upper_bound(cells_.get(), cells_.get() + cellCount_, first,
+                                  [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
-        positions({within_.data() + i, bulge_.data() + i, columns, grids.isShort,
+        positions({&within_[static_cast<size_t>(i)], &bulge_[static_cast<size_t>(i)], columns, grids.isShort,
                    line(grids.x, cell->cell, frame_.x, unmovedAt(frame_.x, i), stepX),
                    line(grids.y, cell->cell, frame_.y, unmovedY, 0)},
                   x + (i - first), y + (i - first));

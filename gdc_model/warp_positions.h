@@ -1,8 +1,9 @@
 // Where the pixels of an output region come from, row by row.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <memory>
 
 #include "gdc_model/gdc_frame.h"
 #include "gdc_model/grid_interp.h"
@@ -23,6 +24,9 @@ class WarpPositions {
 public:
     explicit WarpPositions(const GdcFrame& frame);
 
+    /// Whether there was memory for the columns; without, nothing else may be asked.
+    bool isReady() const { return within_ && bulge_ && cells_; }
+
     GridRows row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const;
 
     /// Source coordinates, in 1/256 sample, of `count` pixels of an output row. The arrays hold whole
@@ -40,9 +44,10 @@ private:
 
     const GdcFrame& frame_;
     bool fitsVectors_;
-    std::vector<int32_t> within_;
-    std::vector<int32_t> bulge_;
-    std::vector<CellColumns> cells_;
+    std::unique_ptr<int32_t[]> within_;
+    std::unique_ptr<int32_t[]> bulge_;
+    std::unique_ptr<CellColumns[]> cells_;
+    size_t cellCount_;
 };
 
 }  // namespace vantor

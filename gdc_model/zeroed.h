@@ -2,15 +2,23 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <new>
 #include <vector>
 
 namespace vantor {
 
 /// Values of 0. Ends the process where there is no memory: nothing leaves the exported functions by an
-/// exception.
+/// exception, and those that return nothing cannot tell.
 template <typename Value>
 std::vector<Value> zeroed(std::size_t count) noexcept {
     return std::vector<Value>(count);
+}
+
+/// Values of 0; null where there is no memory.
+template <typename Value>
+std::unique_ptr<Value[]> zeroedIfPossible(std::size_t count) noexcept {
+    return std::unique_ptr<Value[]>(new (std::nothrow) Value[count]());
 }
 
 }  // namespace vantor

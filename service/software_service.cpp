@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <mutex>
+#include <new>
 
 #include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/vantor_client.h"
@@ -45,8 +46,10 @@ Nv12 warped(const Nv12& picture, const SoftwareService::GdcGrid& grid) {
     const size_t luma = static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height);
     const uint8_t* const from = picture.bytes.data();
     uint8_t* const to = result.bytes.data();
-    warpPicture(picture.width, picture.height, {0, 0, picture.width - 1, picture.height - 1},
-                {from, from + luma}, {to, to + luma}, &grid.dX[0][0], &grid.dY[0][0]);
+    if (!warpPicture(picture.width, picture.height, {0, 0, picture.width - 1, picture.height - 1},
+                     {from, from + luma}, {to, to + luma}, &grid.dX[0][0], &grid.dY[0][0])) {
+        throw std::bad_alloc();
+    }
     return result;
 }
 

@@ -18,6 +18,10 @@ ClientToken warpingToken;
 
 int32_t ionDevice = -1;
 
+ClientToken newClientToken() noexcept {
+    return new ::android::hidl::base::V1_0::IBase();
+}
+
 namespace {
 
 std::atomic<int32_t> references{0};

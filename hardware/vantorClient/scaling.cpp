@@ -127,7 +127,7 @@ int32_t fallBack(const BufferData& dst, const BufferData& src, int32_t format) {
 
 int32_t vantorClient::runCSC(const BufferData& dst, const BufferData& src, int32_t format) {
     VANTOR_LOG_INFO(kFunction, vantor::kLineScale, "Process SCALING using CSC");
-    scalingToken = new ::android::hidl::base::V1_0::IBase();
+    scalingToken = newClientToken();
     if (!validate(dst, src, format)) return kFailure;
     const ScalingRequest request(dst, src);
     const ServiceOutcome outcome = runOnService(request, dst, src, format);

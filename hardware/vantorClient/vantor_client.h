@@ -130,7 +130,8 @@ public:
     ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format, target or
     /// pair of descriptors, a null luma plane (NV12 in the model). A region so large that its samples cannot
-    /// be counted in 32 bits fails with -38 and no line.
+    /// be counted in 32 bits fails with -38 and no line, and so does the model where there is no memory: it
+    /// takes some KB, and for overlapping planes and parts of a picture as much as the picture.
     static int32_t runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,
                               int32_t format, int32_t target);
 

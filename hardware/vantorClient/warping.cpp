@@ -92,15 +92,15 @@ int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid,
     // The model runs even when its output has no place: its state can be read.
     vantor::PlanePair<uint8_t> output{};
     if (dst.y != nullptr) output = {dst.y, chromaOf(dst, format)};
-    vantor::warpPicture(src.width, src.height, region, {src.y, chromaOf(src, format)}, output, grid.dX,
-                        grid.dY);
+    const bool isWarped = vantor::warpPicture(src.width, src.height, region, {src.y, chromaOf(src, format)},
+                                              output, grid.dX, grid.dY);
     if (format == IMAGE_FORMAT_NV12 && dst.y == nullptr) {
         VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelDestination,
                          "Invalid arguments [dst.y=%p / dst.uv=%p]", static_cast<void*>(dst.y),
                          static_cast<void*>(dst.uv));
         return kFailure;
     }
-    return kSuccess;
+    return isWarped ? kSuccess : kFailure;
 }
 
 BufferRecord warpingRecord;
@@ -153,7 +153,7 @@ int32_t fallBack(const BufferData& dst, const BufferData& src, int32_t format) {
 }
 
 int32_t runHardware(const BufferData& dst, const BufferData& src, const Grid& grid, int32_t format) {
-    warpingToken = new ::android::hidl::base::V1_0::IBase();
+    warpingToken = newClientToken();
     const WarpingRequest request(dst, src, grid);
     const ServiceOutcome outcome = runOnService(request, dst, src, format);
     return outcome == ServiceOutcome::Failed ? fallBack(dst, src, format) : statusOf(outcome);

@@ -5,7 +5,27 @@
 #include <dirent.h>
 #include <ion/ion.h>
 
+#include <new>
+
 #include "tests/support.h"
+
+namespace {
+int allocationsLeft = -1;  // before one fails; negative: none does
+
+void* allocate(size_t size) { return allocationsLeft >= 0 && allocationsLeft-- == 0 ? nullptr : std::malloc(size); }
+}  // namespace
+
+void* operator new(size_t size) {
+    void* memory = allocate(size);
+    return memory ? memory : throw std::bad_alloc();
+}
+// The sanitizers' own forms of these would not call that one.
+void* operator new[](size_t size) { return operator new(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 
 namespace vantor::test {
 namespace {
@@ -151,6 +171,36 @@ TEST_F(Direct, RefusesWhatDoesNotFit) {
         EXPECT_NE(0, scale(whole, {dst.fd}, whole, fds));
     }
     EXPECT_NE(0, int32_t{service->runCSC(whole, nullptr, whole, nullptr, nullptr)});
+}
+
+TEST_F(Direct, SurvivesAnyFailingAllocation) {
+    const Geometry whole{64, 64, 0, 0, 63, 63};
+    SoftwareService::Handle from, to;
+    from.setTo(handle({dup(src.fd)}), true);
+    to.setTo(handle({dup(dst.fd)}), true);
+    Picture picture(96, 64);
+    const vantorClient::_GDCGrid still{};
+    const SoftwareService::GdcGrid grid{};
+    const size_t descriptors = entries("/proc/self/fd");
+    const std::vector<std::function<int32_t()>> requests{
+        [&] { return int32_t{service->runCSC(whole, to, whole, from, nullptr)}; },
+        [&] { return int32_t{service->runGDC(whole, to, whole, from, grid, nullptr)}; },
+        [&] {  // in place, which takes a picture's memory
+            return vantorClient::runGDCGrid(picture.data, picture.data, still, 1, hardware::GDC_C_MODEL);
+        }};
+    for (size_t i = 0; i < requests.size(); ++i) {
+        const std::vector<uint8_t> before = i < 2 ? dst.copy(content.size()) : picture.bytes;
+        int failures = 0;
+        for (;; ++failures) {
+            allocationsLeft = failures;
+            const int32_t status = requests[i]();
+            allocationsLeft = -1;
+            if (status == 0) break;
+            ASSERT_TRUE(before == (i < 2 ? dst.copy(content.size()) : picture.bytes)) << "request " << i;
+        }
+        EXPECT_GE(failures, 3) << "request " << i;
+        EXPECT_EQ(descriptors, entries("/proc/self/fd")) << "request " << i;
+    }
 }
 
 }  // namespace

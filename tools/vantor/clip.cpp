@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -33,7 +34,10 @@ public:
     explicit SharedMemory(size_t length)
         : length_(length),
           address_(mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
-        if (address_ == MAP_FAILED) throw std::bad_alloc();
+        if (address_ == MAP_FAILED) {
+            throw UserError("no memory of " + std::to_string(length) +
+                            " bytes for frames: " + std::strerror(errno));
+        }
     }
     ~SharedMemory() { munmap(address_, length_); }
     SharedMemory(const SharedMemory&) = delete;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
 #include "tools/vantor/io/error.h"
 
@@ -16,6 +17,15 @@ cairo_status_t append(void* bytes, const unsigned char* data, unsigned int lengt
     return CAIRO_STATUS_SUCCESS;
 }
 
+/// cairo leaves things out, or ends the process, where there is no memory: so there must be more than it
+/// takes.
+cairo_surface_t* newSurface(int width, int height) {
+    constexpr size_t kBesidesPixels = size_t{8} << 20;
+    const size_t pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
+    ::operator delete(::operator new(kBesidesPixels + 8 * pixels));
+    return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+}
+
 void check(cairo_status_t status) {
     if (status != CAIRO_STATUS_SUCCESS)
         throw UserError(std::string("cannot draw: ") + cairo_status_to_string(status));
@@ -24,7 +34,7 @@ void check(cairo_status_t status) {
 }  // namespace
 
 Drawing::Drawing(int width, int height)
-    : surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height), cairo_surface_destroy),
+    : surface_(newSurface(width, height), cairo_surface_destroy),
       cairo_(cairo_create(surface_.get()), cairo_destroy) {
     check(cairo_status(cairo_.get()));
     cairo_set_line_join(cairo_.get(), CAIRO_LINE_JOIN_ROUND);
@@ -60,7 +70,9 @@ void Drawing::arrow(Point from, Point to, uint32_t color, double width) {
 
 void Drawing::text(Point at, const std::string& text, uint32_t color, double size, Align align) {
     ink(color);
-    cairo_select_font_face(cairo_.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+    // cairo's own letters look the same on every machine.
+    cairo_select_font_face(cairo_.get(), "@cairo:sans-serif", CAIRO_FONT_SLANT_NORMAL,
+                           CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(cairo_.get(), size);
     cairo_text_extents_t extents;
     cairo_text_extents(cairo_.get(), text.c_str(), &extents);
@@ -77,6 +89,7 @@ void Drawing::clip(Point corner, Point size) {
 }
 
 std::vector<uint8_t> Drawing::png() {
+    check(cairo_status(cairo_.get()));  // of all that was drawn
     cairo_surface_mark_dirty(surface_.get());
     std::vector<uint8_t> bytes;
     check(cairo_surface_write_to_png_stream(surface_.get(), append, &bytes));

@@ -1,13 +1,20 @@
 // vantor: scale, warp and compare pictures from the shell.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <new>
 
 #include "processor/instruction_set.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/output_file.h"
 #include "tools/vantor/manual.h"
 
 namespace vantor::tool {
@@ -23,6 +30,37 @@ void checkEnvironment() {
     if (level != "off" && level != "error" && level != "info") {
         throw UserError("VANTOR_LOG=" + level + ": expected off, error or info");
     }
+}
+
+/// Called where there is no memory, in the middle of anything: of code as well that cannot go on from there,
+/// or would take the trouble for another. So nothing goes on.
+[[noreturn]] void endWithoutMemory() {
+    constexpr char kText[] = "vantor: out of memory\n";
+    OutputFile::removeAll();
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kText, sizeof kText - 1);
+    _exit(kTrouble);
+}
+
+/// Before global objects, such as CLI11's, are made.
+[[gnu::constructor(101)]] void watchMemory() {
+    std::set_new_handler(endWithoutMemory);
+}
+
+/// Without standard input, output or error, the next file that is opened would take its place and get what is
+/// meant for it. What stands in for a missing one cannot be used.
+void fillStandardStreams() {
+    for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) >= 0) continue;
+        open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
+/// What was written to standard output must have arrived.
+void finishStandardOutput() {
+    errno = 0;
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;
+    throw UserError("standard output: cannot write" +
+                    (errno == 0 ? std::string() : std::string(": ") + std::strerror(errno)));
 }
 
 int trouble(const std::string& text) {
@@ -91,14 +129,17 @@ int runTool(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0)
-            return app.exit(error) == 0 && std::fflush(stdout) == 0 ? kDone : kTrouble;
+        if (error.get_exit_code() == 0) {
+            app.exit(error);
+            finishStandardOutput();
+            return kDone;
+        }
         return trouble(std::string(error.what()) + " (vantor --help shows how)");
     }
     checkEnvironment();
     if (!run && !wantsManual) return trouble("expected a sub-command:" + joined(subcommandNames(app)));
     const int status = run ? run() : printManual(app);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw UserError("cannot write to standard output");
+    finishStandardOutput();
     return status;
 }
 
@@ -137,6 +178,8 @@ void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output) 
 
 int main(int argc, char** argv) {
     using namespace vantor::tool;
+    std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like any other
+    fillStandardStreams();
     try {
         return runTool(argc, argv);
     } catch (const UserError& error) {

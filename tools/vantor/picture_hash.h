@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "tools/vantor/io/error.h"
 #include "tools/vantor/io/planes.h"
 
 namespace vantor::tool {
@@ -14,7 +15,10 @@ namespace vantor::tool {
 /// says of the file. 16 hexadecimal digits.
 class PictureHash {
 public:
-    PictureHash() : state_(XXH64_createState(), &XXH64_freeState) { XXH64_reset(state_.get(), 0); }
+    PictureHash() : state_(XXH64_createState(), &XXH64_freeState) {
+        if (!state_) throw UserError("out of memory");
+        XXH64_reset(state_.get(), 0);
+    }
 
     void add(const uint8_t* bytes, size_t count);
     void add(const FrameShape& shape, uint8_t* frame);

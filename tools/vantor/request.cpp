@@ -1,5 +1,7 @@
 #include "tools/vantor/request.h"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
 
@@ -40,18 +42,28 @@ double timed(Call&& call) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
+/// As many as may be: the library leaves one or two open with each request of gray pictures.
+void allowDescriptors() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 /// Once in a process.
 void connectToService() {
     static bool isConnected = false;
     if (isConnected) return;
+    allowDescriptors();
     startSoftwareService();
     if (hardware::vantorClient::init() != 0) throw UserError("no hardware service: " + firstErrorLine());
     isConnected = true;
 }
 
-/// Whether the processor did what the service could not.
-bool hasFallenBack() {
-    return hasErrorLine("Error occurs") && !hasErrorLine("runInterpBicubic() failed");
+/// Whether the processor did what the service could not. In place of a warp it copies.
+bool hasFallenBack(const Request& request) {
+    return request.operation == Request::Operation::Csc && hasErrorLine("Error occurs") &&
+           !hasErrorLine("runInterpBicubic() failed");
 }
 
 }  // namespace
@@ -125,7 +137,7 @@ Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPictu
     answer.milliseconds =
         timed([&] { answer.status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
     answer.error = firstErrorLine();
-    answer.isMade = answer.status == 0 || (request.path() == Path::Hardware && hasFallenBack());
+    answer.isMade = answer.status == 0 || hasFallenBack(request);
     return answer;
 }
 

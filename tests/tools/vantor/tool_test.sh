@@ -310,7 +310,7 @@ for victim in worker tool; do
     bytes 1536 1 >&3
     for ((i = 0; i < 100; i++)); do
         workers=$(cat /proc/$tool/task/$tool/children)
-        [ "$(wc -w <<<"$workers")" = 2 ] && ls .vantor* >x 2>&1 && break
+        [ "$(wc -w <<<"$workers")" = 2 ] && break
         sleep 0.05
     done
     [ $victim = tool ] && kill $tool

@@ -21,7 +21,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
+/// SIGPIPE comes from standard error, where nobody may be left to read a remark.
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXCPU};
+
+/// Keeps the signals that end the process waiting: no file is left between two steps that belong together.
+class SignalsHeld {
+public:
+    SignalsHeld() {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (int signal : kEndingSignals) sigaddset(&signals, signal);
+        sigprocmask(SIG_BLOCK, &signals, &before_);
+    }
+    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+/// A signal handler: calls nothing but what is safe there.
+void removeAllAndEnd(int signal) {
+    OutputFile::removeAll();
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+}
 
 /// Where a path leads in the end, so that a link stays and its goal is replaced, or made.
 fs::path throughLinks(fs::path path) {
@@ -31,6 +56,16 @@ fs::path throughLinks(fs::path path) {
         path = path.parent_path() / fs::read_symlink(path);
     }
     return path;
+}
+
+std::string folderOf(const std::string& path) {
+    const fs::path folder = fs::path(path).parent_path();
+    return folder.empty() ? "." : folder.string();
+}
+
+/// By which an open file without a name can be linked to.
+std::string linkOf(int descriptor) {
+    return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
 /// Takes `done` bytes off the front of both parts.
@@ -48,10 +83,11 @@ void advance(iovec (&parts)[2], size_t done) {
 OutputFile* OutputFile::first_ = nullptr;
 
 OutputFile::OutputFile(const std::string& path) : name_(path == "-" ? "standard output" : path), goal_(path) {
-    std::error_code ignored;
-    const fs::file_status status = fs::status(path, ignored);
-    if (path != "-" && fs::is_directory(status)) throw UserError(path + ": cannot write: is a directory");
-    if (path == "-" || (fs::exists(status) && !fs::is_regular_file(status))) {
+    struct stat old {};
+    const bool exists = path != "-" && stat(path.c_str(), &old) == 0;
+    if (path != "-" && !exists && errno != ENOENT) fail();
+    if (exists && S_ISDIR(old.st_mode)) throw UserError(path + ": cannot write: is a directory");
+    if (path == "-" || (exists && !S_ISREG(old.st_mode))) {
         openDirectly();
     } else {
         openTemporary();
@@ -60,7 +96,7 @@ OutputFile::OutputFile(const std::string& path) : name_(path == "-" ? "standard 
 
 OutputFile::~OutputFile() {
     if (descriptor_ >= 0) close(descriptor_);
-    if (!temporary_.empty()) unlink(temporary_.c_str());  // which is there unless it was renamed
+    if (!temporary_.empty()) unlink(temporary_.c_str());
     OutputFile** at = &first_;
     while (*at && *at != this) at = &(*at)->next_;
     if (*at) *at = next_;
@@ -71,6 +107,7 @@ void OutputFile::fail() const {
 }
 
 void OutputFile::openDirectly() {
+    isDirect_ = true;
     descriptor_ =
         goal_ == "-" ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0) : open(goal_.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor_ < 0) fail();
@@ -81,21 +118,28 @@ void OutputFile::openDirectly() {
 
 void OutputFile::openTemporary() {
     goal_ = throughLinks(goal_);
-    std::string name = fs::path(goal_).parent_path() / ".vantor-XXXXXX";
+    if (access(goal_.c_str(), W_OK) != 0 && errno != ENOENT) fail();  // renaming would not ask
+    const std::string folder = folderOf(goal_);
+    descriptor_ = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    if (descriptor_ >= 0 && access(linkOf(descriptor_).c_str(), F_OK) == 0) return;
+    if (descriptor_ >= 0) close(descriptor_);
+    openNamed(folder);
+}
+
+void OutputFile::openNamed(const std::string& folder) {
+    std::string name = folder + "/.vantor-XXXXXX";
+    const SignalsHeld held;
     descriptor_ = mkostemp(name.data(), O_CLOEXEC);
     if (descriptor_ < 0) fail();
-    temporary_ = name;
+    temporary_ = std::move(name);
     next_ = std::exchange(first_, this);
     for (int signal : kEndingSignals) {
         if (std::signal(signal, removeAllAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
     }
 }
 
-/// A signal handler: calls nothing but what is safe there.
-void OutputFile::removeAllAndEnd(int signal) {
+void OutputFile::removeAll() {
     for (const OutputFile* file = first_; file; file = file->next_) unlink(file->temporary_.c_str());
-    std::signal(signal, SIG_DFL);
-    raise(signal);
 }
 
 void OutputFile::write(const std::string& head, const uint8_t* bytes, size_t count) {
@@ -108,10 +152,26 @@ void OutputFile::write(const std::string& head, const uint8_t* bytes, size_t cou
 }
 
 void OutputFile::finish() {
-    const bool isTemporary = !temporary_.empty();
-    if (isTemporary && fchmod(descriptor_, rights()) != 0) fail();
+    if (!isDirect_ && fchmod(descriptor_, rights()) != 0) fail();
+    const SignalsHeld held;
+    if (!isDirect_ && temporary_.empty()) giveName();
     if (close(std::exchange(descriptor_, -1)) != 0) fail();
-    if (isTemporary && std::rename(temporary_.c_str(), goal_.c_str()) != 0) fail();
+    if (!isDirect_ && std::rename(temporary_.c_str(), goal_.c_str()) != 0) fail();
+    temporary_.clear();
+}
+
+/// Links cannot take the place of other files; renaming can, but wants a name.
+void OutputFile::giveName() {
+    const std::string link = linkOf(descriptor_);
+    const std::string start = folderOf(goal_) + "/.vantor-" + std::to_string(getpid()) + "-";
+    for (int i = 0; temporary_.empty(); ++i) {
+        std::string name = start + std::to_string(i);
+        if (linkat(AT_FDCWD, link.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+            temporary_ = std::move(name);
+        } else if (errno != EEXIST) {
+            fail();
+        }
+    }
 }
 
 /// Those of the file that is replaced, or of a new one.

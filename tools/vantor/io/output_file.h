@@ -9,9 +9,9 @@
 
 namespace vantor::tool {
 
-/// A file that is written beside its path and renamed to it when it is finished, so that a failed or
-/// interrupted run leaves the old file, or none. What is no regular file (a device, a pipe, and "-", standard
-/// output) is written to directly.
+/// A file that gets its path when it is finished, so that a failed or interrupted run leaves the old file, or
+/// none. Until then it has no name, or, on file systems that know no such files, one beside its path. What is
+/// no regular file (a device, a pipe, and "-", standard output) is written to directly.
 class OutputFile {
 public:
     explicit OutputFile(const std::string& path);
@@ -25,20 +25,25 @@ public:
 
     void finish();
 
+    /// Removes all files that are not finished. Safe in signal handlers, and before the process ends.
+    static void removeAll();
+
 private:
     [[noreturn]] void fail() const;
     void openDirectly();
     void openTemporary();
+    void openNamed(const std::string& folder);
+    void giveName();
     mode_t rights() const;
 
-    std::string name_;  ///< what an error names
-    std::string goal_;  ///< where links lead
-    std::string temporary_;
+    std::string name_;       ///< what an error names
+    std::string goal_;       ///< where links lead
+    std::string temporary_;  ///< its name until it is finished, if it has one
     int descriptor_ = -1;
-    OutputFile* next_ = nullptr;  ///< of those with temporary files
+    bool isDirect_ = false;
+    OutputFile* next_ = nullptr;  ///< of those with temporary names
 
     static OutputFile* first_;
-    static void removeAllAndEnd(int signal);
 };
 
 void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes);

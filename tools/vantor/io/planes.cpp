@@ -98,10 +98,16 @@ void fromRgb(const Planes& from, const Planes& to, const YuvColor& color) {
     libyuv::RAWToARGB(from.luma, from.lumaStride, argb.data(), 4 * width, width, height);
     if (to.layout == Layout::Gray) {
         libyuv::ARGBToI400(argb.data(), 4 * width, to.luma, to.lumaStride, width, height);
-    } else {
-        libyuv::ARGBToNV12(argb.data(), 4 * width, to.luma, to.lumaStride, to.chroma, to.chromaStride, width,
-                           height);
+        return;
     }
+    // Not ARGBToNV12: it takes memory of its own, and does not look whether it got it.
+    const Size chroma = from.chromaSize();
+    std::vector<uint8_t> u(chroma.pixels());
+    std::vector<uint8_t> v(chroma.pixels());
+    libyuv::ARGBToI420(argb.data(), 4 * width, to.luma, to.lumaStride, u.data(), chroma.width, v.data(),
+                       chroma.width, width, height);
+    libyuv::MergeUVPlane(u.data(), chroma.width, v.data(), chroma.width, to.chroma, to.chromaStride,
+                         chroma.width, chroma.height);
 }
 
 void yuvToRgb(const Planes& from, const Planes& to, const Weights& weights) {

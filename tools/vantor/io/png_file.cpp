@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <new>
 
 #include "tools/vantor/io/error.h"
 
@@ -23,7 +22,7 @@ public:
         if (!file_) throw UserError(path + ": " + std::strerror(errno));
         png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, onError, onWarning);
         info_ = png_ ? png_create_info_struct(png_) : nullptr;
-        if (!info_) throw std::bad_alloc();
+        if (!info_) throw UserError(path + ": out of memory");
     }
     ~PngReader() { png_destroy_read_struct(&png_, &info_, nullptr); }
     PngReader(const PngReader&) = delete;
