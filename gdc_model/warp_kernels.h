@@ -77,12 +77,12 @@ extern const WarpKernels kWarpNeon;
 
 constexpr const WarpKernels* kWarpTables[] = {
     &kWarpPlain,
+#if defined(__ARM_NEON)
+    &kWarpNeon,
+#endif
 #if defined(__x86_64__)
     &kWarpAvx2,
     &kWarpAvx512,
-#endif
-#if defined(__ARM_NEON)
-    &kWarpNeon,
 #endif
 };
 

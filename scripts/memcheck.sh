@@ -13,7 +13,7 @@ cd "$folder"
 check() {
     program=$1
     shift
-    valgrind --quiet --error-exitcode=99 --suppressions="$tests/memcheck.supp" --leak-check=full \
+    valgrind --quiet --error-exitcode=99 --leak-check=full \
         --errors-for-leak-kinds=definite,indirect,possible "$bin/$program" "$@" >out 2>&1 && return
     echo "memcheck: VANTOR_CPU=$VANTOR_CPU $program $*"
     cat out
