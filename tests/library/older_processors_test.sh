@@ -34,7 +34,7 @@ expect() {
     right scaler_test --gtest_filter='Kernels.*'
     right gdc_test --gtest_filter='WarpKernels.*-*.Weights*'
     tables=$(sed -n 's|^kernel table .*/||p' "$out" | paste -sd' ')
-    echo "$1: $tables; $(grep '^all: ' "$out")"
+    echo "$1: $tables; $(grep '^all ' "$out")"
     [ "$tables" = "$table $table $table $table $table" ] || { echo "$1: expected $table"; status=1; }
 }
 
