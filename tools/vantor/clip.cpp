@@ -24,6 +24,17 @@ namespace {
 
 constexpr size_t kMostJobs = 256;
 
+/// Numbers of frames, which CLI11 would take modulo 2^64.
+CLI::Validator framesFrom(uintmax_t least) {
+    const auto check = [least](const std::string& text) {
+        const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos && text.size() < 19;
+        return isNumber && std::stoull("0" + text) >= least
+                   ? std::string()
+                   : text + ": expected a number of frames, " + std::to_string(least) + " or more";
+    };
+    return CLI::Validator(check, "FRAMES");
+}
+
 bool isRgb(const FramePlan& plan) {
     return plan.read.layout == Layout::Rgb || plan.written.layout == Layout::Rgb;
 }
@@ -143,9 +154,10 @@ Clip::Clip(const ClipOptions& options)
         throw UserError("--verify " + options.verify +
                         ": expected 16 hexadecimal digits, as --hash says them");
     }
-    if (options.json && options.output == "-") {
-        throw UserError("--json: expected a file as --output: standard output takes one of both");
-    }
+    const std::string report = options.json ? "-" : "";
+    expectOtherFile("--output", options.output, {report});
+    expectOtherFile("--times", options.timesFile,
+                    {options.input == "-" ? "" : options.input, options.output, report});
     if (reader_->header() && reader_->header()->isInterlaced()) {
         note(options.input + ": interlaced; frames are worked on as if they were not");
     }
@@ -249,7 +261,8 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
     }
     if (readTrouble) std::rethrow_exception(readTrouble);
     if (result.frames == 0)
-        throw UserError(options_.input + ": no frame behind the first " + std::to_string(options_.skip));
+        throw UserError(options_.input + ": no frame" +
+                        (options_.skip == 0 ? "" : " behind the first " + std::to_string(options_.skip)));
     writer.finish();
     if (times) times->finish();
     if (hash) result.hash = hash->text();
@@ -313,18 +326,15 @@ int Clip::process(const FrameShape& written, Size src, Size dst, const Request& 
 }
 
 void addClipOptions(CLI::App& command, ClipOptions& options) {
-    command
-        .add_option("IN", options.input,
-                    "Picture or clip: .png, .y4m, raw .nv12, .nv21, .i420, .gray, .yuv; - is a pipe")
-        ->required();
+    command.add_option("IN", options.input, std::string("Picture or clip: ") + kPictureFiles)->required();
     command.add_option("-o,--output", options.output, "Result; its name says the file type; - is a pipe")
         ->required();
     addFormOptions(command, options.inputForm, options.outputForm);
     const auto add = [&](const char* group, const char* name, auto& value, const char* text) {
         return command.add_option(name, value, text)->group(group);
     };
-    add("Clips", "--skip", options.skip, "Leave out this many frames at the beginning");
-    add("Clips", "--limit", options.limit, "Take at most this many frames")->check(CLI::PositiveNumber);
+    add("Clips", "--skip", options.skip, "Leave out this many frames at the beginning")->check(framesFrom(0));
+    add("Clips", "--limit", options.limit, "Take at most this many frames")->check(framesFrom(1));
     add("Clips", "--jobs", options.jobs, "Frames worked on at a time, if not as many as there are processors")
         ->check(CLI::Range(size_t{1}, kMostJobs));
     add("Clips", "--times", options.timesFile,

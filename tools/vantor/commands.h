@@ -12,6 +12,9 @@ namespace vantor::tool {
 
 using Run = std::function<int()>;
 
+/// What the tool reads, for --help.
+constexpr char kPictureFiles[] = ".png, .y4m, raw .nv12, .nv21, .i420, .gray, .yuv; - is a pipe";
+
 /// What watches has these two work on one frame.
 void addScale(CLI::App& app, Run& run, const RequestWatch& watch = {});
 void addWarp(CLI::App& app, Run& run, const RequestWatch& watch = {});

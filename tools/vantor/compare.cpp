@@ -35,15 +35,13 @@ void report(const CompareOptions& options, const std::vector<Difference>& differ
 }
 
 int run(const CompareOptions& options) {
+    expectOtherFile("--heatmap", options.heatmap, {options.a, options.b, "-"});
     const Picture a = readPicture(fileFormInPair(options.a, options.b, options.form));
     const Picture b = readPicture(fileFormInPair(options.b, options.a, options.form));
     if (!areComparable(a, b)) {
         throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " +
                         toString(a.layout) + ", " + options.b + " is " + toString(b.size) + " " +
                         toString(b.layout));
-    }
-    if (options.heatmap == options.a || options.heatmap == options.b) {
-        throw UserError("--heatmap " + options.heatmap + ": expected another file than the pictures");
     }
     if (!options.heatmap.empty()) {
         const std::string title = "difference of " + options.a + " and " + options.b;
@@ -61,7 +59,7 @@ int run(const CompareOptions& options) {
 void addCompare(CLI::App& app, Run& run) {
     auto options = std::make_shared<CompareOptions>();
     CLI::App* command = app.add_subcommand("compare", "Tell where and by how much two pictures differ");
-    command->add_option("A", options->a, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
+    command->add_option("A", options->a, std::string("Picture: ") + kPictureFiles)->required();
     command->add_option("B", options->b, "Picture of the same size")->required();
     command
         ->add_option("--tolerance", options->tolerance, "Largest difference that still counts as identical")

@@ -81,7 +81,7 @@ void addCrosscheck(CLI::App& app, Run& run) {
     auto options = std::make_shared<CrosscheckOptions>();
     CLI::App* command = app.add_subcommand(
         "crosscheck", "Run a request on the hardware path and on the processor, and compare");
-    command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
+    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)->required();
     command->add_option("--size", options->size, "Scale to this size");
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);

@@ -218,7 +218,7 @@ int run(const ExplainCommand& command) {
 void addExplain(CLI::App& app, Run& run) {
     auto options = std::make_shared<ExplainCommand>();
     CLI::App* command = app.add_subcommand("explain", "Show every step of one warped pixel");
-    command->add_option("IN", options->input, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
+    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)->required();
     command->add_option("X", options->x, "Output column")->required();
     command->add_option("Y", options->y, "Output row")->required();
     addWarpOptions(*command, options->warp);

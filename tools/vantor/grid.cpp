@@ -87,13 +87,14 @@ void printJson(const Findings& findings) {
 }
 
 int run(const GridCommand& command) {
+    const WarpOptions& warpOptions = command.warp;
+    expectOtherFile("--output", command.output, {warpOptions.calibration, "-"});
+    expectOtherFile("--plot", command.plot,
+                    {command.output, warpOptions.gridFile, warpOptions.calibration, "-"});
     const Size size = pictureSize(command);
     const std::string what = command.size.empty() ? command.warp.calibration : "--size";
     const Size frame = warpFrame(what, size);
     noteFrame(what, size, frame);
-    if (!command.output.empty() && command.output == command.plot) {
-        throw UserError("--plot " + command.plot + ": expected another file than --output");
-    }
     if (!std::isfinite(command.exaggerate)) throw UserError("--exaggerate: expected a number");
     const Warp warp = warpFrom(command.warp, size, frame);
     Findings findings{describe(command.warp), frame, examine(warp.grid, frame), {}, warp.camera};

@@ -102,7 +102,7 @@ int runTool(int argc, char** argv) {
         "  0  done; compare, crosscheck, replay, selftest: the same\n"
         "  1  compare, crosscheck, replay, selftest: different; scale, warp: not what --verify says; "
         "grid --check: faults\n"
-        "  2  it could not be done, and standard error says why; no file was written\n"
+        "  2  it could not be done, and standard error says why; a result is written whole or not at all\n"
         "\n"
         "Examples:\n"
         "  vantor chart -o chart.png\n"

@@ -7,6 +7,7 @@
 #include "tools/vantor/build_facts.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/record_file.h"
 #include "tools/vantor/picture_hash.h"
 
@@ -53,11 +54,24 @@ void record(const RecordCommand& command, const Request& request, const WorkingP
     }
 }
 
+/// Where the value of "--option=value" begins, or of any other argument.
+size_t valueAt(const std::string& argument) {
+    const size_t sign = argument.compare(0, 2, "--") == 0 ? argument.find('=') : std::string::npos;
+    return sign == std::string::npos ? 0 : sign + 1;
+}
+
 void checkFile(const RecordCommand& command) {
-    const auto& arguments = command.arguments;
-    if (std::count(arguments.begin(), arguments.end(), command.file) > 1) {
-        throw UserError("FILE " + command.file + ": expected another file than the pictures");
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(command.file, ignored);
+    if (command.file == "-" || (exists(status) && !is_regular_file(status))) {
+        throw UserError("FILE " + command.file +
+                        ": expected a file: it is written before the request and after it");
     }
+    std::vector<std::string> others;
+    for (const std::string& argument : command.arguments)
+        others.push_back(argument.substr(valueAt(argument)));
+    others.erase(std::find(others.begin(), others.end(), command.file));
+    expectOtherFile("FILE", command.file, others);
 }
 
 }  // namespace

@@ -22,9 +22,8 @@ struct ViewCommand {
 };
 
 int run(const ViewCommand& command) {
-    if (command.output == command.a || command.output == command.b) {
-        throw UserError("--output " + command.output + ": expected another file than the pictures");
-    }
+    expectOtherFile("--output", command.output,
+                    {command.a, command.b, command.warp.gridFile, command.warp.calibration});
     const std::string& other = command.b.empty() ? command.a : command.b;
     std::vector<ViewedPicture> pictures{
         {command.a, readPicture(fileFormInPair(command.a, other, command.form))}};
@@ -54,7 +53,7 @@ void addView(CLI::App& app, Run& run) {
     auto options = std::make_shared<ViewCommand>();
     CLI::App* command =
         app.add_subcommand("view", "Make a page to look at one picture or two, and at a grid");
-    command->add_option("A", options->a, "Picture: .png, or raw .nv12, .i420, .gray, .yuv")->required();
+    command->add_option("A", options->a, std::string("Picture: ") + kPictureFiles)->required();
     command->add_option("B", options->b,
                         "Picture of the same size, shown right of a divider; such as A warped");
     command->add_option("-o,--output", options->output, "HTML file, whole in itself")->required();

@@ -17,7 +17,6 @@ expect 2 "the record has only the hash of its source, a 320x180 nv12 picture: ex
 expect 2 "--source again.png: as a 320x180 nv12 picture it has the hash" replay hashes.vrec --source again.png
 expect 2 "the hardware path refused" record refused.vrec scale odd_101x77.gray -o x.gray --size 160x90 --path hw
 expect 0 "status -38 (Src width(101)" replay refused.vrec
-expect 2 "FILE chart.png: expected another file than the pictures" record chart.png warp chart.png -o x.png --rotate 2
 cat odd_101x77.gray odd_101x77.gray >two_101x77.gray
 expect 2 "two_101x77.gray: a record is of one frame: expected --limit 1" \
     record x.vrec scale two_101x77.gray -o x.gray --size 50%

@@ -57,7 +57,24 @@ expect 1 "$line" compare a_6x4.gray b_6x4.gray --heatmap heat.png
 expect 0 "$line" compare a_6x4.gray b_6x4.gray --heatmap black.png --tolerance 3
 expect 1 "G: 3" compare heat.png black.png
 grep -q "^G: .* first at (4, 1): 121 and 0;" out || fail "the colour of a difference of 3: $(cat out)"
-expect 2 "--heatmap chart.png: expected another file" compare back.png chart.png --heatmap chart.png
+# Whatever a run writes is another file than all else that it reads or writes, by whatever path.
+ln -s chart.png same.png
+while read -r option file other arguments; do
+    expect 2 "$option $file: expected another file than $other" $arguments
+done <<'END'
+--heatmap chart.png chart.png compare back.png chart.png --heatmap chart.png
+--heatmap same.png chart.png compare back.png chart.png --heatmap same.png
+--heatmap - standard compare back.png chart.png --heatmap -
+--times ./x.gray x.gray scale a_6x4.gray -o x.gray --size 50% --times ./x.gray
+--times a_6x4.gray a_6x4.gray scale a_6x4.gray -o x.gray --size 50% --times a_6x4.gray
+--times - standard scale a_6x4.gray -o x.gray --size 50% --times - --json
+--output - standard grid --rotate 1 -o -
+--plot ./a.png a.png grid --rotate 1 --plot ./a.png -o a.png
+--output ./chart.png chart.png view chart.png -o ./chart.png
+FILE ./chart.png chart.png record ./chart.png scale chart.png -o x.png --size 50%
+FILE ./t.txt t.txt record ./t.txt scale chart.png -o x.png --size 50% --times=t.txt
+END
+expect 2 "FILE -: expected a file" record - scale chart.png -o x.png --size 50%
 expect 2 "cannot compare: a_6x4.gray is 6x4 gray, chart.png is 320x180 rgb" compare a_6x4.gray chart.png
 
 # Bad input: the message names what was wrong and what was expected, and an existing result stays.
@@ -132,7 +149,6 @@ expect 0 "" grid --zoom 1 --size 320x180 -o long.txt
 sed -i "2s/.*/# $(head -c $((8709 - $(sed 2d long.txt | wc -c))) /dev/zero | tr '\0' x)/" long.txt
 expect 0 "moves: 0.00 to 0.00" grid long.txt # text of as many bytes as the wire form
 expect 2 "turned.png: no grid: " grid turned.png
-expect 2 "--plot a.png: expected another file than --output" grid --rotate 1 --plot a.png -o a.png
 expect 0 "" warp chart.png -o by_options.png --rotate 2
 expect 0 "" warp chart.png -o by_grid.png --grid turn.txt
 expect 0 "R: equal" compare by_options.png by_grid.png
@@ -214,7 +230,6 @@ expect 2 "--path fpga: expected hw or sw" scale chart.png -o x.png --size 8x8 --
 expect 0 "a page of" view chart.png turned.png --grid turn.txt -o page.html
 grep -q "https\?://" page.html && fail "a page needs more than itself"
 expect 2 "cannot be laid over each other: chart.png is 320x180, half.png is 160x90" view chart.png half.png -o x.html
-expect 2 "--output chart.png: expected another file" view chart.png -o chart.png
 
 # Clips: all frames in order, tags carried over, in a pipe and through several workers.
 flat() { # flat SIZE Y U V: samples of an I420 picture
@@ -292,6 +307,8 @@ refuse_clip "cut.y4m: frame 2 (48x32 i420) ends after 2204 of 2304 bytes" F25:1 
 refuse_clip "cut.y4m: Y4M sample format C422: expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or" C422 -o never.y4m
 refuse_clip "cut.y4m: Y4M 48x99999: width and height must be from 4 to 16384" H99999 -o never.y4m
 refuse_clip "cut.y4m: interlaced; frames are worked on as if they were not" It -o never.y4m
+expect 2 "--skip: -1: expected a number of frames, 0 or more" scale clip.y4m --size 24x16 -o never.y4m --skip=-1
+expect 2 "--limit: 0: expected a number of frames, 1 or more" scale clip.y4m --size 24x16 -o never.y4m --limit 0
 expect 2 "--skip 4: clip.y4m has 3 frames" scale clip.y4m --size 24x16 -o never.y4m --skip 4
 refuse_clip "never.png: a PNG file holds one frame, and there are more: expected --limit 1" Ip -o never.png
 refuse_clip "--yuv-range full: neither cut.y4m nor never.y4m is RGB" Ip -o never.y4m --yuv-range full
@@ -334,7 +351,7 @@ expect 0 "\"hash\": \"${all:-none}\"" selftest --json
 grep -qF '"identical": false' out && fail "selftest: $(cat out)"
 expect 0 '"identical": true' crosscheck chart.png --matrix 5000,0,90,0,5000,7 --json
 expect 0 '"path": "hardware"' scale chart.png -o x.png --size 50% --path hw --json
-expect 2 "--json: expected a file as --output" scale chart.png -o - --size 50% --json
+expect 2 "--output -: expected another file than standard output" scale chart.png -o - --size 50% --json
 expect 2 "expected a sub-command: scale warp"
 
 finish

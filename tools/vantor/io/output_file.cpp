@@ -58,6 +58,17 @@ fs::path throughLinks(fs::path path) {
     return path;
 }
 
+/// Devices and pipes may be written to twice.
+bool isSameFile(const std::string& a, const std::string& b) {
+    if (a == "-" || b == "-") return a == b;
+    std::error_code ignored;
+    if (fs::exists(a, ignored) && !fs::is_regular_file(a, ignored)) return false;
+    const auto whole = [&](const std::string& path) {
+        return fs::weakly_canonical(fs::absolute(path, ignored), ignored);
+    };
+    return fs::equivalent(a, b, ignored) || whole(a) == whole(b);
+}
+
 std::string folderOf(const std::string& path) {
     const fs::path folder = fs::path(path).parent_path();
     return folder.empty() ? "." : folder.string();
@@ -187,6 +198,16 @@ void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes) {
     OutputFile file(path);
     file.write(bytes.data(), bytes.size());
     file.finish();
+}
+
+void expectOtherFile(const std::string& option, const std::string& path,
+                     const std::vector<std::string>& others) {
+    for (const std::string& other : others) {
+        if (!path.empty() && !other.empty() && isSameFile(path, other)) {
+            throw UserError(option + " " + path + ": expected another file than " +
+                            (other == "-" ? "standard output, which has something else to take" : other));
+        }
+    }
 }
 
 }  // namespace vantor::tool
