@@ -77,8 +77,6 @@ public:
     /// the planes `uv`, or behind the luma where those are null. Give both grayscale pictures room for width
     /// x height / 2 more bytes.
     ///
-    /// WARNING, sources one or two columns wide: when nothing grows, one byte before the luma plane is read.
-    ///
     /// Fails with -38: a format that is neither; NV12, equal sizes or growing, with a null luma plane or
     /// exactly one null chroma plane (logged as an error). Sizes of zero or less succeed and write nothing.
     static int32_t runInterpBicubic(const BufferData& dst, const BufferData& src, int32_t format);
@@ -115,9 +113,8 @@ public:
     /// `dst`'s region of interest says which pixels are computed: give cropRight = width - 1 and cropBottom =
     /// height - 1 for all of them.
     ///
-    /// WARNING: the model packs the region at its own width and then reads its
-    /// buffer as a whole picture, so a smaller region comes back scrambled, and an empty one black with green
-    /// chroma (all zero).
+    /// WARNING: the model packs the region at its own width and then reads its buffer as a whole picture, so a
+    /// smaller region comes back scrambled, and an empty one black with green chroma (all zero).
     ///
     /// NV12 takes each picture's chroma plane, or null for chroma behind the luma. Grayscale leaves chroma
     /// alone.
@@ -126,7 +123,8 @@ public:
     /// a time. GDC_HW computes on the hardware service, with the buffers and hazards of runCSC; when it
     /// fails, or a buffer cannot be allocated, `src` is copied to `dst` and -38 returned all the same.
     ///
-    /// WARNING: grayscale planes are not checked: a null luma plane ends the process.
+    /// WARNING: grayscale planes are not checked: a null `src.y` ends the process, and a null `dst.y` gets
+    /// nothing, with status 0 in the model.
     ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format, target or
     /// pair of descriptors, a null luma plane (NV12 in the model). A region so large that its samples cannot
