@@ -113,8 +113,8 @@ public:
     /// `dst`'s region of interest says which pixels are computed: give cropRight = width - 1 and cropBottom =
     /// height - 1 for all of them.
     ///
-    /// WARNING: the model packs the region at its own width and then reads its buffer as a whole picture, so a
-    /// smaller region comes back scrambled, and an empty one black with green chroma (all zero).
+    /// WARNING: the model packs the region at its own width and then reads its buffer as a whole picture, so
+    /// a smaller region comes back scrambled, and an empty one black with green chroma (all zero).
     ///
     /// NV12 takes each picture's chroma plane, or null for chroma behind the luma. Grayscale leaves chroma
     /// alone.
