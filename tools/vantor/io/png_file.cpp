@@ -68,7 +68,13 @@ private:
             step(*this);
             return;
         }
-        throw UserError(path_ + ": no readable PNG: " + message_);
+        throw UserError(path_ + ": no readable PNG: " + trouble());
+    }
+
+    /// libpng says "Read Error" of all files that give it nothing more.
+    std::string trouble() const {
+        if (std::ferror(file_.get())) return std::strerror(errno);
+        return std::feof(file_.get()) ? "it ends early" : message_;
     }
 
     Size size() const {
