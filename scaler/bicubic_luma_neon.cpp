@@ -60,7 +60,7 @@ inline uint8x16_t cubic(const Elements& taps, const Phases& lower, const Phases&
 
 void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     const int columns = plan.taps.columns;
-    withWindows(plan.elements, [&](auto windows) {
+    withWindows<2, 4>(plan.elements, [&](auto windows) {
         for (int vector = 0; vector * kVectorBytes < columns; ++vector, out += kVectorBytes) {
             const Elements taps = gather<decltype(windows)::value>(plan.elements, row, next, vector);
             const int16_t* const phase = plan.phase + vector * kVectorBytes;

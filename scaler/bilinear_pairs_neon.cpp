@@ -48,7 +48,7 @@ inline uint8x16_t between(uint8x16_t a, uint8x16_t b, uint8x16_t weight) {
 template <int Bits>
 void filterRow(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     const int columns = plan.taps.columns;
-    withWindows(plan.elements, [&](auto count) {
+    withWindows<2, 4>(plan.elements, [&](auto count) {
         for (int vector = 0; vector * kVectorPairs < columns; ++vector, out += kVectorBytes) {
             const auto windows = loadWindows<decltype(count)::value>(plan.elements, row, next, vector);
             const uint8x16_t first = vld1q_u8(plan.elements.shuffle + vector * kVectorBytes);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 namespace vantor {
 
@@ -39,5 +40,14 @@ struct ElementPlan {
 /// the elements of one window lie too far apart.
 bool placeWindows(const ColumnTaps& taps, int perWindow, uint32_t windowBytes, uint32_t* start,
                   uint8_t* offset);
+
+/// Calls `filter` with the plan's number of windows, which is one of these, as a constant.
+template <int Windows, int... More, typename Filter>
+void withWindows(const ElementPlan& plan, Filter&& filter) {
+    if constexpr (sizeof...(More) > 0) {
+        if (plan.windowsPerVector != Windows) return withWindows<More...>(plan, filter);
+    }
+    filter(std::integral_constant<int, Windows>());
+}
 
 }  // namespace vantor

@@ -63,7 +63,7 @@ inline int16x8_t filterHalf(const Elements& taps, const int8_t* weights) {
 
 void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
     const int columns = plan.taps.columns;
-    withWindows(plan.elements, [&](auto windows) {
+    withWindows<2, 4>(plan.elements, [&](auto windows) {
         for (int vector = 0; vector * kVectorBytes < columns; ++vector, out += kVectorBytes) {
             const Elements taps = gather<decltype(windows)::value>(plan.elements, row, next, vector);
             const int8_t* const weights = plan.weights + vector * kVectorBytes * kWeightBytes;

@@ -100,22 +100,9 @@ struct Avx2 : Avx2Lanes {
         return {_mm256_unpacklo_epi64(left, right), _mm256_unpackhi_epi64(left, right)};
     }
 
-    template <int Windows>
-    struct Count {
-        static constexpr int value = Windows;
-    };
-
-    /// Calls `filter` with the plan's number of windows as a constant.
     template <typename Filter>
     static void withWindows(const ElementPlan& plan, Filter&& filter) {
-        switch (plan.windowsPerVector) {
-            case 2:
-                return filter(Count<2>());
-            case 4:
-                return filter(Count<4>());
-            default:
-                return filter(Count<8>());
-        }
+        vantor::withWindows<2, 4, 8>(plan, filter);
     }
 };
 

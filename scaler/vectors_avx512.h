@@ -84,22 +84,9 @@ struct Avx512 : Avx512Lanes {
         return {pick(window, load(shuffle)), pick(window, load(shuffle + kBytes))};
     }
 
-    template <int Windows>
-    struct Count {
-        static constexpr int value = Windows;
-    };
-
-    /// Calls `filter` with the plan's number of windows as a constant.
     template <typename Filter>
     static void withWindows(const ElementPlan& plan, Filter&& filter) {
-        switch (plan.windowsPerVector) {
-            case 1:
-                return filter(Count<1>());
-            case 2:
-                return filter(Count<2>());
-            default:
-                return filter(Count<4>());
-        }
+        vantor::withWindows<1, 2, 4>(plan, filter);
     }
 };
 

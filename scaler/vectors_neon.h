@@ -91,18 +91,6 @@ inline Elements gather(const ElementPlan& plan, const uint8_t* row, const uint8_
              pick(windows, vaddq_u8(first, vdupq_n_u8(2))), pick(windows, vaddq_u8(first, vdupq_n_u8(3)))}};
 }
 
-template <int Value>
-struct Count {
-    static constexpr int value = Value;
-};
-
-/// Calls `filter` with the plan's number of windows as a constant.
-template <typename Filter>
-inline void withWindows(const ElementPlan& plan, Filter&& filter) {
-    if (plan.windowsPerVector == 2) return filter(Count<2>());
-    filter(Count<4>());
-}
-
 /// Half 0 is the lower, half 1 the upper.
 template <int Half>
 inline uint8x8_t half(uint8x16_t bytes) {
