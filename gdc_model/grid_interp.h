@@ -112,9 +112,8 @@ struct GridRow {
 
     /// An upper bound of all displacements' magnitudes along the row, if the products of every cell's curve
     /// fit 32 bits and nothing is left to clamp; else INT32_MAX. With D the largest step from node to node,
-    /// |excess|
-    /// <= 4 D and |excess| + |slopeChange| <= 6 D; the curve leaves its chord by a sixteenth of that, and 2
-    /// for rounding.
+    /// |excess| <= 4 D and |excess| + |slopeChange| <= 6 D; the curve leaves its chord by a sixteenth of
+    /// that, and 2 for rounding.
     int32_t bound() const {
         int32_t largest = 0;
         int32_t largestStep = 0;
