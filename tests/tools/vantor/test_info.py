@@ -1,0 +1,23 @@
+"""What vantor info says of this build, of pictures and of the environment."""
+
+import json
+
+import pytest
+
+
+def test_kernels_in_use_follow_the_limit(vantor):
+    plain = {"VANTOR_CPU": "plain"}
+    vantor("info", text="in use plain", env=plain)
+    vantor("info --json", text='"in_use": "plain"', env=plain)
+
+
+def test_a_picture(vantor, chart):
+    vantor("info chart.png", text="320x180 rgb")
+    assert json.loads(vantor("info chart.png --json").text)["frames"] == 1
+
+
+@pytest.mark.parametrize(
+    "name, value, expected", [("VANTOR_CPU", "sse9", "plain, avx2 or avx512"), ("VANTOR_LOG", "loud", "off, error or info")]
+)
+def test_unknown_values_of_the_environment_are_refused(vantor, name, value, expected):
+    vantor("info", 2, f"{name}={value}: expected {expected}", env={name: value})
