@@ -4,8 +4,9 @@ set -eu
 input=${1:+$(realpath "$1")}
 cd "$(dirname "$0")/.."
 scripts/setup.sh
-mkdir -p build demo
-{ cmake -S . -B build -G Ninja && cmake --build build; } >build/build.log 2>&1 || { cat build/build.log; exit 1; }
+cmake --preset release
+cmake --build --preset release --target vantor
+mkdir -p demo
 vantor=$PWD/build/bin/vantor
 
 say() {

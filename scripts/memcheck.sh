@@ -4,7 +4,7 @@
 # kernels, and with the best ones that valgrind emulates (AVX2).
 set -eu
 cd "$(dirname "$0")/.."
-bin=$PWD/build-release/bin
+bin=$PWD/build/bin
 tests=$PWD/tests
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT

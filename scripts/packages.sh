@@ -26,7 +26,7 @@ examples() {
     mkdir "$out"
     quietly cmake --preset release
     quietly cmake --build --preset release
-    quietly cmake --install build-release --prefix "$out/installed" --strip
+    quietly cmake --install build --prefix "$out/installed" --strip
     mv "$out/installed" "$out/moved"
     vantor=$out/moved/bin/vantor
     "$out/moved/bin/vantor-selftest" | tail -n 1
