@@ -324,6 +324,10 @@ TEST_F(Warp, NullPlanesAreFoundBeforeAndAfterTheCore) {
     EXPECT_EQ(-38, run());
     expectError("runGDCCModelGrid():1073 Invalid arguments [src.y=(nil) / src.uv=(nil)]");
     EXPECT_NE(m_curGrid_dX[0][5], 77);
+    dst.data.cropLeft = INT32_MIN;  // uncountable, which alone has no line
+    EXPECT_EQ(-38, run());
+    expectError("runGDCCModelGrid():1073 Invalid arguments [src.y=(nil) / src.uv=(nil)]");
+    dst.data.cropLeft = 0;
     src.data.y = src.block.data();
     dst.data.y = nullptr;
     EXPECT_EQ(-38, run());
