@@ -95,6 +95,20 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
     }
 }
 
+TEST(GdcModel, ScalesHaveAsManyFractionBitsAsFitIn16Bits) {
+    const auto check = [](const GdcScales& scales, int64_t frame, int size) {
+        const auto scale = [&](int shifter) { return ((frame << (shifter + 8)) + size / 2) / size; };
+        int shifter = 7;
+        while (shifter > 0 && scale(shifter) > 65535) --shifter;
+        EXPECT_EQ(scales.shifter, shifter) << size << " of " << frame;
+        EXPECT_EQ(scales.scale, scale(shifter)) << size << " of " << frame;
+    };
+    for (int size = 1; size <= 8192; ++size) {
+        check(gdcScalesX(size), 8192, size);
+        check(gdcScalesY(size), 6144, size);
+    }
+}
+
 TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
     Random random(seed());
     reference::GdcState state;
