@@ -33,9 +33,10 @@ examples() {
     "$vantor" chart -o "$out/chart_1280x720.nv12" --size 1280x720
     "$vantor" scale "$out/chart_1280x720.nv12" -o "$out/expected_640x360.nv12" --size 50%
 
-    # Each header compiles alone, with nothing of this folder.
+    # Each header compiles alone, with nothing of this folder, as C++14.
     while read -r header; do
-        echo "#include \"$header\"" | g++ -Wall -Wextra -Werror -fsyntax-only -I"$out/moved/include/vantor10" -x c++ -
+        echo "#include \"$header\"" | g++ -std=c++14 -pedantic-errors -Wall -Wextra -Werror -fsyntax-only \
+            -I"$out/moved/include/vantor10" -x c++ -
     done <cmake/public_headers.txt
     # The README shows the example.
     sed -n '/^```cmake$/,/^```$/{/^```/!p}' README.md | diff - examples/find_package/CMakeLists.txt
