@@ -49,8 +49,10 @@ examples() {
     quietly make -C examples/pkg_config OUT="$out/half"
     check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out/half"
 
-    quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja -DCMAKE_BUILD_TYPE=Release
+    quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja
     quietly cmake --build "$out/add_subdirectory"
+    ninja -C "$out/add_subdirectory" -t commands | grep -q -e '-O3 .*scaler/interpolate.cpp' ||
+        { echo "packages: add_subdirectory: not optimised without a build type" >&2; exit 1; }
     check add_subdirectory "$out/add_subdirectory/half"
 }
 
