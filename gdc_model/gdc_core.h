@@ -19,7 +19,7 @@
 /// are black; sources one sample wide or high, into which no tap folds back, are all that sample; an empty
 /// region loads the state and writes nothing. The spare arguments are not read.
 ///
-/// Loads the state of gdc_model/gdc_state.h: one run at a time in a process.
+/// Loads the state of gdc_model/gdc_state.h: not thread-safe, one run at a time per process.
 void GdcCore(unsigned short* dst, unsigned short* src, int* gridDX, int* gridDY, int W, int H, int spareWidth,
              int spareHeight, int scaleShifterX, int scaleShifterY, int scaleX, int scaleY, int invScaleX,
              int invScaleY, int outScaleX, int outScaleY, int outCropStartX, int outCropStartY, int outW,

@@ -11,6 +11,7 @@
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/grid_interp.h"
 #include "gdc_model/zeroed.h"
+#include "processor/float_rounding.h"
 
 namespace vantor {
 namespace {

@@ -7,11 +7,12 @@
 #pragma GCC visibility push(default)
 
 /// @name State
-/// Process-wide, 0 at first, and without a lock: one model run at a time in a process. Every run of GdcCore
-/// loads it; afterwards it can be read. Variables marked "last" hold what the run's last pixel, or its last
-/// bilinear interpolation, left.
+/// Process-wide, 0 at first, and without a lock: not thread-safe, one model run at a time per process. Every
+/// run of GdcCore loads it; afterwards it can be read. Variables marked "last" hold what the run's last
+/// pixel, or its last bilinear interpolation, left.
 /// @{
-extern int m_curGrid_dX[33][33];  ///< moves of the grid nodes, 33 rows of 33: a copy of the run's grid
+extern int m_curGrid_dX[33]
+                       [33];  ///< displacements of the grid nodes, 33 rows of 33: a copy of the run's grid
 extern int m_curGrid_dY[33][33];  ///< the same, down
 extern int m_nWidth;              ///< source width, in luma samples
 extern int m_nHeight;             ///< source height

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "processor/float_rounding.h"
 #include "scaler/bands.h"
 #include "scaler/bilinear_pairs.h"
 #include "scaler/bilinear_pairs_kernels.h"

@@ -33,9 +33,10 @@ examples() {
     "$vantor" chart -o "$out/chart_1280x720.nv12" --size 1280x720
     "$vantor" scale "$out/chart_1280x720.nv12" -o "$out/expected_640x360.nv12" --size 50%
 
-    # Each header compiles alone, with nothing of this folder.
+    # Each header compiles alone, with nothing of this folder, as C++14.
     while read -r header; do
-        echo "#include \"$header\"" | g++ -Wall -Wextra -Werror -fsyntax-only -I"$out/moved/include/vantor10" -x c++ -
+        echo "#include \"$header\"" | g++ -std=c++14 -pedantic-errors -Wall -Wextra -Werror -fsyntax-only \
+            -I"$out/moved/include/vantor10" -x c++ -
     done <cmake/public_headers.txt
     # The README shows the example.
     sed -n '/^```cmake$/,/^```$/{/^```/!p}' README.md | diff - examples/find_package/CMakeLists.txt
@@ -48,8 +49,10 @@ examples() {
     quietly make -C examples/pkg_config OUT="$out/half"
     check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out/half"
 
-    quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja -DCMAKE_BUILD_TYPE=Release
+    quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja
     quietly cmake --build "$out/add_subdirectory"
+    ninja -C "$out/add_subdirectory" -t commands | grep -q -e '-O3 .*scaler/interpolate.cpp' ||
+        { echo "packages: add_subdirectory: not optimised without a build type" >&2; exit 1; }
     check add_subdirectory "$out/add_subdirectory/half"
 }
 

@@ -6,6 +6,7 @@
 #include "hardware/vantorClient/service_request.h"
 #include "hardware/vantorClient/status.h"
 #include "hardware/vantorClient/vantor_client.h"
+#include "processor/float_rounding.h"
 
 namespace hardware {
 namespace {

@@ -5,6 +5,7 @@
 
 #include "hardware/vantorClient/log.h"
 #include "hardware/vantorClient/status.h"
+#include "processor/float_rounding.h"
 #include "scaler/interp4.h"
 #include "scaler/interpolate.h"
 

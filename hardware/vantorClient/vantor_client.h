@@ -1,6 +1,6 @@
 /// @file
 /// Geometric transforms of 8-bit NV12 and grayscale pictures. This header and libVantor10 are all a client
-/// needs.
+/// needs, with C++14 or later.
 #pragma once
 
 #include <cstdint>
@@ -40,19 +40,20 @@ public:
         int32_t cropBottom = 0;  ///< last row
     };
 
-    /// A warp: the moves of 33 x 33 nodes, row by row. Node (column k, row r) stands at k x width / 32 and
-    /// r x height / 32 of the output. Values are in 1/256 of a virtual frame of 8192 x 6144, whatever the
+    /// A warp: the displacements of 33 x 33 nodes, row by row. Node (column k, row r) is at k x width / 32
+    /// and r x height / 32 of the output. Values are in 1/256 of a virtual frame of 8192 x 6144, whatever the
     /// picture's size, and the engine halves them: to take an output pixel from d pixels further right, the
     /// value is 256 x d x 16384 / width; from d pixels further down, 256 x d x 16384 / ((8 x height + 3) /
     /// 6).
     struct _GDCGrid {
-        int32_t dX[1089];  ///< moves to the right
-        int32_t dY[1089];  ///< moves down
+        int32_t dX[1089];  ///< displacements to the right
+        int32_t dY[1089];  ///< displacements down
     };
 
     /// Connects to the hardware service ("default") and opens the allocator of shared buffers. Comes first:
-    /// without it, runCSC and runGDCGrid on GDC_HW end the process for given buffers, and fall back to the
-    /// processor for copied pictures.
+    /// without it, runCSC and runGDCGrid on GDC_HW crash for NV12 if both pictures give their buffers, as
+    /// there is no service to call; else no buffer can be allocated, grayscale needs one too, and requests
+    /// fall back to the CPU with -38.
     ///
     /// Counts its calls; the first two connect. Fails with -38, and logs why: no service, no allocator. The
     /// count is then up all the same.
@@ -62,8 +63,8 @@ public:
     /// later init does not open it again. Fails with -38, and logs it, if that closing fails.
     static int32_t deinit();
 
-    /// Scales the whole of `src` to the whole of `dst` on the processor, on three created threads and the
-    /// caller. Looks at planes and sizes only, not at descriptors or regions of interest.
+    /// Scales the whole of `src` to the whole of `dst` in software, on three created threads and the
+    /// caller's. Looks at planes and sizes only, not at descriptors or regions of interest.
     ///
     /// - Equal sizes are copied.
     /// - If either direction grows: a four-tap table filter for luma, bilinear for chroma.
@@ -81,8 +82,8 @@ public:
     /// exactly one null chroma plane (logged as an error). Sizes of zero or less succeed and write nothing.
     static int32_t runInterpBicubic(const BufferData& dst, const BufferData& src, int32_t format);
 
-    /// Scales `src` to `dst` on the hardware service, region of interest to region of interest. One request
-    /// at a time in a process, and only after init.
+    /// Scales `src` to `dst` on the hardware service, region of interest to region of interest. Not
+    /// thread-safe: one request at a time per process, and only after init.
     ///
     /// Each picture gives its shared buffers (NV12: `fdY` and `fdUV`, or `fdY` alone for one buffer of luma
     /// and chroma; grayscale: `fdY`, and no `fdUV`), which the service uses as they are; or none (NV12: both
@@ -103,8 +104,8 @@ public:
     ///
     /// WARNING: allocated buffers stay open for the life of the process, one or two descriptors a request.
     ///
-    /// WARNING: the fallback reads and writes through the planes. With given buffers and null planes it ends
-    /// the process for grayscale and for reductions.
+    /// WARNING: the fallback reads and writes through the planes. With given buffers and null planes it
+    /// crashes for grayscale and for reductions.
     static int32_t runCSC(const BufferData& dst, const BufferData& src, int32_t format);
 
     /// Warps `src` by a grid to `dst`, which has the same size: 96 x 64 to 8192 x 6144, a multiple of 16
@@ -113,18 +114,22 @@ public:
     /// `dst`'s region of interest says which pixels are computed: give cropRight = width - 1 and cropBottom =
     /// height - 1 for all of them.
     ///
-    /// WARNING: the model packs the region at its own width and then reads its buffer as a whole picture, so
-    /// a smaller region comes back scrambled, and an empty one black with green chroma (all zero).
+    /// WARNING: the model packs the region at its own width and then reads that buffer as a whole picture, so
+    /// a region of another size than the picture's comes back scrambled. A smaller one is followed by zeros
+    /// (black luma, green chroma), and an empty one is all zero. Of a larger one only the first width x
+    /// height x 3 / 2 samples are taken, so that chroma begins with luma, but all of it takes time and
+    /// memory; what lies outside the source is black.
     ///
     /// NV12 takes each picture's chroma plane, or null for chroma behind the luma. Grayscale leaves chroma
     /// alone.
     ///
-    /// GDC_C_MODEL computes on the caller's thread, and in state that all of the process shares: one warp at
-    /// a time. GDC_HW computes on the hardware service, with the buffers and hazards of runCSC; when it
-    /// fails, or a buffer cannot be allocated, `src` is copied to `dst` and -38 returned all the same.
+    /// GDC_C_MODEL computes on the caller's thread, and in state that all of the process shares: not
+    /// thread-safe, one warp at a time per process. GDC_HW computes on the hardware service, with the buffers
+    /// and hazards of runCSC; when it fails, or a buffer cannot be allocated, `src` is copied to `dst` and
+    /// -38 returned all the same.
     ///
-    /// WARNING: grayscale planes are not checked: a null `src.y` ends the process, and a null `dst.y` gets
-    /// nothing, with status 0 in the model.
+    /// WARNING: grayscale planes are not checked. In the model a null `dst.y` gets nothing, with status 0,
+    /// whatever `src.y` is; with a `dst.y`, a null `src.y` crashes as soon as a sample of it is read.
     ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format, target or
     /// pair of descriptors, a null luma plane (NV12 in the model). A region so large that its samples cannot
@@ -134,9 +139,10 @@ public:
                               int32_t format, int32_t target);
 
     /// Warps by an affine matrix: output pixel (x, y) comes from (a x + b y + c, d x + e y + f). `matrix` is
-    /// a, b (in 1/4096), c (in 1/32 pixel), d, e, f, never null. The matrix becomes a grid whose nodes stand
-    /// and move by whole pixels, so that the picture may wobble by up to half a pixel; even the identity
-    /// moves it by about that much. Everything else is as for runGDCGrid, whose status is returned.
+    /// a, b (in 1/4096), c (in 1/32 pixel), d, e, f, never null. The matrix becomes a grid whose nodes have
+    /// positions and displacements in whole pixels, so that the picture may wobble by up to half a pixel;
+    /// even the identity moves it by about that much. Everything else is as for runGDCGrid, whose status is
+    /// returned.
     static int32_t runGDCMatrix(const BufferData& dst, const BufferData& src, const int16_t* matrix,
                                 int32_t format, int32_t target);
 };

@@ -81,14 +81,14 @@ uint8_t* chromaOf(const BufferData& image, int32_t format) {
 }
 
 int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid, int32_t format) {
-    const vantor::OutputRegion region(dst.cropLeft, dst.cropTop, dst.cropRight, dst.cropBottom);
-    if (!region.isCountable()) return kFailure;
     if (format == IMAGE_FORMAT_NV12 && src.y == nullptr) {
         VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelSource,
                          "Invalid arguments [src.y=%p / src.uv=%p]", static_cast<void*>(src.y),
                          static_cast<void*>(src.uv));
         return kFailure;
     }
+    const vantor::OutputRegion region(dst.cropLeft, dst.cropTop, dst.cropRight, dst.cropBottom);
+    if (!region.isCountable()) return kFailure;
     // The model runs even when its output has no place: its state can be read.
     vantor::PlanePair<uint8_t> output{};
     if (dst.y != nullptr) output = {dst.y, chromaOf(dst, format)};

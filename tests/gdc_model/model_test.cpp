@@ -95,6 +95,20 @@ TEST(GdcModel, EqualsAPixelByPixelWalkAndLeavesItsState) {
     }
 }
 
+TEST(GdcModel, ScalesHaveAsManyFractionBitsAsFitIn16Bits) {
+    const auto check = [](const GdcScales& scales, int64_t frame, int size) {
+        const auto scale = [&](int shifter) { return ((frame << (shifter + 8)) + size / 2) / size; };
+        int shifter = 7;
+        while (shifter > 0 && scale(shifter) > 65535) --shifter;
+        EXPECT_EQ(scales.shifter, shifter) << size << " of " << frame;
+        EXPECT_EQ(scales.scale, scale(shifter)) << size << " of " << frame;
+    };
+    for (int size = 1; size <= 8192; ++size) {
+        check(gdcScalesX(size), 8192, size);
+        check(gdcScalesY(size), 6144, size);
+    }
+}
+
 TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
     Random random(seed());
     reference::GdcState state;
@@ -148,10 +162,13 @@ TEST(GdcModel, CoreFixesItsSettingsAndStaysBetweenGuardPages) {
         for (const int H : {64, 65, 1}) {
             for (Guard guard : {Guard::Front, Guard::Back}) {
                 GuardedPlane src(2 * gdcPictureSamples(W, H), guard), dst(2 * gdcPictureSamples(W, H), guard);
+                auto* const from = reinterpret_cast<uint16_t*>(src.data());
+                auto* const to = reinterpret_cast<uint16_t*>(dst.data());
+                for (int i = 0; i < W * H; ++i) from[i] = static_cast<uint8_t>(7 * i);
                 const GdcScales x = gdcScalesX(W), y = gdcScalesY(H);
-                GdcCore(reinterpret_cast<uint16_t*>(dst.data()), reinterpret_cast<uint16_t*>(src.data()), zero.data(),
-                        zero.data(), W, H, 0, 0, x.shifter, y.shifter, x.scale, y.scale, x.invScale, y.invScale, 128,
-                        128, 0, 0, W, H);
+                GdcCore(to, from, zero.data(), zero.data(), W, H, 0, 0, x.shifter, y.shifter, x.scale, y.scale,
+                        x.invScale, y.invScale, 128, 128, 0, 0, W, H);
+                EXPECT_TRUE(std::equal(from, from + W * H, to)) << W << "x" << H;
             }
         }
     }

@@ -90,6 +90,23 @@ TEST(WarpKernels, RowsOfAnyGridFindKernelsThatCanTakeThem) {
     }
 }
 
+TEST(WarpKernels, NoDisplacementOfARowExceedsItsBound) {
+    Random random(seed());
+    int bounded = 0;
+    for (int i = 0; i < 200; ++i) {
+        const int size = 1 << random.between(2, 21);
+        GdcGrid grid{};
+        for (auto& row : grid) std::generate(row, std::end(row), [&] { return random.between(0, 2) ? size : -size; });
+        const GridRow row(grid, {0, random.between(1, 32), random.between(0, 384)});
+        const int32_t bound = row.bound();
+        bounded += bound != INT32_MAX;
+        for (int u = 0; u < 512 * 32; ++u) {
+            ASSERT_LE(std::abs(row.displacement({u, u / 512 + 1, u % 512})), bound) << "seed " << seed() << " at " << u;
+        }
+    }
+    EXPECT_GT(bounded, 100);
+}
+
 /// Compares both stages of all tables at these positions, the output off alignment and against an unmapped page.
 void compare(const WarpSource& src, const Positions& x, const Positions& y, int count) {
     const auto run = [&](const WarpKernels& kernels, Bytes& out) {

@@ -194,8 +194,10 @@ TEST_F(Direct, SurvivesAnyFailingAllocation) {
         for (;; ++failures) {
             allocationsLeft = failures;
             const int32_t status = requests[i]();
+            const bool hasFailed = allocationsLeft < 0;
             allocationsLeft = -1;
-            if (status == 0) break;
+            ASSERT_EQ(status != 0, hasFailed) << "request " << i << " after " << failures;
+            if (!hasFailed) break;
             ASSERT_TRUE(before == (i < 2 ? dst.copy(content.size()) : picture.bytes)) << "request " << i;
         }
         EXPECT_GE(failures, 3) << "request " << i;

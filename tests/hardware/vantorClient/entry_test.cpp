@@ -324,11 +324,19 @@ TEST_F(Warp, NullPlanesAreFoundBeforeAndAfterTheCore) {
     EXPECT_EQ(-38, run());
     expectError("runGDCCModelGrid():1073 Invalid arguments [src.y=(nil) / src.uv=(nil)]");
     EXPECT_NE(m_curGrid_dX[0][5], 77);
+    dst.data.cropLeft = INT32_MIN;  // uncountable, which alone has no line
+    EXPECT_EQ(-38, run());
+    expectError("runGDCCModelGrid():1073 Invalid arguments [src.y=(nil) / src.uv=(nil)]");
+    dst.data.cropLeft = 0;
     src.data.y = src.block.data();
     dst.data.y = nullptr;
     EXPECT_EQ(-38, run());
     expectError("runGDCCModelGrid():1102 Invalid arguments [dst.y=(nil) / dst.uv=(nil)]");
     EXPECT_EQ(m_curGrid_dX[0][5] * 1000 + m_LT_val, 77 * 1000 + 1);
+    for (uint8_t* y : {src.data.y, static_cast<uint8_t*>(nullptr)}) {
+        src.data.y = y;
+        EXPECT_EQ(0, run(IMAGE_FORMAT_GRAYSCALE));
+    }
 }
 
 #ifndef VANTOR_KEEP_THREAD_CALLS
