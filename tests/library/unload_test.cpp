@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-#include "service/software_service.h"
+#include "service/start_software_service.h"
 
 namespace {
 
