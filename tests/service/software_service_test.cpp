@@ -253,6 +253,7 @@ TEST_F(Direct, RefusesBuffersThatCannotBeReadOrWrittenAnywhere) {
         std::fill_n(dst.bytes, kContent.size(), 9);
         expectRefusal(kWhole, {wrong}, kWhole, {src.fd});
         expectRefusal(kWhole, {dst.fd, wrong}, kWhole, {src.fd});
+        EXPECT_TRUE(isUntouched());
     }
     expectRefusal(kWhole, {dst.fd}, kWhole, {reopened(memory, O_WRONLY)});
     // A file system of the client's own may never answer, so it must not be asked.
