@@ -6,9 +6,9 @@ set(cmake_files ${CMAKE_INSTALL_LIBDIR}/cmake/Vantor10)
 file(RELATIVE_PATH from_tools ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 
 # The platform's stand-in exports the platform's own names, so it is kept where nobody else looks.
-set_target_properties(Vantor10 PROPERTIES INSTALL_RPATH $ORIGIN/vantor10)
-install(TARGETS Vantor10 EXPORT Vantor10 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
-                                                 NAMELINK_COMPONENT development)
+set_target_properties(Vantor10 vantor10_service PROPERTIES INSTALL_RPATH $ORIGIN/vantor10)
+install(TARGETS Vantor10 vantor10_service EXPORT Vantor10
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
 install(TARGETS vantor_platform LIBRARY DESTINATION ${private_libraries} COMPONENT library)
 
 file(STRINGS cmake/public_headers.txt public_headers)
@@ -26,9 +26,11 @@ install(FILES ${PROJECT_BINARY_DIR}/package/Vantor10ConfigVersion.cmake DESTINAT
 # The paths start at the file's own folder, so that an installation can be moved.
 file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
-configure_file(cmake/vantor10.pc.in package/vantor10.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/package/vantor10.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-        COMPONENT development)
+foreach(name vantor10 vantor10-service)
+    configure_file(cmake/${name}.pc.in package/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+            COMPONENT development)
+endforeach()
 
 set_target_properties(vantor-selftest PROPERTIES INSTALL_RPATH $ORIGIN/${from_tools})
 install(TARGETS vantor-selftest RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)

@@ -1,8 +1,12 @@
-// The software service's checks: geometries of any numbers, handles of any descriptors, buffers of wrong sizes. A
-// request is done to the byte as the library does it, or refused with nothing written; no descriptor stays.
+// The software service's checks: geometries of any numbers, handles of any descriptors, buffers of wrong sizes, of one
+// file for both pictures, and of files that shrink once their size was looked at. A request is done to the byte as the
+// library does it, or refused with nothing written; no descriptor stays. A destination that shrinks may be written in
+// part, but never beyond its first size.
 #include <cutils/native_handle.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <memory>
@@ -18,6 +22,12 @@ namespace {
 using Geometry = SoftwareService::Geometry;
 using hardware::vantorClient;
 
+/// What shrinks as soon as its size was looked at.
+struct {
+    int descriptor = -1;
+    off_t size = 0;
+} shrinking;
+
 /// The lowest free descriptor: the same before and after a request, unless one was kept.
 int freeDescriptor() {
     const int descriptor = dup(STDERR_FILENO);
@@ -28,9 +38,14 @@ int freeDescriptor() {
 /// A shared buffer of some bytes, which can be read here whatever the service may do with it.
 class Shared {
 public:
-    Shared(const Bytes& bytes, bool isReadOnly) : bytes_(bytes), descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
+    enum class Kind { ReadOnly, Appending, Sealed, Ordinary };
+
+    Shared(const Bytes& bytes, Kind kind)
+        : bytes_(bytes), descriptor_(memfd_create("fuzz", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
         FUZZ_EXPECT(write(descriptor_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()));
-        if (!isReadOnly) return;
+        if (kind == Kind::Sealed) FUZZ_EXPECT(fcntl(descriptor_, F_ADD_SEALS, F_SEAL_WRITE) == 0);
+        if (kind == Kind::Appending) FUZZ_EXPECT(fcntl(descriptor_, F_SETFL, O_APPEND) == 0);
+        if (kind != Kind::ReadOnly) return;
         const int writable = descriptor_;
         descriptor_ = open(("/proc/self/fd/" + std::to_string(writable)).c_str(), O_RDONLY | O_CLOEXEC);
         close(writable);
@@ -42,8 +57,8 @@ public:
     int descriptor() const { return descriptor_; }
     const Bytes& before() const { return bytes_; }
     Bytes now() const {
-        Bytes bytes(bytes_.size());
-        FUZZ_EXPECT(pread(descriptor_, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+        Bytes bytes(bytes_.size() + 1);  // so that one too many would show
+        bytes.resize(static_cast<size_t>(pread(descriptor_, bytes.data(), bytes.size(), 0)));
         return bytes;
     }
 
@@ -81,12 +96,25 @@ public:
     Side(const Side&) = delete;
     Side& operator=(const Side&) = delete;
 
+    /// Another picture's buffers in place of its own, in as many descriptors.
+    void takeBuffersOf(const Side& other) {
+        buffers = other.buffers;
+        for (int i = 0; i < handle_->numFds; ++i) {
+            handle_->data[i] = buffers[std::min(static_cast<size_t>(i), buffers.size() - 1)]->descriptor();
+        }
+        isSpoilt |= handle_->numFds != static_cast<int>(buffers.size());
+    }
+
     /// The picture's bytes, before and now. Only of sound ones.
     Bytes before() const {
         return picture([](const Shared& buffer) { return buffer.before(); });
     }
     Bytes now() const {
         return picture([](const Shared& buffer) { return buffer.now(); });
+    }
+    bool isNotLonger() const {
+        return std::all_of(buffers.begin(), buffers.end(),
+                           [](const auto& buffer) { return buffer->now().size() <= buffer->before().size(); });
     }
     bool isUntouched() const {
         return std::all_of(buffers.begin(), buffers.end(),
@@ -103,7 +131,7 @@ public:
     }
 
     Geometry geometry;
-    std::vector<std::unique_ptr<Shared>> buffers;
+    std::vector<std::shared_ptr<Shared>> buffers;
     ::android::hardware::hidl_handle handle;
     bool isSpoilt = false;
 
@@ -116,8 +144,9 @@ private:
     void addBuffer(Input& input, int64_t needed) {
         const int change = input.between(0, 7) == 0 ? input.between(-64, 64) : 0;
         const auto length = std::clamp<int64_t>(needed + change, 0, kMostBufferBytes);
+        const int kind = std::min(input.between(0, 15), static_cast<int>(Shared::Kind::Ordinary));
         buffers.push_back(
-            std::make_unique<Shared>(input.content(static_cast<size_t>(length)), input.between(0, 15) == 0));
+            std::make_shared<Shared>(input.content(static_cast<size_t>(length)), static_cast<Shared::Kind>(kind)));
     }
 
     /// Puts in other descriptors, or more of them, or takes some away.
@@ -181,20 +210,27 @@ void request(Input& input) {
         dst.geometry.width = src.geometry.width;
         dst.geometry.height = src.geometry.height;
     }
-    const int descriptor = freeDescriptor();
-    int32_t status;
+    static SoftwareService::GdcGrid grid;
     if (isWarp) {
-        static SoftwareService::GdcGrid grid;
         const Bytes nodes = input.content(sizeof grid);
         std::memcpy(static_cast<void*>(&grid), nodes.data(), sizeof grid);
-        status = service->runGDC(dst.geometry, dst.handle, src.geometry, src.handle, grid, nullptr);
-    } else {
-        status = service->runCSC(dst.geometry, dst.handle, src.geometry, src.handle, nullptr);
     }
+    const int kind = input.between(0, 15);
+    const bool isOneFile = kind == 1, isSrcShrinking = kind == 2, isDstShrinking = kind == 3;
+    if (isOneFile) dst.takeBuffersOf(src);
+    const int descriptor = freeDescriptor();
+    if (isSrcShrinking || isDstShrinking) {
+        const Shared& buffer = *(isSrcShrinking ? src : dst).buffers[0];
+        shrinking = {buffer.descriptor(), input.between(0, static_cast<int>(buffer.before().size()))};
+    }
+    const int32_t status = isWarp ? service->runGDC(dst.geometry, dst.handle, src.geometry, src.handle, grid, nullptr)
+                                  : service->runCSC(dst.geometry, dst.handle, src.geometry, src.handle, nullptr);
+    shrinking.descriptor = -1;
     FUZZ_EXPECT(freeDescriptor() == descriptor);
-    FUZZ_EXPECT(src.isUntouched());
-    if (status != 0) FUZZ_EXPECT(dst.isUntouched());
-    if (status == 0 && !isWarp && !src.isSpoilt && !dst.isSpoilt) {
+    FUZZ_EXPECT(isOneFile || isSrcShrinking || src.isUntouched());
+    FUZZ_EXPECT(src.isNotLonger() && dst.isNotLonger());
+    if (status != 0) FUZZ_EXPECT(isDstShrinking || dst.isUntouched());
+    if (status == 0 && !isWarp && !src.isSpoilt && !dst.isSpoilt && !isDstShrinking) {
         const Bytes now = dst.now(), expected = scaled(dst, src);
         FUZZ_EXPECT(now.size() == expected.size());
         expectSame(now.data(), expected.data(), now.size());
@@ -203,6 +239,14 @@ void request(Input& input) {
 
 }  // namespace
 }  // namespace vantor::fuzz
+
+extern "C" int fstat(int descriptor, struct stat* file) noexcept {
+    static const auto call = reinterpret_cast<int (*)(int, struct stat*)>(dlsym(RTLD_NEXT, "fstat"));
+    const int result = call(descriptor, file);
+    const auto& [shrinking, size] = vantor::fuzz::shrinking;
+    if (descriptor == shrinking) static_cast<void>(ftruncate(descriptor, size));  // in vain for a read-only one
+    return result;
+}
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) { return setenv("VANTOR_LOG", "off", 1); }
 

@@ -11,13 +11,15 @@ quietly() {
     "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
 }
 
-# check NAME PROGRAM...: the example gives the tool's bytes.
+# check NAME COMMAND... FOLDER: the examples in the folder give the tool's bytes, one in the library, one on its service.
 check() {
     name=$1
     shift
-    "$@" 1280 720 <"$out/chart_1280x720.nv12" >"$out/half.nv12"
-    cmp "$out/half.nv12" "$out/expected_640x360.nv12"
-    echo "packages: $name: links, and halves a picture"
+    for example in half half_on_service; do
+        "$@/$example" 1280 720 <"$out/chart_1280x720.nv12" >"$out/half.nv12"
+        cmp "$out/half.nv12" "$out/expected_640x360.nv12"
+        echo "packages: $name: $example links, and halves a picture"
+    done
 }
 
 examples() {
@@ -42,18 +44,19 @@ examples() {
     sed -n '/^```cmake$/,/^```$/{/^```/!p}' README.md | diff - examples/find_package/CMakeLists.txt
     quietly cmake -S examples/find_package -B "$out/find_package" -DCMAKE_PREFIX_PATH="$out/moved"
     quietly cmake --build "$out/find_package"
-    check find_package "$out/find_package/half"
+    check find_package "$out/find_package"
 
     PKG_CONFIG_PATH=$(dirname "$(find "$out/moved" -name vantor10.pc)")
     export PKG_CONFIG_PATH
     quietly make -C examples/pkg_config OUT="$out/half"
-    check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out/half"
+    quietly make -C examples/pkg_config OUT="$out/half_on_service" EXAMPLE=half_on_service PACKAGE=vantor10-service
+    check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out"
 
     quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja
     quietly cmake --build "$out/add_subdirectory"
     ninja -C "$out/add_subdirectory" -t commands | grep -q -e '-O3 .*scaler/interpolate.cpp' ||
         { echo "packages: add_subdirectory: not optimised without a build type" >&2; exit 1; }
-    check add_subdirectory "$out/add_subdirectory/half"
+    check add_subdirectory "$out/add_subdirectory"
 }
 
 # bare COMMAND...: runs a command in the bare system, with /proc, which $ORIGIN needs, mounted for it alone.
@@ -89,10 +92,11 @@ packages() {
     cp -R examples "$root/tmp"
     quietly bare sh -c 'apt-get install -q -y --no-install-recommends /tmp/libvantor10-dev_*.deb cmake g++ make pkg-config'
     quietly bare sh -ec 'cmake -S /tmp/examples/find_package -B /tmp/build && cmake --build /tmp/build
-        make -C /tmp/examples/pkg_config OUT=/tmp/half'
+        make -C /tmp/examples/pkg_config OUT=/tmp/half
+        make -C /tmp/examples/pkg_config OUT=/tmp/half_on_service EXAMPLE=half_on_service PACKAGE=vantor10-service'
     out=$root/tmp
-    check find_package bare /tmp/build/half
-    check pkg-config bare /tmp/half
+    check find_package bare /tmp/build
+    check pkg-config bare /tmp
     quietly bare apt-get purge -q -y libvantor10 libvantor10-dev vantor
     left=$(find "$root/usr" "$root/etc" -iname '*vantor*')
     [ -z "$left" ] || { echo "packages: left behind: $left" >&2; exit 1; }

@@ -5,10 +5,11 @@
 #include <exception>
 #include <mutex>
 #include <new>
+#include <string>
 
 #include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/vantor_client.h"
-#include "service/mapped_picture.h"
+#include "service/client_picture.h"
 
 namespace vantor {
 namespace {
@@ -30,9 +31,9 @@ int32_t guarded(const char* method, Request&& request) {
     return kRefused;
 }
 
-hardware::vantorClient::BufferData describe(Nv12& picture) {
+hardware::vantorClient::BufferData describe(const Nv12& picture) {
     hardware::vantorClient::BufferData data;
-    data.y = picture.bytes.data();
+    data.y = picture.luma;
     data.width = picture.width;
     data.height = picture.height;
     return data;
@@ -41,16 +42,12 @@ hardware::vantorClient::BufferData describe(Nv12& picture) {
 /// The model has one state in a process, whatever the number of services.
 std::mutex modelMutex;
 
-Nv12 warped(const Nv12& picture, const SoftwareService::GdcGrid& grid) {
-    Nv12 result(picture.width, picture.height);
-    const size_t luma = static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height);
-    const uint8_t* const from = picture.bytes.data();
-    uint8_t* const to = result.bytes.data();
-    if (!warpPicture(picture.width, picture.height, {0, 0, picture.width - 1, picture.height - 1},
-                     {from, from + luma}, {to, to + luma}, &grid.dX[0][0], &grid.dY[0][0])) {
+void warp(const Nv12& from, const Nv12& to, const SoftwareService::GdcGrid& grid) {
+    const std::lock_guard<std::mutex> lock(modelMutex);
+    if (!warpPicture(from.width, from.height, {0, 0, from.width - 1, from.height - 1},
+                     {from.luma, from.chroma()}, {to.luma, to.chroma()}, &grid.dX[0][0], &grid.dY[0][0])) {
         throw std::bad_alloc();
     }
-    return result;
 }
 
 }  // namespace
@@ -59,12 +56,14 @@ SoftwareService::Status SoftwareService::runCSC(const Geometry& dstGeometry, con
                                                 const Geometry& srcGeometry, const Handle& srcBuffers,
                                                 const Token&) {
     return guarded("runCSC", [&] {
-        const MappedPicture src("src", MappedPicture::Access::Read, srcGeometry, srcBuffers);
-        MappedPicture dst("dst", MappedPicture::Access::Write, dstGeometry, dstBuffers);
-        Nv12 from = src.region();
-        Nv12 to(dst.regionWidth(), dst.regionHeight());
+        const ClientPicture src("src", ClientPicture::Access::Read, srcGeometry, srcBuffers);
+        const ClientPicture dst("dst", ClientPicture::Access::Write, dstGeometry, dstBuffers);
+        MemoryPool::Loan memory(memory_);
+        const Nv12 from = memory->src.picture(src.region().width, src.region().height);
+        const Nv12 to = memory->dst.picture(dst.region().width, dst.region().height);
+        src.read(src.region(), from);
         hardware::vantorClient::runInterpBicubic(describe(to), describe(from), hardware::IMAGE_FORMAT_NV12);
-        dst.setRegion(to);
+        dst.writeRegion(to, 0, 0);
     });
 }
 
@@ -72,25 +71,21 @@ SoftwareService::Status SoftwareService::runGDC(const Geometry& dstGeometry, con
                                                 const Geometry& srcGeometry, const Handle& srcBuffers,
                                                 const GdcGrid& grid, const Token&) {
     return guarded("runGDC", [&] {
-        const MappedPicture src("src", MappedPicture::Access::Read, srcGeometry, srcBuffers);
-        MappedPicture dst("dst", MappedPicture::Access::Write, dstGeometry, dstBuffers);
-        if (src.width() != dst.width() || src.height() != dst.height()) {
-            throw Refusal{"src of " + std::to_string(src.width()) + "x" + std::to_string(src.height()) +
-                          ", dst of " + std::to_string(dst.width()) + "x" + std::to_string(dst.height()) +
+        const ClientPicture src("src", ClientPicture::Access::Read, srcGeometry, srcBuffers);
+        const ClientPicture dst("dst", ClientPicture::Access::Write, dstGeometry, dstBuffers);
+        const auto [left, top, width, height] = src.whole();
+        if (width != dst.whole().width || height != dst.whole().height) {
+            throw Refusal{"src of " + std::to_string(width) + "x" + std::to_string(height) + ", dst of " +
+                          std::to_string(dst.whole().width) + "x" + std::to_string(dst.whole().height) +
                           ", expected one size"};
         }
-        const std::lock_guard<std::mutex> lock(modelMutex);
-        dst.setRegionOf(warped(src.whole(), grid));
+        MemoryPool::Loan memory(memory_);
+        const Nv12 from = memory->src.picture(width, height);
+        const Nv12 to = memory->dst.picture(width, height);
+        src.read(src.whole(), from);
+        warp(from, to, grid);
+        dst.writeRegion(to, dst.region().left, dst.region().top);
     });
-}
-
-void startSoftwareService() {
-    using ::vendor::norlake::hardware::vantorService::V1_0::IVantorService;
-    if (IVantorService::getService("default", false) != nullptr) return;
-    const ::android::sp<SoftwareService> service = new SoftwareService;
-    if (service->registerAsService("default") != ::android::OK) {
-        __android_log_print(ANDROID_LOG_ERROR, "VANTOR_SERVICE", "registerAsService() failed");
-    }
 }
 
 }  // namespace vantor

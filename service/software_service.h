@@ -1,14 +1,28 @@
-// The hardware service's stand-in on a workstation: the same requests, computed on the processor.
+// The hardware service's stand-in on a workstation: the same requests, computed on the CPU.
 #pragma once
 
 #include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
 
+#include "service/working_memory.h"
+
 namespace vantor {
 
-/// Serves any number of clients of this process; warps one after the other, as the
-/// model has one state (which clients that warp in the model themselves must not share at the same time).
-/// Trusts nothing: what does not fit is refused with a status other than 0 and one line in the log, tag
-/// "VANTOR_SERVICE". Keeps no client's token, and no buffer after its request.
+/// Serves any number of clients at a time, whose warps wait for each other, as the model has one state
+/// (which clients that warp in a model of the same process must not share at the same time).
+///
+/// Trusts nothing in a request: what does not fit is refused with a status other than 0 and one line in the
+/// log, tag "VANTOR_SERVICE". Buffers must be memory files (memfd_create) or shared memory (tmpfs); others
+/// are not read, as a client's own file system may never answer. They are read before anything is written,
+/// so that one may serve both pictures, and never mapped, so that a client that shrinks them gets a refusal.
+/// Of the destination, only the region of interest is written.
+///
+/// A refused request has written nothing, unless the client changed its buffer meanwhile (a shrunk
+/// destination may grow again) or there was no memory for a sparse one: parts of the region may then be
+/// written. A client that keeps its destination locked, by a write of its own that never ends, keeps this
+/// one request waiting.
+///
+/// Keeps no client's token and no buffer after its request, but as much memory as the largest pictures of
+/// as many requests as ran at once: at most 200 MB each.
 class SoftwareService final : public ::vendor::norlake::hardware::vantorService::V1_0::IVantorService {
 public:
     using Geometry = ::vendor::norlake::hardware::vantorService::V1_0::ImageGeometry;
@@ -25,9 +39,9 @@ public:
     /// values.
     Status runGDC(const Geometry& dstGeometry, const Handle& dstBuffers, const Geometry& srcGeometry,
                   const Handle& srcBuffers, const GdcGrid& grid, const Token& token) override;
-};
 
-/// Registers a service under the name that the library looks for, unless there is one.
-void startSoftwareService();
+private:
+    MemoryPool memory_;
+};
 
 }  // namespace vantor

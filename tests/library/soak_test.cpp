@@ -3,7 +3,7 @@
 #include <chrono>
 #include <filesystem>
 
-#include "service/software_service.h"
+#include "service/start_software_service.h"
 #include "tests/support.h"
 
 namespace vantor::test {

@@ -1,11 +1,10 @@
-// Whether dlclose really unloads the library, and releases what it holds.
+// Whether dlclose really unloads the library, and releases what it holds; and leaves the service's, which is in use.
 #include <dlfcn.h>
+#include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
-
-#include "service/software_service.h"
 
 namespace {
 
@@ -20,7 +19,9 @@ bool isLoaded() {
 }  // namespace
 
 int main(int, char** argv) {
-    vantor::startSoftwareService();
+    void* provider = dlopen(argv[2], RTLD_NOW | RTLD_LOCAL);
+    reinterpret_cast<void (*)()>(dlsym(provider, "_ZN6vantor20startSoftwareServiceEv"))();
+    dlclose(provider);
     const auto service = vendor::norlake::hardware::vantorService::V1_0::IVantorService::getService("default", false);
     const int before = service->getStrongCount();
     void* library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
@@ -28,6 +29,7 @@ int main(int, char** argv) {
     const bool connected = init != nullptr && init() == 0 && service->getStrongCount() == before + 1 && isLoaded();
     dlclose(library);
     const bool released = service->getStrongCount() == before && !isLoaded();
-    std::printf("connected: %d, released and unloaded: %d\n", connected, released);
-    return connected && released ? 0 : 1;
+    const bool serves = service->ping().isOk();
+    std::printf("connected: %d, released and unloaded: %d, serves: %d\n", connected, released, serves);
+    return connected && released && serves ? 0 : 1;
 }

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 #include <ion/ion.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
+
+#include <csignal>
+#include <limits>
 
 namespace {
 
@@ -60,6 +64,62 @@ TEST(PlatformIon, GivesSealedBuffersOfZerosThatCanBeShared) {
     EXPECT_EQ(ion_close(ion), 0);
     EXPECT_EQ(ion_close(ion), -EBADF);
     EXPECT_EQ(ion_alloc_fd(ion, size, 4096, 1, 3, &fd), -EINVAL);
+}
+
+/// The lowest free descriptor: the same as before, unless one was kept.
+int lowestFree() {
+    const int fd = dup(STDERR_FILENO);
+    close(fd);
+    return fd;
+}
+
+TEST(PlatformIon, KeepsNothingOfABufferThatCannotBeSized) {
+    const int ion = ion_open();
+    const int before = lowestFree();
+    int fd = -7;
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small{4096, limit.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    EXPECT_EQ(ion_alloc_fd(ion, 1 << 20, 4096, 1, 3, &fd), -EFBIG);
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_TRUE(fd == -7 && lowestFree() == before);
+    ion_close(ion);
+}
+
+TEST(PlatformIon, GivesHalfOfTheMemoryAtMost) {
+    const int ion = ion_open();
+    int fd = -1;
+    const auto half = static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES) / 2) * static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    if (half < static_cast<uint64_t>(std::numeric_limits<off_t>::max())) {
+        EXPECT_EQ(ion_alloc_fd(ion, static_cast<size_t>(half + 1), 4096, 1, 3, &fd), -ENOMEM);
+        EXPECT_EQ(ion_alloc_fd(ion, static_cast<size_t>(half), 4096, 1, 3, &fd), 0);  // none of it is used
+        close(fd);
+    }
+    ion_close(ion);
+}
+
+TEST(PlatformHidlHandle, ClosesTheDescriptorsThatItOwnsAlone) {
+    native_handle_t* given = native_handle_create(1, 0);
+    given->data[0] = open("/dev/null", O_RDONLY);
+    const int before = lowestFree();
+    {
+        const hidl_handle borrower(given);
+        hidl_handle copy(borrower);  // owns duplicates
+        EXPECT_NE(copy->data[0], given->data[0]);
+        hidl_handle moved(std::move(copy));
+        EXPECT_EQ(copy.getNativeHandle(), nullptr);
+        copy = moved;
+        moved = given;
+        copy = borrower;
+    }
+    EXPECT_EQ(lowestFree(), before);
+    EXPECT_EQ(fcntl(given->data[0], F_GETFD), 0);
+    const int fd = given->data[0];
+    { hidl_handle().setTo(given, true); }
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1);
 }
 
 }  // namespace

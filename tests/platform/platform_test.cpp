@@ -88,4 +88,15 @@ TEST(PlatformNativeHandle, HasLimitsAndClosesDescriptorsOnlyWhenTold) {
     EXPECT_EQ(native_handle_delete(clone), 0);
 }
 
+TEST(PlatformNativeHandle, KeepsNothingOfACloneThatFails) {
+    native_handle_t* handle = native_handle_create(2, 0);
+    const int fd = handle->data[0] = open("/dev/null", O_RDONLY);
+    handle->data[1] = -1;
+    const int lowestFree = dup(fd);
+    EXPECT_EQ(close(lowestFree), 0);
+    EXPECT_EQ(native_handle_clone(handle), nullptr);
+    EXPECT_EQ(dup(fd), lowestFree);
+    EXPECT_EQ(close(lowestFree) + native_handle_close(handle) + native_handle_delete(handle), 0);
+}
+
 }  // namespace

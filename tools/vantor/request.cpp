@@ -6,7 +6,7 @@
 #include <chrono>
 
 #include "hardware/vantorClient/warp_limits.h"
-#include "service/software_service.h"
+#include "service/start_software_service.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/log_watch.h"
 
