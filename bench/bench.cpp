@@ -16,7 +16,7 @@
 #include "gdc_model/warp_kernels.h"
 #include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4_kernels.h"
 
 namespace vantor::bench {

@@ -5,7 +5,7 @@
 #include "scaler/bicubic_luma.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_chroma.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4.h"
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/reduce_rows.h"
 
 namespace vantor {

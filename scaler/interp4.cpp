@@ -6,10 +6,10 @@
 #include <optional>
 
 #include "scaler/bands.h"
-#include "scaler/bilinear_pairs.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
+#include "scaler/linear.h"
 #include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
 

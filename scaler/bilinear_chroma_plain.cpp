@@ -1,5 +1,5 @@
-#include "scaler/bilinear_pairs.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/linear.h"
 
 namespace vantor {
 namespace {

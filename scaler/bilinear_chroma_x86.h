@@ -1,7 +1,7 @@
 // Bilinear UV pairs, U and V apart in 16-bit lanes, for the vectors of AVX2 and AVX-512.
 #pragma once
 
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 
 namespace vantor {
 

@@ -1,7 +1,7 @@
 // Bilinear UV pairs with 128-bit vectors: eight pairs a step, U and V in bytes.
 #if defined(__ARM_NEON)
 
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/vectors_neon.h"
 
 namespace vantor {
