@@ -153,9 +153,9 @@ int usableProcessors() {
 }
 
 void describe(const std::vector<Contender>& peers) {
-    nameTable("bicubic luma", kLumaTables);
-    nameTable("bilinear chroma", kCutPairsTables);
-    nameTable("four-tap", kFourTapTables);
+    nameTable("bicubic luma", kBicubicLumaTables);
+    nameTable("bilinear chroma", kBilinearChromaTruncatedTables);
+    nameTable("interp4", kInterp4Tables);
     nameTable("warp", kWarpTables);
     const char* limit = std::getenv("VANTOR_CPU");
     benchmark::AddCustomContext("limit", limit ? limit : "none");

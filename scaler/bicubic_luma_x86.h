@@ -9,7 +9,7 @@ template <typename V>
 struct BicubicLuma {
     using Vector = typename V::Vector;
 
-    static bool plan(const ColumnTaps& taps, LumaPlan& plan) {
+    static bool plan(const ColumnTaps& taps, BicubicLumaPlan& plan) {
         plan.taps = taps;
         for (int i = 0; i < taps.columns; i += V::kLanes) {
             V::store(plan.phase + i, V::template shiftLeft<10>(V::widen(taps.phase + i)));
@@ -17,7 +17,8 @@ struct BicubicLuma {
         return V::planElements(taps, plan.elements);
     }
 
-    static void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
+    static void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next,
+                          uint8_t* out) {
         V::withWindows(
             plan.elements, [&](auto windows) __attribute__((always_inline)) {
                 const auto filter = [&](int vector) __attribute__((always_inline)) {

@@ -5,11 +5,13 @@
 
 namespace vantor {
 
-const PairKernels kCutPairsAvx2 = {InstructionSet::Avx2, BilinearPairs<Avx2, 5>::plan,
-                                   BilinearPairs<Avx2, 5>::filterRow, BilinearPairs<Avx2, 5>::blendRows};
+const BilinearChromaKernels kBilinearChromaTruncatedAvx2 = {
+    InstructionSet::Avx2, BilinearChroma<Avx2, 5>::plan, BilinearChroma<Avx2, 5>::filterRow,
+    BilinearChroma<Avx2, 5>::blendRows};
 
-const PairKernels kRoundedPairsAvx2 = {InstructionSet::Avx2, BilinearPairs<Avx2, 6>::plan,
-                                       BilinearPairs<Avx2, 6>::filterRow, BilinearPairs<Avx2, 6>::blendRows};
+const BilinearChromaKernels kBilinearChromaRoundedAvx2 = {InstructionSet::Avx2, BilinearChroma<Avx2, 6>::plan,
+                                                          BilinearChroma<Avx2, 6>::filterRow,
+                                                          BilinearChroma<Avx2, 6>::blendRows};
 
 }  // namespace vantor
 

@@ -5,13 +5,13 @@
 
 namespace vantor {
 
-const PairKernels kCutPairsAvx512 = {InstructionSet::Avx512, BilinearPairs<Avx512, 5>::plan,
-                                     BilinearPairs<Avx512, 5>::filterRow,
-                                     BilinearPairs<Avx512, 5>::blendRows};
+const BilinearChromaKernels kBilinearChromaTruncatedAvx512 = {
+    InstructionSet::Avx512, BilinearChroma<Avx512, 5>::plan, BilinearChroma<Avx512, 5>::filterRow,
+    BilinearChroma<Avx512, 5>::blendRows};
 
-const PairKernels kRoundedPairsAvx512 = {InstructionSet::Avx512, BilinearPairs<Avx512, 6>::plan,
-                                         BilinearPairs<Avx512, 6>::filterRow,
-                                         BilinearPairs<Avx512, 6>::blendRows};
+const BilinearChromaKernels kBilinearChromaRoundedAvx512 = {
+    InstructionSet::Avx512, BilinearChroma<Avx512, 6>::plan, BilinearChroma<Avx512, 6>::filterRow,
+    BilinearChroma<Avx512, 6>::blendRows};
 
 }  // namespace vantor
 

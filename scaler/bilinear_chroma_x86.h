@@ -5,12 +5,12 @@
 
 namespace vantor {
 
-/// With weights in 1/32, cut, for `Bits` of 5; with weights in 1/64, rounded, for 6.
+/// With weights in 1/32, truncated, for `Bits` of 5; with weights in 1/64, rounded, for 6.
 template <typename V, int Bits>
-struct BilinearPairs {
+struct BilinearChroma {
     using Vector = typename V::Vector;
 
-    static bool plan(const ColumnTaps& taps, PairPlan& plan) {
+    static bool plan(const ColumnTaps& taps, BilinearChromaPlan& plan) {
         plan.taps = taps;
         for (int i = 0; i < taps.columns; i += V::kLanes) {
             V::store(plan.weights + 2 * i, weights(V::widen(taps.phase + i)));
@@ -18,7 +18,8 @@ struct BilinearPairs {
         return V::planElements(taps, plan.elements);
     }
 
-    static void filterRow(const PairPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
+    static void filterRow(const BilinearChromaPlan& plan, const uint8_t* row, const uint8_t* next,
+                          uint8_t* out) {
         V::withWindows(
             plan.elements, [&](auto windows) __attribute__((always_inline)) {
                 for (int vector = 0; vector * V::kLanes < plan.taps.columns; ++vector) {

@@ -16,27 +16,27 @@
 namespace vantor {
 namespace {
 
-constexpr FourTapFilter kFilter = makeFourTapFilter();
+constexpr Interp4Filter kFilter = makeInterp4Filter();
 
 /// Sources smaller than this, in either direction, cannot hold all four taps.
 constexpr int kTaps = 4;
 
-const FourTapKernels& lumaKernels(const int16_t* coefficients) {
-    static const FourTapKernels& kernels = bestTable(kFourTapTables);
-    return fitBytes(coefficients) ? kernels : kFourTapPlain;
+const Interp4Kernels& lumaKernels(const int16_t* coefficients) {
+    static const Interp4Kernels& kernels = bestTable(kInterp4Tables);
+    return fitBytes(coefficients) ? kernels : kInterp4Plain;
 }
 
-const PairKernels& pairKernels() {
-    static const PairKernels& kernels = bestTable(kRoundedPairsTables);
+const BilinearChromaKernels& pairKernels() {
+    static const BilinearChromaKernels& kernels = bestTable(kBilinearChromaRoundedTables);
     return kernels;
 }
 
 /// Source positions of output columns, or rows, in 1/32 sample, clamped so that four taps fit in the source.
-class FourTapAxis {
+class Interp4Axis {
 public:
     /// The step is in 1/262144 sample. Its inner quotient is rounded to single precision, which moves the
     /// step by one unit for some pairs of sizes.
-    FourTapAxis(int srcSize, int cropStart, int cropSize, int dstSize)
+    Interp4Axis(int srcSize, int cropStart, int cropSize, int dstSize)
         : srcSize_(srcSize),
           origin_(int64_t{cropStart} * kUnit),
           step_(static_cast<int64_t>(
@@ -76,9 +76,9 @@ struct Plane {
 };
 
 /// Consecutive output columns of the luma with their taps and filter rows.
-class FourTapStrip {
+class Interp4Strip {
 public:
-    FourTapStrip(const FourTapKernels& kernels, const FourTapAxis& axis, int firstColumn, int columns,
+    Interp4Strip(const Interp4Kernels& kernels, const Interp4Axis& axis, int firstColumn, int columns,
                  const int16_t* coefficients)
         : srcWidth_(axis.srcSize()), columns_(kernels, taps(axis, firstColumn, columns), coefficients) {}
 
@@ -98,7 +98,7 @@ private:
 
     bool isNarrow() const { return srcWidth_ < kTaps; }
 
-    ColumnTaps taps(const FourTapAxis& axis, int firstColumn, int columns) {
+    ColumnTaps taps(const Interp4Axis& axis, int firstColumn, int columns) {
         uint32_t* tap = table_.tap;
         uint8_t* phase = table_.phase;
         const int offset = isNarrow() ? kPadding - 1 : -1;
@@ -111,7 +111,7 @@ private:
 
     int srcWidth_;
     ColumnTable table_;
-    PlannedColumns<FourTapKernels, FourTapPlan> columns_;
+    PlannedColumns<Interp4Kernels, Interp4Plan> columns_;
 };
 
 /// A rectangle of destination samples, one row `stride` bytes behind the other.
@@ -131,10 +131,10 @@ bool isSecondTapOnly(const int16_t* weights) {
     return weights[0] == 0 && weights[1] == 4096 && weights[2] == 0 && weights[3] == 0;
 }
 
-void scaleLumaStrip(const FourTapKernels& kernels, const Plane& src, const Target& dst,
-                    const int16_t* coefficients, const FourTapStrip& strip, const FourTapAxis& rowAxis,
+void scaleLumaStrip(const Interp4Kernels& kernels, const Plane& src, const Target& dst,
+                    const int16_t* coefficients, const Interp4Strip& strip, const Interp4Axis& rowAxis,
                     int firstColumn, int columns) {
-    RowRing<int16_t, 4, kFourTapColumns> ring(src.height, false);
+    RowRing<int16_t, 4, kInterp4Columns> ring(src.height, false);
     const auto weights = [&](int y) { return coefficients + kTaps * (rowAxis.position(y) & 31); };
     const auto sourceRows = [&](int y) {
         const int i = static_cast<int>(rowAxis.position(y) >> 5);
@@ -156,12 +156,12 @@ void scaleLumaStrip(const FourTapKernels& kernels, const Plane& src, const Targe
 }
 
 void scaleLuma(const Plane& src, const Target& dst, const int16_t* coefficients,
-               const FourTapAxis& columnAxis, const FourTapAxis& rowAxis) {
-    const FourTapKernels& kernels = lumaKernels(coefficients);
-    const int step = stripColumns(dst.endColumn - dst.firstColumn, kFourTapColumns);
+               const Interp4Axis& columnAxis, const Interp4Axis& rowAxis) {
+    const Interp4Kernels& kernels = lumaKernels(coefficients);
+    const int step = stripColumns(dst.endColumn - dst.firstColumn, kInterp4Columns);
     for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
         const int columns = std::min(step, dst.endColumn - x);
-        const FourTapStrip strip(kernels, columnAxis, x, columns, coefficients);
+        const Interp4Strip strip(kernels, columnAxis, x, columns, coefficients);
         scaleLumaStrip(kernels, src, dst, coefficients, strip, rowAxis, x, columns);
     }
 }
@@ -172,7 +172,7 @@ struct ChromaPosition {
     int right;
     int weight;
 
-    ChromaPosition(const FourTapAxis& axis, int i) {
+    ChromaPosition(const Interp4Axis& axis, int i) {
         const int64_t position = axis.position(2 * i);
         left = static_cast<int>(position >> 6);
         right = left + 1;
@@ -186,9 +186,9 @@ struct ChromaPosition {
 };
 
 /// Consecutive output pairs of the chroma with their positions.
-class PairStrip {
+class Interp4ChromaStrip {
 public:
-    PairStrip(const Plane& src, const FourTapAxis& axis, int firstPair, int pairs)
+    Interp4ChromaStrip(const Plane& src, const Interp4Axis& axis, int firstPair, int pairs)
         : src_(src),
           planeBytes_((int64_t{src.width} * src.height) >> 1),
           axis_(axis),
@@ -229,20 +229,21 @@ private:
         while (row > 0 && offset(row, left) >= planeBytes_) --row;
         if (offset(row, left) >= planeBytes_) return 128;
         const uint8_t* samples = src_.row(row);
-        return between<6, 32>(samples[left], samples[offset(row, right) < planeBytes_ ? right : left],
-                              position.weight);
+        return linear<6, 32>(samples[left], samples[offset(row, right) < planeBytes_ ? right : left],
+                             position.weight);
     }
 
     Plane src_;
     int64_t planeBytes_;
-    const FourTapAxis& axis_;
+    const Interp4Axis& axis_;
     int firstPair_;
     int pairs_;
     ColumnTable table_;
-    std::optional<PlannedColumns<PairKernels, PairPlan>> columns_;
+    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> columns_;
 };
 
-void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAxis& rowAxis, int firstPair) {
+void scaleChromaStrip(const Target& dst, const Interp4ChromaStrip& strip, const Interp4Axis& rowAxis,
+                      int firstPair) {
     RowRing<uint8_t, 2, 2 * kStripColumns> ring(strip.planeRows(), false);
     const auto sourceRows = [&](int y) {
         const ChromaPosition position(rowAxis, y);
@@ -262,17 +263,17 @@ void scaleChromaStrip(const Target& dst, const PairStrip& strip, const FourTapAx
     }
 }
 
-void scaleChroma(const Plane& src, const Target& dst, const FourTapAxis& columnAxis,
-                 const FourTapAxis& rowAxis) {
+void scaleChroma(const Plane& src, const Target& dst, const Interp4Axis& columnAxis,
+                 const Interp4Axis& rowAxis) {
     const int step = stripColumns(dst.endColumn - dst.firstColumn);
     for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
-        const PairStrip strip(src, columnAxis, x, std::min(step, dst.endColumn - x));
+        const Interp4ChromaStrip strip(src, columnAxis, x, std::min(step, dst.endColumn - x));
         scaleChromaStrip(dst, strip, rowAxis, x);
     }
 }
 
 /// The arguments of one NV12_Interp4_Interpolate call, in their order.
-struct FourTapBand {
+struct Interp4Band {
     unsigned char* srcY;
     unsigned char* srcUV;
     unsigned char* dstY;
@@ -293,14 +294,14 @@ struct FourTapBand {
     bool lumaOnly;
 };
 
-void run(const FourTapBand& b) {
+void run(const Interp4Band& b) {
     NV12_Interp4_Interpolate(b.srcY, b.srcUV, b.dstY, b.dstUV, b.coefficients, b.srcWidth, b.srcHeight,
                              b.srcCropX, b.srcCropY, b.srcCropWidth, b.srcCropHeight, b.dstWidth, b.dstHeight,
                              b.bandX, b.bandY, b.bandWidth, b.bandHeight, b.lumaOnly);
 }
 
 void* runBandThread(void* band) {
-    run(*static_cast<const FourTapBand*>(band));
+    run(*static_cast<const Interp4Band*>(band));
     return nullptr;
 }
 
@@ -315,8 +316,8 @@ int NV12_Interp4_Interpolate(unsigned char* srcY, unsigned char* srcUV, unsigned
                              int dstHeight, int bandX, int bandY, int bandWidth, int bandHeight,
                              bool lumaOnly) {
     if (std::min({srcWidth, srcHeight, srcCropWidth, srcCropHeight, dstWidth, dstHeight}) <= 0) return 0;
-    const FourTapAxis columnAxis(srcWidth, srcCropX, srcCropWidth, dstWidth);
-    const FourTapAxis rowAxis(srcHeight, srcCropY, srcCropHeight, dstHeight);
+    const Interp4Axis columnAxis(srcWidth, srcCropX, srcCropWidth, dstWidth);
+    const Interp4Axis rowAxis(srcHeight, srcCropY, srcCropHeight, dstHeight);
     const int endX = bandX + bandWidth;
     const int endY = bandY + bandHeight;
     scaleLuma({srcY, srcWidth, srcHeight}, {dstY, dstWidth, bandX, endX, bandY, endY}, coefficients,
@@ -332,15 +333,15 @@ void Interp4_process(unsigned char* srcY, unsigned char* srcUV, unsigned char* d
                      int srcWidth, int srcHeight, int /*srcStride*/, int dstWidth, int dstHeight,
                      int /*dstStride*/, int srcCropX, int srcCropY, int srcCropWidth, int srcCropHeight,
                      bool lumaOnly) {
-    FourTapFilter filter = kFilter;
+    Interp4Filter filter = kFilter;
     const int quarter = dstHeight / 4;
     const auto band = [&](int index, int rows) {
-        return FourTapBand{srcY,          srcUV,     dstY,      dstUV,    filter.data(),
+        return Interp4Band{srcY,          srcUV,     dstY,      dstUV,    filter.data(),
                            srcWidth,      srcHeight, srcCropX,  srcCropY, srcCropWidth,
                            srcCropHeight, dstWidth,  dstHeight, 0,        index * quarter,
                            dstWidth,      rows,      lumaOnly};
     };
-    FourTapBand bands[kBandThreads] = {band(0, quarter), band(1, quarter), band(2, quarter)};
+    Interp4Band bands[kBandThreads] = {band(0, quarter), band(1, quarter), band(2, quarter)};
     runBands({{runBandThread, &bands[0]}, {runBandThread, &bands[1]}, {runBandThread, &bands[2]}},
              [&] { run(band(3, dstHeight - 3 * quarter)); });
 }

@@ -1,4 +1,4 @@
-// The four-tap luma filter in 16-bit lanes, for the vectors of AVX2 and AVX-512.
+// Interp4's luma in 16-bit lanes, for the vectors of AVX2 and AVX-512.
 #pragma once
 
 #include "scaler/interp4_kernels.h"
@@ -6,16 +6,16 @@
 namespace vantor {
 
 template <typename V>
-struct FourTap {
+struct Interp4 {
     using Vector = typename V::Vector;
 
-    static bool plan(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan) {
+    static bool plan(const ColumnTaps& taps, const int16_t* coefficients, Interp4Plan& plan) {
         plan.taps = taps;
         planWeights(taps, coefficients, plan.weights);
         return V::planElements(taps, plan.elements);
     }
 
-    static void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
+    static void filterRow(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
         V::withWindows(
             plan.elements, [&](auto windows) __attribute__((always_inline)) {
                 for (int vector = 0; vector * V::kLanes < plan.taps.columns; ++vector) {

@@ -31,8 +31,8 @@ struct ColumnTable {
 
 /// Columns of each strip but the last of a row of `width`: strips are about as wide as one another, so that
 /// the last is not left with a few columns.
-inline int stripColumns(int width, int most = kStripColumns) {
-    const int strips = std::max((width + most - 1) / most, 1);
+inline int stripColumns(int width, int maxColumns = kStripColumns) {
+    const int strips = std::max((width + maxColumns - 1) / maxColumns, 1);
     return paddedColumns((width + strips - 1) / strips);
 }
 

@@ -43,7 +43,7 @@ struct Avx2 : Avx2Lanes {
     };
 
     static constexpr int kWindowBytes = 16;
-    static constexpr int kMostWindows = 8;
+    static constexpr int kMaxWindows = 8;
 
     /// One window of 16 bytes for each half of a vector, or two or four: shuffles stay within the halves.
     /// With one there are shuffle bytes for all even lanes, then for all odd ones; with more, for the even
@@ -53,7 +53,7 @@ struct Avx2 : Avx2Lanes {
         plan.windowsPerVector = 2;
         while (!placeWindows(taps, kLanes / plan.windowsPerVector, kWindowBytes, plan.start, offset)) {
             plan.windowsPerVector *= 2;
-            if (plan.windowsPerVector > kMostWindows) return false;
+            if (plan.windowsPerVector > kMaxWindows) return false;
         }
         for (int i = 0; i < taps.columns; i += kLanes) {
             const Vector first = widen(offset + i);

@@ -40,7 +40,7 @@ struct Avx512 : Avx512Lanes {
         Vector odd;
     };
 
-    static constexpr int kMostWindows = 4;
+    static constexpr int kMaxWindows = 4;
 
     /// One window of 64 bytes a vector, or two or four. For each vector the shuffle bytes of all even lanes,
     /// then of all odd ones.
@@ -49,7 +49,7 @@ struct Avx512 : Avx512Lanes {
         plan.windowsPerVector = 1;
         while (!placeWindows(taps, kLanes / plan.windowsPerVector, kBytes, plan.start, offset)) {
             plan.windowsPerVector *= 2;
-            if (plan.windowsPerVector > kMostWindows) return false;
+            if (plan.windowsPerVector > kMaxWindows) return false;
         }
         for (int i = 0; i < taps.columns; i += kLanes) {
             const Vector first = widen(offset + i);
