@@ -8,6 +8,9 @@ namespace vantor {
 
 constexpr int kInterp4Phases = 32;
 
+/// Sources smaller than this, in either direction, cannot hold all taps.
+constexpr int kInterp4Taps = 4;
+
 /// 32 phases of four weights in 1/4096.
 using Interp4Filter = std::array<int16_t, 4 * kInterp4Phases>;
 
@@ -30,5 +33,9 @@ constexpr Interp4Filter makeInterp4Filter() {
     }
     return filter;
 }
+
+/// Whether each row of `coefficients` can be taken apart into two bytes a weight: (w + 32) >> 6 sums to 126
+/// or less in magnitude, as it does for filters that amplify by less than two.
+bool fitBytes(const int16_t* coefficients);
 
 }  // namespace vantor

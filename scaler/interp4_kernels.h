@@ -21,10 +21,6 @@ struct Interp4Plan {
     alignas(64) int8_t weights[8 * kInterp4Columns];
 };
 
-/// Whether each row of `coefficients` can be taken apart into two bytes a weight: (w + 32) >> 6 sums to 126
-/// or less in magnitude, as it does for filters that amplify by less than two.
-bool fitBytes(const int16_t* coefficients);
-
 struct Interp4Kernels {
     InstructionSet set;
 

@@ -1,7 +1,5 @@
 #include <algorithm>
-#include <cstdlib>
 
-#include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
 
 namespace vantor {
@@ -45,15 +43,6 @@ void roundRow(const int16_t* row, uint8_t* out, int columns) {
 }
 
 }  // namespace
-
-bool fitBytes(const int16_t* coefficients) {
-    for (const int16_t* row = coefficients; row != coefficients + 4 * kInterp4Phases; row += 4) {
-        int sum = 0;
-        for (int tap = 0; tap < 4; ++tap) sum += std::abs((row[tap] + 32) >> 6);
-        if (sum > 126) return false;
-    }
-    return true;
-}
 
 const Interp4Kernels kInterp4Plain = {InstructionSet::Plain, plan, filterRow, blendRows, roundRow};
 

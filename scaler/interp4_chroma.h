@@ -1,0 +1,12 @@
+// Interp4's chroma: bilinear, of interleaved UV pairs.
+#pragma once
+
+#include "scaler/interp4_axis.h"
+#include "scaler/planes.h"
+
+namespace vantor {
+
+void scaleInterp4Chroma(const Plane& src, const Target& dst, const Interp4Axis& columnAxis,
+                        const Interp4Axis& rowAxis);
+
+}  // namespace vantor

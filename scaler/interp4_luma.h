@@ -1,0 +1,12 @@
+// Interp4's luma: four taps across and down.
+#pragma once
+
+#include "scaler/interp4_axis.h"
+#include "scaler/planes.h"
+
+namespace vantor {
+
+void scaleInterp4Luma(const Plane& src, const Target& dst, const int16_t* coefficients,
+                      const Interp4Axis& columnAxis, const Interp4Axis& rowAxis);
+
+}  // namespace vantor
