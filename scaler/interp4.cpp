@@ -34,14 +34,11 @@ struct Interp4Band {
     bool lumaOnly;
 };
 
-void run(const Interp4Band& b) {
+void* runBand(void* record) {
+    const auto& b = *static_cast<const Interp4Band*>(record);
     NV12_Interp4_Interpolate(b.srcY, b.srcUV, b.dstY, b.dstUV, b.coefficients, b.srcWidth, b.srcHeight,
                              b.srcCropX, b.srcCropY, b.srcCropWidth, b.srcCropHeight, b.dstWidth, b.dstHeight,
                              b.bandX, b.bandY, b.bandWidth, b.bandHeight, b.lumaOnly);
-}
-
-void* runBandThread(void* band) {
-    run(*static_cast<const Interp4Band*>(band));
     return nullptr;
 }
 
@@ -81,7 +78,7 @@ void Interp4_process(unsigned char* srcY, unsigned char* srcUV, unsigned char* d
                            srcCropHeight, dstWidth,  dstHeight, 0,        index * quarter,
                            dstWidth,      rows,      lumaOnly};
     };
-    Interp4Band bands[kBandThreads] = {band(0, quarter), band(1, quarter), band(2, quarter)};
-    runBands({{runBandThread, &bands[0]}, {runBandThread, &bands[1]}, {runBandThread, &bands[2]}},
-             [&] { run(band(3, dstHeight - 3 * quarter)); });
+    Interp4Band bands[kBands] = {band(0, quarter), band(1, quarter), band(2, quarter),
+                                 band(3, dstHeight - 3 * quarter)};
+    runBands({{runBand, &bands[0]}, {runBand, &bands[1]}, {runBand, &bands[2]}, {runBand, &bands[3]}});
 }
