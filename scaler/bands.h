@@ -1,16 +1,9 @@
 // How the destination rows of a picture are divided into bands, and who works on them.
 #pragma once
 
+#include "scaler/planes.h"
+
 namespace vantor {
-
-/// Consecutive destination rows, walked downward from `first`, or upward to it.
-struct RowRange {
-    int first;
-    int count;
-    bool upward;
-
-    int row(int i) const { return upward ? first + count - 1 - i : first + i; }
-};
 
 constexpr int kBands = 4;
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "scaler/bands.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/cubic.h"
 #include "scaler/reduce_rows.h"
@@ -19,13 +20,13 @@ const BicubicLumaKernels& activeKernels() {
 /// Consecutive output columns with their positions. By where their taps fall they divide, from left to right,
 /// into left columns (on source column 0), middle columns (all four taps inside) and right columns (a tap
 /// beyond the last column). In sources of one or two columns all are right columns.
-class BicubicLumaStrip {
+class BicubicLumaColumns {
 public:
+    using Kernels = BicubicLumaKernels;
     static constexpr int kChannels = 1;
     static constexpr int kTaps = 4;
 
-    BicubicLumaStrip(const BicubicLumaKernels& kernels, const Axis& axis, int firstColumn, int columns,
-                     int srcWidth)
+    BicubicLumaColumns(const Kernels& kernels, const Axis& axis, int firstColumn, int columns, int srcWidth)
         : axis_(axis), firstColumn_(firstColumn), columns_(columns), srcWidth_(srcWidth) {
         while (middleFirst_ < columns && isLeft(middleFirst_)) ++middleFirst_;
         middleEnd_ = columns;
@@ -94,7 +95,7 @@ private:
 int scaleRows(const ScaleSliceArgs& args, PositionFormat format, const RowRange& rows) {
     // Only the plain form is 32 bits wide, as phases beyond 31 need.
     const BicubicLumaKernels& kernels = format.phaseBits > 5 ? kBicubicLumaPlain : activeKernels();
-    return reduceRows<BicubicLumaStrip>(args, kernels, format, rows);
+    return reduceRows<BicubicLumaColumns>(args, kernels, format, rows);
 }
 
 int scaleBand(const ScaleSliceArgs& args, int band) {

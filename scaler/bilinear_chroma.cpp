@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "scaler/bands.h"
 #include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/reduce_rows.h"
 
@@ -19,13 +20,13 @@ const BilinearChromaKernels& activeKernels() {
 constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour that stands alone
 
 /// Consecutive output pairs with their positions.
-class BilinearChromaStrip {
+class BilinearChromaColumns {
 public:
+    using Kernels = BilinearChromaKernels;
     static constexpr int kChannels = 2;
     static constexpr int kTaps = 2;
 
-    BilinearChromaStrip(const BilinearChromaKernels& kernels, const Axis& axis, int firstPair, int pairs,
-                        int srcPairs)
+    BilinearChromaColumns(const Kernels& kernels, const Axis& axis, int firstPair, int pairs, int srcPairs)
         : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
         if (srcPairs >= 2 && axis_.wholeStep() == 0) filter_.emplace(kernels, taps(srcPairs));
     }
@@ -68,8 +69,8 @@ private:
 };
 
 int scaleBand(const ScaleSliceArgs& args, int band) {
-    return reduceRows<BilinearChromaStrip>(args, activeKernels(), kPosition8192,
-                                           quarterBand(band, args.dstHeight));
+    return reduceRows<BilinearChromaColumns>(args, activeKernels(), kPosition8192,
+                                             quarterBand(band, args.dstHeight));
 }
 
 }  // namespace

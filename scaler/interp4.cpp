@@ -57,11 +57,14 @@ int NV12_Interp4_Interpolate(unsigned char* srcY, unsigned char* srcUV, unsigned
     const Interp4Axis rowAxis(srcHeight, srcCropY, srcCropHeight, dstHeight);
     const int endX = bandX + bandWidth;
     const int endY = bandY + bandHeight;
-    scaleInterp4Luma({srcY, srcWidth, srcHeight}, {dstY, dstWidth, bandX, endX, bandY, endY}, coefficients,
-                     columnAxis, rowAxis);
+    const auto rows = [](int first, int end) { return RowRange{first, end - first, false}; };
+    scaleInterp4Luma({srcY, srcWidth, srcHeight}, {dstY, dstWidth, bandX, endX, rows(bandY, endY)},
+                     coefficients, columnAxis, rowAxis);
     if (!lumaOnly) {
-        scaleInterp4Chroma({srcUV, srcWidth, srcHeight},
-                           {dstUV, dstWidth, bandX, endX / 2, bandY / 2, endY / 2}, columnAxis, rowAxis);
+        // With an odd height the last row of the source is not whole.
+        scaleInterp4Chroma({srcUV, srcWidth, (srcHeight + 1) / 2},
+                           {dstUV, dstWidth, bandX, endX / 2, rows(bandY / 2, endY / 2)}, columnAxis,
+                           rowAxis);
     }
     return 0;
 }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "scaler/interp4_filter.h"
+
 namespace vantor {
 
 /// Source positions of output columns, or rows, in 1/32 sample, clamped so that four taps fit in the source.
@@ -28,6 +30,9 @@ public:
     }
 
     int srcSize() const { return srcSize_; }
+
+    /// Otherwise some taps lie beyond the source's edge.
+    bool holdsAllTaps() const { return srcSize_ >= kInterp4Taps; }
 
 private:
     static constexpr int kUnit = 262144;

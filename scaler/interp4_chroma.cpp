@@ -1,20 +1,17 @@
 #include "scaler/interp4_chroma.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 
 #include "scaler/bilinear_chroma_kernels.h"
-#include "scaler/interp4_filter.h"
 #include "scaler/linear.h"
-#include "scaler/planned_columns.h"
-#include "scaler/row_ring.h"
+#include "scaler/strips.h"
 
 namespace vantor {
 namespace {
 
-const BilinearChromaKernels& pairKernels() {
+const BilinearChromaKernels& chromaKernels() {
     static const BilinearChromaKernels& kernels = bestTable(kBilinearChromaRoundedTables);
     return kernels;
 }
@@ -30,7 +27,7 @@ struct ChromaPosition {
         left = static_cast<int>(position >> 6);
         right = left + 1;
         weight = static_cast<int>(position & 63);
-        if (axis.srcSize() < kInterp4Taps) {
+        if (!axis.holdsAllTaps()) {
             const int last = std::max(axis.srcSize() / 2 - 1, 0);
             left = std::clamp(left, 0, last);
             right = std::clamp(right, 0, last);
@@ -41,42 +38,61 @@ struct ChromaPosition {
 /// Consecutive output pairs of the chroma with their positions.
 class Interp4ChromaStrip {
 public:
-    Interp4ChromaStrip(const Plane& src, const Interp4Axis& axis, int firstPair, int pairs)
-        : src_(src),
-          planeBytes_((int64_t{src.width} * src.height) >> 1),
-          axis_(axis),
+    using Sample = uint8_t;
+    static constexpr int kChannels = 2;
+    static constexpr int kTaps = 2;
+    static constexpr int kMaxColumns = kStripColumns;
+
+    Interp4ChromaStrip(const BilinearChromaKernels& kernels, const SourcePlane& src,
+                       const Interp4Axis& columnAxis, const Interp4Axis& rowAxis, int firstPair, int pairs)
+        : kernels_(kernels),
+          src_(src),
+          planeBytes_((int64_t{columnAxis.srcSize()} * rowAxis.srcSize()) >> 1),
+          columnAxis_(columnAxis),
+          rowAxis_(rowAxis),
           firstPair_(firstPair),
           pairs_(pairs) {
-        if (src.width < kInterp4Taps) return;
-        uint32_t* tap = table_.tap;
-        uint8_t* phase = table_.phase;
-        axis.walk(2 * firstPair, pairs, 2, [&](int64_t position) {
-            *tap++ = 2 * static_cast<uint32_t>(position >> 6);
-            *phase++ = static_cast<uint8_t>(position & 63);
-        });
-        columns_.emplace(pairKernels(), table_.padded(pairs));
+        if (columnAxis.holdsAllTaps()) filter_.emplace(kernels, taps());
     }
 
-    int pairs() const { return pairs_; }
+    int sourceHeight() const { return src_.rows; }
 
-    /// With an odd height the last row is not whole.
-    int planeRows() const { return (src_.height + 1) / 2; }
+    OutputRow<int> outputRow(int y) const {
+        const ChromaPosition position(rowAxis_, y);
+        return {{position.left, position.weight == 0 ? position.left : position.right}, position.weight};
+    }
 
-    void filter(int row, int next, uint8_t* out) const {
-        if (columns_ && offset(row, table_.tap[pairs_ - 1] + 3) < planeBytes_) {
-            columns_->filter(src_.row(row), src_.row(next), out);
+    void filterRow(int row, int next, uint8_t* out) const {
+        if (filter_ && offset(row, table_.tap[pairs_ - 1] + 3) < planeBytes_) {
+            filter_->filter(src_.row(row), src_.row(next), out);
         } else {
             for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);
         }
     }
 
+    void storeRow(const uint8_t* row, uint8_t* out) const { std::copy_n(row, 2 * pairs_, out); }
+
+    void blendRows(const uint8_t* const rows[], int weight, uint8_t* out) const {
+        kernels_.blendRows(rows, weight, out, pairs_);
+    }
+
 private:
-    int64_t offset(int row, uint32_t byte) const { return int64_t{row} * src_.width + byte; }
+    ColumnTaps taps() {
+        uint32_t* tap = table_.tap;
+        uint8_t* phase = table_.phase;
+        columnAxis_.walk(2 * firstPair_, pairs_, 2, [&](int64_t position) {
+            *tap++ = 2 * static_cast<uint32_t>(position >> 6);
+            *phase++ = static_cast<uint8_t>(position & 63);
+        });
+        return table_.padded(pairs_);
+    }
+
+    int64_t offset(int row, uint32_t byte) const { return row * int64_t{src_.stride} + byte; }
 
     /// For rows whose samples may lie behind the plane's last byte: there the row above stands for this one,
     /// and the left neighbour for the right one. A plane too small for any sample is neutral.
     uint8_t sampleAtPlaneEnd(int row, int pair, uint32_t component) const {
-        const ChromaPosition position(axis_, firstPair_ + pair);
+        const ChromaPosition position(columnAxis_, firstPair_ + pair);
         const uint32_t left = 2 * static_cast<uint32_t>(position.left) + component;
         const uint32_t right = 2 * static_cast<uint32_t>(position.right) + component;
         while (row > 0 && offset(row, left) >= planeBytes_) --row;
@@ -86,45 +102,22 @@ private:
                              position.weight);
     }
 
-    Plane src_;
+    const BilinearChromaKernels& kernels_;
+    const SourcePlane& src_;
     int64_t planeBytes_;
-    const Interp4Axis& axis_;
+    const Interp4Axis& columnAxis_;
+    const Interp4Axis& rowAxis_;
     int firstPair_;
     int pairs_;
     ColumnTable table_;
-    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> columns_;
+    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> filter_;
 };
-
-void scaleChromaStrip(const Target& dst, const Interp4ChromaStrip& strip, const Interp4Axis& rowAxis,
-                      int firstPair) {
-    RowRing<uint8_t, 2, 2 * kStripColumns> ring(strip.planeRows(), false);
-    const auto sourceRows = [&](int y) {
-        const ChromaPosition position(rowAxis, y);
-        return SourceRows{position.left, position.weight == 0 ? position.left : position.right};
-    };
-    for (int y = dst.firstRow; y < dst.endRow; ++y) {
-        uint8_t* const out = dst.row(y) + 2 * std::ptrdiff_t{firstPair};
-        const SourceRows rows = sourceRows(y);
-        const uint8_t* taps[2];
-        ring.fetch(rows, sourceRows(y + 1), taps,
-                   [&](int row, int next, uint8_t* filtered) { strip.filter(row, next, filtered); });
-        if (rows.first == rows.last) {
-            std::copy_n(taps[0], 2 * strip.pairs(), out);
-        } else {
-            pairKernels().blendRows(taps, ChromaPosition(rowAxis, y).weight, out, strip.pairs());
-        }
-    }
-}
 
 }  // namespace
 
-void scaleInterp4Chroma(const Plane& src, const Target& dst, const Interp4Axis& columnAxis,
+void scaleInterp4Chroma(const SourcePlane& src, const Target& dst, const Interp4Axis& columnAxis,
                         const Interp4Axis& rowAxis) {
-    const int step = stripColumns(dst.endColumn - dst.firstColumn);
-    for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
-        const Interp4ChromaStrip strip(src, columnAxis, x, std::min(step, dst.endColumn - x));
-        scaleChromaStrip(dst, strip, rowAxis, x);
-    }
+    scaleStrips<Interp4ChromaStrip>(dst, chromaKernels(), src, columnAxis, rowAxis);
 }
 
 }  // namespace vantor

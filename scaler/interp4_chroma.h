@@ -6,7 +6,7 @@
 
 namespace vantor {
 
-void scaleInterp4Chroma(const Plane& src, const Target& dst, const Interp4Axis& columnAxis,
+void scaleInterp4Chroma(const SourcePlane& src, const Target& dst, const Interp4Axis& columnAxis,
                         const Interp4Axis& rowAxis);
 
 }  // namespace vantor

@@ -7,12 +7,10 @@
 namespace vantor {
 
 constexpr int kInterp4Phases = 32;
-
-/// Sources smaller than this, in either direction, cannot hold all taps.
 constexpr int kInterp4Taps = 4;
 
 /// 32 phases of four weights in 1/4096.
-using Interp4Filter = std::array<int16_t, 4 * kInterp4Phases>;
+using Interp4Filter = std::array<int16_t, kInterp4Taps * kInterp4Phases>;
 
 /// The cubic convolution kernel (a = -1/2) at t = phase / 32, made integer so that each phase sums to 4096.
 /// Phases beyond one half mirror those before it.
@@ -34,7 +32,7 @@ constexpr Interp4Filter makeInterp4Filter() {
     return filter;
 }
 
-/// Whether each row of `coefficients` can be taken apart into two bytes a weight: (w + 32) >> 6 sums to 126
+/// Whether each row of `coefficients` can be taken apart into two bytes per weight: (w + 32) >> 6 sums to 126
 /// or less in magnitude, as it does for filters that amplify by less than two.
 bool fitBytes(const int16_t* coefficients);
 

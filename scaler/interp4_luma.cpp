@@ -1,13 +1,11 @@
 #include "scaler/interp4_luma.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
-#include "scaler/planned_columns.h"
-#include "scaler/row_ring.h"
+#include "scaler/strips.h"
 
 namespace vantor {
 namespace {
@@ -17,85 +15,86 @@ const Interp4Kernels& lumaKernels(const int16_t* coefficients) {
     return fitBytes(coefficients) ? kernels : kInterp4Plain;
 }
 
-/// Consecutive output columns of the luma with their taps and filter rows.
-class Interp4Strip {
-public:
-    Interp4Strip(const Interp4Kernels& kernels, const Interp4Axis& axis, int firstColumn, int columns,
-                 const int16_t* coefficients)
-        : srcWidth_(axis.srcSize()), columns_(kernels, taps(axis, firstColumn, columns), coefficients) {}
+/// As at phase 0 of the scaler's own filter.
+bool isSecondTapOnly(const int16_t* weights) {
+    return weights[0] == 0 && weights[1] == 4096 && weights[2] == 0 && weights[3] == 0;
+}
 
-    void filter(const uint8_t* row, const uint8_t* next, int16_t* out) const {
+/// Consecutive output columns of the luma with their taps and filter rows.
+class Interp4LumaStrip {
+public:
+    using Sample = int16_t;
+    static constexpr int kChannels = 1;
+    static constexpr int kTaps = kInterp4Taps;
+    static constexpr int kMaxColumns = kInterp4Columns;
+
+    Interp4LumaStrip(const Interp4Kernels& kernels, const SourcePlane& src, const int16_t* coefficients,
+                     const Interp4Axis& columnAxis, const Interp4Axis& rowAxis, int firstColumn, int columns)
+        : kernels_(kernels),
+          src_(src),
+          coefficients_(coefficients),
+          columnAxis_(columnAxis),
+          rowAxis_(rowAxis),
+          columns_(columns),
+          filter_(kernels, taps(firstColumn), coefficients) {}
+
+    int sourceHeight() const { return src_.rows; }
+
+    OutputRow<const int16_t*> outputRow(int y) const {
+        const int64_t position = rowAxis_.position(y);
+        const int i = static_cast<int>(position >> 5);
+        const int16_t* weights = coefficients_ + kTaps * (position & 31);
+        if (isSecondTapOnly(weights)) return {{i, i}, weights};
+        return {{i - 1, i + 2}, weights};
+    }
+
+    void filterRow(int y, int nextY, int16_t* out) const {
+        const uint8_t* row = src_.row(y);
         uint8_t padded[2 * kPadding];
-        if (isNarrow()) {
+        if (!columnAxis_.holdsAllTaps()) {
             for (int i = 0; i < 2 * kPadding; ++i)
-                padded[i] = row[std::clamp(i - kPadding, 0, srcWidth_ - 1)];
+                padded[i] = row[std::clamp(i - kPadding, 0, columnAxis_.srcSize() - 1)];
             row = padded;
         }
-        columns_.filter(row, next, out);
+        filter_.filter(row, src_.row(nextY), out);
+    }
+
+    void storeRow(const int16_t* row, uint8_t* out) const { kernels_.roundRow(row, out, columns_); }
+
+    void blendRows(const int16_t* const rows[], const int16_t* weights, uint8_t* out) const {
+        kernels_.blendRows(rows, weights, out, columns_);
     }
 
 private:
     /// The taps of a narrow source lie between this many columns before its first and two behind it.
     static constexpr int kPadding = 3;
 
-    bool isNarrow() const { return srcWidth_ < kInterp4Taps; }
-
-    ColumnTaps taps(const Interp4Axis& axis, int firstColumn, int columns) {
+    ColumnTaps taps(int firstColumn) {
         uint32_t* tap = table_.tap;
         uint8_t* phase = table_.phase;
-        const int offset = isNarrow() ? kPadding - 1 : -1;
-        axis.walk(firstColumn, columns, 1, [&](int64_t position) {
+        const int offset = columnAxis_.holdsAllTaps() ? -1 : kPadding - 1;
+        columnAxis_.walk(firstColumn, columns_, 1, [&](int64_t position) {
             *tap++ = static_cast<uint32_t>((position >> 5) + offset);
             *phase++ = static_cast<uint8_t>(position & 31);
         });
-        return table_.padded(columns);
+        return table_.padded(columns_);
     }
 
-    int srcWidth_;
+    const Interp4Kernels& kernels_;
+    const SourcePlane& src_;
+    const int16_t* coefficients_;
+    const Interp4Axis& columnAxis_;
+    const Interp4Axis& rowAxis_;
+    int columns_;
     ColumnTable table_;
-    PlannedColumns<Interp4Kernels, Interp4Plan> columns_;
+    PlannedColumns<Interp4Kernels, Interp4Plan> filter_;
 };
-
-/// As at phase 0 of the scaler's own filter.
-bool isSecondTapOnly(const int16_t* weights) {
-    return weights[0] == 0 && weights[1] == 4096 && weights[2] == 0 && weights[3] == 0;
-}
-
-void scaleLumaStrip(const Interp4Kernels& kernels, const Plane& src, const Target& dst,
-                    const int16_t* coefficients, const Interp4Strip& strip, const Interp4Axis& rowAxis,
-                    int firstColumn, int columns) {
-    RowRing<int16_t, 4, kInterp4Columns> ring(src.height, false);
-    const auto weights = [&](int y) { return coefficients + kInterp4Taps * (rowAxis.position(y) & 31); };
-    const auto sourceRows = [&](int y) {
-        const int i = static_cast<int>(rowAxis.position(y) >> 5);
-        return isSecondTapOnly(weights(y)) ? SourceRows{i, i} : SourceRows{i - 1, i + 2};
-    };
-    for (int y = dst.firstRow; y < dst.endRow; ++y) {
-        uint8_t* const out = dst.row(y) + firstColumn;
-        const SourceRows rows = sourceRows(y);
-        const int16_t* taps[kInterp4Taps];
-        ring.fetch(rows, sourceRows(y + 1), taps, [&](int row, int next, int16_t* filtered) {
-            strip.filter(src.row(row), src.row(next), filtered);
-        });
-        if (rows.first == rows.last) {
-            kernels.roundRow(taps[0], out, columns);
-        } else {
-            kernels.blendRows(taps, weights(y), out, columns);
-        }
-    }
-}
 
 }  // namespace
 
-void scaleInterp4Luma(const Plane& src, const Target& dst, const int16_t* coefficients,
+void scaleInterp4Luma(const SourcePlane& src, const Target& dst, const int16_t* coefficients,
                       const Interp4Axis& columnAxis, const Interp4Axis& rowAxis) {
-    const Interp4Kernels& kernels = lumaKernels(coefficients);
-    const int step = stripColumns(dst.endColumn - dst.firstColumn, kInterp4Columns);
-    for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
-        const int columns = std::min(step, dst.endColumn - x);
-        const Interp4Strip strip(kernels, columnAxis, x, columns, coefficients);
-        scaleLumaStrip(kernels, src, dst, coefficients, strip, rowAxis, x, columns);
-    }
+    scaleStrips<Interp4LumaStrip>(dst, lumaKernels(coefficients), src, coefficients, columnAxis, rowAxis);
 }
 
 }  // namespace vantor

@@ -6,7 +6,7 @@
 
 namespace vantor {
 
-void scaleInterp4Luma(const Plane& src, const Target& dst, const int16_t* coefficients,
+void scaleInterp4Luma(const SourcePlane& src, const Target& dst, const int16_t* coefficients,
                       const Interp4Axis& columnAxis, const Interp4Axis& rowAxis);
 
 }  // namespace vantor

@@ -1,4 +1,4 @@
-// The planes that are read and written.
+// The planes that are read and written, and which part of them.
 #pragma once
 
 #include <cstddef>
@@ -6,25 +6,33 @@
 
 namespace vantor {
 
-/// Rows of a picture, packed.
-struct Plane {
+/// Rows of source samples, `stride` bytes apart.
+struct SourcePlane {
     const uint8_t* data;
-    int width;
-    int height;
+    std::ptrdiff_t stride;
+    int rows;
 
-    const uint8_t* row(int y) const { return data + std::ptrdiff_t{y} * width; }
+    const uint8_t* row(int y) const { return data + y * stride; }
 };
 
-/// A rectangle of destination samples, one row `stride` bytes behind the other.
+/// Consecutive destination rows, walked downward from `first`, or upward to it.
+struct RowRange {
+    int first;
+    int count;
+    bool upward;
+
+    int row(int i) const { return upward ? first + count - 1 - i : first + i; }
+};
+
+/// A rectangle of destination samples. Rows are `stride` bytes apart.
 struct Target {
     uint8_t* data;
-    int stride;
+    std::ptrdiff_t stride;
     int firstColumn;
     int endColumn;
-    int firstRow;
-    int endRow;
+    RowRange rows;
 
-    uint8_t* row(int y) const { return data + std::ptrdiff_t{y} * stride; }
+    uint8_t* row(int y) const { return data + y * stride; }
 };
 
 }  // namespace vantor

@@ -1,7 +1,6 @@
 // The horizontal stage of one strip: its columns planned once, its rows then filtered as planned.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -28,13 +27,6 @@ struct ColumnTable {
         return {tap, phase, columns};
     }
 };
-
-/// Columns of each strip but the last of a row of `width`: strips are about as wide as one another, so that
-/// the last is not left with a few columns.
-inline int stripColumns(int width, int maxColumns = kStripColumns) {
-    const int strips = std::max((width + maxColumns - 1) / maxColumns, 1);
-    return paddedColumns((width + strips - 1) / strips);
-}
 
 /// Taps of elements that stand one behind the other.
 constexpr std::array<uint32_t, kStripColumns> makePackedTaps() {
