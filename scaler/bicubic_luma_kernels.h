@@ -10,7 +10,7 @@
 namespace vantor {
 
 /// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
-/// the taps; what the others lay down is their own business.
+/// the taps; what the others store is up to them.
 struct BicubicLumaPlan {
     ColumnTaps taps;
     ElementPlan elements;
@@ -25,7 +25,7 @@ struct BicubicLumaKernels {
     bool (*plan)(const ColumnTaps& taps, BicubicLumaPlan& plan);
 
     /// Horizontal stage: out[i] is the clamped cubic of row[tap[i]] to row[tap[i] + 3] at phase[i]. Nothing
-    /// of the row before tap[0] or behind tap[columns - 1] + 3 is read. `next` is the row that is likely to
+    /// of the row before tap[0] or after tap[columns - 1] + 3 is read. `next` is the row that is likely to
     /// be filtered next, to be fetched into the cache meanwhile. Padding columns of `out` may be written.
     void (*filterRow)(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out);
 

@@ -1,4 +1,4 @@
-// Bicubic luma with 128-bit vectors: 16 columns a step, in two vectors of 16-bit lanes.
+// Bicubic luma with 128-bit vectors: 16 columns per step, in two vectors of 16-bit lanes.
 #if defined(__ARM_NEON)
 
 #include "scaler/bicubic_luma_kernels.h"

@@ -17,7 +17,7 @@ const BilinearChromaKernels& activeKernels() {
     return kernels;
 }
 
-constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour that stands alone
+constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour alone
 
 /// Consecutive output pairs with their positions.
 class BilinearChromaColumns {
@@ -48,7 +48,7 @@ public:
     }
 
 private:
-    /// Right pairs, which lie on or behind the last source pair and have no right neighbour, are taken as
+    /// Right pairs, which lie on or after the last source pair and have no right neighbour, are taken as
     /// the right neighbour of the pair before.
     ColumnTaps taps(int srcPairs) {
         uint32_t* tap = table_.tap;

@@ -12,7 +12,7 @@
 namespace vantor {
 
 /// What a table's filterRow wants to know of the pairs, worked out once for all rows. The plain table keeps
-/// the taps; what the others lay down is their own business.
+/// the taps; what the others store is up to them.
 struct BilinearChromaPlan {
     ColumnTaps taps;
     ElementPlan elements;
@@ -26,8 +26,8 @@ struct BilinearChromaKernels {
     /// too close together or too far apart for the table's vectors; the plain table takes all.
     bool (*plan)(const ColumnTaps& taps, BilinearChromaPlan& plan);
 
-    /// Horizontal stage: pair i lies between the pair at row[tap[i]] and the one behind it, at phase[i].
-    /// Nothing of the row before tap[0] or behind tap[columns - 1] + 3 is read. `next` is the row that is
+    /// Horizontal stage: pair i lies between the pair at row[tap[i]] and the one after it, at phase[i].
+    /// Nothing of the row before tap[0] or after tap[columns - 1] + 3 is read. `next` is the row that is
     /// likely to be filtered next, to be fetched into the cache meanwhile. Padding pairs of `out` may be
     /// written.
     void (*filterRow)(const BilinearChromaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out);

@@ -1,4 +1,4 @@
-// Bilinear UV pairs with 128-bit vectors: eight pairs a step, U and V in bytes.
+// Bilinear UV pairs with 128-bit vectors: eight pairs per step, U and V in bytes.
 #if defined(__ARM_NEON)
 
 #include "scaler/bilinear_chroma_kernels.h"
@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kVectorPairs = 8;
 
-/// Weight and index of each pair are laid down twice, for U and for V.
+/// Weight and index of each pair are stored twice, for U and for V.
 bool plan(const ColumnTaps& taps, BilinearChromaPlan& plan) {
     uint8_t index[kStripColumns];
     plan.taps = taps;

@@ -89,8 +89,8 @@ private:
 
     int64_t offset(int row, uint32_t byte) const { return row * int64_t{src_.stride} + byte; }
 
-    /// For rows whose samples may lie behind the plane's last byte: there the row above stands for this one,
-    /// and the left neighbour for the right one. A plane too small for any sample is neutral.
+    /// For rows whose samples may lie past the plane's last byte: there the row above is used instead of this
+    /// one, and the left neighbour instead of the right one. A plane too small for any sample is neutral.
     uint8_t sampleAtPlaneEnd(int row, int pair, uint32_t component) const {
         const ChromaPosition position(columnAxis_, firstPair_ + pair);
         const uint32_t left = 2 * static_cast<uint32_t>(position.left) + component;

@@ -6,6 +6,7 @@
 
 namespace vantor {
 
+/// Writes all of `dst`, whose columns are UV pairs. The axes are those of the luma.
 void scaleInterp4Chroma(const SourcePlane& src, const Target& dst, const Interp4Axis& columnAxis,
                         const Interp4Axis& rowAxis);
 

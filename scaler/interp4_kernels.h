@@ -9,11 +9,11 @@
 
 namespace vantor {
 
-/// The most columns of a strip: fewer than elsewhere, as each takes more memory.
+/// The maximum columns of a strip: fewer than elsewhere, as each takes more memory.
 constexpr int kInterp4Columns = 512;
 
 /// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
-/// the taps and the coefficients; what the others lay down is their own business.
+/// the taps and the coefficients; what the others store is up to them.
 struct Interp4Plan {
     ColumnTaps taps;
     const int16_t* coefficients;
@@ -31,7 +31,7 @@ struct Interp4Kernels {
 
     /// Horizontal stage: out[i] = (sum of weight x sample over row[tap[i]] to row[tap[i] + 3] + 128) >> 8,
     /// saturated to 16 bits: 1/16 of a level for weights that sum to 4096. Nothing of the row before tap[0]
-    /// or behind tap[columns - 1] + 3 is read. `next` is the row that is likely to be filtered next. Padding
+    /// or after tap[columns - 1] + 3 is read. `next` is the row that is likely to be filtered next. Padding
     /// columns of `out` may be written.
     void (*filterRow)(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out);
 

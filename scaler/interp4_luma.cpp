@@ -15,7 +15,7 @@ const Interp4Kernels& lumaKernels(const int16_t* coefficients) {
     return fitBytes(coefficients) ? kernels : kInterp4Plain;
 }
 
-/// As at phase 0 of the scaler's own filter.
+/// As at phase 0 of makeInterp4Filter().
 bool isSecondTapOnly(const int16_t* weights) {
     return weights[0] == 0 && weights[1] == 4096 && weights[2] == 0 && weights[3] == 0;
 }
@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    /// The taps of a narrow source lie between this many columns before its first and two behind it.
+    /// The taps of a narrow source lie between this many columns before its first and two after it.
     static constexpr int kPadding = 3;
 
     ColumnTaps taps(int firstColumn) {

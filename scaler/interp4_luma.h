@@ -6,6 +6,7 @@
 
 namespace vantor {
 
+/// Writes all of `dst`. `coefficients` as NV12_Interp4_Interpolate takes them.
 void scaleInterp4Luma(const SourcePlane& src, const Target& dst, const int16_t* coefficients,
                       const Interp4Axis& columnAxis, const Interp4Axis& rowAxis);
 

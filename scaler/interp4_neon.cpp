@@ -11,7 +11,7 @@ constexpr int kTaps = 4;
 constexpr int kColumns = 4;      // of 32-bit lanes
 constexpr int kWeightBytes = 8;  // per column
 
-/// Lays down the weights of four columns as their sums take them: those of the first tap, of the second, and
+/// Stores the weights of four columns as their sums take them: those of the first tap, of the second, and
 /// so on.
 inline void planWeights(const uint8_t* phase, const int16_t* coefficients, int8_t* weights) {
     const auto column = [&](int i) { return vld1_s16(coefficients + kTaps * phase[i]); };

@@ -24,7 +24,7 @@ struct RowRange {
     int row(int i) const { return upward ? first + count - 1 - i : first + i; }
 };
 
-/// A rectangle of destination samples. Rows are `stride` bytes apart.
+/// A rectangle of destination samples, or of UV pairs. Rows are `stride` bytes apart.
 struct Target {
     uint8_t* data;
     std::ptrdiff_t stride;

@@ -28,7 +28,7 @@ struct ColumnTable {
     }
 };
 
-/// Taps of elements that stand one behind the other.
+/// Taps of elements that follow each other without gaps.
 constexpr std::array<uint32_t, kStripColumns> makePackedTaps() {
     std::array<uint32_t, kStripColumns> taps{};
     for (uint32_t i = 0; i < taps.size(); ++i) taps[i] = i * kElementBytes;
@@ -37,7 +37,7 @@ constexpr std::array<uint32_t, kStripColumns> makePackedTaps() {
 
 constexpr std::array<uint32_t, kStripColumns> kPackedTaps = makePackedTaps();
 
-/// Copies the elements of the padded columns one behind the other.
+/// Copies the elements of the padded columns without gaps.
 inline void packElements(const uint8_t* row, const ColumnTaps& taps, uint8_t* packed) {
     for (int i = 0; i < paddedColumns(taps.columns); ++i) {
         std::memcpy(packed + kPackedTaps[static_cast<size_t>(i)], row + taps.tap[i], kElementBytes);
@@ -45,7 +45,7 @@ inline void packElements(const uint8_t* row, const ColumnTaps& taps, uint8_t* pa
 }
 
 /// `Kernels` is a family's table, `Plan` its plan. Where the elements lie too far apart for the table's
-/// windows, or too close together, each row is packed to one element behind the other first.
+/// windows, or too close together, the elements of each row are packed first.
 template <typename Kernels, typename Plan>
 class PlannedColumns {
 public:

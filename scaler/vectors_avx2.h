@@ -8,7 +8,7 @@ namespace vantor {
 namespace {
 
 struct Avx2 : Avx2Lanes {
-    static constexpr int kLanes = kLanes16;  // a column each
+    static constexpr int kLanes = kLanes16;  // one per column
 
     /// Stores as many bytes as lie before `end`.
     static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {

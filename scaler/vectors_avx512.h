@@ -9,7 +9,7 @@ namespace vantor {
 namespace {
 
 struct Avx512 : Avx512Lanes {
-    static constexpr int kLanes = kLanes16;  // a column each
+    static constexpr int kLanes = kLanes16;  // one per column
 
     /// Stores as many bytes as lie before `end`.
     static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
@@ -42,8 +42,8 @@ struct Avx512 : Avx512Lanes {
 
     static constexpr int kMaxWindows = 4;
 
-    /// One window of 64 bytes a vector, or two or four. For each vector the shuffle bytes of all even lanes,
-    /// then of all odd ones.
+    /// One window of 64 bytes per vector, or two or four. For each vector the shuffle bytes of all even
+    /// lanes, then of all odd ones.
     static bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
         uint8_t offset[kStripColumns];
         plan.windowsPerVector = 1;
