@@ -16,7 +16,7 @@
 #include "gdc_model/warp_kernels.h"
 #include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4_kernels.h"
 
 namespace vantor::bench {
@@ -153,9 +153,9 @@ int usableProcessors() {
 }
 
 void describe(const std::vector<Contender>& peers) {
-    nameTable("bicubic luma", kLumaTables);
-    nameTable("bilinear chroma", kCutPairsTables);
-    nameTable("four-tap", kFourTapTables);
+    nameTable("bicubic luma", kBicubicLumaTables);
+    nameTable("bilinear chroma", kBilinearChromaTruncatedTables);
+    nameTable("interp4", kInterp4Tables);
     nameTable("warp", kWarpTables);
     const char* limit = std::getenv("VANTOR_CPU");
     benchmark::AddCustomContext("limit", limit ? limit : "none");

@@ -15,14 +15,14 @@
 
 namespace {
 
-constexpr int kWidth = 1920;       ///< of all sources, and of warps
-constexpr int kReduced = 1280;     ///< 1.5:1
-constexpr int kEnlarged = 2880;    ///< 1:1.5
-constexpr int kLargestRows = 512;  ///< of output
+constexpr int kWidth = 1920;     ///< of all sources, and of warps
+constexpr int kReduced = 1280;   ///< 1.5:1
+constexpr int kEnlarged = 2880;  ///< 1:1.5
+constexpr int kMaxRows = 512;    ///< of output
 
 /// Room for the largest NV12 source or output.
 using Samples = std::vector<uint8_t>;
-Samples src(kEnlarged* kLargestRows * 3 / 2);
+Samples src(kEnlarged* kMaxRows * 3 / 2);
 Samples dst(src.size());
 
 int luma(int rows) {
@@ -39,21 +39,21 @@ int chroma(int rows) {
     return kReduced / 2 * rows;
 }
 
-int enlarge(int rows, bool lumaOnly) {
+int interp4(int rows, bool lumaOnly) {
     const int srcRows = rows * 2 / 3;
-    vantor::FourTapFilter filter = vantor::makeFourTapFilter();
+    vantor::Interp4Filter filter = vantor::makeInterp4Filter();
     NV12_Interp4_Interpolate(src.data(), src.data() + kWidth * srcRows, dst.data(),
                              dst.data() + kEnlarged * rows, filter.data(), kWidth, srcRows, 0, 0, kWidth,
                              srcRows, kEnlarged, rows, 0, 0, kEnlarged, rows, lumaOnly);
     return kEnlarged * rows;
 }
 
-int enlargeLuma(int rows) {
-    return enlarge(rows, true);
+int interp4Luma(int rows) {
+    return interp4(rows, true);
 }
 
-int enlargeNv12(int rows) {
-    return enlarge(rows, false);
+int interp4Nv12(int rows) {
+    return interp4(rows, false);
 }
 
 /// Moves of up to some pixels, everywhere different.
@@ -87,8 +87,8 @@ struct Family {
 
 constexpr Family kFamilies[] = {{"luma", luma},
                                 {"chroma", chroma},
-                                {"enlarged-luma", enlargeLuma},
-                                {"enlarged-nv12", enlargeNv12},
+                                {"interp4-luma", interp4Luma},
+                                {"interp4-nv12", interp4Nv12},
                                 {"warp", warp}};
 
 }  // namespace
@@ -97,7 +97,7 @@ int main(int argc, char** argv) {
     const int rows = argc == 3 ? std::atoi(argv[2]) : 0;
     for (const Family& family : kFamilies) {
         if (argc < 2 || std::strcmp(family.name, argv[1]) != 0) continue;
-        if (rows < 64 || rows > kLargestRows || rows % 12 != 0) break;
+        if (rows < 64 || rows > kMaxRows || rows % 12 != 0) break;
         uint32_t state = 1;
         for (uint8_t& sample : src) {
             state = state * 1664525 + 1013904223;
@@ -107,8 +107,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     std::fprintf(stderr,
-                 "usage: vantor-count luma|chroma|enlarged-luma|enlarged-nv12|warp ROWS (a multiple of 12, "
+                 "usage: vantor-count luma|chroma|interp4-luma|interp4-nv12|warp ROWS (a multiple of 12, "
                  "72 to %d)\n",
-                 kLargestRows / 12 * 12);
+                 kMaxRows / 12 * 12);
     return 2;
 }

@@ -5,7 +5,7 @@
 #include "scaler/bicubic_luma.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_chroma.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4.h"
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
@@ -17,8 +17,8 @@ namespace vantor::fuzz {
 namespace {
 
 /// Ascending columns, evenly apart or not, at any phases.
-ColumnTaps columns(Input& input, ColumnTable& table, int most, int phases, int elementStep) {
-    const int count = input.between(1, most);
+ColumnTaps columns(Input& input, ColumnTable& table, int maxColumns, int phases, int elementStep) {
+    const int count = input.between(1, maxColumns);
     const bool isEven = input.ConsumeBool();
     const double step = input.between(0, 6000) / 256.0;
     const Bytes moves = input.content(static_cast<size_t>(count));
@@ -34,10 +34,10 @@ ColumnTaps columns(Input& input, ColumnTable& table, int most, int phases, int e
 }
 
 template <typename Plan, typename Sample, typename Kernels, int Count, typename... More>
-void filterRows(Input& input, const Kernels* const (&tables)[Count], int mostColumns, int phases, int outputs,
+void filterRows(Input& input, const Kernels* const (&tables)[Count], int maxColumns, int phases, int outputs,
                 More... more) {
     ColumnTable table;
-    const ColumnTaps taps = columns(input, table, mostColumns, phases, outputs);
+    const ColumnTaps taps = columns(input, table, maxColumns, phases, outputs);
     const Bytes row = input.content(size_t{table.tap[taps.columns - 1]} + kElementBytes);
     const auto filter = [&](const Kernels& kernels, const uint8_t* from, uint8_t* to) {
         std::vector<Sample> out(static_cast<size_t>(outputs) * kStripColumns);
@@ -70,9 +70,9 @@ void blendRows(Input& input, const Kernels* const (&tables)[Count], Weight weigh
     });
 }
 
-/// Four-tap weights: the scaler's own, or any 16-bit values.
+/// Interp4's weights: its own, or any 16-bit values.
 std::vector<int16_t> filterWeights(Input& input) {
-    constexpr FourTapFilter kOwn = makeFourTapFilter();
+    constexpr Interp4Filter kOwn = makeInterp4Filter();
     std::vector<int16_t> weights(kOwn.begin(), kOwn.end());
     if (input.ConsumeBool()) return weights;
     const Bytes bytes = input.content(weights.size() * sizeof(int16_t));
@@ -85,37 +85,37 @@ std::vector<int16_t> filterWeights(Input& input) {
 void kernelTables(Input& input) {
     switch (input.between(0, 8)) {
         case 0:
-            return filterRows<LumaPlan, uint8_t>(input, kLumaTables, kStripColumns, 32, 1);
+            return filterRows<BicubicLumaPlan, uint8_t>(input, kBicubicLumaTables, kStripColumns, 32, 1);
         case 1:
-            return filterRows<PairPlan, uint8_t>(input, kCutPairsTables, kStripColumns, 33, 2);
+            return filterRows<BilinearChromaPlan, uint8_t>(input, kBilinearChromaTruncatedTables, kStripColumns, 33, 2);
         case 2:
-            return filterRows<PairPlan, uint8_t>(input, kRoundedPairsTables, kStripColumns, 65, 2);
+            return filterRows<BilinearChromaPlan, uint8_t>(input, kBilinearChromaRoundedTables, kStripColumns, 65, 2);
         case 3: {
             const std::vector<int16_t> weights = filterWeights(input);
             if (!fitBytes(weights.data())) return;
-            return filterRows<FourTapPlan, int16_t>(input, kFourTapTables, kFourTapColumns, kFourTapPhases, 1,
+            return filterRows<Interp4Plan, int16_t>(input, kInterp4Tables, kInterp4Columns, kInterp4Phases, 1,
                                                     weights.data());
         }
         case 4:
-            return blendRows<4, uint8_t>(input, kLumaTables, input.between(0, 31), 1);
+            return blendRows<4, uint8_t>(input, kBicubicLumaTables, input.between(0, 31), 1);
         case 5:
-            return blendRows<2, uint8_t>(input, kCutPairsTables, input.between(0, 32), 2);
+            return blendRows<2, uint8_t>(input, kBilinearChromaTruncatedTables, input.between(0, 32), 2);
         case 6:
-            return blendRows<2, uint8_t>(input, kRoundedPairsTables, input.between(0, 64), 2);
+            return blendRows<2, uint8_t>(input, kBilinearChromaRoundedTables, input.between(0, 64), 2);
         case 7: {
             const std::vector<int16_t> weights = filterWeights(input);
-            return blendRows<4, int16_t>(input, kFourTapTables, weights.data(), 1);
+            return blendRows<4, int16_t>(input, kInterp4Tables, weights.data(), 1);
         }
         default: {
             const int count = input.between(1, kStripColumns);
             const Bytes row = input.content(static_cast<size_t>(paddedColumns(count)) * sizeof(int16_t));
-            const auto round = [&](const FourTapKernels& kernels, const uint8_t* from, uint8_t* to) {
+            const auto round = [&](const Interp4Kernels& kernels, const uint8_t* from, uint8_t* to) {
                 kernels.roundRow(reinterpret_cast<const int16_t*>(from), to, count);
             };
-            forEachVectorTable(kFourTapTables, [&](const FourTapKernels& vector) {
+            forEachVectorTable(kInterp4Tables, [&](const Interp4Kernels& vector) {
                 expectSameOutput(
                     row, static_cast<size_t>(count), [&](const uint8_t* from, uint8_t* to) { round(vector, from, to); },
-                    [&](const uint8_t* from, uint8_t* to) { round(kFourTapPlain, from, to); });
+                    [&](const uint8_t* from, uint8_t* to) { round(kInterp4Plain, from, to); });
             });
         }
     }
@@ -192,7 +192,7 @@ struct Place {
     }
 };
 
-void reducing(Input& input) {
+void interpolate(Input& input) {
     const Place src(input, 3), dst(input, 1);
     const bool singlePass = input.ConsumeBool();
     const auto with = [&](auto* function, auto* from, auto* to) {
@@ -205,7 +205,7 @@ void reducing(Input& input) {
         [&](const uint8_t* from, uint8_t* to) { with(reference::interpolate, from, to); });
 }
 
-void enlarging(Input& input) {
+void interp4(Input& input) {
     const int srcWidth = input.side(), srcHeight = input.between(1, 64);
     const int dstWidth = input.side(), dstHeight = input.between(1, dstWidth > kLargestSide ? 8 : 64);
     const int cropX = input.between(0, srcWidth - 1), cropY = input.between(0, srcHeight - 1);
@@ -223,7 +223,7 @@ void enlarging(Input& input) {
         function(from, from + srcLuma, to, to + dstLuma, weights.data(), srcWidth, srcHeight, cropX, cropY, cropWidth,
                  cropHeight, dstWidth, dstHeight, bandX, bandY, bandWidth, bandHeight, lumaOnly);
     };
-    constexpr FourTapFilter kOwn = makeFourTapFilter();
+    constexpr Interp4Filter kOwn = makeInterp4Filter();
     const bool isProcess = isWhole && std::equal(kOwn.begin(), kOwn.end(), weights.begin());
     expectSameOutput(
         input.content(srcLuma + srcLuma / 2), dstLuma + dstLuma / 2,
@@ -232,7 +232,7 @@ void enlarging(Input& input) {
             Interp4_process(from, from + srcLuma, to, to + dstLuma, srcWidth, srcHeight, -1, dstWidth, dstHeight, -1,
                             cropX, cropY, cropWidth, cropHeight, lumaOnly);
         },
-        [&](const uint8_t* from, uint8_t* to) { band(reference::fourTap, from, to); });
+        [&](const uint8_t* from, uint8_t* to) { band(reference::interp4, from, to); });
 }
 
 /// Whole pictures by the client's entry: copied, enlarged or reduced.
@@ -246,7 +246,7 @@ void request(Input& input) {
     const auto srcLuma = static_cast<size_t>(srcWidth * srcHeight);
     const auto dstLuma = static_cast<size_t>(dstWidth * dstHeight);
     const bool hasPlanes = input.ConsumeBool();
-    const FourTapFilter own = makeFourTapFilter();
+    const Interp4Filter own = makeInterp4Filter();
     std::vector<int16_t> weights(own.begin(), own.end());
     expectSameOutput(
         input.content(srcLuma + srcLuma / 2), dstLuma + dstLuma / 2,
@@ -261,7 +261,7 @@ void request(Input& input) {
             if (dstWidth == srcWidth && dstHeight == srcHeight) {
                 std::memcpy(to, from, format == 0 ? srcLuma : srcLuma + srcLuma / 2);
             } else if (dstWidth > srcWidth || dstHeight > srcHeight) {
-                reference::fourTap(from, from + srcLuma, to, to + dstLuma, weights.data(), srcWidth, srcHeight, 0, 0,
+                reference::interp4(from, from + srcLuma, to, to + dstLuma, weights.data(), srcWidth, srcHeight, 0, 0,
                                    srcWidth, srcHeight, dstWidth, dstHeight, 0, 0, dstWidth, dstHeight, format == 0);
             } else {
                 reference::interpolate(from, from + srcLuma, to, to + dstLuma, srcWidth, srcHeight, srcWidth, dstWidth,
@@ -276,7 +276,7 @@ void request(Input& input) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vantor::fuzz::Input input(data, size);
     constexpr void (*kTargets[])(vantor::fuzz::Input&) = {vantor::fuzz::kernelTables, vantor::fuzz::bands,
-                                                          vantor::fuzz::reducing, vantor::fuzz::enlarging,
+                                                          vantor::fuzz::interpolate, vantor::fuzz::interp4,
                                                           vantor::fuzz::request};
     input.PickValueInArray(kTargets)(input);
     return 0;

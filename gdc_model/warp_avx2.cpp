@@ -20,18 +20,18 @@ struct Axis {
     Vector fraction;  // 0 to 255
 
     Axis(Vector first, Vector second) {
-        const Vector half = V::dwords(128);
-        const Vector byte = V::dwords(255);
-        first = V::addDwords(first, half);
-        second = V::addDwords(second, half);
+        const Vector half = V::broadcast32(128);
+        const Vector byte = V::broadcast32(255);
+        first = V::add32(first, half);
+        second = V::add32(second, half);
         index = _mm256_subs_epi16(
-            V::packDwords(V::shiftRightDwords<8>(first), V::shiftRightDwords<8>(second)), V::words(2));
+            V::pack32(V::shiftRightSigned32<8>(first), V::shiftRightSigned32<8>(second)), V::broadcast16(2));
         fraction = _mm256_packus_epi32(V::bitAnd(first, byte), V::bitAnd(second, byte));
     }
 
     /// Lanes whose four taps lie inside `size` samples, in order.
     Vector isInterior(int size) const {
-        const Vector last = V::words(static_cast<int16_t>(size - 4));
+        const Vector last = V::broadcast16(static_cast<int16_t>(size - 4));
         return _mm256_cmpeq_epi16(_mm256_min_epu16(index, last), index);
     }
 };
@@ -55,26 +55,26 @@ struct Pixels {
     Vector offsets[2];  // of the first taps; 0 where not all taps lie inside
 
     Pixels(const WarpSource& src, const int32_t* x, const int32_t* y) {
-        const Axis atX(V::load(x), V::load(x + V::kDwords));
-        const Axis atY(V::load(y), V::load(y + V::kDwords));
+        const Axis atX(V::load(x), V::load(x + V::kLanes32));
+        const Axis atY(V::load(y), V::load(y + V::kLanes32));
         interior = V::bitAnd(atX.isInterior(src.width), atY.isInterior(src.height));
         fractionX = atX.fraction;
         fractionY = atY.fraction;
         const Vector column = V::bitAnd(atX.index, interior);
         const Vector row = V::bitAnd(atY.index, interior);
-        const Vector strides = V::dwords(src.width << 16 | 1);
-        offsets[0] = V::weighWords(V::lowWords(column, row), strides);
-        offsets[1] = V::weighWords(V::highWords(column, row), strides);
+        const Vector strides = V::broadcast32(src.width << 16 | 1);
+        offsets[0] = V::multiplyAdd16(V::interleaveLow16(column, row), strides);
+        offsets[1] = V::multiplyAdd16(V::interleaveHigh16(column, row), strides);
     }
 };
 
 /// Sixteen bytes of luma.
 __m128i blend(const WarpSource& src, const Pixels& pixels) {
     const LumaValues<V> values =
-        weighLuma<V>(gather<4>(src.y, src.width, pixels.offsets[0]),
-                     gather<4>(src.y, src.width, pixels.offsets[1]), {pixels.fractionX, pixels.fractionY});
-    const Vector words = V::bitAnd(V::packDwords(values.left, values.right), pixels.interior);
-    const Vector packed = V::packWords(words, words);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
+        filterLuma<V>(gather<4>(src.y, src.width, pixels.offsets[0]),
+                      gather<4>(src.y, src.width, pixels.offsets[1]), {pixels.fractionX, pixels.fractionY});
+    const Vector words = V::bitAnd(V::pack32(values.left, values.right), pixels.interior);
+    const Vector packed = V::pack16(words, words);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
 }
 
@@ -103,14 +103,14 @@ bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, 
 /// The even ones of sixteen positions.
 Vector evenLanes(const int32_t* from) {
     const __m256 pairs = _mm256_shuffle_ps(_mm256_castsi256_ps(V::load(from)),
-                                           _mm256_castsi256_ps(V::load(from + V::kDwords)), 0x88);
+                                           _mm256_castsi256_ps(V::load(from + V::kLanes32)), 0x88);
     return _mm256_permute4x64_epi64(_mm256_castps_si256(pairs), 0xD8);
 }
 
 /// Whether luma has all its taps at a position: index 2 to size - 2.
 Vector hasAllTaps(Vector position, int size) {
-    const Vector last = V::dwords((size - 3) * 256 - 1);
-    const Vector from = V::subtractDwords(position, V::dwords(384));
+    const Vector last = V::broadcast32((size - 3) * 256 - 1);
+    const Vector from = V::subtract32(position, V::broadcast32(384));
     return _mm256_cmpeq_epi32(_mm256_min_epu32(from, last), from);
 }
 
@@ -119,18 +119,19 @@ __m128i chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y) {
     const Vector atX = evenLanes(x);
     const Vector atY = evenLanes(y);
     const Vector interior = V::bitAnd(hasAllTaps(atX, src.width), hasAllTaps(atY, src.height));
-    const Vector fromX = V::subtractDwords(atX, V::dwords(128));
-    const Vector fromY = V::subtractDwords(atY, V::dwords(128));
-    const Vector places = V::halves(V::shiftRightDwords<9>(fromX), V::shiftRightDwords<9>(fromY));
-    const Vector offsets = V::weighWords(V::bitAnd(places, interior), V::dwords(src.width << 16 | 2));
+    const Vector fromX = V::subtract32(atX, V::broadcast32(128));
+    const Vector fromY = V::subtract32(atY, V::broadcast32(128));
+    const Vector places =
+        V::interleaveEven16(V::shiftRightSigned32<9>(fromX), V::shiftRightSigned32<9>(fromY));
+    const Vector offsets = V::multiplyAdd16(V::bitAnd(places, interior), V::broadcast32(src.width << 16 | 2));
     const Vector pairs = mixPairs<V>(gather<2>(src.uv, src.width, offsets), fromX, fromY);
-    const Vector chosen = _mm256_blendv_epi8(V::dwords(0x8080), pairs, interior);
+    const Vector chosen = _mm256_blendv_epi8(V::broadcast32(0x8080), pairs, interior);
     const Vector packed = _mm256_packus_epi32(chosen, chosen);
     return _mm_unpacklo_epi64(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
 }
 
 void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
-    for (int i = 0; i < pairs; i += V::kDwords) {
+    for (int i = 0; i < pairs; i += V::kLanes32) {
         storeSome(out + 2 * i, chromaGroup(src, x + 2 * i, y + 2 * i), 2 * (pairs - i));
     }
 }

@@ -16,12 +16,13 @@ constexpr int kReach = kWindow - 4;
 
 /// Lanes where luma has all its taps along one axis: index 2 to size - 2.
 __mmask16 hasAllTaps(Vector position, int size) {
-    return _mm512_cmplt_epu32_mask(V::subtractDwords(position, V::dwords(384)), V::dwords((size - 3) * 256));
+    return _mm512_cmplt_epu32_mask(V::subtract32(position, V::broadcast32(384)),
+                                   V::broadcast32((size - 3) * 256));
 }
 
 Vector tapBytes(Vector within) {
     const Vector fourTimes = _mm512_broadcast_i32x4(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C));
-    return _mm512_add_epi8(_mm512_shuffle_epi8(within, fourTimes), V::dwords(0x03020100));
+    return _mm512_add_epi8(_mm512_shuffle_epi8(within, fourTimes), V::broadcast32(0x03020100));
 }
 
 Vector window(const uint8_t* from) {
@@ -37,10 +38,10 @@ Samples<V, rows> gather(const uint8_t* plane, int stride, int lastWindow, Vector
     const int first = _mm_cvtsi128_si32(_mm512_castsi512_si128(offsets));
     const int last = _mm_extract_epi32(_mm512_extracti32x4_epi32(offsets, 3), 3);
     const int starts[2] = {first < lastWindow ? first : lastWindow, last < kReach ? 0 : last - kReach};
-    const Vector fromFirst = V::subtractDwords(offsets, V::dwords(starts[0]));
-    const Vector fromLast = V::subtractDwords(offsets, V::dwords(starts[1]));
-    const __mmask16 byFirst = _mm512_cmple_epu32_mask(fromFirst, V::dwords(kReach));
-    const __mmask16 byLast = _mm512_cmple_epu32_mask(fromLast, V::dwords(kReach));
+    const Vector fromFirst = V::subtract32(offsets, V::broadcast32(starts[0]));
+    const Vector fromLast = V::subtract32(offsets, V::broadcast32(starts[1]));
+    const __mmask16 byFirst = _mm512_cmple_epu32_mask(fromFirst, V::broadcast32(kReach));
+    const __mmask16 byLast = _mm512_cmple_epu32_mask(fromLast, V::broadcast32(kReach));
     const bool isWithin = (byFirst | byLast) == 0xFFFF;
     const Vector taps = tapBytes(fromFirst);
     const Vector otherTaps = tapBytes(fromLast);
@@ -73,43 +74,43 @@ struct Pixels {
         const Vector atY = V::load(y);
         interior = hasAllTaps(atX, src.width) & hasAllTaps(atY, src.height);
         // Moved by two samples, so that the index is that of the first tap.
-        const Vector firstX = V::subtractDwords(atX, V::dwords(384));
-        const Vector firstY = V::subtractDwords(atY, V::dwords(384));
-        fractionX = V::bitAnd(firstX, V::dwords(255));
-        fractionY = V::bitAnd(firstY, V::dwords(255));
-        const Vector row = V::multiplyDwords(V::shiftRightDwords<8>(firstY), V::dwords(src.width));
-        offsets = _mm512_maskz_add_epi32(interior, row, V::shiftRightDwords<8>(firstX));
+        const Vector firstX = V::subtract32(atX, V::broadcast32(384));
+        const Vector firstY = V::subtract32(atY, V::broadcast32(384));
+        fractionX = V::bitAnd(firstX, V::broadcast32(255));
+        fractionY = V::bitAnd(firstY, V::broadcast32(255));
+        const Vector row = V::multiply32(V::shiftRightSigned32<8>(firstY), V::broadcast32(src.width));
+        offsets = _mm512_maskz_add_epi32(interior, row, V::shiftRightSigned32<8>(firstX));
     }
 };
 
 /// The first `count` bytes; those outside `chosen` are 0.
 void storeSome(uint8_t* out, __m128i bytes, __mmask16 chosen, int count) {
-    const auto stored = static_cast<__mmask16>(count >= V::kDwords ? 0xFFFF : (1 << count) - 1);
+    const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);
     _mm_mask_storeu_epi8(out, stored, _mm_maskz_mov_epi8(chosen, bytes));
 }
 
 /// 32 pixels.
 void blend(const WarpSource& src, const Pixels& left, const Pixels& right, uint8_t* out, int count) {
     const int last = lastWindow(src, src.height, 4);
-    const LumaValues<V> values = weighLuma<V>(gather<4>(src.y, src.width, last, left.offsets),
-                                              gather<4>(src.y, src.width, last, right.offsets),
-                                              {_mm512_packus_epi32(left.fractionX, right.fractionX),
-                                               _mm512_packus_epi32(left.fractionY, right.fractionY)});
+    const LumaValues<V> values = filterLuma<V>(gather<4>(src.y, src.width, last, left.offsets),
+                                               gather<4>(src.y, src.width, last, right.offsets),
+                                               {_mm512_packus_epi32(left.fractionX, right.fractionX),
+                                                _mm512_packus_epi32(left.fractionY, right.fractionY)});
     storeSome(out, _mm512_cvtepi32_epi8(values.left), left.interior, count);
-    if (count <= V::kDwords) return;
-    storeSome(out + V::kDwords, _mm512_cvtepi32_epi8(values.right), right.interior, count - V::kDwords);
+    if (count <= V::kLanes32) return;
+    storeSome(out + V::kLanes32, _mm512_cvtepi32_epi8(values.right), right.interior, count - V::kLanes32);
 }
 
 bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
     unsigned someOutside = 0;
-    for (int i = 0; i < count; i += 2 * V::kDwords) {
+    for (int i = 0; i < count; i += 2 * V::kLanes32) {
         const Pixels left(src, x + i, y + i);
-        const Pixels right(src, x + i + V::kDwords, y + i + V::kDwords);
+        const Pixels right(src, x + i + V::kLanes32, y + i + V::kLanes32);
         someOutside |= 0xFFFFU & ~static_cast<unsigned>(left.interior & right.interior);
         if ((left.interior | right.interior) == 0) {
             const __m128i zero = _mm_setzero_si128();
             storeSome(out + i, zero, 0, count - i);
-            if (count - i > V::kDwords) storeSome(out + i + V::kDwords, zero, 0, count - i - V::kDwords);
+            if (count - i > V::kLanes32) storeSome(out + i + V::kLanes32, zero, 0, count - i - V::kLanes32);
         } else {
             blend(src, left, right, out + i, count - i);
         }
@@ -120,7 +121,7 @@ bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, 
 /// The even ones of 32 positions.
 Vector evenLanes(const int32_t* from) {
     const Vector evens = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
-    return _mm512_permutex2var_epi32(V::load(from), evens, V::load(from + V::kDwords));
+    return _mm512_permutex2var_epi32(V::load(from), evens, V::load(from + V::kLanes32));
 }
 
 /// Sixteen pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
@@ -128,20 +129,20 @@ void chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y, int 
     const Vector atX = evenLanes(x);
     const Vector atY = evenLanes(y);
     const __mmask16 interior = hasAllTaps(atX, src.width) & hasAllTaps(atY, src.height);
-    const Vector fromX = V::subtractDwords(atX, V::dwords(128));
-    const Vector fromY = V::subtractDwords(atY, V::dwords(128));
-    const Vector row = V::multiplyDwords(V::shiftRightDwords<9>(fromY), V::dwords(src.width));
-    const Vector column = V::shiftLeftDwords<1>(V::shiftRightDwords<9>(fromX));
+    const Vector fromX = V::subtract32(atX, V::broadcast32(128));
+    const Vector fromY = V::subtract32(atY, V::broadcast32(128));
+    const Vector row = V::multiply32(V::shiftRightSigned32<9>(fromY), V::broadcast32(src.width));
+    const Vector column = V::shiftLeft32<1>(V::shiftRightSigned32<9>(fromX));
     const Samples<V, 2> samples = gather<2>(src.uv, src.width, lastWindow(src, src.height / 2, 2),
                                             _mm512_maskz_add_epi32(interior, row, column));
     const Vector pairs = mixPairs<V>(samples, fromX, fromY);
-    const Vector chosen = _mm512_mask_mov_epi32(V::dwords(0x8080), interior, pairs);
-    const auto stored = static_cast<__mmask16>(count >= V::kDwords ? 0xFFFF : (1 << count) - 1);
+    const Vector chosen = _mm512_mask_mov_epi32(V::broadcast32(0x8080), interior, pairs);
+    const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);
     _mm512_mask_cvtepi32_storeu_epi16(out, stored, chosen);
 }
 
 void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
-    for (int i = 0; i < pairs; i += V::kDwords)
+    for (int i = 0; i < pairs; i += V::kLanes32)
         chromaGroup(src, x + 2 * i, y + 2 * i, pairs - i, out + 2 * i);
 }
 

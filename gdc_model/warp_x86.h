@@ -14,42 +14,40 @@ public:
 
     explicit LineOfLanes(const WarpLine& line)
         : excessAtStart_(
-              V::addDwords(V::template shiftLeftDwords<9>(V::dwords(line.excess)), V::dwords(256))),
-          excessStep_(V::template shiftLeftDwords<1>(V::dwords(line.excess))),
-          start_(V::dwords(line.start)),
-          difference_(V::dwords(line.difference)),
-          slopeChange_(V::dwords(line.slopeChange)),
-          invScale_(V::dwords(line.invScale)),
-          invScaleAndOne_(V::dwords(line.invScale | 1 << 16)),
-          base_(
-              V::addDwords(V::dwords(line.base), V::multiplyDwords(V::countDwords(), V::dwords(line.step)))),
-          step_(V::multiplyDwords(V::dwords(line.step), V::dwords(V::kDwords))) {}
+              V::add32(V::template shiftLeft32<9>(V::broadcast32(line.excess)), V::broadcast32(256))),
+          excessStep_(V::template shiftLeft32<1>(V::broadcast32(line.excess))),
+          start_(V::broadcast32(line.start)),
+          difference_(V::broadcast32(line.difference)),
+          slopeChange_(V::broadcast32(line.slopeChange)),
+          invScale_(V::broadcast32(line.invScale)),
+          invScaleAndOne_(V::broadcast32(line.invScale | 1 << 16)),
+          base_(V::add32(V::broadcast32(line.base), V::multiply32(V::iota32(), V::broadcast32(line.step)))),
+          step_(V::multiply32(V::broadcast32(line.step), V::broadcast32(V::kLanes32))) {}
 
     Vector next(Vector u, Vector q) {
         // Both terms wrap, but their difference, excess (512 - 2u) + 256, fits.
-        const Vector ex = V::template shiftRightDwords<9>(
-            V::subtractDwords(excessAtStart_, V::multiplyDwords(u, excessStep_)));
-        const Vector bulge = rounded<11>(V::multiplyDwords(V::addDwords(ex, slopeChange_), q));
-        const Vector linear = rounded<9>(V::multiplyDwords(u, difference_));
-        const Vector position =
-            V::addDwords(base_, move(V::subtractDwords(V::addDwords(start_, linear), bulge)));
-        base_ = V::addDwords(base_, step_);
+        const Vector ex =
+            V::template shiftRightSigned32<9>(V::subtract32(excessAtStart_, V::multiply32(u, excessStep_)));
+        const Vector bulge = rounded<11>(V::multiply32(V::add32(ex, slopeChange_), q));
+        const Vector linear = rounded<9>(V::multiply32(u, difference_));
+        const Vector position = V::add32(base_, move(V::subtract32(V::add32(start_, linear), bulge)));
+        base_ = V::add32(base_, step_);
         return position;
     }
 
 private:
     template <int Bits>
     static Vector rounded(Vector a) {
-        return V::template shiftRightDwords<Bits>(V::addDwords(a, V::dwords(1 << (Bits - 1))));
+        return V::template shiftRightSigned32<Bits>(V::add32(a, V::broadcast32(1 << (Bits - 1))));
     }
 
     /// 24 bits by 15: the upper 16 bits of d apart from its lower eight, to which the rounding is added.
     Vector move(Vector d) const {
-        if (isShort) return rounded<13>(V::multiplyDwords(d, invScale_));
-        const Vector upper = V::weighWords(V::template shiftRightDwords<8>(d), invScale_);
-        const Vector lower = V::bitOr(V::bitAnd(d, V::dwords(255)), V::dwords(4096 << 16));
-        const Vector carried = V::template shiftRightDwords<8>(V::weighWords(lower, invScaleAndOne_));
-        return V::template shiftRightDwords<5>(V::addDwords(upper, carried));
+        if (isShort) return rounded<13>(V::multiply32(d, invScale_));
+        const Vector upper = V::multiplyAdd16(V::template shiftRightSigned32<8>(d), invScale_);
+        const Vector lower = V::bitOr(V::bitAnd(d, V::broadcast32(255)), V::broadcast32(4096 << 16));
+        const Vector carried = V::template shiftRightSigned32<8>(V::multiplyAdd16(lower, invScaleAndOne_));
+        return V::template shiftRightSigned32<5>(V::add32(upper, carried));
     }
 
     Vector excessAtStart_;
@@ -67,7 +65,7 @@ template <typename V, bool isShort>
 void locate(const WarpRun& run, int32_t* x, int32_t* y) {
     LineOfLanes<V, isShort> lineX(run.x);
     LineOfLanes<V, isShort> lineY(run.y);
-    for (int i = 0; i < run.count; i += V::kDwords) {
+    for (int i = 0; i < run.count; i += V::kLanes32) {
         const auto u = V::load(run.within + i);
         const auto q = V::load(run.bulge + i);
         V::store(x + i, lineX.next(u, q));
@@ -92,16 +90,16 @@ struct Taps {
     Vector outer3;
 
     explicit Taps(Vector p) {
-        const Vector zero = V::words(0);
-        const Vector whole = V::words(256);
-        const Vector q = V::subtract(whole, p);
-        const Vector pq = V::multiply(p, q);
-        const Vector pp = V::multiply(p, p);
-        const Vector slope = V::subtract(V::words(1280), V::add(V::add(p, p), p));
-        outer0 = V::average(V::multiplyHighUnsigned(pq, q), zero);
-        outer3 = V::average(V::multiplyHighUnsigned(pq, p), zero);
-        centre1 = V::subtract(whole, V::average(V::multiplyHighUnsigned(pp, slope), zero));
-        centre2 = V::average(V::multiplyHighUnsigned(pp, V::subtract(slope, whole)), p);
+        const Vector zero = V::broadcast16(0);
+        const Vector whole = V::broadcast16(256);
+        const Vector q = V::subtract16(whole, p);
+        const Vector pq = V::multiply16(p, q);
+        const Vector pp = V::multiply16(p, p);
+        const Vector slope = V::subtract16(V::broadcast16(1280), V::add16(V::add16(p, p), p));
+        outer0 = V::average16(V::multiplyHighUnsigned16(pq, q), zero);
+        outer3 = V::average16(V::multiplyHighUnsigned16(pq, p), zero);
+        centre1 = V::subtract16(whole, V::average16(V::multiplyHighUnsigned16(pp, slope), zero));
+        centre2 = V::average16(V::multiplyHighUnsigned16(pp, V::subtract16(slope, whole)), p);
     }
 };
 
@@ -117,8 +115,8 @@ public:
         const Taps<V> x(fractionX);
         outer0_ = minusTwice(x.outer0);
         outer3_ = minusTwice(x.outer3);
-        centre1_ = V::template shiftLeft<6>(x.centre1);
-        centre2_ = V::template shiftLeft<6>(x.centre2);
+        centre1_ = V::template shiftLeft16<6>(x.centre1);
+        centre2_ = V::template shiftLeft16<6>(x.centre2);
     }
 
     /// The weights of one row's four taps.
@@ -137,19 +135,19 @@ public:
     }
 
 private:
-    static Vector minusTwice(Vector tap) { return V::subtract(V::words(0), V::add(tap, tap)); }
-    static Vector enlarged(Vector tap64) { return V::bitOr(tap64, V::words(1)); }
+    static Vector minusTwice(Vector tap) { return V::subtract16(V::broadcast16(0), V::add16(tap, tap)); }
+    static Vector enlarged(Vector tap64) { return V::bitOr(tap64, V::broadcast16(1)); }
 
     Row outerRow(Vector y) const {
-        const Vector y32 = V::template shiftLeft<5>(y);
-        return {V::multiplyRounded(outer0_, y32), V::multiplyRounded(enlarged(centre1_), y),
-                V::multiplyRounded(enlarged(centre2_), y), V::multiplyRounded(outer3_, y32)};
+        const Vector y32 = V::template shiftLeft16<5>(y);
+        return {V::multiplyRounded16(outer0_, y32), V::multiplyRounded16(enlarged(centre1_), y),
+                V::multiplyRounded16(enlarged(centre2_), y), V::multiplyRounded16(outer3_, y32)};
     }
     Row centreRow(Vector y) const {
-        const Vector y2 = V::add(y, y);
-        const Vector y64 = enlarged(V::template shiftLeft<6>(y));
-        return {V::multiplyRounded(outer0_, y64), V::multiplyRounded(centre1_, y2),
-                V::multiplyRounded(centre2_, y2), V::multiplyRounded(outer3_, y64)};
+        const Vector y2 = V::add16(y, y);
+        const Vector y64 = enlarged(V::template shiftLeft16<6>(y));
+        return {V::multiplyRounded16(outer0_, y64), V::multiplyRounded16(centre1_, y2),
+                V::multiplyRounded16(centre2_, y2), V::multiplyRounded16(outer3_, y64)};
     }
 
     Taps<V> y_;
@@ -169,18 +167,17 @@ struct Samples {
 template <typename V>
 typename V::Vector finish(typename V::Vector sum, typename V::Vector missing, const Samples<V, 4>& samples) {
     using Vector = typename V::Vector;
-    const Vector half = V::dwords(128);
+    const Vector half = V::broadcast32(128);
     const auto secondByte = [](Vector bytes) {
-        return V::bitAnd(V::template shiftRightDwords<8>(bytes), V::dwords(255));
+        return V::bitAnd(V::template shiftRightSigned32<8>(bytes), V::broadcast32(255));
     };
-    const Vector correction =
-        V::template shiftRightDwords<8>(V::addDwords(V::multiplyDwords(sum, missing), half));
-    const Vector value = V::template shiftRightDwords<8>(V::addDwords(V::addDwords(sum, correction), half));
-    const Vector least = V::minBytes(samples.row[1], samples.row[2]);
-    const Vector most = V::maxBytes(samples.row[1], samples.row[2]);
-    const Vector low = secondByte(V::minBytes(least, V::template shiftRightDwords<8>(least)));
-    const Vector high = secondByte(V::maxBytes(most, V::template shiftRightDwords<8>(most)));
-    return V::minDwords(V::maxDwords(value, low), high);
+    const Vector correction = V::template shiftRightSigned32<8>(V::add32(V::multiply32(sum, missing), half));
+    const Vector value = V::template shiftRightSigned32<8>(V::add32(V::add32(sum, correction), half));
+    const Vector least = V::min8(samples.row[1], samples.row[2]);
+    const Vector most = V::max8(samples.row[1], samples.row[2]);
+    const Vector low = secondByte(V::min8(least, V::template shiftRightSigned32<8>(least)));
+    const Vector high = secondByte(V::max8(most, V::template shiftRightSigned32<8>(most)));
+    return V::min32(V::max32(value, low), high);
 }
 
 /// Two vectors of pixels, in order.
@@ -190,27 +187,27 @@ struct LumaValues {
     typename V::Vector right;
 };
 
-/// Words of fractions stand in the order of V::packWords: interleaving gives 32-bit lanes in natural order.
+/// Fractions are in the order of V::pack16: interleaving gives 32-bit lanes in natural order.
 template <typename V>
-LumaValues<V> weighLuma(const Samples<V, 4>& left, const Samples<V, 4>& right, const Weights<V>& weights) {
+LumaValues<V> filterLuma(const Samples<V, 4>& left, const Samples<V, 4>& right, const Weights<V>& weights) {
     using Vector = typename V::Vector;
-    const Vector lowBytes = V::words(255);
-    Vector sumLeft = V::dwords(0);
-    Vector sumRight = V::dwords(0);
-    Vector missing = V::words(256);  // what the weights lack, -5 to 5
+    const Vector lowBytes = V::broadcast16(255);
+    Vector sumLeft = V::broadcast32(0);
+    Vector sumRight = V::broadcast32(0);
+    Vector missing = V::broadcast16(256);  // what the weights lack, -5 to 5
     for (int j = 0; j < 4; ++j) {
         const auto w = weights.row(j);
         const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
-            sum = V::addDwords(sum, V::weighWords(V::bitAnd(bytes, lowBytes), even));
-            sum = V::addDwords(sum, V::weighWords(V::template shiftRight<8>(bytes), odd));
+            sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, lowBytes), even));
+            sum = V::add32(sum, V::multiplyAdd16(V::template shiftRight16<8>(bytes), odd));
         };
-        add(sumLeft, left.row[j], V::lowWords(w.w0, w.w2), V::lowWords(w.w1, w.w3));
-        add(sumRight, right.row[j], V::highWords(w.w0, w.w2), V::highWords(w.w1, w.w3));
-        missing = V::subtract(missing, V::add(V::add(w.w0, w.w1), V::add(w.w2, w.w3)));
+        add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
+        add(sumRight, right.row[j], V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
+        missing = V::subtract16(missing, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
     }
-    const Vector sign = V::template shiftRightSigned<15>(missing);
-    return {finish<V>(sumLeft, V::lowWords(missing, sign), left),
-            finish<V>(sumRight, V::highWords(missing, sign), right)};
+    const Vector sign = V::template shiftRightSigned16<15>(missing);
+    return {finish<V>(sumLeft, V::interleaveLow16(missing, sign), left),
+            finish<V>(sumRight, V::interleaveHigh16(missing, sign), right)};
 }
 
 /// Chroma pairs in 32-bit lanes, from the two by two around each and distances in 1/512 from the first of
@@ -219,24 +216,24 @@ template <typename V>
 typename V::Vector mixPairs(const Samples<V, 2>& samples, typename V::Vector fromX,
                             typename V::Vector fromY) {
     using Vector = typename V::Vector;
-    const Vector fraction = V::dwords(511);
-    const Vector whole = V::dwords(512);
+    const Vector fraction = V::broadcast32(511);
+    const Vector whole = V::broadcast32(512);
     const Vector right = V::bitAnd(fromX, fraction);
-    const Vector upper = V::subtractDwords(whole, V::bitAnd(fromY, fraction));
-    const Vector across = V::halves(V::subtractDwords(whole, right), right);
+    const Vector upper = V::subtract32(whole, V::bitAnd(fromY, fraction));
+    const Vector across = V::interleaveEven16(V::subtract32(whole, right), right);
     // 9 bits of fraction: 64 x product, rounded by 15.
-    const Vector top = V::multiplyRounded(V::template shiftLeft<3>(across),
-                                          V::template shiftLeft<3>(V::halves(upper, upper)));
-    const Vector weights[2] = {top, V::subtract(across, top)};
-    const Vector lowBytes = V::words(255);
-    Vector u = V::dwords(256);
+    const Vector top = V::multiplyRounded16(V::template shiftLeft16<3>(across),
+                                            V::template shiftLeft16<3>(V::interleaveEven16(upper, upper)));
+    const Vector weights[2] = {top, V::subtract16(across, top)};
+    const Vector lowBytes = V::broadcast16(255);
+    Vector u = V::broadcast32(256);
     Vector v = u;
     for (int j = 0; j < 2; ++j) {
-        u = V::addDwords(u, V::weighWords(V::bitAnd(samples.row[j], lowBytes), weights[j]));
-        v = V::addDwords(v, V::weighWords(V::template shiftRight<8>(samples.row[j]), weights[j]));
+        u = V::add32(u, V::multiplyAdd16(V::bitAnd(samples.row[j], lowBytes), weights[j]));
+        v = V::add32(v, V::multiplyAdd16(V::template shiftRight16<8>(samples.row[j]), weights[j]));
     }
-    return V::bitOr(V::template shiftRightDwords<9>(u),
-                    V::template shiftLeftDwords<8>(V::template shiftRightDwords<9>(v)));
+    return V::bitOr(V::template shiftRightSigned32<9>(u),
+                    V::template shiftLeft32<8>(V::template shiftRightSigned32<9>(v)));
 }
 
 }  // namespace

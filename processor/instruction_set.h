@@ -12,7 +12,7 @@ constexpr InstructionSet kInstructionSets[] = {InstructionSet::Plain, Instructio
 /// "plain", "neon", "avx2" or "avx512".
 const char* instructionSetName(InstructionSet set);
 
-/// Whether the processor and the system can run kernels of this set. Avx2 stands for AVX2 and POPCNT, Avx512
+/// Whether the processor and the system can run kernels of this set. Avx2 means AVX2 and POPCNT, Avx512
 /// for those, FMA, F16C and AVX-512's F, BW, VL and VBMI together.
 bool processorHas(InstructionSet set);
 

@@ -11,79 +11,77 @@ namespace {
 struct Avx512Lanes {
     using Vector = __m512i;
     static constexpr int kBytes = 64;
-    static constexpr int kWords = 32;
-    static constexpr int kDwords = 16;
+    static constexpr int kLanes16 = 32;
+    static constexpr int kLanes32 = 16;
 
     static Vector load(const void* from) { return _mm512_loadu_si512(from); }
     static void store(void* to, Vector bytes) { _mm512_storeu_si512(to, bytes); }
 
-    /// In 16-bit lanes.
-    static Vector words(int value) { return _mm512_set1_epi16(static_cast<int16_t>(value)); }
-    static Vector add(Vector a, Vector b) { return _mm512_add_epi16(a, b); }
-    static Vector subtract(Vector a, Vector b) { return _mm512_sub_epi16(a, b); }
-    static Vector multiply(Vector a, Vector b) { return _mm512_mullo_epi16(a, b); }
-    static Vector multiplyHigh(Vector a, Vector b) { return _mm512_mulhi_epi16(a, b); }
-    static Vector multiplyHighUnsigned(Vector a, Vector b) { return _mm512_mulhi_epu16(a, b); }
+    static Vector broadcast16(int value) { return _mm512_set1_epi16(static_cast<int16_t>(value)); }
+    static Vector add16(Vector a, Vector b) { return _mm512_add_epi16(a, b); }
+    static Vector subtract16(Vector a, Vector b) { return _mm512_sub_epi16(a, b); }
+    static Vector multiply16(Vector a, Vector b) { return _mm512_mullo_epi16(a, b); }
+    static Vector multiplyHigh16(Vector a, Vector b) { return _mm512_mulhi_epi16(a, b); }
+    static Vector multiplyHighUnsigned16(Vector a, Vector b) { return _mm512_mulhi_epu16(a, b); }
     /// (a + b + 1) >> 1, unsigned
-    static Vector average(Vector a, Vector b) { return _mm512_avg_epu16(a, b); }
+    static Vector average16(Vector a, Vector b) { return _mm512_avg_epu16(a, b); }
     /// (a x b + 16384) >> 15
-    static Vector multiplyRounded(Vector a, Vector b) { return _mm512_mulhrs_epi16(a, b); }
+    static Vector multiplyRounded16(Vector a, Vector b) { return _mm512_mulhrs_epi16(a, b); }
     template <int Bits>
-    static Vector shiftLeft(Vector a) {
+    static Vector shiftLeft16(Vector a) {
         return _mm512_slli_epi16(a, Bits);
     }
     template <int Bits>
-    static Vector shiftRight(Vector a) {
+    static Vector shiftRight16(Vector a) {
         return _mm512_srli_epi16(a, Bits);
     }
     template <int Bits>
-    static Vector shiftRightSigned(Vector a) {
+    static Vector shiftRightSigned16(Vector a) {
         return _mm512_srai_epi16(a, Bits);
     }
 
-    /// In each lane the sum of two products of unsigned bytes and signed weights.
-    static Vector weigh(Vector bytes, Vector weights) { return _mm512_maddubs_epi16(bytes, weights); }
+    /// In each 16-bit lane the sum of two products of unsigned bytes and signed weights.
+    static Vector multiplyAdd8(Vector bytes, Vector weights) { return _mm512_maddubs_epi16(bytes, weights); }
 
-    /// In each 32-bit lane the sum of two products of words.
-    static Vector weighWords(Vector a, Vector b) { return _mm512_madd_epi16(a, b); }
-    static Vector dwords(int value) { return _mm512_set1_epi32(value); }
+    /// In each 32-bit lane the sum of two products of signed 16-bit lanes.
+    static Vector multiplyAdd16(Vector a, Vector b) { return _mm512_madd_epi16(a, b); }
+    static Vector broadcast32(int value) { return _mm512_set1_epi32(value); }
     /// 0, 1, 2, ...
-    static Vector countDwords() {
-        return _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    }
-    static Vector addDwords(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
-    static Vector subtractDwords(Vector a, Vector b) { return _mm512_sub_epi32(a, b); }
-    static Vector multiplyDwords(Vector a, Vector b) { return _mm512_mullo_epi32(a, b); }
-    static Vector minDwords(Vector a, Vector b) { return _mm512_min_epi32(a, b); }
-    static Vector maxDwords(Vector a, Vector b) { return _mm512_max_epi32(a, b); }
+    static Vector iota32() { return _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15); }
+    static Vector add32(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
+    static Vector subtract32(Vector a, Vector b) { return _mm512_sub_epi32(a, b); }
+    static Vector multiply32(Vector a, Vector b) { return _mm512_mullo_epi32(a, b); }
+    static Vector min32(Vector a, Vector b) { return _mm512_min_epi32(a, b); }
+    static Vector max32(Vector a, Vector b) { return _mm512_max_epi32(a, b); }
     template <int Bits>
-    static Vector shiftLeftDwords(Vector a) {
+    static Vector shiftLeft32(Vector a) {
         return _mm512_slli_epi32(a, Bits);
     }
     template <int Bits>
-    static Vector shiftRightDwords(Vector a) {
+    static Vector shiftRightSigned32(Vector a) {
         return _mm512_srai_epi32(a, Bits);
     }
 
-    /// The lower words of two vectors' 32-bit lanes, of `high` as the upper ones.
-    static Vector halves(Vector low, Vector high) {
-        return _mm512_mask_blend_epi16(0xAAAAAAAA, low, shiftLeftDwords<16>(high));
+    /// a[0], b[0], a[2], b[2], ...
+    static Vector interleaveEven16(Vector a, Vector b) {
+        return _mm512_mask_blend_epi16(0xAAAAAAAA, a, shiftLeft32<16>(b));
     }
 
     /// Of unsigned bytes.
-    static Vector minBytes(Vector a, Vector b) { return _mm512_min_epu8(a, b); }
-    static Vector maxBytes(Vector a, Vector b) { return _mm512_max_epu8(a, b); }
+    static Vector min8(Vector a, Vector b) { return _mm512_min_epu8(a, b); }
+    static Vector max8(Vector a, Vector b) { return _mm512_max_epu8(a, b); }
 
     static Vector bitAnd(Vector a, Vector b) { return _mm512_and_si512(a, b); }
     static Vector bitOr(Vector a, Vector b) { return _mm512_or_si512(a, b); }
 
-    /// These interleave and pack within 128 bits; what was interleaved is packed back in order.
-    static Vector lowBytes(Vector a, Vector b) { return _mm512_unpacklo_epi8(a, b); }
-    static Vector highBytes(Vector a, Vector b) { return _mm512_unpackhi_epi8(a, b); }
-    static Vector lowWords(Vector a, Vector b) { return _mm512_unpacklo_epi16(a, b); }
-    static Vector highWords(Vector a, Vector b) { return _mm512_unpackhi_epi16(a, b); }
-    static Vector packWords(Vector low, Vector high) { return _mm512_packus_epi16(low, high); }
-    static Vector packDwords(Vector low, Vector high) { return _mm512_packs_epi32(low, high); }
+    /// These interleave and pack within 128 bits; what was interleaved is packed back in order. Packing
+    /// saturates, 16-bit lanes to unsigned bytes, 32-bit lanes to signed 16-bit ones.
+    static Vector interleaveLow8(Vector a, Vector b) { return _mm512_unpacklo_epi8(a, b); }
+    static Vector interleaveHigh8(Vector a, Vector b) { return _mm512_unpackhi_epi8(a, b); }
+    static Vector interleaveLow16(Vector a, Vector b) { return _mm512_unpacklo_epi16(a, b); }
+    static Vector interleaveHigh16(Vector a, Vector b) { return _mm512_unpackhi_epi16(a, b); }
+    static Vector pack16(Vector low, Vector high) { return _mm512_packus_epi16(low, high); }
+    static Vector pack32(Vector low, Vector high) { return _mm512_packs_epi32(low, high); }
 };
 
 }  // namespace

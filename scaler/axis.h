@@ -1,4 +1,4 @@
-// Where the output samples of the reducing scaler lie in the source, along one axis.
+// Where the output samples of a reduction lie in the source, along one axis.
 #pragma once
 
 #include <cstdint>

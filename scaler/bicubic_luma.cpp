@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "scaler/bands.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/cubic.h"
 #include "scaler/reduce_rows.h"
@@ -11,20 +12,21 @@
 namespace vantor {
 namespace {
 
-const LumaKernels& activeKernels() {
-    static const LumaKernels& kernels = bestTable(kLumaTables);
+const BicubicLumaKernels& activeKernels() {
+    static const BicubicLumaKernels& kernels = bestTable(kBicubicLumaTables);
     return kernels;
 }
 
 /// Consecutive output columns with their positions. By where their taps fall they divide, from left to right,
 /// into left columns (on source column 0), middle columns (all four taps inside) and right columns (a tap
 /// beyond the last column). In sources of one or two columns all are right columns.
-class LumaStrip {
+class BicubicLumaColumns {
 public:
+    using Kernels = BicubicLumaKernels;
     static constexpr int kChannels = 1;
     static constexpr int kTaps = 4;
 
-    LumaStrip(const LumaKernels& kernels, const Axis& axis, int firstColumn, int columns, int srcWidth)
+    BicubicLumaColumns(const Kernels& kernels, const Axis& axis, int firstColumn, int columns, int srcWidth)
         : axis_(axis), firstColumn_(firstColumn), columns_(columns), srcWidth_(srcWidth) {
         while (middleFirst_ < columns && isLeft(middleFirst_)) ++middleFirst_;
         middleEnd_ = columns;
@@ -87,13 +89,13 @@ private:
     int middleFirst_ = 0;
     int middleEnd_;
     ColumnTable table_;
-    std::optional<PlannedColumns<LumaKernels, LumaPlan>> middle_;
+    std::optional<PlannedColumns<BicubicLumaKernels, BicubicLumaPlan>> middle_;
 };
 
 int scaleRows(const ScaleSliceArgs& args, PositionFormat format, const RowRange& rows) {
     // Only the plain form is 32 bits wide, as phases beyond 31 need.
-    const LumaKernels& kernels = format.phaseBits > 5 ? kLumaPlain : activeKernels();
-    return reduceRows<LumaStrip>(args, kernels, format, rows);
+    const BicubicLumaKernels& kernels = format.phaseBits > 5 ? kBicubicLumaPlain : activeKernels();
+    return reduceRows<BicubicLumaColumns>(args, kernels, format, rows);
 }
 
 int scaleBand(const ScaleSliceArgs& args, int band) {
@@ -156,7 +158,7 @@ int cubicinterpolate(unsigned char* p, int t) {
 void allocate_cubicinterpolate_opt_asm_2(unsigned char* row0, const short* phaseX, unsigned char* out,
                                          int groups, unsigned char* row1, unsigned char* row2,
                                          unsigned char* row3, int phaseY, const short* tapX) {
-    const LumaKernels& kernels = activeKernels();
+    const BicubicLumaKernels& kernels = activeKernels();
     const uint8_t* const sources[4] = {row0, row1, row2, row3};
     int left = 8 * std::max(groups, 0);
     while (left > 0) {
@@ -167,7 +169,7 @@ void allocate_cubicinterpolate_opt_asm_2(unsigned char* row0, const short* phase
             table.phase[i] = static_cast<uint8_t>(*phaseX++);
         }
         uint8_t filtered[4][kStripColumns];
-        filterAnyTaps<LumaKernels, LumaPlan>(kernels, table.padded(columns), sources, filtered);
+        filterAnyTaps<BicubicLumaKernels, BicubicLumaPlan>(kernels, table.padded(columns), sources, filtered);
         const uint8_t* const rows[4] = {filtered[0], filtered[1], filtered[2], filtered[3]};
         kernels.blendRows(rows, phaseY, out, columns);
         out += columns;

@@ -51,7 +51,7 @@ int cubicinterpolate(unsigned char* p, int t);
 
 /// The vector kernel: 8 x `groups` bytes of one output row (none for `groups` of 0 or less). `row0` to `row3`
 /// are the four source rows, `phaseX` (0 to 31) and `tapX` (source column of the first of four taps, taken as
-/// unsigned 16-bit) one entry an output column, `phaseY` is 0 to 31. Not exported from the shared library.
+/// unsigned 16-bit) one entry per output column, `phaseY` is 0 to 31. Not exported from the shared library.
 void allocate_cubicinterpolate_opt_asm_2(unsigned char* row0, const short* phaseX, unsigned char* out,
                                          int groups, unsigned char* row1, unsigned char* row2,
                                          unsigned char* row3, int phaseY, const short* tapX);

@@ -5,8 +5,8 @@
 
 namespace vantor {
 
-const LumaKernels kLumaAvx2 = {InstructionSet::Avx2, BicubicLuma<Avx2>::plan, BicubicLuma<Avx2>::filterRow,
-                               BicubicLuma<Avx2>::blendRows};
+const BicubicLumaKernels kBicubicLumaAvx2 = {InstructionSet::Avx2, BicubicLuma<Avx2>::plan,
+                                             BicubicLuma<Avx2>::filterRow, BicubicLuma<Avx2>::blendRows};
 
 }  // namespace vantor
 

@@ -5,8 +5,9 @@
 
 namespace vantor {
 
-const LumaKernels kLumaAvx512 = {InstructionSet::Avx512, BicubicLuma<Avx512>::plan,
-                                 BicubicLuma<Avx512>::filterRow, BicubicLuma<Avx512>::blendRows};
+const BicubicLumaKernels kBicubicLumaAvx512 = {InstructionSet::Avx512, BicubicLuma<Avx512>::plan,
+                                               BicubicLuma<Avx512>::filterRow,
+                                               BicubicLuma<Avx512>::blendRows};
 
 }  // namespace vantor
 

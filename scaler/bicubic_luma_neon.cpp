@@ -1,4 +1,4 @@
-// Bicubic luma with 128-bit vectors: 16 columns a step, in two vectors of 16-bit lanes.
+// Bicubic luma with 128-bit vectors: 16 columns per step, in two vectors of 16-bit lanes.
 #if defined(__ARM_NEON)
 
 #include "scaler/bicubic_luma_kernels.h"
@@ -22,7 +22,7 @@ inline Phases phases(int16x8_t less) {
     return {less, vhsubq_s16(less, vdupq_n_s16(INT16_MIN))};
 }
 
-bool plan(const ColumnTaps& taps, LumaPlan& plan) {
+bool plan(const ColumnTaps& taps, BicubicLumaPlan& plan) {
     plan.taps = taps;
     for (int i = 0; i < taps.columns; i += kVectorBytes) {
         vst1q_s16(plan.phase + i, lessOne(vld1_u8(taps.phase + i)));
@@ -58,7 +58,7 @@ inline uint8x16_t cubic(const Elements& taps, const Phases& lower, const Phases&
     return vcombine_u8(cubicHalf<0>(taps, lower), cubicHalf<1>(taps, upper));
 }
 
-void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
+void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     const int columns = plan.taps.columns;
     withWindows<2, 4>(plan.elements, [&](auto windows) {
         for (int vector = 0; vector * kVectorBytes < columns; ++vector, out += kVectorBytes) {
@@ -81,7 +81,7 @@ void blendRows(const uint8_t* const rows[4], int phase, uint8_t* out, int column
 
 }  // namespace
 
-const LumaKernels kLumaNeon = {InstructionSet::Neon, plan, filterRow, blendRows};
+const BicubicLumaKernels kBicubicLumaNeon = {InstructionSet::Neon, plan, filterRow, blendRows};
 
 }  // namespace vantor
 

@@ -4,12 +4,12 @@
 namespace vantor {
 namespace {
 
-bool plan(const ColumnTaps& taps, LumaPlan& plan) {
+bool plan(const ColumnTaps& taps, BicubicLumaPlan& plan) {
     plan.taps = taps;
     return true;
 }
 
-void filterRow(const LumaPlan& plan, const uint8_t* row, const uint8_t* /*next*/, uint8_t* out) {
+void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* /*next*/, uint8_t* out) {
     const ColumnTaps& taps = plan.taps;
     for (int i = 0; i < taps.columns; ++i) {
         const uint8_t* p = row + taps.tap[i];
@@ -25,6 +25,6 @@ void blendRows(const uint8_t* const rows[4], int phase, uint8_t* out, int column
 
 }  // namespace
 
-const LumaKernels kLumaPlain = {InstructionSet::Plain, plan, filterRow, blendRows};
+const BicubicLumaKernels kBicubicLumaPlain = {InstructionSet::Plain, plan, filterRow, blendRows};
 
 }  // namespace vantor

@@ -5,26 +5,28 @@
 #include <cstdint>
 #include <optional>
 
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bands.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/reduce_rows.h"
 
 namespace vantor {
 namespace {
 
-const PairKernels& activeKernels() {
-    static const PairKernels& kernels = bestTable(kCutPairsTables);
+const BilinearChromaKernels& activeKernels() {
+    static const BilinearChromaKernels& kernels = bestTable(kBilinearChromaTruncatedTables);
     return kernels;
 }
 
-constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour that stands alone
+constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour alone
 
 /// Consecutive output pairs with their positions.
-class ChromaStrip {
+class BilinearChromaColumns {
 public:
+    using Kernels = BilinearChromaKernels;
     static constexpr int kChannels = 2;
     static constexpr int kTaps = 2;
 
-    ChromaStrip(const PairKernels& kernels, const Axis& axis, int firstPair, int pairs, int srcPairs)
+    BilinearChromaColumns(const Kernels& kernels, const Axis& axis, int firstPair, int pairs, int srcPairs)
         : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
         if (srcPairs >= 2 && axis_.wholeStep() == 0) filter_.emplace(kernels, taps(srcPairs));
     }
@@ -46,7 +48,7 @@ public:
     }
 
 private:
-    /// Right pairs, which lie on or behind the last source pair and have no right neighbour, are taken as
+    /// Right pairs, which lie on or after the last source pair and have no right neighbour, are taken as
     /// the right neighbour of the pair before.
     ColumnTaps taps(int srcPairs) {
         uint32_t* tap = table_.tap;
@@ -63,11 +65,12 @@ private:
     int firstPair_;
     int pairs_;
     ColumnTable table_;
-    std::optional<PlannedColumns<PairKernels, PairPlan>> filter_;
+    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> filter_;
 };
 
 int scaleBand(const ScaleSliceArgs& args, int band) {
-    return reduceRows<ChromaStrip>(args, activeKernels(), kPosition8192, quarterBand(band, args.dstHeight));
+    return reduceRows<BilinearChromaColumns>(args, activeKernels(), kPosition8192,
+                                             quarterBand(band, args.dstHeight));
 }
 
 }  // namespace
@@ -97,7 +100,7 @@ int interpolateBLUV_neon_4(unsigned char* src, unsigned char* dst, int srcWidth,
 
 void bilinear_neon(const unsigned char* phaseX, int groups, const unsigned int* tapX,
                    const unsigned char* row0, const unsigned char* row1, unsigned char* out, int phaseY) {
-    const PairKernels& kernels = activeKernels();
+    const BilinearChromaKernels& kernels = activeKernels();
     const uint8_t* const sources[2] = {row0, row1};
     int left = 8 * std::max(groups, 0);
     while (left > 0) {
@@ -106,7 +109,8 @@ void bilinear_neon(const unsigned char* phaseX, int groups, const unsigned int* 
         std::copy_n(tapX, pairs, table.tap);
         std::copy_n(phaseX, pairs, table.phase);
         uint8_t filtered[2][2 * kStripColumns];
-        filterAnyTaps<PairKernels, PairPlan>(kernels, table.padded(pairs), sources, filtered);
+        filterAnyTaps<BilinearChromaKernels, BilinearChromaPlan>(kernels, table.padded(pairs), sources,
+                                                                 filtered);
         const uint8_t* const rows[2] = {filtered[0], filtered[1]};
         kernels.blendRows(rows, phaseY, out, pairs);
         tapX += pairs;

@@ -23,8 +23,8 @@ int interpolateBLUV_neon_4(unsigned char* src, unsigned char* dst, int srcWidth,
 
 #pragma GCC visibility pop
 
-/// The vector kernel: 16 x `groups` bytes, eight UV pairs a group, of one output row (none for `groups` of 0
-/// or less). `phaseX` (0 to 31) and `tapX` (byte offset of the left source pair) hold one entry an output
+/// The vector kernel: 16 x `groups` bytes, eight UV pairs per group, of one output row (none for `groups` of
+/// 0 or less). `phaseX` (0 to 31) and `tapX` (byte offset of the left source pair) hold one entry per output
 /// pair, `row0` and `row1` are the two source rows, `phaseY` is 0 to 31. Not exported from the shared
 /// library.
 void bilinear_neon(const unsigned char* phaseX, int groups, const unsigned int* tapX,

@@ -5,8 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "scaler/bands.h"
-#include "scaler/slice_args.h"
+#include "scaler/planes.h"
 
 namespace vantor {
 
@@ -29,14 +28,12 @@ void decimate(const uint8_t* src, std::ptrdiff_t step, uint8_t* dst, int units) 
     }
 }
 
-/// Rows of a region whose output samples all are source samples, `columnStep` and `rowStep` apart.
+/// Rows whose output samples all are source samples, `columnStep` and `rowStep` apart, from column 0 on.
 template <int Bytes>
-void decimateRows(const ScaleSliceArgs& args, const RowRange& rows, int columnStep, int rowStep) {
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t{rowStep} * args.srcStride;
-    for (int i = 0; i < rows.count; ++i) {
-        const int y = rows.row(i);
-        decimate<Bytes>(args.src + y * rowBytes, columnStep, args.dst + std::ptrdiff_t{y} * args.dstStride,
-                        args.dstWidth);
+void decimateRows(const SourcePlane& src, const Target& dst, int columnStep, int rowStep) {
+    for (int i = 0; i < dst.rows.count; ++i) {
+        const int y = dst.rows.row(i);
+        decimate<Bytes>(src.row(y * rowStep), columnStep, dst.row(y), dst.endColumn);
     }
 }
 

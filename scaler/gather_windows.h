@@ -14,8 +14,8 @@ constexpr uint32_t kElementBytes = 4;
 /// stages work on whole vectors; none is wider.
 constexpr int kVectorColumns = 64;
 
-/// The most columns that are worked on at a time. With their tables and filtered rows the kernels then stay
-/// within 16 KB of stack: what a new thread touches beyond that costs it page faults.
+/// The maximum columns that are worked on at a time. With their tables and filtered rows the kernels then
+/// stay within 16 KB of stack: what a new thread touches beyond that costs it page faults.
 constexpr int kStripColumns = 768;
 
 /// The elements of consecutive output columns, at least one. Up to paddedColumns(columns) both arrays repeat
@@ -26,8 +26,8 @@ struct ColumnTaps {
     int columns;
 };
 
-/// How a vector table gathers its elements, worked out once for all rows; the layout of `shuffle` is the
-/// table's own business.
+/// How a vector table gathers its elements, worked out once for all rows; the layout of `shuffle`
+/// is up to the table.
 struct ElementPlan {
     int windowsPerVector;
     uint32_t start[kStripColumns / 2];

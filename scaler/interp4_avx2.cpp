@@ -5,8 +5,8 @@
 
 namespace vantor {
 
-const FourTapKernels kFourTapAvx2 = {InstructionSet::Avx2, FourTap<Avx2>::plan, FourTap<Avx2>::filterRow,
-                                     FourTap<Avx2>::blendRows, FourTap<Avx2>::roundRow};
+const Interp4Kernels kInterp4Avx2 = {InstructionSet::Avx2, Interp4<Avx2>::plan, Interp4<Avx2>::filterRow,
+                                     Interp4<Avx2>::blendRows, Interp4<Avx2>::roundRow};
 
 }  // namespace vantor
 

@@ -5,9 +5,9 @@
 
 namespace vantor {
 
-const FourTapKernels kFourTapAvx512 = {InstructionSet::Avx512, FourTap<Avx512>::plan,
-                                       FourTap<Avx512>::filterRow, FourTap<Avx512>::blendRows,
-                                       FourTap<Avx512>::roundRow};
+const Interp4Kernels kInterp4Avx512 = {InstructionSet::Avx512, Interp4<Avx512>::plan,
+                                       Interp4<Avx512>::filterRow, Interp4<Avx512>::blendRows,
+                                       Interp4<Avx512>::roundRow};
 
 }  // namespace vantor
 

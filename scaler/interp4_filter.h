@@ -1,4 +1,4 @@
-// The enlarging scaler's luma filter.
+// The coefficients of interp4's luma filter.
 #pragma once
 
 #include <array>
@@ -6,14 +6,15 @@
 
 namespace vantor {
 
-constexpr int kFourTapPhases = 32;
+constexpr int kInterp4Phases = 32;
+constexpr int kInterp4Taps = 4;
 
 /// 32 phases of four weights in 1/4096.
-using FourTapFilter = std::array<int16_t, 4 * kFourTapPhases>;
+using Interp4Filter = std::array<int16_t, kInterp4Taps * kInterp4Phases>;
 
 /// The cubic convolution kernel (a = -1/2) at t = phase / 32, made integer so that each phase sums to 4096.
 /// Phases beyond one half mirror those before it.
-constexpr FourTapFilter makeFourTapFilter() {
+constexpr Interp4Filter makeInterp4Filter() {
     constexpr int16_t upToHalf[][4] = {
         {0, 4096, 0, 0},          {-60, 4086, 72, -2},      {-113, 4058, 159, -8},
         {-158, 4011, 259, -16},   {-196, 3948, 372, -28},   {-228, 3869, 497, -42},
@@ -22,13 +23,17 @@ constexpr FourTapFilter makeFourTapFilter() {
         {-300, 2980, 1596, -180}, {-293, 2818, 1772, -201}, {-284, 2651, 1950, -221},
         {-271, 2479, 2127, -239}, {-256, 2304, 2304, -256},
     };
-    FourTapFilter filter{};
-    for (unsigned phase = 0; phase < kFourTapPhases; ++phase) {
-        const bool mirrored = phase > kFourTapPhases / 2;
-        const auto& weights = upToHalf[mirrored ? kFourTapPhases - phase : phase];
+    Interp4Filter filter{};
+    for (unsigned phase = 0; phase < kInterp4Phases; ++phase) {
+        const bool mirrored = phase > kInterp4Phases / 2;
+        const auto& weights = upToHalf[mirrored ? kInterp4Phases - phase : phase];
         for (unsigned tap = 0; tap < 4; ++tap) filter[4 * phase + tap] = weights[mirrored ? 3 - tap : tap];
     }
     return filter;
 }
+
+/// Whether each row of `coefficients` can be taken apart into two bytes per weight: (w + 32) >> 6 sums to 126
+/// or less in magnitude, as it does for filters that amplify by less than two.
+bool fitBytes(const int16_t* coefficients);
 
 }  // namespace vantor

@@ -1,5 +1,5 @@
-// The vector stages of the four-tap luma filter, one table an instruction set. All tables give the same
-// bytes.
+// The vector stages of interp4's luma filter, which has four taps, one table per instruction set. All tables
+// give the same bytes. Its chroma has those of bilinear_chroma_kernels.h.
 #pragma once
 
 #include <cstdint>
@@ -9,35 +9,31 @@
 
 namespace vantor {
 
-/// The most columns of a strip: fewer than elsewhere, as each takes more memory.
-constexpr int kFourTapColumns = 512;
+/// The maximum columns of a strip: fewer than elsewhere, as each takes more memory.
+constexpr int kInterp4Columns = 512;
 
 /// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
-/// the taps and the coefficients; what the others lay down is their own business.
-struct FourTapPlan {
+/// the taps and the coefficients; what the others store is up to them.
+struct Interp4Plan {
     ColumnTaps taps;
     const int16_t* coefficients;
     ElementPlan elements;
-    alignas(64) int8_t weights[8 * kFourTapColumns];
+    alignas(64) int8_t weights[8 * kInterp4Columns];
 };
 
-/// Whether each row of `coefficients` can be taken apart into two bytes a weight: (w + 32) >> 6 sums to 126
-/// or less in magnitude, as it does for filters that amplify by less than two.
-bool fitBytes(const int16_t* coefficients);
-
-struct FourTapKernels {
+struct Interp4Kernels {
     InstructionSet set;
 
     /// Plans the columns. The four weights of a column are row phase[i] (0 to 31) of `coefficients`. The
     /// plain table takes any 16-bit values, the others those that fitBytes lets pass. Returns false where the
     /// taps are too close together or too far apart for the table's vectors; the plain table takes all.
-    bool (*plan)(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan);
+    bool (*plan)(const ColumnTaps& taps, const int16_t* coefficients, Interp4Plan& plan);
 
     /// Horizontal stage: out[i] = (sum of weight x sample over row[tap[i]] to row[tap[i] + 3] + 128) >> 8,
     /// saturated to 16 bits: 1/16 of a level for weights that sum to 4096. Nothing of the row before tap[0]
-    /// or behind tap[columns - 1] + 3 is read. `next` is the row that is likely to be filtered next. Padding
+    /// or after tap[columns - 1] + 3 is read. `next` is the row that is likely to be filtered next. Padding
     /// columns of `out` may be written.
-    void (*filterRow)(const FourTapPlan& plan, const uint8_t* row, const uint8_t* next, int16_t* out);
+    void (*filterRow)(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out);
 
     /// Vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The sum wraps at 32 bits,
     /// the rounding does not. Padding columns of the rows are read, those of `out` are not written.
@@ -47,23 +43,23 @@ struct FourTapKernels {
     void (*roundRow)(const int16_t* row, uint8_t* out, int columns);
 };
 
-extern const FourTapKernels kFourTapPlain;
+extern const Interp4Kernels kInterp4Plain;
 #if defined(__ARM_NEON)
-extern const FourTapKernels kFourTapNeon;
+extern const Interp4Kernels kInterp4Neon;
 #endif
 #if defined(__x86_64__)
-extern const FourTapKernels kFourTapAvx2;
-extern const FourTapKernels kFourTapAvx512;
+extern const Interp4Kernels kInterp4Avx2;
+extern const Interp4Kernels kInterp4Avx512;
 #endif
 
-constexpr const FourTapKernels* kFourTapTables[] = {
-    &kFourTapPlain,
+constexpr const Interp4Kernels* kInterp4Tables[] = {
+    &kInterp4Plain,
 #if defined(__ARM_NEON)
-    &kFourTapNeon,
+    &kInterp4Neon,
 #endif
 #if defined(__x86_64__)
-    &kFourTapAvx2,
-    &kFourTapAvx512,
+    &kInterp4Avx2,
+    &kInterp4Avx512,
 #endif
 };
 

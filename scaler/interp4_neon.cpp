@@ -1,4 +1,4 @@
-// The four-tap luma filter with 128-bit vectors: 16 columns a step, four sums of 32 bits a vector.
+// Interp4's luma with 128-bit vectors: 16 columns per step, four sums of 32 bits per vector.
 #if defined(__ARM_NEON)
 
 #include "scaler/interp4_kernels.h"
@@ -9,9 +9,9 @@ namespace {
 
 constexpr int kTaps = 4;
 constexpr int kColumns = 4;      // of 32-bit lanes
-constexpr int kWeightBytes = 8;  // a column
+constexpr int kWeightBytes = 8;  // per column
 
-/// Lays down the weights of four columns as their sums take them: those of the first tap, of the second, and
+/// Stores the weights of four columns as their sums take them: those of the first tap, of the second, and
 /// so on.
 inline void planWeights(const uint8_t* phase, const int16_t* coefficients, int8_t* weights) {
     const auto column = [&](int i) { return vld1_s16(coefficients + kTaps * phase[i]); };
@@ -19,7 +19,7 @@ inline void planWeights(const uint8_t* phase, const int16_t* coefficients, int8_
     vst4_s16(reinterpret_cast<int16_t*>(weights), columns);
 }
 
-bool plan(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan) {
+bool plan(const ColumnTaps& taps, const int16_t* coefficients, Interp4Plan& plan) {
     plan.taps = taps;
     for (int i = 0; i < taps.columns; i += kVectorBytes) {
         for (int k = i; k < i + kVectorBytes; k += kColumns) {
@@ -61,7 +61,7 @@ inline int16x8_t filterHalf(const Elements& taps, const int8_t* weights) {
                    weights + kColumns * kWeightBytes));
 }
 
-void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
+void filterRow(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
     const int columns = plan.taps.columns;
     withWindows<2, 4>(plan.elements, [&](auto windows) {
         for (int vector = 0; vector * kVectorBytes < columns; ++vector, out += kVectorBytes) {
@@ -111,7 +111,7 @@ void roundRow(const int16_t* row, uint8_t* out, int columns) {
 
 }  // namespace
 
-const FourTapKernels kFourTapNeon = {InstructionSet::Neon, plan, filterRow, blendRows, roundRow};
+const Interp4Kernels kInterp4Neon = {InstructionSet::Neon, plan, filterRow, blendRows, roundRow};
 
 }  // namespace vantor
 

@@ -1,19 +1,17 @@
 #include <algorithm>
-#include <cstdlib>
 
-#include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
 
 namespace vantor {
 namespace {
 
-bool plan(const ColumnTaps& taps, const int16_t* coefficients, FourTapPlan& plan) {
+bool plan(const ColumnTaps& taps, const int16_t* coefficients, Interp4Plan& plan) {
     plan.taps = taps;
     plan.coefficients = coefficients;
     return true;
 }
 
-void filterRow(const FourTapPlan& plan, const uint8_t* row, const uint8_t* /*next*/, int16_t* out) {
+void filterRow(const Interp4Plan& plan, const uint8_t* row, const uint8_t* /*next*/, int16_t* out) {
     const ColumnTaps& taps = plan.taps;
     for (int i = 0; i < taps.columns; ++i) {
         const uint8_t* s = row + taps.tap[i];
@@ -46,15 +44,6 @@ void roundRow(const int16_t* row, uint8_t* out, int columns) {
 
 }  // namespace
 
-bool fitBytes(const int16_t* coefficients) {
-    for (const int16_t* row = coefficients; row != coefficients + 4 * kFourTapPhases; row += 4) {
-        int sum = 0;
-        for (int tap = 0; tap < 4; ++tap) sum += std::abs((row[tap] + 32) >> 6);
-        if (sum > 126) return false;
-    }
-    return true;
-}
-
-const FourTapKernels kFourTapPlain = {InstructionSet::Plain, plan, filterRow, blendRows, roundRow};
+const Interp4Kernels kInterp4Plain = {InstructionSet::Plain, plan, filterRow, blendRows, roundRow};
 
 }  // namespace vantor

@@ -28,6 +28,11 @@ void* runChroma(BandKernel* chroma, void* args) {
     return args;
 }
 
+/// interpolateBLUV_neon_thread4 works on band 3.
+void* runLastChromaBand(void* args) {
+    return runChroma(interpolateBLUV_neon_4, args);
+}
+
 struct Corner {
     int x;
     int y;
@@ -98,21 +103,18 @@ void Interpolate_process(unsigned char* srcY, unsigned char* srcUV, unsigned cha
                                 dstCropHeight >> 1,
                                 dstStride};
 
-    ScaleSliceArgs chromaBands[kBandThreads] = {chroma, chroma, chroma};
-    LumaSliceArgs bands[kBandThreads] = {
-        {luma, &chromaBands[0]}, {luma, &chromaBands[1]}, {luma, &chromaBands[2]}};
+    ScaleSliceArgs chromaBands[kBands] = {chroma, chroma, chroma, chroma};
+    LumaSliceArgs bands[kBands] = {
+        {luma, &chromaBands[0]}, {luma, &chromaBands[1]}, {luma, &chromaBands[2]}, {luma, &chromaBands[3]}};
     runBands({{interpolateBCY_neon_thread1, &bands[0]},
               {interpolateBCY_neon_thread2, &bands[1]},
-              {interpolateBCY_neon_thread3, &bands[2]}},
-             [&] {
-                 run(interpolateBCY_neon_4, luma);
-                 run(interpolateBLUV_neon_4, chroma);
-             });
+              {interpolateBCY_neon_thread3, &bands[2]},
+              {interpolateBCY_neon_thread4, &bands[3]}});
     if (singlePass) return;
 
     for (LumaSliceArgs& band : bands) band.luma = chroma;
     runBands({{interpolateBLUV_neon_thread1, &bands[0]},
               {interpolateBLUV_neon_thread2, &bands[1]},
-              {interpolateBLUV_neon_thread3, &bands[2]}},
-             [&] { run(interpolateBLUV_neon_4, chroma); });
+              {interpolateBLUV_neon_thread3, &bands[2]},
+              {runLastChromaBand, &bands[3]}});
 }

@@ -1,5 +1,5 @@
 /// @file
-/// The reducing scaler: bicubic luma, bilinear chroma, on three threads and the caller.
+/// Reduction: bicubic luma, bilinear chroma, on three threads and the caller.
 #pragma once
 
 #include "scaler/slice_args.h"

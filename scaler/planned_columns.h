@@ -1,7 +1,6 @@
 // The horizontal stage of one strip: its columns planned once, its rows then filtered as planned.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -29,14 +28,7 @@ struct ColumnTable {
     }
 };
 
-/// Columns of each strip but the last of a row of `width`: strips are about as wide as one another, so that
-/// the last is not left with a few columns.
-inline int stripColumns(int width, int most = kStripColumns) {
-    const int strips = std::max((width + most - 1) / most, 1);
-    return paddedColumns((width + strips - 1) / strips);
-}
-
-/// Taps of elements that stand one behind the other.
+/// Taps of elements that follow each other without gaps.
 constexpr std::array<uint32_t, kStripColumns> makePackedTaps() {
     std::array<uint32_t, kStripColumns> taps{};
     for (uint32_t i = 0; i < taps.size(); ++i) taps[i] = i * kElementBytes;
@@ -45,7 +37,7 @@ constexpr std::array<uint32_t, kStripColumns> makePackedTaps() {
 
 constexpr std::array<uint32_t, kStripColumns> kPackedTaps = makePackedTaps();
 
-/// Copies the elements of the padded columns one behind the other.
+/// Copies the elements of the padded columns without gaps.
 inline void packElements(const uint8_t* row, const ColumnTaps& taps, uint8_t* packed) {
     for (int i = 0; i < paddedColumns(taps.columns); ++i) {
         std::memcpy(packed + kPackedTaps[static_cast<size_t>(i)], row + taps.tap[i], kElementBytes);
@@ -53,7 +45,7 @@ inline void packElements(const uint8_t* row, const ColumnTaps& taps, uint8_t* pa
 }
 
 /// `Kernels` is a family's table, `Plan` its plan. Where the elements lie too far apart for the table's
-/// windows, or too close together, each row is packed to one element behind the other first.
+/// windows, or too close together, the elements of each row are packed first.
 template <typename Kernels, typename Plan>
 class PlannedColumns {
 public:

@@ -1,58 +1,67 @@
-// How a plane is reduced: columns of source rows are filtered first, strip by strip, then rows of those.
+// How a plane is reduced.
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 
 #include "scaler/axis.h"
-#include "scaler/bands.h"
 #include "scaler/decimate.h"
-#include "scaler/planned_columns.h"
-#include "scaler/row_ring.h"
 #include "scaler/slice_args.h"
+#include "scaler/strips.h"
 
 namespace vantor {
 
-/// Rows of one strip: consecutive output columns of `Strip::kChannels` bytes each, which begin at `dst` in
-/// every row. A strip filters the columns of a source row, and knows which of `Strip::kTaps` source rows an
-/// output row is made of. At phase 0 that is one row.
-template <typename Strip, typename Kernels>
-void reduceStrip(const ScaleSliceArgs& args, const Kernels& kernels, const Strip& strip, const Axis& rowAxis,
-                 const RowRange& rows, uint8_t* dst) {
-    RowRing<uint8_t, Strip::kTaps, Strip::kChannels * kStripColumns> ring(args.srcHeight, rows.upward);
-    const auto source = [&](int row) { return args.src + std::ptrdiff_t{row} * args.srcStride; };
-    const auto filter = [&](int row, int next, uint8_t* out) {
-        strip.filter(source(row), source(next), out);
-    };
-    for (int i = 0; i < rows.count; ++i) {
-        const int y = rows.row(i);
-        uint8_t* const out = dst + std::ptrdiff_t{y} * args.dstStride;
-        const uint8_t* taps[Strip::kTaps];
-        ring.fetch(Strip::sourceRows(rowAxis, y), Strip::sourceRows(rowAxis, rows.row(i + 1)), taps, filter);
-        if (rowAxis.phase(y) == 0) {
-            std::copy_n(taps[0], Strip::kChannels * strip.columns(), out);
-        } else {
-            kernels.blendRows(taps, rowAxis.phase(y), out, strip.columns());
-        }
+/// `Columns` filters the columns of a source row, and knows which source rows an output row is made of: at
+/// phase 0 one.
+template <typename Columns>
+class ReducedStrip {
+public:
+    using Sample = uint8_t;
+    using Kernels = typename Columns::Kernels;
+    static constexpr int kChannels = Columns::kChannels;
+    static constexpr int kTaps = Columns::kTaps;
+    static constexpr int kMaxColumns = kStripColumns;
+
+    ReducedStrip(const Kernels& kernels, const SourcePlane& src, int srcWidth, const Axis& columnAxis,
+                 const Axis& rowAxis, int firstColumn, int columns)
+        : kernels_(kernels),
+          src_(src),
+          rowAxis_(rowAxis),
+          columns_(kernels, columnAxis, firstColumn, columns, srcWidth) {}
+
+    int sourceHeight() const { return src_.rows; }
+    OutputRow<int> outputRow(int y) const { return {Columns::sourceRows(rowAxis_, y), rowAxis_.phase(y)}; }
+
+    void filterRow(int row, int next, uint8_t* out) const {
+        columns_.filter(src_.row(row), src_.row(next), out);
     }
-}
+    void storeRow(const uint8_t* row, uint8_t* out) const {
+        std::copy_n(row, kChannels * columns_.columns(), out);
+    }
+    void blendRows(const uint8_t* const rows[], int phase, uint8_t* out) const {
+        kernels_.blendRows(rows, phase, out, columns_.columns());
+    }
+
+private:
+    const Kernels& kernels_;
+    const SourcePlane& src_;
+    const Axis& rowAxis_;
+    Columns columns_;
+};
 
 /// Rows of a plane, or nothing where a size is zero or less. Returns 0.
-template <typename Strip, typename Kernels>
-int reduceRows(const ScaleSliceArgs& args, const Kernels& kernels, PositionFormat format,
+template <typename Columns>
+int reduceRows(const ScaleSliceArgs& args, const typename Columns::Kernels& kernels, PositionFormat format,
                const RowRange& rows) {
     if (args.srcWidth <= 0 || args.srcHeight <= 0 || args.dstWidth <= 0 || args.dstHeight <= 0) return 0;
+    const SourcePlane src{args.src, args.srcStride, args.srcHeight};
+    const Target dst{args.dst, args.dstStride, 0, args.dstWidth, rows};
     const Axis columnAxis(args.srcWidth, args.dstWidth, format);
     const Axis rowAxis(args.srcHeight, args.dstHeight, format);
     if (columnAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
-        decimateRows<Strip::kChannels>(args, rows, columnAxis.wholeStep(), rowAxis.wholeStep());
-        return 0;
-    }
-    const int step = stripColumns(args.dstWidth);
-    for (int x = 0; x < args.dstWidth; x += step) {
-        const Strip strip(kernels, columnAxis, x, std::min(step, args.dstWidth - x), args.srcWidth);
-        reduceStrip(args, kernels, strip, rowAxis, rows, args.dst + Strip::kChannels * std::ptrdiff_t{x});
+        decimateRows<Columns::kChannels>(src, dst, columnAxis.wholeStep(), rowAxis.wholeStep());
+    } else {
+        scaleStrips<ReducedStrip<Columns>>(dst, kernels, src, args.srcWidth, columnAxis, rowAxis);
     }
     return 0;
 }

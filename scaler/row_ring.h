@@ -5,13 +5,13 @@
 
 namespace vantor {
 
-/// The consecutive source rows that an output row is made of; beyond the plane its edge row stands for them.
+/// The consecutive source rows that an output row is made of; beyond the plane its edge row is repeated.
 struct SourceRows {
     int first;
     int last;
 };
 
-/// Consecutive output rows share most of their source rows, so each is filtered once a strip as long as it
+/// Consecutive output rows share most of their source rows, so each is filtered once per strip as long as it
 /// stays within `Rows` rows of the newest. `Rows` is a power of two.
 template <typename Sample, int Rows, int Columns>
 class RowRing {

@@ -15,7 +15,7 @@ struct ScaleSliceArgs {
     int dstStride;       ///< from row to row
 };
 
-/// The luma arguments of one band and, behind them, the chroma arguments of the same band. A pointer to it is
+/// The luma arguments of one band and, after them, the chroma arguments of the same band. A pointer to it is
 /// also a pointer to its first eight fields.
 struct LumaSliceArgs {
     ScaleSliceArgs luma;     ///< of the luma band

@@ -8,7 +8,7 @@ namespace vantor {
 namespace {
 
 struct Avx2 : Avx2Lanes {
-    static constexpr int kLanes = kWords;  // of 16 bits, a column each
+    static constexpr int kLanes = kLanes16;  // one per column
 
     /// Stores as many bytes as lie before `end`.
     static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
@@ -18,20 +18,20 @@ struct Avx2 : Avx2Lanes {
         for (int i = 0; to + i < end; ++i) to[i] = copy[i];
     }
 
-    /// Bytes to lanes.
+    /// A byte to each lane.
     static Vector widen(const uint8_t* lanes) {
         return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes)));
     }
 
-    /// Packs the words of two vectors to bytes, in order.
-    static Vector pack(Vector left, Vector right) {
-        return _mm256_permute4x64_epi64(packWords(left, right), 0b11011000);
+    /// Packs the 16-bit lanes of two vectors to bytes, in order.
+    static Vector packInOrder(Vector left, Vector right) {
+        return _mm256_permute4x64_epi64(pack16(left, right), 0b11011000);
     }
 
-    /// The word of each lane's phase.
-    static Vector lookUp(const uint16_t (&words)[32], const uint8_t* phases) {
+    /// The entry of each lane's phase.
+    static Vector lookUp(const uint16_t (&table)[32], const uint8_t* phases) {
         uint16_t lanes[kLanes];
-        for (int i = 0; i < kLanes; ++i) lanes[i] = words[phases[i]];
+        for (int i = 0; i < kLanes; ++i) lanes[i] = table[phases[i]];
         return load(lanes);
     }
 
@@ -43,7 +43,7 @@ struct Avx2 : Avx2Lanes {
     };
 
     static constexpr int kWindowBytes = 16;
-    static constexpr int kMostWindows = 8;
+    static constexpr int kMaxWindows = 8;
 
     /// One window of 16 bytes for each half of a vector, or two or four: shuffles stay within the halves.
     /// With one there are shuffle bytes for all even lanes, then for all odd ones; with more, for the even
@@ -53,13 +53,13 @@ struct Avx2 : Avx2Lanes {
         plan.windowsPerVector = 2;
         while (!placeWindows(taps, kLanes / plan.windowsPerVector, kWindowBytes, plan.start, offset)) {
             plan.windowsPerVector *= 2;
-            if (plan.windowsPerVector > kMostWindows) return false;
+            if (plan.windowsPerVector > kMaxWindows) return false;
         }
         for (int i = 0; i < taps.columns; i += kLanes) {
             const Vector first = widen(offset + i);
-            const Vector pair = bitOr(first, shiftLeft<8>(first));
-            const Vector even = _mm256_add_epi8(pair, words(0x0200));
-            const Vector odd = _mm256_add_epi8(pair, words(0x0301));
+            const Vector pair = bitOr(first, shiftLeft16<8>(first));
+            const Vector even = _mm256_add_epi8(pair, broadcast16(0x0200));
+            const Vector odd = _mm256_add_epi8(pair, broadcast16(0x0301));
             const bool hasOne = plan.windowsPerVector == 2;
             store(plan.shuffle + 4 * i, hasOne ? even : _mm256_unpacklo_epi64(even, odd));
             store(plan.shuffle + 4 * i + kBytes, hasOne ? odd : _mm256_unpackhi_epi64(even, odd));

@@ -9,7 +9,7 @@ namespace vantor {
 namespace {
 
 struct Avx512 : Avx512Lanes {
-    static constexpr int kLanes = kWords;  // of 16 bits, a column each
+    static constexpr int kLanes = kLanes16;  // one per column
 
     /// Stores as many bytes as lie before `end`.
     static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
@@ -18,19 +18,19 @@ struct Avx512 : Avx512Lanes {
         _mm512_mask_storeu_epi8(to, stored, bytes);
     }
 
-    /// Bytes to lanes.
+    /// A byte to each lane.
     static Vector widen(const uint8_t* lanes) {
         return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes)));
     }
 
-    /// Packs the words of two vectors to bytes, in order.
-    static Vector pack(Vector left, Vector right) {
-        return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), packWords(left, right));
+    /// Packs the 16-bit lanes of two vectors to bytes, in order.
+    static Vector packInOrder(Vector left, Vector right) {
+        return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), pack16(left, right));
     }
 
-    /// The word of each lane's phase.
-    static Vector lookUp(const uint16_t (&words)[32], const uint8_t* phases) {
-        return _mm512_permutexvar_epi16(widen(phases), load(words));
+    /// The entry of each lane's phase.
+    static Vector lookUp(const uint16_t (&table)[32], const uint8_t* phases) {
+        return _mm512_permutexvar_epi16(widen(phases), load(table));
     }
 
     /// The elements of a vector's columns: bytes 0 and 2 of each in a lane of `even`, 1 and 3 in a lane of
@@ -40,22 +40,22 @@ struct Avx512 : Avx512Lanes {
         Vector odd;
     };
 
-    static constexpr int kMostWindows = 4;
+    static constexpr int kMaxWindows = 4;
 
-    /// One window of 64 bytes a vector, or two or four. For each vector the shuffle bytes of all even lanes,
-    /// then of all odd ones.
+    /// One window of 64 bytes per vector, or two or four. For each vector the shuffle bytes of all even
+    /// lanes, then of all odd ones.
     static bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
         uint8_t offset[kStripColumns];
         plan.windowsPerVector = 1;
         while (!placeWindows(taps, kLanes / plan.windowsPerVector, kBytes, plan.start, offset)) {
             plan.windowsPerVector *= 2;
-            if (plan.windowsPerVector > kMostWindows) return false;
+            if (plan.windowsPerVector > kMaxWindows) return false;
         }
         for (int i = 0; i < taps.columns; i += kLanes) {
             const Vector first = widen(offset + i);
-            const Vector pair = bitOr(first, shiftLeft<8>(first));
-            store(plan.shuffle + 4 * i, _mm512_add_epi8(pair, words(0x0200)));
-            store(plan.shuffle + 4 * i + kBytes, _mm512_add_epi8(pair, words(0x0301)));
+            const Vector pair = bitOr(first, shiftLeft16<8>(first));
+            store(plan.shuffle + 4 * i, _mm512_add_epi8(pair, broadcast16(0x0200)));
+            store(plan.shuffle + 4 * i + kBytes, _mm512_add_epi8(pair, broadcast16(0x0301)));
         }
         return true;
     }

@@ -19,8 +19,8 @@ constexpr bool kHalvesShareTable = true;
 constexpr bool kHalvesShareTable = false;
 #endif
 
-/// Lays windows of 16 bytes for vectors with `perHalf` elements in each half: one a half, or two that adjoin
-/// where one is too small. Element i begins at index[i] of the table that `pick` looks its half up in.
+/// Lays windows of 16 bytes for vectors with `perHalf` elements in each half: one per half, or two adjacent
+/// ones where one is too small. Element i begins at index[i] of the table that `pick` looks its half up in.
 inline bool planWindows(const ColumnTaps& taps, int perHalf, ElementPlan& plan, uint8_t* index) {
     int halfBytes = kVectorBytes;
     while (!placeWindows(taps, perHalf, static_cast<uint32_t>(halfBytes), plan.start, index)) {

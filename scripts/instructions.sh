@@ -23,7 +23,7 @@ measure() {
         cmake --build "$out/$preset" --target vantor-count; } >"$out/$preset.log" 2>&1 ||
         { cat "$out/$preset.log"; exit 1; }
     set -- "$@" "$out/$preset/bin/vantor-count"
-    for family in luma chroma enlarged-luma enlarged-nv12 warp; do
+    for family in luma chroma interp4-luma interp4-nv12 warp; do
         for limit in plain ''; do
             echo "$(count "$limit" "$family" 96 "$@") $(count "$limit" "$family" 288 "$@")"
         done | awk -v name="$name" -v family="$family" '

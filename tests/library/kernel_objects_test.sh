@@ -4,4 +4,4 @@
 set -u
 kernels=$("$1" -AC --defined-only "$2" | grep -E '_(avx2|avx512)\.cpp\.o:')
 echo "$kernels" | grep -E ' ([A-CE-QS-Zu] |. .*(_GLOBAL__|__cxx_global_var_init))' && exit 1
-echo "$kernels" | grep -qE ' [DR] vantor::k[A-Za-z]+Avx512$'
+echo "$kernels" | grep -qE ' [DR] vantor::k[A-Za-z0-9]+Avx512$'

@@ -5,10 +5,10 @@
 #include "scaler/bicubic_luma.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_chroma.h"
-#include "scaler/bilinear_pairs.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
+#include "scaler/linear.h"
 #include "scaler/planned_columns.h"
 #include "tests/support.h"
 
@@ -16,10 +16,10 @@ namespace vantor::test {
 namespace {
 
 TEST(Kernels, EveryTableHasItsTurn) {
-    reportTables("bicubic luma", kLumaTables);
-    reportTables("bilinear chroma, cut", kCutPairsTables);
-    reportTables("bilinear chroma, rounded", kRoundedPairsTables);
-    reportTables("four-tap", kFourTapTables);
+    reportTables("bicubic luma", kBicubicLumaTables);
+    reportTables("bilinear chroma, truncated", kBilinearChromaTruncatedTables);
+    reportTables("bilinear chroma, rounded", kBilinearChromaRoundedTables);
+    reportTables("interp4", kInterp4Tables);
 }
 
 TEST(Kernels, UsersLimitTheInstructionSets) {
@@ -68,7 +68,7 @@ template <typename Plan, typename Sample, typename Kernels, int Count, typename.
 void expectSameFilter(const Kernels* const (&tables)[Count], int phases, int outputs, More... more) {
     Random random(seed());
     for (int round = 0; round < 300; ++round) {
-        const int count = round < 200 ? round + 1 : random.between(1, kFourTapColumns);
+        const int count = round < 200 ? round + 1 : random.between(1, kInterp4Columns);
         const auto columns = std::make_unique<Columns>(random, count, phases, static_cast<uint32_t>(outputs));
         const auto expected = columns->template filter<Plan, Sample>(*tables[0], Guard::Back, outputs, more...);
         for (const Kernels* table : tables) {
@@ -103,10 +103,10 @@ void expectSameBlend(const Kernels* const (&tables)[Count], const std::vector<Sa
     const auto samples = combinations<Rows>(levels);
     const Sample* rows[Rows];
     for (size_t row = 0; row < Rows; ++row) rows[row] = samples[row].data();
-    const size_t most = (samples[0].size() - kVectorColumns) / samplesPerColumn;
+    const size_t maxColumns = (samples[0].size() - kVectorColumns) / samplesPerColumn;
     for (size_t i = 0; i < weights.size(); ++i) {
         const Weight& weight = weights[i];
-        const size_t columns = most - i % kVectorColumns;
+        const size_t columns = maxColumns - i % kVectorColumns;
         GuardedPlane expected(columns * samplesPerColumn, Guard::Back), out(columns * samplesPerColumn, Guard::Back);
         tables[0]->blendRows(rows, weight, expected.data(), static_cast<int>(columns));
         for (const Kernels* table : tables) {
@@ -126,7 +126,7 @@ std::vector<int> upTo(int last) {
 
 TEST(Kernels, VectorTablesFilterRowsAsThePlainOnesDo) {
     Random random(seed());
-    std::vector<int16_t> coefficients(4 * kFourTapPhases);
+    std::vector<int16_t> coefficients(4 * kInterp4Phases);
     for (size_t i = 0; i < coefficients.size(); i += 4) {
         int left = 126;  // of the coarse weights
         for (size_t tap = 0; tap < 4; ++tap) {
@@ -137,20 +137,20 @@ TEST(Kernels, VectorTablesFilterRowsAsThePlainOnesDo) {
         }
     }
     ASSERT_TRUE(fitBytes(coefficients.data()));
-    expectSameFilter<LumaPlan, uint8_t>(kLumaTables, 32, 1);
-    expectSameFilter<PairPlan, uint8_t>(kCutPairsTables, 33, 2);
-    expectSameFilter<PairPlan, uint8_t>(kRoundedPairsTables, 65, 2);
-    expectSameFilter<FourTapPlan, int16_t>(kFourTapTables, kFourTapPhases, 1, coefficients.data());
-    expectSameFilter<FourTapPlan, int16_t>(kFourTapTables, kFourTapPhases, 1, makeFourTapFilter().data());
+    expectSameFilter<BicubicLumaPlan, uint8_t>(kBicubicLumaTables, 32, 1);
+    expectSameFilter<BilinearChromaPlan, uint8_t>(kBilinearChromaTruncatedTables, 33, 2);
+    expectSameFilter<BilinearChromaPlan, uint8_t>(kBilinearChromaRoundedTables, 65, 2);
+    expectSameFilter<Interp4Plan, int16_t>(kInterp4Tables, kInterp4Phases, 1, coefficients.data());
+    expectSameFilter<Interp4Plan, int16_t>(kInterp4Tables, kInterp4Phases, 1, makeInterp4Filter().data());
 }
 
 TEST(Kernels, VectorTablesBlendRowsAsThePlainOnesDo) {
     const std::vector<uint8_t> levels = {0, 1, 2, 31, 64, 127, 128, 190, 250, 254, 255};
-    expectSameBlend<4>(kLumaTables, levels, upTo(31), 1);
+    expectSameBlend<4>(kBicubicLumaTables, levels, upTo(31), 1);
     const std::vector<int> bytes = upTo(255);
     const std::vector<uint8_t> all(bytes.begin(), bytes.end());
-    expectSameBlend<2>(kCutPairsTables, all, upTo(32), 2);
-    expectSameBlend<2>(kRoundedPairsTables, all, upTo(64), 2);
+    expectSameBlend<2>(kBilinearChromaTruncatedTables, all, upTo(32), 2);
+    expectSameBlend<2>(kBilinearChromaRoundedTables, all, upTo(64), 2);
     const std::vector<int16_t> extremes = {INT16_MIN, INT16_MIN + 1, -4096, -1, 0, 1, 4080, INT16_MAX};
     const auto weightRows = combinations<4>(std::vector<int16_t>{INT16_MIN, -256, 0, 1, 2304, INT16_MAX});
     std::vector<std::array<int16_t, 4>> weights;
@@ -159,12 +159,12 @@ TEST(Kernels, VectorTablesBlendRowsAsThePlainOnesDo) {
     }
     std::vector<const int16_t*> pointers;
     for (const auto& row : weights) pointers.push_back(row.data());
-    expectSameBlend<4>(kFourTapTables, extremes, pointers, 1);
+    expectSameBlend<4>(kInterp4Tables, extremes, pointers, 1);
     std::vector<int16_t> words(65536 + kVectorColumns);
     std::iota(words.begin(), words.end(), INT16_MIN);
     GuardedPlane expected(65536, Guard::Back), out(65536, Guard::Back);
-    kFourTapPlain.roundRow(words.data(), expected.data(), 65536);
-    for (const FourTapKernels* table : kFourTapTables) {
+    kInterp4Plain.roundRow(words.data(), expected.data(), 65536);
+    for (const Interp4Kernels* table : kInterp4Tables) {
         if (!processorHas(table->set)) continue;
         table->roundRow(words.data(), out.data(), 65536);
         EXPECT_EQ(out.bytes(), expected.bytes());
@@ -173,7 +173,7 @@ TEST(Kernels, VectorTablesBlendRowsAsThePlainOnesDo) {
 
 TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
     Random random(seed());
-    const auto cut = between<5, 0>;
+    const auto truncated = linear<5, 0>;
     const uint8_t zeros[65539] = {};
     GuardedPlane flat({zeros, zeros + sizeof zeros}, Guard::Back);
     for (int groups : {-1, 0, 1, 2, 3, 17, 130}) {
@@ -198,7 +198,7 @@ TEST(Kernels, VectorKernelsTakeAnyTapOrderAndStopAtTheLastTap) {
         bilinear_neon(phase.data(), groups, tap.data(), row.data(), flat.data(), out.data(), phaseY);
         for (size_t i = 0; i < 2 * lanes; ++i) {
             const uint8_t* p = row.data() + tap[i / 2] + i % 2;
-            ASSERT_EQ(out.data()[i], cut(cut(p[0], p[2], phase[i / 2]), 0, phaseY));
+            ASSERT_EQ(out.data()[i], truncated(truncated(p[0], p[2], phase[i / 2]), 0, phaseY));
         }
     }
 }

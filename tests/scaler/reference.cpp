@@ -14,13 +14,13 @@ int cubic(int p0, int p1, int p2, int p3, int t) {
 }
 
 // Source distance of two destination samples in 1/262144 pixel; the ratio is rounded to single precision.
-int64_t fourTapStep(int dstSize, int srcCropSize) {
+int64_t interp4Step(int dstSize, int srcCropSize) {
     const float ratio = static_cast<float>(dstSize) / static_cast<float>(srcCropSize);
     return static_cast<int64_t>(262144.0 * (1.0 / static_cast<double>(ratio)) + 0.5);
 }
 
 // Source position in 1/32 pixel, kept where all four taps are inside a picture of at least 4 samples.
-int fourTapPosition(int srcCrop, int sample, int64_t step, int srcSize) {
+int interp4Position(int srcCrop, int sample, int64_t step, int srcSize) {
     const int64_t pos = (int64_t{srcCrop} * 262144 + sample * step + 4096) >> 13;
     return static_cast<int>(std::min(std::max(pos, int64_t{32}), int64_t{srcSize} * 32 - 65));
 }
@@ -99,17 +99,17 @@ void chroma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int s
     }
 }
 
-void fourTap(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* dstUV, const short* coefficients,
+void interp4(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* dstUV, const short* coefficients,
              int srcWidth, int srcHeight, int srcCropX, int srcCropY, int srcCropWidth, int srcCropHeight, int dstWidth,
              int dstHeight, int bandX, int bandY, int bandWidth, int bandHeight, bool lumaOnly) {
     if (srcWidth <= 0 || srcHeight <= 0 || srcCropWidth <= 0 || srcCropHeight <= 0) return;
     if (dstWidth <= 0 || dstHeight <= 0 || bandWidth <= 0 || bandHeight <= 0) return;
-    const int64_t stepX = fourTapStep(dstWidth, srcCropWidth);
-    const int64_t stepY = fourTapStep(dstHeight, srcCropHeight);
+    const int64_t stepX = interp4Step(dstWidth, srcCropWidth);
+    const int64_t stepY = interp4Step(dstHeight, srcCropHeight);
     for (int y = bandY; y < bandY + bandHeight; ++y) {
-        const int py = fourTapPosition(srcCropY, y, stepY, srcHeight);
+        const int py = interp4Position(srcCropY, y, stepY, srcHeight);
         for (int x = bandX; x < bandX + bandWidth; ++x) {
-            const int px = fourTapPosition(srcCropX, x, stepX, srcWidth);
+            const int px = interp4Position(srcCropX, x, stepX, srcWidth);
             uint32_t vsum = 0;  // wraps for steep tables
             for (int j = 0; j < 4; ++j) {
                 const int r = std::clamp((py >> 5) - 1 + j, 0, srcHeight - 1);
@@ -132,11 +132,11 @@ void fourTap(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* 
     if (lumaOnly) return;
     const int64_t planeSize = (int64_t{srcWidth} * srcHeight) >> 1;
     for (int yc = bandY / 2; yc < (bandY + bandHeight) / 2; ++yc) {
-        const int py = fourTapPosition(srcCropY, 2 * yc, stepY, srcHeight);
+        const int py = interp4Position(srcCropY, 2 * yc, stepY, srcHeight);
         const int row0 = std::clamp(py >> 6, 0, lastChroma(srcHeight));
         const int row1 = std::clamp((py >> 6) + 1, 0, lastChroma(srcHeight));
         for (int xc = bandX; xc < (bandX + bandWidth) / 2; ++xc) {
-            const int px = fourTapPosition(srcCropX, 2 * xc, stepX, srcWidth);
+            const int px = interp4Position(srcCropX, 2 * xc, stepX, srcWidth);
             for (int component = 0; component < 2; ++component) {
                 const int left = 2 * std::clamp(px >> 6, 0, lastChroma(srcWidth)) + component;
                 const int right = 2 * std::clamp((px >> 6) + 1, 0, lastChroma(srcWidth)) + component;

@@ -14,8 +14,8 @@ void luma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int src
 void chroma(const uint8_t* src, uint8_t* dst, int srcWidth, int srcHeight, int srcStride, int dstWidth, int dstHeight,
             int dstStride);
 
-// One band of the four-tap scaler; coefficients: 32 phases of four weights in 1/4096.
-void fourTap(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* dstUV, const short* coefficients,
+// One band of interp4; coefficients: 32 phases of four weights in 1/4096.
+void interp4(const uint8_t* srcY, const uint8_t* srcUV, uint8_t* dstY, uint8_t* dstUV, const short* coefficients,
              int srcWidth, int srcHeight, int srcCropX, int srcCropY, int srcCropWidth, int srcCropHeight, int dstWidth,
              int dstHeight, int bandX, int bandY, int bandWidth, int bandHeight, bool lumaOnly);
 

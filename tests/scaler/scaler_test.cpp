@@ -204,7 +204,7 @@ TEST(InterpolateProcess, EqualsAPixelByPixelWalkOverCropsAndStrides) {
 
 /// Weights that sum to 4096, or any at all, which saturate and wrap.
 std::vector<short> randomFilter(Random& random) {
-    const FourTapFilter filter = makeFourTapFilter();
+    const Interp4Filter filter = makeInterp4Filter();
     std::vector<short> weights(filter.begin(), filter.end());
     const int kind = random.between(0, 2);
     for (short& weight : weights) {
@@ -214,7 +214,7 @@ std::vector<short> randomFilter(Random& random) {
     return weights;
 }
 
-TEST(FourTap, BandEqualsAPixelByPixelWalkOverCropsTablesAndOddSizes) {
+TEST(Interp4, BandEqualsAPixelByPixelWalkOverCropsTablesAndOddSizes) {
     Random random(seed());
     for (int i = 0; i < kRounds && !HasFatalFailure(); ++i) {
         std::vector<short> filter = randomFilter(random);
@@ -238,14 +238,14 @@ TEST(FourTap, BandEqualsAPixelByPixelWalkOverCropsTablesAndOddSizes) {
             expectSame(
                 random, {srcLuma + srcLuma / 2, 1, 0}, {dstLuma + dstLuma / 2, 1, 0}, 0,
                 [&](uint8_t* from, uint8_t* to) { with(NV12_Interp4_Interpolate, from, to); },
-                [&](const uint8_t* from, uint8_t* to) { with(reference::fourTap, from, to); });
+                [&](const uint8_t* from, uint8_t* to) { with(reference::interp4, from, to); });
         }
     }
 }
 
-TEST(FourTap, FilterIsTheCubicKernelAndKeepsLevels) {
-    const FourTapFilter filter = makeFourTapFilter();
-    for (size_t phase = 0; phase < kFourTapPhases; ++phase) {
+TEST(Interp4, FilterIsTheCubicKernelAndKeepsLevels) {
+    const Interp4Filter filter = makeInterp4Filter();
+    for (size_t phase = 0; phase < kInterp4Phases; ++phase) {
         const double t = static_cast<double>(phase) / 32;
         const double exact[] = {-0.5 * t + t * t - 0.5 * t * t * t, 1 - 2.5 * t * t + 1.5 * t * t * t,
                                 0.5 * t + 2 * t * t - 1.5 * t * t * t, -0.5 * t * t + 0.5 * t * t * t};

@@ -49,7 +49,7 @@ ENTRY = [
     (8, 6, 8, 13, GRAY, RANDOM),
     (160, 8, 181, 11, NV12, EXTREME),
     (94, 20, 189, 27, NV12, RANDOM),
-    # Rows of several strips, 768 columns or pairs and fewer each, or 512 of the four-tap luma.
+    # Rows of several strips, 768 columns or pairs and fewer each, or 512 of interp4's luma.
     (1700, 11, 1600, 8, NV12, RANDOM),
     (800, 8, 1601, 17, NV12, EXTREME),
     # Steps of whole samples, in both directions or in one.

@@ -8,7 +8,7 @@
 #include "gdc_model/warp_kernels.h"
 #include "processor/instruction_set.h"
 #include "scaler/bicubic_luma_kernels.h"
-#include "scaler/bilinear_pairs_kernels.h"
+#include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4_kernels.h"
 
 namespace vantor::tool {
@@ -55,10 +55,10 @@ Json buildFacts() {
             {"processor", processorName()},
             {"instruction_sets", processorSets()},
             {"kernels",
-             {{"bicubic luma", family(kLumaTables)},
-              {"bilinear chroma", family(kCutPairsTables)},
-              {"four-tap luma", family(kFourTapTables)},
-              {"four-tap chroma", family(kRoundedPairsTables)},
+             {{"bicubic luma", family(kBicubicLumaTables)},
+              {"bilinear chroma", family(kBilinearChromaTruncatedTables)},
+              {"interp4 luma", family(kInterp4Tables)},
+              {"interp4 chroma", family(kBilinearChromaRoundedTables)},
               {"warp", family(kWarpTables)}}},
             {"VANTOR_CPU", variable("VANTOR_CPU")},
             {"VANTOR_LOG", variable("VANTOR_LOG")}};

@@ -17,7 +17,7 @@ stated() {
 }
 compiled() { "$vantor" info | sed -n "s/^  $1 *compiled \([^;]*\);.*/\1/p" | tr -d ',' | tr ' ' '\n' | sort | paste -sd' '; }
 
-for family in "bicubic luma" "bilinear chroma" "four-tap luma" "four-tap chroma"; do
+for family in "bicubic luma" "bilinear chroma" "interp4 luma" "interp4 chroma"; do
     [ "$(compiled "$family")" = "$(stated scaler)" ] || fail "$family: $(compiled "$family"); README: $(stated scaler)"
 done
 [ "$(compiled warp)" = "$(stated warp)" ] || fail "warp: $(compiled warp); README: $(stated warp)"

@@ -1,4 +1,4 @@
-// The bilinear step that both chroma filters are made of, for one sample.
+// One direction of the bilinear chroma filters, for one sample.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@ namespace vantor {
 
 /// Between a and b at t / 2^Bits of the way; `Bias` is added before the shift that drops the fraction.
 template <int Bits, int Bias>
-inline uint8_t between(int a, int b, int t) {
+inline uint8_t linear(int a, int b, int t) {
     return static_cast<uint8_t>((((1 << Bits) - t) * a + t * b + Bias) >> Bits);
 }
 
