@@ -4,9 +4,10 @@
 
 #include "fuzz/policy.h"
 #include "gdc_model/gdc_core.h"
+#include "gdc_model/gdc_frame.h"
 #include "gdc_model/gdc_grid.h"
-#include "gdc_model/gdc_run.h"
 #include "gdc_model/gdc_state.h"
+#include "gdc_model/grid_interp.h"
 #include "gdc_model/warp_kernels.h"
 #include "gdc_model/warp_positions.h"
 #include "hardware/vantorClient/vantor_client.h"
@@ -99,8 +100,8 @@ Samples widened(const Bytes& bytes) { return Samples(bytes.begin(), bytes.end())
 
 /// The core with any step, place, region and scale.
 void core(Input& input) {
-    Axis x{input.between(2, kLargestWarpSide), 0, 0, 0, 128, 0, 0};
-    Axis y{input.between(2, kLargestWarpSide), 0, 0, 0, 128, 0, 0};
+    Axis x{input.between(2, kMaxWarpSide), 0, 0, 0, 128, 0, 0};
+    Axis y{input.between(2, kMaxWarpSide), 0, 0, 0, 128, 0, 0};
     setScales(x, y);
     for (Axis* axis : {&x, &y}) {
         const auto vary = [&](int& value, int low, int high) {
@@ -112,7 +113,7 @@ void core(Input& input) {
         vary(axis->invScale, 0, 3 * axis->invScale);
         vary(axis->outScale, -20, 300);
         vary(axis->outStart, -5, axis->size);
-        axis->outSize = input.ConsumeBool() ? axis->size : input.between(-1, kLargestWarpSide);
+        axis->outSize = input.ConsumeBool() ? axis->size : input.between(-1, kMaxWarpSide);
     }
     static Grid grid;
     fillNodes(input, grid.dX);
@@ -154,7 +155,7 @@ Positions positionsOfRow(Input& input, int width, int height) {
         if (kind == 1) axis->outScale = input.any();
         if (kind == 2) axis->invScale = input.any();
         if (kind == 3) axis->mirror = 1;
-        if (kind > 7) axis->invScale = input.between(0, kLargestVectorScale + 1);
+        if (kind > 7) axis->invScale = input.between(0, kMaxVectorScale + 1);
     }
     static Grid grid;
     fillNodes(input, grid.dX);
@@ -196,7 +197,7 @@ Positions anyPositions(Input& input, int width, int height) {
 
 /// Every instruction set's kernels against the plain ones.
 void kernelTables(Input& input) {
-    const int width = input.side(kSmallestWarpSide) & ~1, height = 2 * input.between(kSmallestWarpSide / 2, 40);
+    const int width = input.side(kMinWarpSide) & ~1, height = 2 * input.between(kMinWarpSide / 2, 40);
     const Positions at =
         input.ConsumeBool() ? positionsOfRow(input, width, height) : anyPositions(input, width, height);
     const Bytes luma = input.content(static_cast<size_t>(width * height));

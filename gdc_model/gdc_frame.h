@@ -1,6 +1,8 @@
 // The parameters of one model run.
 #pragma once
 
+#include "gdc_model/output_region.h"
+
 namespace vantor {
 
 /// What the engine fixes for a whole run, as it fixes the axes' crop and mirror to 0. The defaults are its
@@ -33,5 +35,8 @@ struct GdcFrame {
     GdcAxis x;
     GdcAxis y;
 };
+
+/// The parameters of a request at one size: output and source to the same scale.
+GdcFrame requestFrame(int width, int height, const OutputRegion& region);
 
 }  // namespace vantor

@@ -7,7 +7,7 @@
 #include "gdc_model/gdc_extent.h"
 #include "gdc_model/gdc_grid.h"
 #include "gdc_model/gdc_scales.h"
-#include "gdc_model/matrix.h"
+#include "gdc_model/matrix_grid.h"
 #include "gdc_model/zeroed.h"
 
 namespace vantor {

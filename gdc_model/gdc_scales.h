@@ -13,7 +13,7 @@ struct GdcScales {
 GdcScales gdcScalesX(int width);
 GdcScales gdcScalesY(int height);
 
-constexpr int kLargestScale = 65535;  ///< that requests hand to the core
-constexpr int kOutScaleOne = 128;     ///< output step of one source sample
+constexpr int kMaxScale = 65535;   ///< that requests hand to the core
+constexpr int kOutScaleOne = 128;  ///< output step of one source sample
 
 }  // namespace vantor

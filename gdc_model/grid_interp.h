@@ -6,11 +6,10 @@
 
 #include "gdc_model/fixed_point.h"
 #include "gdc_model/gdc_frame.h"
+#include "gdc_model/grid.h"
 
 namespace vantor {
 
-constexpr int kGridNodes = 33;
-constexpr int kGridCells = kGridNodes - 1;
 constexpr int kVirtualCellWidth = 512;
 constexpr int kVirtualCellHeight = 384;
 constexpr int kVirtStepShiftX = 8;

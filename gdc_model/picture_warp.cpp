@@ -7,8 +7,9 @@
 #include <optional>
 
 #include "gdc_model/gdc_extent.h"
-#include "gdc_model/gdc_run.h"
 #include "gdc_model/gdc_state.h"
+#include "gdc_model/run_state.h"
+#include "gdc_model/source_samples.h"
 #include "gdc_model/warp_positions.h"
 #include "gdc_model/zeroed.h"
 
@@ -27,7 +28,7 @@ constexpr uint8_t kNoChroma[2] = {};
 const WarpKernels& kernelsFor(int width, int height) {
     static const WarpKernels& best = bestTable(kWarpTables);
     const auto [smaller, larger] = std::minmax(width, height);
-    return smaller < kSmallestWarpSide || larger > kLargestWarpSide ? kWarpPlain : best;
+    return smaller < kMinWarpSide || larger > kMaxWarpSide ? kWarpPlain : best;
 }
 
 /// The last of an axis' columns (rows) that have chroma, counted from the region's first; -1 if there is

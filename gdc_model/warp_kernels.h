@@ -46,15 +46,15 @@ struct WarpSource {
 /// there, and so far `positions` may write.
 constexpr int kWarpLanes = 32;
 constexpr int kWarpRunColumns = 256;  ///< at most, in one call of `luma` and `chroma`
-constexpr int kLargestWarpSide = 16384;
-constexpr int kSmallestWarpSide = 32;
-constexpr int kLargestVectorScale = 32767;
+constexpr int kMaxWarpSide = 16384;
+constexpr int kMinWarpSide = 32;
+constexpr int kMaxVectorScale = 32767;
 
 struct WarpKernels {
     InstructionSet set;
 
     /// Both coordinates of a run. Vector tables ask for products that fit 32 bits, for |d| < 2^22,
-    /// 0 <= invScale <= kLargestVectorScale and no mirror; the plain one clamps d to that and takes anything.
+    /// 0 <= invScale <= kMaxVectorScale and no mirror; the plain one clamps d to that and takes anything.
     void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none

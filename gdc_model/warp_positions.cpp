@@ -8,7 +8,7 @@ namespace vantor {
 namespace {
 
 bool fitsVectors(const GdcAxis& axis) {
-    return axis.mirror == 0 && axis.invScale >= 0 && axis.invScale <= kLargestVectorScale;
+    return axis.mirror == 0 && axis.invScale >= 0 && axis.invScale <= kMaxVectorScale;
 }
 
 int32_t unmovedAt(const GdcAxis& axis, int index) {

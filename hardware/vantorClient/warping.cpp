@@ -1,13 +1,11 @@
 // The warping requests.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
 
-#include "gdc_model/fixed_point.h"
-#include "gdc_model/gdc_grid.h"
-#include "gdc_model/grid_interp.h"
-#include "gdc_model/matrix.h"
+#include "gdc_model/matrix_grid.h"
 #include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/connection.h"
 #include "hardware/vantorClient/log.h"
@@ -173,16 +171,11 @@ int32_t vantorClient::runGDCGrid(const BufferData& dst, const BufferData& src, c
 }
 
 vantorClient::_GDCGrid gridFromMatrix(const int16_t* matrix, int32_t width, int32_t height) {
-    vantor::AffineMatrix affine(matrix);
-    _pos points[vantor::kGridNodes * vantor::kGridNodes] = {};
-    int shiftX, shiftY, scaleX, scaleY, invScaleX, invScaleY;
-    getGridSet(width, height, affine.values, points, &shiftX, &shiftY, &scaleX, &scaleY, &invScaleX,
-               &invScaleY, 1);
+    const vantor::Grid nodes =
+        vantor::gridFromMatrix(vantor::AffineMatrix(matrix).values, width, height, true);
     Grid grid;
-    for (size_t k = 0; k < std::size(points); ++k) {
-        grid.dX[k] = vantor::saturateToInt(points[k].x);
-        grid.dY[k] = vantor::saturateToInt(points[k].y);
-    }
+    std::copy(std::begin(nodes.dX), std::end(nodes.dX), grid.dX);
+    std::copy(std::begin(nodes.dY), std::end(nodes.dY), grid.dY);
     return grid;
 }
 

@@ -7,6 +7,7 @@
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/gdc_state.h"
 #include "gdc_model/picture_warp.h"
+#include "gdc_model/sampling.h"
 #include "tests/gdc_model/gdc_reference.h"
 #include "tests/support.h"
 

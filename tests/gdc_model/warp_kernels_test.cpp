@@ -2,7 +2,8 @@
 
 #include "gdc_model/warp_kernels.h"
 
-#include "gdc_model/gdc_run.h"
+#include "gdc_model/gdc_frame.h"
+#include "gdc_model/grid_interp.h"
 #include "gdc_model/sampling.h"
 #include "gdc_model/warp_positions.h"
 #include "tests/support.h"

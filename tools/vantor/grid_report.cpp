@@ -4,8 +4,8 @@
 #include <array>
 #include <cmath>
 
-#include "gdc_model/gdc_run.h"
 #include "gdc_model/grid_interp.h"
+#include "gdc_model/source_samples.h"
 #include "tools/vantor/model_frame.h"
 
 namespace vantor::tool {

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 
-#include "gdc_model/gdc_run.h"
+#include "gdc_model/gdc_frame.h"
+#include "gdc_model/grid_interp.h"
+#include "gdc_model/source_samples.h"
 #include "tools/vantor/warp_map.h"
 
 namespace vantor::tool {
