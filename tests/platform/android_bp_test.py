@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""android_bp_test.py FOLDER MODULE=SOURCE,...: holds every Android.bp below FOLDER to what the platform's build asks for.
+"""android_bp_test.py FOLDER MODULE=SOURCE,...: holds every Android.bp below FOLDER to the rules of the platform's build.
 
 Each MODULE has to build these sources, which are those of the build on Linux. There is no platform's tree to build in.
 """
