@@ -8,7 +8,6 @@
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/matrix_grid.h"
 #include "gdc_model/zeroed.h"
-#include "processor/float_rounding.h"
 
 using namespace vantor;
 

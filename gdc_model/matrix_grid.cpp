@@ -5,6 +5,7 @@
 
 #include "gdc_model/fixed_point.h"
 #include "gdc_model/gdc_scales.h"
+#include "processor/float_rounding.h"
 
 namespace vantor {
 namespace {

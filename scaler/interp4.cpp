@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "processor/float_rounding.h"
 #include "scaler/bands.h"
 #include "scaler/interp4_chroma.h"
 #include "scaler/interp4_filter.h"

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "processor/float_rounding.h"
 #include "scaler/interp4_filter.h"
 
 namespace vantor {
