@@ -3,8 +3,6 @@
 
 #include <android/log.h>
 
-#include <cstring>
-
 namespace vantor {
 
 /// Line numbers of log calls: fixed marks that people search logs for, whatever the source looks like today.
@@ -74,19 +72,15 @@ enum LogLine : int {
     kLineMatrix = 1249,
 };
 
-/// Base name of the client's source file, which every line carries, wherever its code stands.
-inline const char* logFileName() {
-    const char* path = "hardware/vantorClient/vantor_client.cpp";
-    const char* slash = std::strrchr(path, '/');
-    return slash ? slash + 1 : path;
-}
+/// What every line names as its source file, wherever its code is.
+constexpr char kLogFileName[] = "vantor_client.cpp";
 
 }  // namespace vantor
 
 /// One line "vantor_client.cpp:FUNCTION():LINE MESSAGE". `format` is a literal; `function` is the bare name
 /// of the operation, `line` a LogLine.
-#define VANTOR_LOG(priority, function, line, format, ...)                                                   \
-    __android_log_print(priority, "VANTOR_CLIENT", "%s:%s():%d " format, ::vantor::logFileName(), function, \
+#define VANTOR_LOG(priority, function, line, format, ...)                                                  \
+    __android_log_print(priority, "VANTOR_CLIENT", "%s:%s():%d " format, ::vantor::kLogFileName, function, \
                         static_cast<int>(line), ##__VA_ARGS__)
 #define VANTOR_LOG_INFO(function, line, format, ...) \
     VANTOR_LOG(ANDROID_LOG_INFO, function, line, format, ##__VA_ARGS__)
