@@ -1,5 +1,6 @@
-// Preloaded by faults_test.sh. The FAIL_AT-th allocation fails, and with FAIL_ON all behind it, counted from where the
-// tool begins to watch its memory; the file FAIL_MARK then says so. With FAIL_TMPFILE all files have names.
+// Preloaded by test_no_memory.py and test_signals.py. The FAIL_AT-th allocation fails, and with FAIL_ON all behind it,
+// counted from where the tool begins to watch its memory; the file FAIL_MARK then says so. With FAIL_TMPFILE all files
+// have names.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/syscall.h>

@@ -1,6 +1,7 @@
 """What vantor info says of this build, of pictures and of the environment."""
 
 import json
+import re
 
 import pytest
 
@@ -11,13 +12,21 @@ def test_kernels_in_use_follow_the_limit(vantor):
     vantor("info --json", text='"in_use": "plain"', env=plain)
 
 
+def test_the_selftest_says_one_hash_over_all(vantor):
+    text = vantor("selftest", text="in use plain", env={"VANTOR_CPU": "plain"}).text
+    document = vantor("selftest --json").json()
+    assert re.search(r"^all  *([0-9a-f]{8}) ok$", text, re.MULTILINE).group(1) == document["all"]["hash"]
+    assert '"identical": false' not in json.dumps(document)
+
+
 def test_a_picture(vantor, chart):
     vantor("info chart.png", text="320x180 rgb")
     assert json.loads(vantor("info chart.png --json").text)["frames"] == 1
 
 
-@pytest.mark.parametrize(
-    "name, value, expected", [("VANTOR_CPU", "sse9", "plain, avx2 or avx512"), ("VANTOR_LOG", "loud", "off, error or info")]
-)
+@pytest.mark.parametrize("name, value, expected", [
+    ("VANTOR_CPU", "sse9", "plain, avx2 or avx512"),
+    ("VANTOR_LOG", "loud", "off, error or info"),
+])
 def test_unknown_values_of_the_environment_are_refused(vantor, name, value, expected):
     vantor("info", 2, f"{name}={value}: expected {expected}", env={name: value})

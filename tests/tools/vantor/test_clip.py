@@ -1,0 +1,110 @@
+"""Clips: all frames in order, through files and pipes and several workers, and padded dumps."""
+
+import itertools
+import os
+import pty
+import random
+import re
+import subprocess
+
+import pytest
+from conftest import FRAMES, flat, read, write, y4m
+
+TAGS = "F30000:1001 Ip A4:3 C420mpeg2 Q7 XYSCSS=420MPEG2 XCOLORRANGE=FULL"
+
+
+@pytest.fixture(autouse=True)
+def clip(directory):
+    write("clip.y4m", y4m("48x32", TAGS))
+
+
+@pytest.mark.parametrize("jobs", [1, 2, 8])
+def test_tags_and_frames_go_through_a_pipe(vantor, jobs):
+    result = vantor(f"scale - -o - --size 24x32 --jobs {jobs}", input=read("clip.y4m"), stderr=subprocess.PIPE)
+    assert result.bytes == y4m("24x32", TAGS.replace("A4:3", "A8:3"))
+    assert "\r" not in result.text, "progress outside a terminal"
+
+
+def test_progress_is_shown_in_a_terminal(vantor):
+    script = f"(cat clip.y4m; sleep 0.4; tail -c 2310 clip.y4m) | '{vantor.path}' scale - -o x.y4m --size 24x32"
+    shown = []
+    try:
+        status = pty.spawn(["sh", "-c", script], lambda terminal: shown.append(os.read(terminal, 4096)) or shown[-1])
+    except OSError as error:
+        pytest.skip(f"no pseudo-terminal: {error}")
+    assert status == 0 and re.search(rb"vantor: 4 frames, .* a second", b"".join(shown))
+
+
+def test_any_number_of_workers_gives_the_same_hash_on_both_paths(vantor, chart):
+    vantor("scale chart.png -o chart.nv12 --size 100%")
+    frames = [read("chart.nv12")[: i * 10000].ljust(86400, b"\x80") for i in range(1, 9)]
+    write("chart_320x180_8.nv12", b"".join(frames))
+    text = vantor("warp chart_320x180_8.nv12 -o model.nv12 --rotate 9 --jobs 1 --hash", text=", 8 frames, ").text
+    arguments = "warp chart_320x180_8.nv12 -o hw.nv12 --rotate 9 --jobs 4 --path hw --verify"
+    vantor(f"{arguments} {text.split('hash ')[1]}", text="service) in")
+    assert read("hw.nv12") == read("model.nv12")
+
+
+def test_frames_are_left_out_counted_and_hashed(vantor):
+    arguments = "scale clip.y4m -o two_48x32.i420 --size 100% --skip 1 --times times.txt --hash"
+    vantor(arguments, text="hash dcc542aad836410b")  # as xxh64sum says
+    assert read("two_48x32.i420") == b"".join(flat("48x32", *frame) for frame in FRAMES[1:])
+    assert re.fullmatch(rb"1 \d+\.\d{3}\n2 \d+\.\d{3}\n", read("times.txt"))
+    text = "--verify 0123456789abcdef: the result has dcc542aad836410b"
+    vantor("scale two_48x32.i420 -o x.y4m --size 100% --verify 0123456789abcdef", 1, text)
+
+
+def dump(layout, stride, slice_height, padding):
+    """Two equal frames of 24x16 random samples, whose rows and planes go on with padding."""
+    y, u, v = (random.Random(plane).randbytes(384 if plane == 0 else 96) for plane in range(3))
+    first, second = (v, u) if layout == "nv21" else (u, v)
+    pairs = bytes(itertools.chain(*zip(first, second)))
+    frame = b""
+    for plane, width in ((y, 24), (u, 12), (v, 12)) if layout == "i420" else ((y, 24), (pairs, 24)):
+        row = stride * width // 24
+        rows = [plane[i : i + width].ljust(row, padding) for i in range(0, len(plane), width)]
+        frame += b"".join(rows).ljust(row * (slice_height if plane is y else slice_height // 2), padding)
+    return frame * 2
+
+
+@pytest.mark.parametrize("source, result", itertools.product(("nv12", "nv21", "i420"), repeat=2))
+def test_padding_is_left_out_and_written_as_zeros(vantor, source, result):
+    # The last padding may be missing.
+    write(f"padded_24x16.{source}", dump(source, 32, 20, b"c")[: -9 if source == "i420" else -72])
+    write(f"packed_24x16.{source}", dump(source, 24, 16, b"\0"))
+    for form, side, stride, slice_height in ("padded", "input", 24, 16), ("packed", "output", 32, 20):
+        options = f"--{side}-stride 32 --{side}-slice-height 20"
+        vantor(f"scale {form}_24x16.{source} -o x.{result} --size 100% {options}", text=f"{result}: copied")
+        assert read(f"x.{result}") == dump(result, stride, slice_height, b"\0")
+
+
+@pytest.mark.parametrize("tags, arguments, output, text", [
+    ("F25:1", "cut.y4m", "x.y4m", "cut.y4m: frame 2 (48x32 i420) ends after 2204 of 2304 bytes"),
+    ("C422", "cut.y4m", "x.y4m",
+     "Y4M sample format C422: expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or"),
+    ("H99999", "cut.y4m", "x.y4m", "cut.y4m: Y4M 48x99999: width and height must be from 4 to 16384"),
+    ("It", "cut.y4m", "x.y4m", "cut.y4m: interlaced; frames are worked on as if they were not"),
+    ("", "cut.y4m", "x.png", "x.png: a PNG file holds one frame, and there are more: expected --limit 1"),
+    ("", "cut.y4m --yuv-range full", "x.y4m", "--yuv-range full: neither cut.y4m nor x.y4m is RGB"),
+    ("", "cut.y4m --input-stride 50", "x.y4m", "--input-stride 50: cut.y4m is a Y4M file; the option is for raw files"),
+    ("", "cut.y4m --output-stride 23", "x.nv12", "--output-stride 23: a 24x16 nv12 picture has 24 bytes a row"),
+    ("", "clip.y4m --skip=-1", "x.y4m", "--skip: -1: expected a number of frames, 0 or more"),
+    ("", "clip.y4m --limit 0", "x.y4m", "--limit: 0: expected a number of frames, 1 or more"),
+    ("", "clip.y4m --skip 4", "x.y4m", "--skip 4: clip.y4m has 3 frames"),
+])
+def test_refused_clips(refuse, tags, arguments, output, text):
+    write("cut.y4m", y4m("48x32", tags)[:-100])
+    refuse(f"scale {arguments} --size 24x16", text, output=output)
+
+
+def test_the_whole_frames_of_a_cut_clip_go_out_through_a_pipe(vantor):
+    write("cut.y4m", y4m("48x32", "Ip")[:-100])
+    result = vantor("scale cut.y4m -o - --size 24x32 --jobs 2", 2, stderr=subprocess.PIPE)
+    assert result.bytes == y4m("24x32", "Ip")[:-1158]
+
+
+def test_a_reader_that_goes_is_an_error(vantor):
+    tool = vantor.start("scale clip.y4m -o - --size 4800x3200")
+    tool.stdout.read(1)
+    tool.stdout.close()
+    assert b"standard output: cannot write: Broken pipe" in tool.stderr.read() and tool.wait() == 2
