@@ -163,7 +163,7 @@ void OutputFile::write(const std::string& head, const uint8_t* bytes, size_t cou
 }
 
 void OutputFile::finish() {
-    if (!isDirect_ && fchmod(descriptor_, rights()) != 0) fail();
+    if (!isDirect_ && fchmod(descriptor_, permissions()) != 0) fail();
     const SignalsHeld held;
     if (!isDirect_ && temporary_.empty()) giveName();
     if (close(std::exchange(descriptor_, -1)) != 0) fail();
@@ -185,8 +185,9 @@ void OutputFile::giveName() {
     }
 }
 
-/// Those of the file that is replaced, or of a new one.
-mode_t OutputFile::rights() const {
+/// Those of the file that is replaced, if it is the caller's own, or of a new one. Setuid and setgid were
+/// meant for the old content.
+mode_t OutputFile::permissions() const {
     struct stat old {};
     if (stat(goal_.c_str(), &old) == 0) return old.st_mode & 07777;
     const mode_t mask = umask(0);

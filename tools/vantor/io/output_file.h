@@ -1,4 +1,4 @@
-// Output files that appear whole or not at all.
+// Output files that are written atomically.
 #pragma once
 
 #include <sys/types.h>
@@ -34,7 +34,7 @@ private:
     void openTemporary();
     void openNamed(const std::string& folder);
     void giveName();
-    mode_t rights() const;
+    mode_t permissions() const;
 
     std::string name_;       ///< what an error names
     std::string goal_;       ///< where links lead
