@@ -17,6 +17,7 @@
 #include "tools/vantor/json.h"
 #include "tools/vantor/picture_hash.h"
 #include "tools/vantor/progress.h"
+#include "tools/vantor/terminal.h"
 #include "tools/vantor/workers.h"
 
 namespace vantor::tool {
@@ -307,7 +308,7 @@ void Clip::report(const FramePlan& plan, const Result& result, const std::string
         describe(plan.request.path(), processor, {result.milliseconds, result.fallback}) + " " + time +
         (isRgb(plan) ? std::string("; RGB by ") + toString(plan.color) : "") +
         (result.hash.empty() ? "" : "; hash " + result.hash);
-    std::fprintf(stderr, "vantor: %s\n", line.c_str());
+    printMessage("%s", line.c_str());
 }
 
 int Clip::process(const FrameShape& written, Size src, Size dst, const Request& request,
@@ -320,8 +321,7 @@ int Clip::process(const FrameShape& written, Size src, Size dst, const Request& 
         report(plan, result, what, processor);
     }
     if (options_.verify.empty() || options_.verify == result.hash) return kDone;
-    std::fprintf(stderr, "vantor: --verify %s: the result has %s\n", options_.verify.c_str(),
-                 result.hash.c_str());
+    printMessage("--verify %s: the result has %s", options_.verify.c_str(), result.hash.c_str());
     return kDifferent;
 }
 

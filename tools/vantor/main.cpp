@@ -16,6 +16,7 @@
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/manual.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -64,7 +65,7 @@ void finishStandardOutput() {
 }
 
 int trouble(const std::string& text) {
-    std::fprintf(stderr, "vantor: %s\n", text.c_str());
+    printMessage("%s", text.c_str());
     return kTrouble;
 }
 
@@ -146,7 +147,7 @@ int runTool(int argc, char** argv) {
 }  // namespace
 
 void note(const std::string& text) {
-    std::fprintf(stderr, "vantor: note: %s\n", text.c_str());
+    printMessage("note: %s", text.c_str());
 }
 
 /// The largest stride and height keep a frame's bytes within 32 bits.

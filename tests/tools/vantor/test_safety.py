@@ -25,6 +25,49 @@ def expect_harmless(result):
     assert not re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f]", result.bytes.decode()), result.bytes
 
 
+@pytest.mark.parametrize(
+    "arguments, status, shown",
+    [
+        ([NAME], 2, SHOWN + ": expected a sub-command"),
+        (["info", "--" + NAME], 2, "--" + SHOWN),
+        (["info", NAME + ".png"], 2, SHOWN + ".png: No such file"),
+        (["scale", "chart.png", "-o", NAME + ".png", "--size", "8x8"], 0, f"to {SHOWN}.png 8x8 rgb: reduced"),
+        (["warp", "chart.png", "-o", "x.png", "--lens", NAME], 2, f"--lens {SHOWN}: expected"),
+        (["info", "tag.y4m"], 2, f"Y4M sample format C{SHOWN_WORD}: expected"),
+        (["grid", "--calibration", "value.yml"], 2, f"has '{SHOWN_WORD}', expected a number"),
+        (["grid", "--calibration", "model.xml"], 2, f"distortion_model is '{SHOWN_WORD}', expected plumb_bob"),
+        (["grid", "words.grid"], 2, r"line 1: '\xc2\x9b\xff', expected dX"),
+        (["grid", NAME + ".grid", "-o", "made.txt"], 0, f"grid of {SHOWN}.grid, for pictures"),
+        (["explain", "chart.png", "1", "1", "--grid", NAME + ".grid"], 0, f"warped (grid of {SHOWN}.grid)"),
+        (["view", "chart.png", "-o", NAME + ".html"], 0, SHOWN + ".html: a page"),
+        (["grid", NAME + ".grid", "--json"], 0, r'"grid": "grid of \u001b]0;a\u0007\u007f\u009b1m\nvantor:b\ufffd'),
+    ],
+)
+def test_nothing_speaks_to_the_terminal(vantor, chart, arguments, status, shown):
+    with open("tag.y4m", "wb") as clip:
+        clip.write(b"YUV4MPEG2 W8 H8 C" + WORD + b"\n")
+    with open("value.yml", "wb") as calibration:
+        calibration.write(b"K: [" + WORD.replace(b"]", b"") + b"]\n")
+    with open("model.xml", "wb") as calibration:
+        calibration.write(f"<r><K>{K[4:-2].replace(',', ' ')}</K><distortion_model>".encode() + WORD)
+        calibration.write(b"</distortion_model></r>")
+    with open("words.grid", "wb") as grid:
+        grid.write(b"\xc2\x9b\xff")
+    vantor(["grid", "--zoom", "1", "--size", "320x180", "-o", NAME + ".grid"])
+    result = vantor(arguments, status, shown.replace("]", "") if "value.yml" in arguments else shown)
+    expect_harmless(result)
+    if os.path.exists("made.txt"):
+        assert SHOWN in open("made.txt", encoding="utf-8").read()
+
+
+def test_environment_and_records_are_harmless(vantor, chart):
+    expect_harmless(vantor("info", 2, f"VANTOR_CPU={SHOWN}: expected", env={"VANTOR_CPU": NAME}))
+    vantor(["record", "a.vrec", "scale", "chart.png", "-o", NAME + ".png", "--size", "8x8"], text=SHOWN)
+    result = vantor("replay a.vrec --json")
+    expect_harmless(result)
+    assert any("\u009b1m" in word for word in json.loads(result.text)["recorded_by"]["arguments"])
+
+
 @pytest.mark.parametrize("mode, owner, expected", [
     (0o6751, None, 0o751), (0o1640, None, 0o640), (0o4755, 65534, None), (0o600, 65534, None)])  # fmt: skip
 def test_a_replaced_file_gives_its_permissions_to_its_owner_only(vantor, chart, mode, owner, expected):
