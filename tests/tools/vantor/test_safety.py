@@ -83,3 +83,30 @@ def test_a_replaced_file_gives_its_permissions_to_its_owner_only(vantor, chart, 
     found = os.stat("old.png")
     assert found.st_uid == os.geteuid()
     assert stat.S_IMODE(found.st_mode) == (0o666 & ~mask if expected is None else expected)
+
+
+@pytest.mark.parametrize("name, option", [("a.yml", "--calibration"), ("a.xml", "--calibration"), ("a.grid", "--grid")])
+def test_long_texts_are_refused(vantor, chart, name, option):
+    with open(name, "wb") as text:
+        text.truncate(10 << 20)
+    vantor(f"warp chart.png -o x.png {option} {name}", 2, f"{name}: 10485760 bytes: expected at most {LIMIT}")
+
+
+def test_texts_up_to_the_limit_are_read(vantor):
+    text = (CALIBRATIONS / "five.yml").read_text()
+    for extra in 0, 1:
+        with open("long.yml", "w") as calibration:
+            calibration.write(text + "#" * (LIMIT - len(text) + extra))
+        vantor("grid --calibration long.yml", 2 * extra, f"long.yml: {LIMIT + 1} bytes" if extra else "moves: ")
+
+
+@pytest.mark.parametrize("entries, trouble", [
+    ("x: &x [1, 2]\nD: *x\n", "D has an alias"),
+    ("D: [" + "0," * 101 + "]\n", "D has more than 100 elements"),
+    ("? {D: [1]}\n: {D: [2]}\nx: [{D: [3]}, [K: 1]]\nD: {data: [0, 0, 0, 0], x: [1, data: 2]}\n", ""),
+    ("D: [1]\nD: [[0, 0], [0, 0]]\n", ""),
+    ("D: [[[1]], 0, 0, 0, 0]\n", "")])  # fmt: skip
+def test_entries_of_yaml(vantor, entries, trouble):
+    with open("a.yml", "w") as calibration:
+        calibration.write(K + SIZE + entries)
+    vantor("grid --calibration a.yml", 2 if trouble else 0, trouble or "moves: 0.00 to 0.00")

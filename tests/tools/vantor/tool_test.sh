@@ -185,7 +185,7 @@ refuse_calibration "has '.Nan', expected a number" s/1.4025000000000000e+03/.Nan
 refuse_calibration "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is no camera matrix" 's/1\. ]/2. ]/'
 refuse_calibration "has 5 elements, expected 4 for a fisheye" "" --fisheye
 refuse_calibration "distortion_model is 'kb9', expected plumb_bob" "\$ a distortion_model: kb9"
-refuse_calibration "no calibration in YAML or XML: " 's/!!opencv-matrix/[/'
+refuse_calibration "not a calibration in YAML or XML: " 's/!!opencv-matrix/[/'
 refuse_calibration "several warps: expected one of a grid file" "" --rotate 2
 refuse_calibration "--alpha 1.500000: expected a number from 0 to 1" "" --alpha 1.5
 file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's corners; expected 0" "" --alpha 1

@@ -108,7 +108,7 @@ void appendText(const char* name, const int32_t (&table)[kValues], std::string& 
 }  // namespace
 
 Grid readGrid(const std::string& path) {
-    const std::vector<uint8_t> bytes = readWhole(path);
+    const std::vector<uint8_t> bytes = readWhole(path, kMaxTextBytes);
     const bool isText =
         std::all_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c >= ' ' || std::isspace(c); }) &&
         std::none_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c == 0x7F; });
