@@ -87,6 +87,16 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
+/// An empty text stands for an option that was not given, so nobody may give one.
+void refuseEmptyValues(const CLI::App& command) {
+    for (const CLI::Option* option : command.get_options()) {
+        if (contains(option->results(), "")) {
+            throw UserError(option->get_name() + ": expected a value, and it is empty");
+        }
+    }
+    for (const CLI::App* inner : command.get_subcommands()) refuseEmptyValues(*inner);
+}
+
 int runTool(int argc, char** argv) {
     CLI::App app{"Scales, warps and compares pictures and clips (PNG, Y4M, raw) with libVantor10."};
     app.name("vantor");
@@ -138,6 +148,7 @@ int runTool(int argc, char** argv) {
         return trouble(std::string(error.what()) + " (vantor --help shows how)");
     }
     checkEnvironment();
+    refuseEmptyValues(app);
     if (!run && !wantsManual) return trouble("expected a sub-command:" + joined(subcommandNames(app)));
     const int status = run ? run() : printManual(app);
     finishStandardOutput();

@@ -110,3 +110,17 @@ def test_entries_of_yaml(vantor, entries, trouble):
     with open("a.yml", "w") as calibration:
         calibration.write(K + SIZE + entries)
     vantor("grid --calibration a.yml", 2 if trouble else 0, trouble or "moves: 0.00 to 0.00")
+
+
+@pytest.mark.parametrize("arguments, option", [
+    ("scale chart.png -o x.png --size 50% --verify ''", "--verify"),
+    ("scale chart.png -o x.png --size 50% --skip ''", "--skip"),
+    ("scale chart.png -o '' --size 50%", "--output"),
+    ("warp chart.png -o x.png --rotate ''", "--rotate"),
+    ("warp chart.png -o x.png --lens ''", "--lens"),
+    ("record x.vrec warp chart.png -o x.png --zoom 2 --times ''", "--times"),
+    ("grid --calibration ''", "--calibration"),
+    ("grid ''", "GRID"),
+    ("info ''", "PICTURE")])  # fmt: skip
+def test_empty_values_are_refused(vantor, chart, arguments, option):
+    vantor(arguments, 2, f"vantor: {option}: expected a value, and it is empty")
