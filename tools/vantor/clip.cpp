@@ -156,9 +156,12 @@ Clip::Clip(const ClipOptions& options)
                         ": expected 16 hexadecimal digits, as --hash says them");
     }
     const std::string report = options.json ? "-" : "";
+    const std::string input = options.input == "-" ? "/dev/stdin" : options.input;
     expectOtherFile("--output", options.output, {report});
-    expectOtherFile("--times", options.timesFile,
-                    {options.input == "-" ? "" : options.input, options.output, report});
+    if (!options.overwriteInput) {
+        expectOtherFile("--output", options.output, {input}, "; --overwrite-input replaces it");
+    }
+    expectOtherFile("--times", options.timesFile, {input, options.output, report});
     if (reader_->header() && reader_->header()->isInterlaced()) {
         note(options.input + ": interlaced; frames are worked on as if they were not");
     }
@@ -329,6 +332,7 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
     command.add_option("IN", options.input, std::string("Picture or clip: ") + kPictureFiles)->required();
     command.add_option("-o,--output", options.output, "Result; its name says the file type; - is a pipe")
         ->required();
+    command.add_flag("--overwrite-input", options.overwriteInput, "The result may replace the input");
     addFormOptions(command, options.inputForm, options.outputForm);
     const auto add = [&](const char* group, const char* name, auto& value, const char* text) {
         return command.add_option(name, value, text)->group(group);

@@ -88,7 +88,7 @@ void printJson(const Findings& findings) {
 
 int run(const GridCommand& command) {
     const WarpOptions& warpOptions = command.warp;
-    expectOtherFile("--output", command.output, {warpOptions.calibration, "-"});
+    expectOtherFile("--output", command.output, {warpOptions.gridFile, warpOptions.calibration, "-"});
     expectOtherFile("--plot", command.plot,
                     {command.output, warpOptions.gridFile, warpOptions.calibration, "-"});
     const Size size = pictureSize(command);

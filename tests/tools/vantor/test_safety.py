@@ -124,3 +124,26 @@ def test_entries_of_yaml(vantor, entries, trouble):
     ("info ''", "PICTURE")])  # fmt: skip
 def test_empty_values_are_refused(vantor, chart, arguments, option):
     vantor(arguments, 2, f"vantor: {option}: expected a value, and it is empty")
+
+
+@pytest.mark.parametrize("command", ["scale --size 50%", "warp --rotate 1"])
+def test_the_input_is_not_replaced_unasked(vantor, chart, command):
+    before = open(chart, "rb").read()
+    os.symlink("chart.png", "link.png")
+    os.link(chart, "hard.png")
+    command = command.split()
+    for output in "chart.png", "./chart.png", "link.png", "hard.png":
+        text = f"--output {output}: expected another file than chart.png; --overwrite-input replaces it"
+        vantor([*command, "chart.png", "-o", output], 2, text)
+        assert open(chart, "rb").read() == before
+    vantor([*command, "chart.png", "-o", "link.png", "--overwrite-input"])
+    assert os.path.islink("link.png") and open(chart, "rb").read() != before
+
+
+def test_other_inputs_are_not_replaced(vantor, chart):
+    vantor("scale chart.png -o a.y4m --size 100%")
+    vantor("grid --rotate 1 --size 320x180 -o a.grid")
+    with open("a.y4m", "rb") as clip:
+        vantor("scale - -o a.y4m --size 50%", 2, "--output a.y4m: expected another file than /dev/stdin", stdin=clip)
+    vantor("warp chart.png -o a.grid --grid ./a.grid", 2, "--output a.grid: expected another file than ./a.grid")
+    vantor("grid a.grid -o ./a.grid", 2, "--output ./a.grid: expected another file than a.grid")

@@ -189,7 +189,7 @@ void OutputFile::giveName() {
 /// meant for the old content.
 mode_t OutputFile::permissions() const {
     struct stat old {};
-    if (stat(goal_.c_str(), &old) == 0) return old.st_mode & 07777;
+    if (stat(goal_.c_str(), &old) == 0 && old.st_uid == geteuid()) return old.st_mode & 0777;
     const mode_t mask = umask(0);
     umask(mask);
     return 0666 & ~mask;
@@ -202,11 +202,12 @@ void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes) {
 }
 
 void expectOtherFile(const std::string& option, const std::string& path,
-                     const std::vector<std::string>& others) {
+                     const std::vector<std::string>& others, const std::string& hint) {
     for (const std::string& other : others) {
         if (!path.empty() && !other.empty() && isSameFile(path, other)) {
             throw UserError(option + " " + path + ": expected another file than " +
-                            (other == "-" ? "standard output, which has something else to take" : other));
+                            (other == "-" ? "standard output, which has something else to take" : other) +
+                            hint);
         }
     }
 }
