@@ -168,8 +168,8 @@ void calibration(const Bytes& bytes) {
     const Calibration read = readCalibration(file.path(), {isFisheye, {}});
     FUZZ_EXPECT(read.size.width > 0 && read.size.height > 0 && read.camera.fx > 0 && read.camera.fy > 0);
     for (const std::optional<double> alpha : {std::optional<double>(), std::optional(0.0), std::optional(1.0)}) {
-        makeGrid(UndistortMap(read, {fuzz::kLargestSide, fuzz::kLargestSide}, alpha),
-                 {fuzz::kLargestSide, fuzz::kLargestSide});
+        const UndistortMap map(read, {fuzz::kLargestSide, fuzz::kLargestSide}, alpha);
+        makeGrid(finiteMap(read.name, map), {fuzz::kLargestSide, fuzz::kLargestSide});
     }
 }
 

@@ -147,3 +147,16 @@ def test_other_inputs_are_not_replaced(vantor, chart):
         vantor("scale - -o a.y4m --size 50%", 2, "--output a.y4m: expected another file than /dev/stdin", stdin=clip)
     vantor("warp chart.png -o a.grid --grid ./a.grid", 2, "--output a.grid: expected another file than ./a.grid")
     vantor("grid a.grid -o ./a.grid", 2, "--output ./a.grid: expected another file than a.grid")
+
+
+@pytest.mark.parametrize("arguments", [
+    "--rotate 1e308", "--zoom 1e-320", "--shift 1e13,0", "--lens 1e300", "--shear 1,0.9999999999999999",
+    "--calibration 1e-300,0", "--calibration 300,1e300"])  # fmt: skip
+def test_warps_without_finite_positions_are_refused(vantor, chart, arguments):
+    if "--calibration" in arguments:
+        focal, k1 = arguments.split()[1].split(",")
+        with open("a.yml", "w") as calibration:
+            calibration.write(K.replace("300", focal) + SIZE + f"D: [{k1}, 0, 0, 0]\n")
+        arguments = "--calibration a.yml"
+    for command in "grid --size 320x180", "warp chart.png -o x.png":
+        vantor(f"{command} {arguments}", 2, "expected finite positions within 1e+12 pixels")
