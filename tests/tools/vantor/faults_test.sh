@@ -106,7 +106,7 @@ if unshare -m mount -t tmpfs none disk 2>/dev/null; then
     unshare -m bash -c 'mount -t tmpfs -o size=4k none disk && echo old >disk/old && exec "$@"' - \
         "${scale[@]}" disk/x.gray 2>out && fail "a full disk"
     grep -q "disk/x.gray: cannot write: No space left" out || fail "a full disk: $(cat out)"
-    not_written "Device or resource busy" x.gray unshare -m bash -c 'mount --bind chart.png x.gray && exec "$@"' - \
+    not_written "Device or resource busy" x.gray unshare -m bash -c 'mount --bind clip.y4m x.gray && exec "$@"' - \
         "${scale[@]}" x.gray # a mounted file cannot be replaced
 fi
 
