@@ -1,10 +1,12 @@
 // What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, records, which are run
-// again. Each is read, or refused by an error for the user; nothing else may happen. The first byte says what the
-// others are.
+// again. Each is read, or refused by an error for the user, which a terminal can show; nothing else may happen. The
+// first byte says what the others are.
 #include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
 
+#include <clocale>
+#include <cwchar>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -19,12 +21,30 @@
 #include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/io/record_file.h"
 #include "tools/vantor/picture_hash.h"
+#include "tools/vantor/terminal.h"
 #include "tools/vantor/undistort_map.h"
 #include "tools/vantor/warp_map.h"
 
+namespace vantor::fuzz {
+
+/// What is printed of a message is UTF-8 without control characters, and stays as it is if it is printed again.
+static void expectShowable(const std::string& message) {
+    const std::string shown = tool::escapeForTerminal(message);
+    FUZZ_EXPECT(tool::escapeForTerminal(shown) == shown);
+    const char* at = shown.c_str();
+    std::vector<wchar_t> characters(shown.size() + 1);
+    std::mbstate_t state{};
+    const size_t count = std::mbsrtowcs(characters.data(), &at, characters.size(), &state);
+    FUZZ_EXPECT(count <= shown.size() && at == nullptr && std::strlen(shown.c_str()) == shown.size());
+    characters.resize(count);
+    for (const wchar_t c : characters) FUZZ_EXPECT(c >= 0x20 && (c < 0x7F || c > 0x9F));
+}
+
+}  // namespace vantor::fuzz
+
 namespace vantor::tool {
 
-void note(const std::string&) {}
+void note(const std::string& text) { fuzz::expectShowable(text); }
 void addFormOptions(CLI::App&, FormOptions&) {}
 
 }  // namespace vantor::tool
@@ -148,8 +168,8 @@ void calibration(const Bytes& bytes) {
     const Calibration read = readCalibration(file.path(), {isFisheye, {}});
     FUZZ_EXPECT(read.size.width > 0 && read.size.height > 0 && read.camera.fx > 0 && read.camera.fy > 0);
     for (const std::optional<double> alpha : {std::optional<double>(), std::optional(0.0), std::optional(1.0)}) {
-        makeGrid(UndistortMap(read, {fuzz::kLargestSide, fuzz::kLargestSide}, alpha),
-                 {fuzz::kLargestSide, fuzz::kLargestSide});
+        const UndistortMap map(read, {fuzz::kLargestSide, fuzz::kLargestSide}, alpha);
+        makeGrid(finiteMap(read.name, map), {fuzz::kLargestSide, fuzz::kLargestSide});
     }
 }
 
@@ -199,19 +219,23 @@ void mendedRecord(const Bytes& bytes) {
     }
 }
 
+void message(const Bytes& bytes) { expectShowable({bytes.begin(), bytes.end()}); }
+
 }  // namespace
 }  // namespace vantor::fuzz
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    if (!std::setlocale(LC_CTYPE, "C.UTF-8")) return -1;
     return std::freopen("/dev/null", "w", stdout) ? setenv("VANTOR_LOG", "off", 1) : -1;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace vantor::fuzz;
-    constexpr void (*kTargets[])(const Bytes&) = {png, mendedPng, y4m, raw, grid, calibration, record, mendedRecord};
+    constexpr void (*kTargets[])(const Bytes&) = {png,         mendedPng, y4m,          raw,    grid,
+                                                  calibration, record,    mendedRecord, message};
     if (size == 0 || data[0] >= std::size(kTargets)) return -1;
     try {
         kTargets[data[0]](Bytes(data + 1, data + size));
-    } catch (const vantor::tool::UserError&) {}
+    } catch (const vantor::tool::UserError& error) { expectShowable(error.what()); }
     return 0;
 }

@@ -3,10 +3,10 @@
 
 #include "tools/selftest/selftest.h"
 
-int main(int argc, char** argv) {
+int main(int argc, char**) {
     using namespace vantor::selftest;
     if (argc > 1) {
-        std::fprintf(stderr, "vantor-selftest: %s: it takes no arguments\n", argv[1]);
+        std::fprintf(stderr, "vantor-selftest: expected no arguments\n");
         return 2;
     }
     const Result all = compute(print);

@@ -1,6 +1,5 @@
 #include "tools/vantor/build_facts.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -10,6 +9,7 @@
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/interp4_kernels.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -71,10 +71,10 @@ std::string words(const Json& list) {
 }
 
 void printKernels(const Json& kernels) {
-    std::printf("kernels:\n");
+    printLine("kernels:");
     for (const auto& [name, family] : kernels.items()) {
-        std::printf("  %-16s compiled %s; in use %s\n", name.c_str(), words(family["compiled"]).c_str(),
-                    family["in_use"].get<std::string>().c_str());
+        printLine("  %-16s compiled %s; in use %s", name.c_str(), words(family["compiled"]).c_str(),
+                  family["in_use"].get<std::string>().c_str());
     }
 }
 

@@ -1,12 +1,12 @@
 // vantor chart: a test picture in which scaling faults show.
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <memory>
 
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -76,7 +76,7 @@ int run(const ChartOptions& options) {
         }
     }
     writePicture(form, convert(std::move(chart), layout));
-    std::fprintf(stderr, "vantor: %s: test chart of %s\n", options.output.c_str(), toString(size).c_str());
+    printMessage("%s: test chart of %s", options.output.c_str(), toString(size).c_str());
     return kDone;
 }
 

@@ -17,6 +17,7 @@
 #include "tools/vantor/json.h"
 #include "tools/vantor/picture_hash.h"
 #include "tools/vantor/progress.h"
+#include "tools/vantor/terminal.h"
 #include "tools/vantor/workers.h"
 
 namespace vantor::tool {
@@ -155,9 +156,12 @@ Clip::Clip(const ClipOptions& options)
                         ": expected 16 hexadecimal digits, as --hash says them");
     }
     const std::string report = options.json ? "-" : "";
+    const std::string input = options.input == "-" ? "/dev/stdin" : options.input;
     expectOtherFile("--output", options.output, {report});
-    expectOtherFile("--times", options.timesFile,
-                    {options.input == "-" ? "" : options.input, options.output, report});
+    if (!options.overwriteInput) {
+        expectOtherFile("--output", options.output, {input}, "; --overwrite-input replaces it");
+    }
+    expectOtherFile("--times", options.timesFile, {input, options.output, report});
     if (reader_->header() && reader_->header()->isInterlaced()) {
         note(options.input + ": interlaced; frames are worked on as if they were not");
     }
@@ -307,7 +311,7 @@ void Clip::report(const FramePlan& plan, const Result& result, const std::string
         describe(plan.request.path(), processor, {result.milliseconds, result.fallback}) + " " + time +
         (isRgb(plan) ? std::string("; RGB by ") + toString(plan.color) : "") +
         (result.hash.empty() ? "" : "; hash " + result.hash);
-    std::fprintf(stderr, "vantor: %s\n", line.c_str());
+    printMessage("%s", line.c_str());
 }
 
 int Clip::process(const FrameShape& written, Size src, Size dst, const Request& request,
@@ -320,8 +324,7 @@ int Clip::process(const FrameShape& written, Size src, Size dst, const Request& 
         report(plan, result, what, processor);
     }
     if (options_.verify.empty() || options_.verify == result.hash) return kDone;
-    std::fprintf(stderr, "vantor: --verify %s: the result has %s\n", options_.verify.c_str(),
-                 result.hash.c_str());
+    printMessage("--verify %s: the result has %s", options_.verify.c_str(), result.hash.c_str());
     return kDifferent;
 }
 
@@ -329,6 +332,7 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
     command.add_option("IN", options.input, std::string("Picture or clip: ") + kPictureFiles)->required();
     command.add_option("-o,--output", options.output, "Result; its name says the file type; - is a pipe")
         ->required();
+    command.add_flag("--overwrite-input", options.overwriteInput, "The result may replace the input");
     addFormOptions(command, options.inputForm, options.outputForm);
     const auto add = [&](const char* group, const char* name, auto& value, const char* text) {
         return command.add_option(name, value, text)->group(group);

@@ -17,6 +17,7 @@ struct ClipOptions {
     std::string output;
     FormOptions inputForm{"--input", {}, {}};
     FormOptions outputForm{"--output", {}, {}};
+    bool overwriteInput = false;
     uintmax_t skip = 0;
     std::optional<uintmax_t> limit;
     size_t jobs = 0;  ///< 0: as many as there are processors

@@ -1,6 +1,5 @@
 // vantor crosscheck: the same request on the hardware path and on the processor, compared.
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 
 #include "tools/vantor/commands.h"
@@ -9,6 +8,7 @@
 #include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/json.h"
 #include "tools/vantor/request.h"
+#include "tools/vantor/terminal.h"
 #include "tools/vantor/warp_options.h"
 
 namespace vantor::tool {
@@ -70,7 +70,7 @@ int run(const CrosscheckOptions& options) {
         printDocument({{"identical", isSame}, {"components", toJson(differences)}});
         return isSame ? kDone : kDifferent;
     }
-    std::printf("hardware path (software service) and processor: %s\n", isSame ? "identical" : "different");
+    printLine("hardware path (software service) and processor: %s", isSame ? "identical" : "different");
     std::for_each(differences.begin(), differences.end(), print);
     return isSame ? kDone : kDifferent;
 }

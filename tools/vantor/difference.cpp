@@ -1,9 +1,10 @@
 #include "tools/vantor/difference.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -61,11 +62,11 @@ nlohmann::ordered_json toJson(const std::vector<Difference>& differences) {
 
 void print(const Difference& d) {
     if (d.differing == 0) {
-        std::printf("%s: equal (%zu samples)\n", d.component, d.samples);
+        printLine("%s: equal (%zu samples)", d.component, d.samples);
         return;
     }
-    std::printf(
-        "%s: %zu of %zu samples differ, first at (%d, %d): %d and %d; largest difference %d, PSNR %.2f dB\n",
+    printLine(
+        "%s: %zu of %zu samples differ, first at (%d, %d): %d and %d; largest difference %d, PSNR %.2f dB",
         d.component, d.differing, d.samples, d.firstX, d.firstY, d.firstA, d.firstB, d.largest, d.psnr());
 }
 

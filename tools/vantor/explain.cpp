@@ -1,6 +1,5 @@
 // vantor explain: every step of one warped pixel, by the model's own functions.
 #include <array>
-#include <cstdio>
 #include <memory>
 
 #include "gdc_model/gdc_planes.h"
@@ -9,6 +8,7 @@
 #include "tools/vantor/json.h"
 #include "tools/vantor/model_frame.h"
 #include "tools/vantor/request.h"
+#include "tools/vantor/terminal.h"
 #include "tools/vantor/warp_options.h"
 
 namespace vantor::tool {
@@ -42,34 +42,37 @@ private:
 };
 
 void explainAxis(const char* name, const GdcAxis& axis, int position, const VirtualPosition& at) {
-    std::printf("  %s: (%d x ((%d x %d) >> 7) + 2^%d) / 2^%d = %d of %d; cell %d, %d into it\n", name,
-                2 * position + 1, axis.outScale, axis.scale, axis.scaleShifter + 7, axis.scaleShifter + 8,
-                at.coordinate, kGridCells * (name[0] == 'x' ? kVirtualCellWidth : kVirtualCellHeight),
-                at.cell, at.within);
+    printLine("  %s: (%d x ((%d x %d) >> 7) + 2^%d) / 2^%d = %d of %d; cell %d, %d into it", name,
+              2 * position + 1, axis.outScale, axis.scale, axis.scaleShifter + 7, axis.scaleShifter + 8,
+              at.coordinate, kGridCells * (name[0] == 'x' ? kVirtualCellWidth : kVirtualCellHeight), at.cell,
+              at.within);
 }
 
 void explainMove(const char* name, const GdcAxis& axis, int position, int displacement,
                  const SourcePosition& source, const std::array<int, 4>& taps) {
-    std::printf("  %s: displacement %d; (%d x %d) rounded by 13 bits + %d x %d = %d (%.4f pixels)\n", name,
-                displacement, axis.invScale, displacement, axis.outScale, 2 * position + 1, source.coordinate,
-                source.coordinate / 256.0);
-    std::printf("     index %d, fraction %d", source.index, source.fraction);
-    if (source.index >= 0) std::printf("; taps %d %d %d %d", taps[0], taps[1], taps[2], taps[3]);
-    std::printf("\n");
+    printLine("  %s: displacement %d; (%d x %d) rounded by 13 bits + %d x %d = %d (%.4f pixels)", name,
+              displacement, axis.invScale, displacement, axis.outScale, 2 * position + 1, source.coordinate,
+              source.coordinate / 256.0);
+    std::string after;
+    if (source.index >= 0) {
+        for (const int tap : taps) after += (after.empty() ? "; taps " : " ") + std::to_string(tap);
+    }
+    printLine("     index %d, fraction %d%s", source.index, source.fraction, after.c_str());
 }
 
 void explainLuma(const GdcFrame& frame, const GdcSource& src, const PixelSource& at) {
     const LumaBlock samples = lumaBlock(frame, src, at);
     const Bicubic bicubic(samples, at.x.fraction, at.y.fraction, frame.settings);
-    std::printf("luma: sample x weight\n");
+    printLine("luma: sample x weight");
     for (size_t j = 0; j < 4; ++j) {
-        for (size_t i = 0; i < 4; ++i) std::printf("  %5d x %4d", samples[j][i], bicubic.weights[j][i]);
-        std::printf("\n");
+        const auto& [a, b, c, d] = samples[j];
+        const auto& [wa, wb, wc, wd] = bicubic.weights[j];
+        printLine("  %5d x %4d  %5d x %4d  %5d x %4d  %5d x %4d", a, wa, b, wb, c, wc, d, wd);
     }
-    std::printf("  sum %lld, sum of weights %d, correction %lld, bounds %d to %d\n",
-                static_cast<long long>(bicubic.sum), bicubic.weightSum,
-                static_cast<long long>(bicubic.correction), bicubic.low, bicubic.high);
-    std::printf("  Y = %d\n", bicubic.value);
+    printLine("  sum %lld, sum of weights %d, correction %lld, bounds %d to %d",
+              static_cast<long long>(bicubic.sum), bicubic.weightSum,
+              static_cast<long long>(bicubic.correction), bicubic.low, bicubic.high);
+    printLine("  Y = %d", bicubic.value);
 }
 
 void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src, const uint16_t* plane,
@@ -78,16 +81,15 @@ void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src
     const ChromaTaps columns = chromaTaps(at.x, frame.x.sourceSize);
     const ChromaTaps rows = chromaTaps(at.y, frame.y.sourceSize);
     if (at.inside) {
-        std::printf(
-            "  %s: columns %d and %d, rows %d and %d; fractions %d across, %d down, steps %d and %d\n", name,
-            columns.first, columns.second, rows.first, rows.second, b.fractionX, b.fractionY, b.stepX,
-            b.stepY);
+        printLine("  %s: columns %d and %d, rows %d and %d; fractions %d across, %d down, steps %d and %d",
+                  name, columns.first, columns.second, rows.first, rows.second, b.fractionX, b.fractionY,
+                  b.stepX, b.stepY);
     }
-    std::printf("  %s: %d x %lld + %d x %lld + %d x %lld + %d x %lld, rounded by 9 bits; %s = %d\n", name,
-                b.samples.leftTop, static_cast<long long>(b.leftTopWeight), b.samples.rightTop,
-                static_cast<long long>(b.rightTopWeight), b.samples.leftBottom,
-                static_cast<long long>(b.leftBottomWeight), b.samples.rightBottom,
-                static_cast<long long>(b.rightBottomWeight), name, b.value);
+    printLine("  %s: %d x %lld + %d x %lld + %d x %lld + %d x %lld, rounded by 9 bits; %s = %d", name,
+              b.samples.leftTop, static_cast<long long>(b.leftTopWeight), b.samples.rightTop,
+              static_cast<long long>(b.rightTopWeight), b.samples.leftBottom,
+              static_cast<long long>(b.leftBottomWeight), b.samples.rightBottom,
+              static_cast<long long>(b.rightBottomWeight), name, b.value);
 }
 
 /// What the library itself gives for the pixel: Y, U, V.
@@ -119,22 +121,22 @@ struct Steps {
 
 void print(const Steps& steps, const GdcSource& src) {
     const auto& [warp, column, row, size, frame, x, y, moveX, moveY, at, library] = steps;
-    std::printf("pixel (%d, %d) of %s, warped (%s)\n", column, row, toString(size).c_str(), warp.c_str());
-    std::printf("virtual position\n");
+    printLine("pixel (%d, %d) of %s, warped (%s)", column, row, toString(size).c_str(), warp.c_str());
+    printLine("virtual position");
     explainAxis("x", frame.x, column, x);
     explainAxis("y", frame.y, row, y);
-    std::printf("source position in 1/256 pixel%s\n", at.inside ? "" : ": outside the picture, so black");
+    printLine("source position in 1/256 pixel%s", at.inside ? "" : ": outside the picture, so black");
     explainMove("x", frame.x, column, moveX, at.x, steps.columns());
     explainMove("y", frame.y, row, moveY, at.y, steps.rows());
     explainLuma(frame, src, at);
     if (steps.isWithChroma()) {
-        std::printf("chroma: sample x weight, left and right above, left and right below\n");
+        printLine("chroma: sample x weight, left and right above, left and right below");
         explainChroma("U", frame, src, src.u, at);
         explainChroma("V", frame, src, src.v, at);
     } else {
-        std::printf("chroma: that of pixel (%d, %d)\n", column & ~1, row & ~1);
+        printLine("chroma: that of pixel (%d, %d)", column & ~1, row & ~1);
     }
-    std::printf("the library's picture has Y %d, U %d, V %d there\n", library[0], library[1], library[2]);
+    printLine("the library's picture has Y %d, U %d, V %d there", library[0], library[1], library[2]);
 }
 
 Json axisJson(const VirtualPosition& at, int move, const SourcePosition& source,

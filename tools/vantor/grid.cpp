@@ -1,6 +1,5 @@
 // vantor grid: make, show, check and convert grids.
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <optional>
 
@@ -12,6 +11,7 @@
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/json.h"
 #include "tools/vantor/request.h"
+#include "tools/vantor/terminal.h"
 #include "tools/vantor/warp_options.h"
 
 namespace vantor::tool {
@@ -46,20 +46,20 @@ Size pictureSize(const GridCommand& command) {
 
 void print(const Findings& findings) {
     const GridReport& report = findings.report;
-    std::printf("%s, for pictures of %s\n", findings.what.c_str(), toString(findings.frame).c_str());
-    std::printf("moves: %.2f to %.2f pixels across, %.2f to %.2f down\n", report.leastMove.x,
-                report.largestMove.x, report.leastMove.y, report.largestMove.y);
-    std::printf("nodes beyond the engine's range: %d of 2178 values\n", report.nodesBeyondRange);
-    std::printf("folded cells: %d of 1024\n", report.foldedCells);
-    std::printf("outside the source: %.2f %% of the picture\n", 100 * report.outside);
+    printLine("%s, for pictures of %s", findings.what.c_str(), toString(findings.frame).c_str());
+    printLine("moves: %.2f to %.2f pixels across, %.2f to %.2f down", report.leastMove.x,
+              report.largestMove.x, report.leastMove.y, report.largestMove.y);
+    printLine("nodes beyond the engine's range: %d of 2178 values", report.nodesBeyondRange);
+    printLine("folded cells: %d of 1024", report.foldedCells);
+    printLine("outside the source: %.2f %% of the picture", 100 * report.outside);
     if (const auto& error = findings.error) {
-        std::printf(
-            "error of the grid: largest %.4f pixels, at (%d, %d); RMS %.4f; beyond half a pixel %zu of %zu\n",
+        printLine(
+            "error of the grid: largest %.4f pixels, at (%d, %d); RMS %.4f; beyond half a pixel %zu of %zu",
             error->largest, error->largestX, error->largestY, error->rms, error->beyondHalf, error->pixels);
     }
     if (const auto& camera = findings.camera) {
-        std::printf("camera of the straight picture: fx %.6g, fy %.6g, cx %.6g, cy %.6g, skew %.6g\n",
-                    camera->fx, camera->fy, camera->cx - 0.5, camera->cy - 0.5, camera->skew);
+        printLine("camera of the straight picture: fx %.6g, fy %.6g, cx %.6g, cy %.6g, skew %.6g", camera->fx,
+                  camera->fy, camera->cx - 0.5, camera->cy - 0.5, camera->skew);
     }
 }
 
@@ -88,7 +88,7 @@ void printJson(const Findings& findings) {
 
 int run(const GridCommand& command) {
     const WarpOptions& warpOptions = command.warp;
-    expectOtherFile("--output", command.output, {warpOptions.calibration, "-"});
+    expectOtherFile("--output", command.output, {warpOptions.gridFile, warpOptions.calibration, "-"});
     expectOtherFile("--plot", command.plot,
                     {command.output, warpOptions.gridFile, warpOptions.calibration, "-"});
     const Size size = pictureSize(command);

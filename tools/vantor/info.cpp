@@ -1,5 +1,4 @@
 // vantor info: what a bug report needs to say about this build and this machine; or what a picture is.
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -8,6 +7,7 @@
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/json.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -35,25 +35,25 @@ void describePicture(const InfoOptions& options) {
                               {"layout", toString(shape.layout)},
                               {"frames", frames}});
     }
-    std::printf("%s %s, %ju %s\n", toString(shape.size).c_str(), toString(shape.layout), frames,
-                frames == 1 ? "frame" : "frames");
+    printLine("%s %s, %ju %s", toString(shape.size).c_str(), toString(shape.layout), frames,
+              frames == 1 ? "frame" : "frames");
 }
 
 void describeBuild(const InfoOptions& options) {
     Json facts = buildFacts();
     facts["limits"] = {{"smallest_side", kSmallestSide}, {"largest_side", kLargestSide}};
     if (options.json) return printDocument(facts);
-    std::printf("vantor %s, library built in\n", text(facts["tool"]).c_str());
-    std::printf("built for: %s, by %s\n", text(facts["built_for"]).c_str(), text(facts["compiler"]).c_str());
-    std::printf("processor: %s\n", text(facts["processor"]).c_str());
-    std::printf("instruction sets of the processor: %s\n", words(facts["instruction_sets"]).c_str());
+    printLine("vantor %s, library built in", text(facts["tool"]).c_str());
+    printLine("built for: %s, by %s", text(facts["built_for"]).c_str(), text(facts["compiler"]).c_str());
+    printLine("processor: %s", text(facts["processor"]).c_str());
+    printLine("instruction sets of the processor: %s", words(facts["instruction_sets"]).c_str());
     printKernels(facts["kernels"]);
     for (const char* name : {"VANTOR_CPU", "VANTOR_LOG"}) {
-        std::printf("%s: %s\n", name, text(facts[name]).c_str());
+        printLine("%s: %s", name, text(facts[name]).c_str());
     }
-    std::printf("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes\n", kSmallestSide,
-                kSmallestSide, kLargestSide, kLargestSide);
-    std::printf("RGB conversion: %s, unless chosen\n", toString(YuvColor()));
+    printLine("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes", kSmallestSide,
+              kSmallestSide, kLargestSide, kLargestSide);
+    printLine("RGB conversion: %s, unless chosen", toString(YuvColor()));
 }
 
 int run(const InfoOptions& options) {

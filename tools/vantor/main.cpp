@@ -16,6 +16,7 @@
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/manual.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -64,7 +65,7 @@ void finishStandardOutput() {
 }
 
 int trouble(const std::string& text) {
-    std::fprintf(stderr, "vantor: %s\n", text.c_str());
+    printMessage("%s", text.c_str());
     return kTrouble;
 }
 
@@ -84,6 +85,16 @@ std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) text += " " + word;
     return text;
+}
+
+/// An empty text stands for an option that was not given, so nobody may give one.
+void refuseEmptyValues(const CLI::App& command) {
+    for (const CLI::Option* option : command.get_options()) {
+        if (contains(option->results(), "")) {
+            throw UserError(option->get_name() + ": expected a value, and it is empty");
+        }
+    }
+    for (const CLI::App* inner : command.get_subcommands()) refuseEmptyValues(*inner);
 }
 
 int runTool(int argc, char** argv) {
@@ -137,6 +148,7 @@ int runTool(int argc, char** argv) {
         return trouble(std::string(error.what()) + " (vantor --help shows how)");
     }
     checkEnvironment();
+    refuseEmptyValues(app);
     if (!run && !wantsManual) return trouble("expected a sub-command:" + joined(subcommandNames(app)));
     const int status = run ? run() : printManual(app);
     finishStandardOutput();
@@ -146,7 +158,7 @@ int runTool(int argc, char** argv) {
 }  // namespace
 
 void note(const std::string& text) {
-    std::fprintf(stderr, "vantor: note: %s\n", text.c_str());
+    printMessage("note: %s", text.c_str());
 }
 
 /// The largest stride and height keep a frame's bytes within 32 bits.

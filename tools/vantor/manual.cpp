@@ -1,11 +1,11 @@
 #include "tools/vantor/manual.h"
 
-#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -26,8 +26,9 @@ std::string escaped(const std::string& text) {
     return (isControl ? "\\&" : "") + result;
 }
 
-void printLine(const std::string& text) {
-    std::printf("%s\n", text.c_str());
+void printLines(const std::string& text) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) printLine("%s", line.c_str());
 }
 
 std::vector<const CLI::App*> subcommands(const CLI::App& app) {
@@ -40,11 +41,11 @@ void printFooter(const std::string& footer) {
     bool isLiteral = false;
     for (std::string line; std::getline(lines, line);) {
         const bool isIndented = line.rfind("  ", 0) == 0;
-        if (isIndented != isLiteral) printLine(isIndented ? ".PP\n.EX" : ".EE\n.PP");
+        if (isIndented != isLiteral) printLines(isIndented ? ".PP\n.EX" : ".EE\n.PP");
         isLiteral = isIndented;
-        printLine(line.empty() ? ".PP" : escaped(line));
+        printLines(line.empty() ? ".PP" : escaped(line));
     }
-    if (isLiteral) printLine(".EE");
+    if (isLiteral) printLines(".EE");
 }
 
 bool isForHelp(const CLI::Option& option) {
@@ -60,37 +61,37 @@ std::string nameOf(const CLI::Option& option) {
 void printOptions(const CLI::App& command) {
     for (const CLI::Option* option : command.get_options()) {
         if (isForHelp(*option) || option->get_group().empty()) continue;
-        printLine(".TP\n.B " + escaped(nameOf(*option)));
+        printLines(".TP\n.B " + escaped(nameOf(*option)));
         const std::string value = option->get_default_str();
-        printLine(escaped(option->get_description() + (value.empty() ? "" : " (" + value + ")")));
+        printLines(escaped(option->get_description() + (value.empty() ? "" : " (" + value + ")")));
     }
 }
 
 void printCommand(const CLI::App& command) {
-    printLine(".SS vantor " + command.get_name());
-    printLine(escaped(command.get_description()) + ".");
+    printLines(".SS vantor " + command.get_name());
+    printLines(escaped(command.get_description()) + ".");
     printOptions(command);
     for (const CLI::App* inner : subcommands(command)) {
-        printLine(".TP\n.B " + escaped(inner->get_name()) + " ...");
-        printLine("As vantor " + escaped(inner->get_name()) + ", with the same options.");
+        printLines(".TP\n.B " + escaped(inner->get_name()) + " ...");
+        printLines("As vantor " + escaped(inner->get_name()) + ", with the same options.");
     }
-    printLine(".PP");
+    printLines(".PP");
     printFooter(command.get_footer());
 }
 
 }  // namespace
 
 int printManual(const CLI::App& app) {
-    printLine(".\\\" Made by vantor --manual.");
-    printLine(".TH VANTOR 1\n.SH NAME\nvantor \\- scale, warp and compare pictures and clips");
-    printLine(".SH SYNOPSIS\n.B vantor\n.I SUBCOMMAND\n.RI [ OPTIONS ]");
-    printLine(".SH DESCRIPTION");
-    printLine(escaped(app.get_description()));
-    printLine("Options and arguments may come in any order.");
+    printLines(".\\\" Made by vantor --manual.");
+    printLines(".TH VANTOR 1\n.SH NAME\nvantor \\- scale, warp and compare pictures and clips");
+    printLines(".SH SYNOPSIS\n.B vantor\n.I SUBCOMMAND\n.RI [ OPTIONS ]");
+    printLines(".SH DESCRIPTION");
+    printLines(escaped(app.get_description()));
+    printLines("Options and arguments may come in any order.");
     printOptions(app);
-    printLine(".PP");
+    printLines(".PP");
     printFooter(app.get_footer());
-    printLine(".SH SUB\\-COMMANDS");
+    printLines(".SH SUB\\-COMMANDS");
     for (const CLI::App* command : subcommands(app)) printCommand(*command);
     return kDone;
 }

@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <string>
 
+#include "tools/vantor/terminal.h"
+
 namespace vantor::tool {
 
 Progress::Progress() : isWatched_(isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
-    if (isShown_) std::fprintf(stderr, "\r\033[K");
+    if (isShown_) rewriteLine("");
 }
 
 double Progress::seconds() const {
@@ -24,18 +26,17 @@ void Progress::show(uintmax_t frames, std::optional<uintmax_t> all) {
     lastShown_ = now;
     isShown_ = true;
     std::string of;
-    std::string left;
+    char left[64] = "";
     if (all) {
         const auto part = static_cast<double>(frames) / static_cast<double>(*all);
         const auto rest = static_cast<long>(now / part - now + 0.5);
-        char text[64];
-        std::snprintf(text, sizeof text, ", %ld:%02ld left", rest / 60, rest % 60);
+        std::snprintf(left, sizeof left, ", %ld:%02ld left", rest / 60, rest % 60);
         of = " of " + std::to_string(*all);
-        left = text;
     }
-    std::fprintf(stderr, "\r\033[Kvantor: %ju%s frames, %.1f a second%s", frames, of.c_str(),
-                 static_cast<double>(frames) / now, left.c_str());
-    std::fflush(stderr);
+    char text[256];
+    std::snprintf(text, sizeof text, "vantor: %ju%s frames, %.1f a second%s", frames, of.c_str(),
+                  static_cast<double>(frames) / now, left);
+    rewriteLine(text);
 }
 
 }  // namespace vantor::tool

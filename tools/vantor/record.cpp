@@ -1,6 +1,5 @@
 // vantor record: runs a scale or a warp, and keeps what it asked of the library and what came of it.
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 
@@ -10,6 +9,7 @@
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/record_file.h"
 #include "tools/vantor/picture_hash.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -49,7 +49,7 @@ void record(const RecordCommand& command, const Request& request, const WorkingP
     }
     writeRecord(command.file, record);
     if (answer != nullptr) {
-        std::fprintf(stderr, "vantor: %s: %ju bytes; vantor replay runs it again\n", command.file.c_str(),
+        printMessage("%s: %ju bytes; vantor replay runs it again", command.file.c_str(),
                      static_cast<uintmax_t>(std::filesystem::file_size(command.file)));
     }
 }

@@ -1,6 +1,5 @@
 // vantor replay: runs a recorded request again, and tells whether the same came of it.
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 
 #include "tools/vantor/build_facts.h"
@@ -10,6 +9,7 @@
 #include "tools/vantor/io/record_file.h"
 #include "tools/vantor/json.h"
 #include "tools/vantor/picture_hash.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -90,17 +90,16 @@ std::string describe(const Record& record) {
            toString(record.layout);
 }
 
-/// A text from a file as a terminal may have it: in ASCII, control characters escaped, not without end.
-std::string harmless(const std::string& text) {
-    const std::string quoted = Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
-    return quoted.substr(1, std::min<size_t>(quoted.size() - 2, 200));
+/// The beginning of a text from a file, which may be long.
+std::string shortened(const std::string& text) {
+    return text.substr(0, 200);
 }
 
 std::string describe(const Outcome& outcome) {
     if (!outcome.answer) return "the request did not end";
     return "status " + std::to_string(outcome.answer->status) +
            (outcome.hash.empty() ? "" : ", hash " + outcome.hash) +
-           (outcome.answer->error.empty() ? "" : " (" + harmless(outcome.answer->error) + ")");
+           (outcome.answer->error.empty() ? "" : " (" + shortened(outcome.answer->error) + ")");
 }
 
 Json toJson(const Outcome& outcome) {
@@ -115,7 +114,7 @@ std::string nameOf(const Json& facts) {
     std::string name;
     for (const char* key : {"tool", "built_for", "processor", "VANTOR_CPU"}) {
         if (!facts.is_object() || !facts.contains(key) || !facts[key].is_string()) continue;
-        name += (name.empty() ? "vantor " : ", ") + harmless(facts[key]);
+        name += (name.empty() ? "vantor " : ", ") + shortened(facts[key]);
     }
     return name.empty() ? "somebody" : name;
 }
@@ -141,11 +140,11 @@ int run(const ReplayCommand& command) {
         if (!differences.empty()) json["components"] = tool::toJson(differences);
         printDocument(json);
     } else {
-        std::printf("%s: %s\n", command.file.c_str(), describe(record).c_str());
-        std::printf("recorded: %s; by %s\n", describe(recorded).c_str(), nameOf(record.madeBy).c_str());
-        std::printf("here:     %s; by %s\n", describe(here).c_str(), nameOf(buildFacts()).c_str());
+        printLine("%s: %s", command.file.c_str(), describe(record).c_str());
+        printLine("recorded: %s; by %s", describe(recorded).c_str(), nameOf(record.madeBy).c_str());
+        printLine("here:     %s; by %s", describe(here).c_str(), nameOf(buildFacts()).c_str());
         std::for_each(differences.begin(), differences.end(), print);
-        std::printf("%s\n", isSame ? "same" : "different");
+        printLine(isSame ? "same" : "different");
     }
     return isSame ? kDone : kDifferent;
 }

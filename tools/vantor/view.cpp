@@ -1,5 +1,4 @@
 // vantor view: a page to look at one picture or two, and at a grid.
-#include <cstdio>
 #include <memory>
 
 #include "tools/vantor/commands.h"
@@ -7,6 +6,7 @@
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/request.h"
+#include "tools/vantor/terminal.h"
 #include "tools/vantor/view_page.h"
 #include "tools/vantor/warp_options.h"
 
@@ -42,7 +42,7 @@ int run(const ViewCommand& command) {
     }
     const std::vector<uint8_t> page = viewPage(pictures, grid);
     writeWhole(command.output, page);
-    std::fprintf(stderr, "vantor: %s: a page of %.1f MB for any browser\n", command.output.c_str(),
+    printMessage("%s: a page of %.1f MB for any browser", command.output.c_str(),
                  static_cast<double>(page.size()) / 1e6);
     return kDone;
 }

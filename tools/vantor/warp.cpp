@@ -4,6 +4,7 @@
 #include "tools/vantor/clip.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/output_file.h"
 #include "tools/vantor/warp_options.h"
 
 namespace vantor::tool {
@@ -21,6 +22,9 @@ int run(const WarpCommand& command) {
             "expected one of --matrix, --grid, --calibration, or a warp described by --rotate, --zoom, "
             "--shear, --shift, --lens and --center");
     }
+    const std::vector<std::string> read{command.warp.gridFile, command.warp.calibration};
+    expectOtherFile("--output", command.clip.output, read);
+    expectOtherFile("--times", command.clip.timesFile, read);
     Clip clip(command.clip);
     const Size size = clip.size();
     const FrameShape written = clip.written(command.clip.input, size);

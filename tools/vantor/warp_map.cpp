@@ -1,10 +1,13 @@
 #include "tools/vantor/warp_map.h"
 
 #include <cmath>
+#include <sstream>
+#include <utility>
 
 #include "gdc_model/fixed_point.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/grid_interp.h"
+#include "tools/vantor/io/error.h"
 
 namespace vantor::tool {
 namespace {
@@ -25,6 +28,18 @@ Lens lensOf(const WarpParts& parts) {
 }
 
 }  // namespace
+
+SourceMap finiteMap(const std::string& what, SourceMap map) {
+    return [what, map = std::move(map)](Point output) {
+        constexpr double kFarthest = 1e12;
+        const Point source = map(output);
+        if (std::abs(source.x) <= kFarthest && std::abs(source.y) <= kFarthest) return source;
+        std::ostringstream text;
+        text << what << ": the source of (" << output.x << ", " << output.y << ") is (" << source.x << ", "
+             << source.y << "): expected finite positions within " << kFarthest << " pixels";
+        throw UserError(text.str());
+    };
+}
 
 WarpMap::WarpMap(const WarpParts& parts, Size picture)
     : parts_(parts),

@@ -4,6 +4,7 @@
 #include <array>
 #include <functional>
 #include <optional>
+#include <string>
 
 #include "hardware/vantorClient/vantor_client.h"
 #include "tools/vantor/io/picture.h"
@@ -15,6 +16,9 @@ using Grid = hardware::vantorClient::_GDCGrid;
 
 /// From output positions to source positions.
 using SourceMap = std::function<Point(Point)>;
+
+/// The same map, which refuses to lead farther than 10^12 pixels, or nowhere; `what` is what an error names.
+SourceMap finiteMap(const std::string& what, SourceMap map);
 
 /// The parts of a warp, in the order in which they lead from an output position to its source.
 struct WarpParts {

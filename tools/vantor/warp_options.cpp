@@ -131,13 +131,14 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
             hardware::gridFromMatrix(parseMatrix(options.matrix).data(), frame.width, frame.height), {}, {}};
     }
     if (options.calibration.empty()) {
-        const WarpMap map(partsOf(options), picture);
+        const SourceMap map = finiteMap(describe(options), WarpMap(partsOf(options), picture));
         return {makeGrid(map, frame), map, {}};
     }
     const Calibration calibration = calibrationOf(options);
     noteShape(calibration, picture);
-    const UndistortMap map(calibration, picture, options.alpha);
-    return {makeGrid(map, frame), map, map.straightCamera()};
+    const UndistortMap undistort(calibration, picture, options.alpha);
+    const SourceMap map = finiteMap(calibration.name, undistort);
+    return {makeGrid(map, frame), map, undistort.straightCamera()};
 }
 
 Request requestFrom(const WarpOptions& options, Path path, Size picture, Size frame) {

@@ -32,7 +32,7 @@ def test_another_shape_than_the_calibrated_one_is_noted(vantor, chart):
     ("five.yml", "1. ]", "2. ]", "", "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is no camera matrix"),
     ("five.yml", "", "", "--fisheye", "has 5 elements, expected 4 for a fisheye"),
     ("five.yml", "camera", "distortion_model: kb9\ncamera", "", "distortion_model is 'kb9', expected plumb_bob"),
-    ("five.yml", "!!opencv-matrix", "[", "", "no calibration in YAML or XML: "),
+    ("five.yml", "!!opencv-matrix", "[", "", "not a calibration in YAML or XML: "),
     ("five.yml", "", "", "--rotate 2", "several warps: expected one of a grid file"),
     ("five.yml", "", "", "--alpha 1.5", "--alpha 1.500000: expected a number from 0 to 1"),
     ("fisheye.yml", "", "", "--alpha 1", "lens cannot be straightened as far as the picture's corners; expected 0"),

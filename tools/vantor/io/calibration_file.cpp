@@ -1,13 +1,16 @@
 #include "tools/vantor/io/calibration_file.h"
 
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <map>
 #include <pugixml.hpp>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -30,7 +33,7 @@ const Words kSizeNames{"image_size", "img_size", "resolution"};
 const Words kFisheyeNames{"fisheye_model", "fisheye"};
 const Words kModelNames{"distortion_model"};
 
-constexpr size_t kMostElements = 100;  ///< of what has one of these names
+constexpr size_t kMaxElements = 100;  ///< of what has one of these names
 
 std::string plainName(const std::string& name) {
     std::string plain;
@@ -41,49 +44,98 @@ std::string plainName(const std::string& name) {
     return plain;
 }
 
-Words split(const std::string& text) {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
-}
-
-bool isUsual(const std::string& name) {
-    for (const Words* names : {&kCameraNames, &kDistortionNames, &kWidthNames, &kHeightNames, &kSizeNames,
-                               &kFisheyeNames, &kModelNames}) {
-        const auto isThis = [&](const std::string& usual) { return plainName(usual) == plainName(name); };
-        if (std::any_of(names->begin(), names->end(), isThis)) return true;
-    }
-    return false;
-}
-
-/// Of a scalar, a list, or a list of `depth` - 1 levels of lists; deeper ones, which may be endless, are left
-/// out. Lists may hold a long one again and again, in few bytes: nothing is added beyond kMostElements.
-Words scalarsOf(const YAML::Node& node, int depth) {
-    if (node.IsScalar()) return {node.Scalar()};
-    Words words;
-    if (node.IsSequence() && depth > 0) {
-        for (const YAML::Node& element : node) {
-            const Words inner = scalarsOf(element, depth - 1);
-            words.insert(words.end(), inner.begin(), inner.end());
-            if (words.size() > kMostElements) break;
+/// Whether a plain name is that of something a calibration needs.
+bool isUsual(const std::string& plain) {
+    static const std::set<std::string> usual = [] {
+        std::set<std::string> all;
+        for (const Words* names : {&kCameraNames, &kDistortionNames, &kWidthNames, &kHeightNames, &kSizeNames,
+                                   &kFisheyeNames, &kModelNames}) {
+            std::transform(names->begin(), names->end(), std::inserter(all, all.end()), plainName);
         }
-    }
-    return words;
+        return all;
+    }();
+    return usual.count(plain) != 0;
 }
+
+void append(Words& words, const std::string& name, const std::string& word) {
+    if (words.size() == kMaxElements)
+        throw UserError(name + " has more than " + std::to_string(kMaxElements) + " elements");
+    words.push_back(word);
+}
+
+/// Collects the entries with usual names while YAML is parsed, and keeps nothing else of it: scalars, lists,
+/// lists of lists, and such as the "data" of a map.
+class YamlEntries : public YAML::EventHandler {
+public:
+    Entries take() { return std::move(entries_); }
+
+private:
+    using Mark = YAML::Mark;
+    using Anchor = YAML::anchor_t;
+    using Style = YAML::EmitterStyle::value;
+
+    /// A map or a list around what is parsed.
+    struct Level {
+        bool isMap;
+        bool hasKey = false;  ///< what comes next is the key's value
+        std::string key{};
+    };
+
+    void OnDocumentStart(const Mark&) override {}
+    void OnDocumentEnd() override {}
+    void OnNull(const Mark&, Anchor) override { endNode({}); }
+    void OnAlias(const Mark&, Anchor) override {
+        if (entry()) throw UserError(levels_[0].key + " has an alias, expected what it stands for");
+        endNode({});
+    }
+    void OnScalar(const Mark&, const std::string&, Anchor, const std::string& value) override {
+        if (Words* words = entry()) append(*words, levels_[0].key, value);
+        endNode(value);
+    }
+    void OnSequenceStart(const Mark&, const std::string&, Anchor, Style) override {
+        levels_.push_back({false});
+    }
+    void OnSequenceEnd() override { endLevel(); }
+    void OnMapStart(const Mark&, const std::string&, Anchor, Style) override { levels_.push_back({true}); }
+    void OnMapEnd() override { endLevel(); }
+
+    void endLevel() {
+        levels_.pop_back();
+        endNode({});
+    }
+
+    /// `text` is that of a scalar, which may be a key.
+    void endNode(const std::string& text) {
+        if (levels_.empty()) return;
+        Level& level = levels_.back();
+        const bool isKey = level.isMap && !level.hasKey;
+        level.hasKey = isKey;
+        level.key = isKey ? text : std::string();
+        const std::string name = plainName(level.key);
+        if (levels_.size() == 1 && isUsual(name)) entries_[name].clear();
+    }
+
+    /// The entry that a scalar belongs to here, if any.
+    Words* entry() {
+        if (levels_.empty()) return nullptr;
+        const bool hasData = levels_.size() > 1 && levels_[1].isMap && levels_[1].key == "data";
+        const auto lists = levels_.begin() + (hasData ? 2 : 1);
+        const bool isList =
+            levels_.end() - lists <= 2 &&
+            std::none_of(lists, levels_.end(), [](const Level& level) { return level.isMap; });
+        const auto found = isList ? entries_.find(plainName(levels_[0].key)) : entries_.end();
+        return found == entries_.end() ? nullptr : &found->second;
+    }
+
+    Entries entries_;
+    std::vector<Level> levels_;
+};
 
 Entries parseYaml(const std::string& text) {
-    const YAML::Node root = YAML::Load(text);
-    Entries entries;
-    if (!root.IsMap()) return entries;
-    for (const auto& entry : root) {
-        const std::string name = entry.first.Scalar();
-        if (!isUsual(name)) continue;
-        const YAML::Node data = entry.second.IsMap() ? entry.second["data"] : entry.second;
-        Words words = data ? scalarsOf(data, 2) : Words();
-        if (words.size() > kMostElements)
-            throw UserError(name + " has more than " + std::to_string(kMostElements) + " elements");
-        entries[plainName(name)] = std::move(words);
-    }
-    return entries;
+    std::istringstream stream(text);
+    YamlEntries entries;
+    YAML::Parser(stream).HandleNextDocument(entries);
+    return entries.take();
 }
 
 Entries parseXml(const std::string& text) {
@@ -94,20 +146,24 @@ Entries parseXml(const std::string& text) {
     }
     Entries entries;
     for (const pugi::xml_node entry : document.document_element().children()) {
+        const std::string name = plainName(entry.name());
+        if (!isUsual(name)) continue;
         const pugi::xml_node data = entry.child("data");
-        entries[plainName(entry.name())] = split((data ? data : entry).text().get());
+        std::istringstream words((data ? data : entry).text().get());
+        entries[name].clear();
+        for (std::string word; words >> word;) append(entries[name], entry.name(), word);
     }
     return entries;
 }
 
 Entries readEntries(const std::string& path) {
-    const std::vector<uint8_t> bytes = readWhole(path);
+    const std::vector<uint8_t> bytes = readWhole(path, kMaxTextBytes);
     const std::string text(bytes.begin(), bytes.end());
     const size_t start = text.find_first_not_of(" \t\r\n");
     try {
         return start != std::string::npos && text[start] == '<' ? parseXml(text) : parseYaml(text);
     } catch (const std::exception& error) {
-        throw UserError(path + ": no calibration in YAML or XML: " + error.what());
+        throw UserError(path + ": not a calibration in YAML or XML: " + error.what());
     }
 }
 

@@ -10,6 +10,7 @@
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/input_file.h"
 #include "tools/vantor/io/output_file.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -107,7 +108,7 @@ void appendText(const char* name, const int32_t (&table)[kValues], std::string& 
 }  // namespace
 
 Grid readGrid(const std::string& path) {
-    const std::vector<uint8_t> bytes = readWhole(path);
+    const std::vector<uint8_t> bytes = readWhole(path, kMaxTextBytes);
     const bool isText =
         std::all_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c >= ' ' || std::isspace(c); }) &&
         std::none_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c == 0x7F; });
@@ -122,11 +123,8 @@ Grid readGrid(const std::string& path) {
 void writeGrid(const std::string& path, const Grid& grid, const std::string& comment) {
     std::vector<uint8_t> bytes;
     if (std::filesystem::path(path).extension() == ".txt") {
-        std::string line = comment;
-        std::replace_if(
-            line.begin(), line.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
-        std::string text =
-            "# Moves of 33 x 33 grid nodes in 1/256 of a virtual frame of 8192 x 6144.\n# " + line + "\n";
+        std::string text = "# Moves of 33 x 33 grid nodes in 1/256 of a virtual frame of 8192 x 6144.\n# " +
+                           escapeForTerminal(comment) + "\n";
         appendText("dX", grid.dX, text);
         appendText("dY", grid.dY, text);
         bytes.assign(text.begin(), text.end());

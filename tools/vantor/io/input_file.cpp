@@ -81,8 +81,13 @@ uintmax_t lengthOf(const std::string& path) {
     return length;
 }
 
-std::vector<uint8_t> readWhole(const std::string& path) {
-    std::vector<uint8_t> bytes(lengthOf(path));
+std::vector<uint8_t> readWhole(const std::string& path, uintmax_t maxBytes) {
+    const uintmax_t length = lengthOf(path);
+    if (length > maxBytes) {
+        throw UserError(path + ": " + std::to_string(length) + " bytes: expected at most " +
+                        std::to_string(maxBytes));
+    }
+    std::vector<uint8_t> bytes(length);
     InputFile file(path);
     if (file.read(bytes.data(), bytes.size()) != bytes.size()) {
         throw UserError(path + ": cannot read all of its " + std::to_string(bytes.size()) + " bytes");

@@ -38,6 +38,10 @@ private:
 /// The file's length. Refuses what is no readable regular file.
 uintmax_t lengthOf(const std::string& path);
 
-std::vector<uint8_t> readWhole(const std::string& path);
+/// Of a text, which takes time and memory by its length: a grid or a calibration.
+constexpr uintmax_t kMaxTextBytes = 512 * 1024;
+
+/// A regular file of at most so many bytes.
+std::vector<uint8_t> readWhole(const std::string& path, uintmax_t maxBytes);
 
 }  // namespace vantor::tool

@@ -163,7 +163,7 @@ void OutputFile::write(const std::string& head, const uint8_t* bytes, size_t cou
 }
 
 void OutputFile::finish() {
-    if (!isDirect_ && fchmod(descriptor_, rights()) != 0) fail();
+    if (!isDirect_ && fchmod(descriptor_, permissions()) != 0) fail();
     const SignalsHeld held;
     if (!isDirect_ && temporary_.empty()) giveName();
     if (close(std::exchange(descriptor_, -1)) != 0) fail();
@@ -185,10 +185,11 @@ void OutputFile::giveName() {
     }
 }
 
-/// Those of the file that is replaced, or of a new one.
-mode_t OutputFile::rights() const {
+/// Those of the file that is replaced, if it is the caller's own, or of a new one. Setuid and setgid were
+/// meant for the old content.
+mode_t OutputFile::permissions() const {
     struct stat old {};
-    if (stat(goal_.c_str(), &old) == 0) return old.st_mode & 07777;
+    if (stat(goal_.c_str(), &old) == 0 && old.st_uid == geteuid()) return old.st_mode & 0777;
     const mode_t mask = umask(0);
     umask(mask);
     return 0666 & ~mask;
@@ -201,11 +202,12 @@ void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes) {
 }
 
 void expectOtherFile(const std::string& option, const std::string& path,
-                     const std::vector<std::string>& others) {
+                     const std::vector<std::string>& others, const std::string& hint) {
     for (const std::string& other : others) {
         if (!path.empty() && !other.empty() && isSameFile(path, other)) {
             throw UserError(option + " " + path + ": expected another file than " +
-                            (other == "-" ? "standard output, which has something else to take" : other));
+                            (other == "-" ? "standard output, which has something else to take" : other) +
+                            hint);
         }
     }
 }

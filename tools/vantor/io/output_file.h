@@ -1,4 +1,4 @@
-// Output files that appear whole or not at all.
+// Output files that are written atomically.
 #pragma once
 
 #include <sys/types.h>
@@ -34,7 +34,7 @@ private:
     void openTemporary();
     void openNamed(const std::string& folder);
     void giveName();
-    mode_t rights() const;
+    mode_t permissions() const;
 
     std::string name_;       ///< what an error names
     std::string goal_;       ///< where links lead
@@ -49,9 +49,9 @@ private:
 void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes);
 
 /// Throws a UserError if what `option` names for writing is one of the other files of a run, by whatever
-/// path. "-" is standard output: among the others it says that something else goes there. Empty names are
-/// none.
+/// path; `hint` is the end of its message. "-" is standard output: among the others it says that something
+/// else goes there. Empty names are none.
 void expectOtherFile(const std::string& option, const std::string& path,
-                     const std::vector<std::string>& others);
+                     const std::vector<std::string>& others, const std::string& hint = {});
 
 }  // namespace vantor::tool
