@@ -3,12 +3,18 @@
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <string>
 
 namespace vantor::tool {
 
-/// On standard output. What is no UTF-8, as file names may have it, is replaced.
+/// What is not UTF-8, as file names may have it, is replaced. A negative indentation gives one line.
+inline std::string toText(const nlohmann::ordered_json& json, int indentation) {
+    return json.dump(indentation, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+/// On standard output.
 inline void printDocument(const nlohmann::ordered_json& json) {
-    std::printf("%s\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    std::printf("%s\n", toText(json, 2).c_str());
 }
 
 }  // namespace vantor::tool

@@ -5,9 +5,11 @@
 #include <cstdio>
 #include <string>
 
+#include "tools/vantor/io/error.h"
+
 namespace vantor::tool {
 
-Progress::Progress() : isWatched_(isatty(STDERR_FILENO) != 0) {}
+Progress::Progress() : isWatched_(!isQuiet() && isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
     if (isShown_) std::fprintf(stderr, "\r\033[K");

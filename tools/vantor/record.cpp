@@ -1,6 +1,5 @@
 // vantor record: runs a scale or a warp, and keeps what it asked of the library and what came of it.
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 
@@ -49,8 +48,8 @@ void record(const RecordCommand& command, const Request& request, const WorkingP
     }
     writeRecord(command.file, record);
     if (answer != nullptr) {
-        std::fprintf(stderr, "vantor: %s: %ju bytes; vantor replay runs it again\n", command.file.c_str(),
-                     static_cast<uintmax_t>(std::filesystem::file_size(command.file)));
+        summarize(command.file + ": " + std::to_string(std::filesystem::file_size(command.file)) +
+                  " bytes; vantor replay runs it again");
     }
 }
 

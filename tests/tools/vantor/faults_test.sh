@@ -31,7 +31,7 @@ starve() { # starve FILE ARGUMENTS...
     local file=$1 at
     "$vantor" "${@:2}" >out 2>&1
     cp "$file" whole
-    for ((at = 1 + 10#$seed % 13; ; at += at < 5800 ? 377 : 13)); do
+    for ((at = 1 + 10#$seed % 13; ; at += at < 6900 ? 377 : 13)); do
         rm -f fault
         echo old >"$file"
         (
@@ -41,25 +41,25 @@ starve() { # starve FILE ARGUMENTS...
         safe "$file" "$2 without memory ($at, seed $seed)" $? late # the report may be what has no memory
         [ -e fault ] || break
     done
-    [ $at -gt 5800 ] || fail "$2: only $at allocations failed"
+    [ $at -gt 6900 ] || fail "$2: only $at allocations failed"
 }
 if [ -z "${SANITIZED:-}" ]; then # sanitizers have memory calls of their own
     starve x.png scale chart.png -o x.png --size 48x32
     starve x.y4m scale clip.y4m -o x.y4m --size 8x8 --jobs 2
     starve x.png warp chart.png -o x.png --calibration camera.yml
-    starve x.gray warp chart.png -o x.gray --rotate 3 --path hw
+    starve x.gray warp chart.png -o x.gray --rotate 3 --backend hardware
     starve x.grid grid --calibration camera.yml --size 96x64 -o x.grid
     starve x.png record x.vrec warp chart.png -o x.png --rotate 3
     starve x.html view chart.png turned.png -o x.html
     heatmap="compare chart.png turned.png --tolerance 255 --heatmap"
-    "$vantor" $heatmap whole >out
+    "$vantor" $heatmap whole.png >out && mv whole.png whole
     for ((size = 16000; size < 32000; size += 1000)); do # cairo cannot go on from a failure, so it should have none
         echo old >x.png
         prlimit --as=${size}000 "$vantor" $heatmap x.png >out 2>&1
         status=$?
         [ $status = 127 ] || safe x.png "compare within $size KB" $status # what loads programs wants memory as well
     done
-    for ((at = 5900 + 10#$seed % 29; at < 9000; at += 29)); do # which writes no file
+    for ((at = 7000 + 10#$seed % 29; at < 10200; at += 29)); do # which writes no file
         FAIL_MARK=fault FAIL_AT=$at LD_PRELOAD=$calls timeout 20 "$vantor" replay bug.vrec >out 2>&1
         status=$?
         [ $status = 0 ] || { [ $status = 2 ] && grep -q '^vantor: ' out; } ||
@@ -121,7 +121,7 @@ for limit in nofile={4,5,6,7,8,9,10} as={30,50,100}000000; do
 done
 truncate -s $((300 * 96 * 64)) many_96x64.gray
 gray_warp() { # gray_warp LIMIT STATUS TEXT: such requests leave two descriptors open each
-    (failures=0; ulimit -$1; expect "${@:2}" warp many_96x64.gray -o x.gray --rotate 9 --path hw --jobs 1; exit $failures)
+    (failures=0; ulimit -$1; expect "${@:2}" warp many_96x64.gray -o x.gray --rotate 9 --backend hardware --jobs 1; exit $failures)
 }
 gray_warp "Sn 256" 0 "software service) in" || fail "the usual limit of descriptors"
 [ -n "${SANITIZED:-}" ] || gray_warp "n 24" 2 "the hardware path refused: ion_alloc_fd" || fail "descriptors that run out"
@@ -168,9 +168,9 @@ together() { # together FOLDER [at_once]
 a.png scale ../chart.png -o OUT --size 48x32
 b.y4m scale ../clip.y4m -o OUT --size 8x8 --jobs 3
 c.png warp ../chart.png -o OUT --rotate 3
-d.gray warp ../many_96x64.gray -o OUT --rotate 9 --path hw --jobs 2 --limit 50
+d.gray warp ../many_96x64.gray -o OUT --rotate 9 --backend hardware --jobs 2 --limit 50
 e.gray warp ../many_96x64.gray -o OUT --rotate 5 --jobs 2
-f.png scale ../chart.png -o OUT --size 60x40 --path hw
+f.png scale ../chart.png -o OUT --size 60x40 --backend hardware
 g.vrec record OUT warp ../chart.png -o same.png --rotate 3
 h.png compare ../chart.png ../turned.png --tolerance 255 --heatmap OUT
 END

@@ -14,7 +14,7 @@ completed() {
 }
 
 commands=$("$vantor" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
-[ "$(completed "")" = "$(echo -h --help --version $commands)" ] || fail "completion of sub-commands: $(completed "")"
+[ "$(completed "")" = "$(echo -h --help --version -q --quiet $commands)" ] || fail "completion of sub-commands: $(completed "")"
 for command in $commands; do
     sed -n "/^.SS vantor $command$/,/^.SS/s/\\\\-/-/gp" "$root/docs/vantor.1" >page
     for option in $("$vantor" "$command" --help | grep -oE '^  -\S+' | tr , ' '); do
@@ -25,7 +25,7 @@ for command in $commands; do
 done
 [ "$(completed record bug.vrec wa)" = warp ] || fail "completion behind record"
 [ "$(completed record bug.vrec warp photo.png --rot)" = --rotate ] || fail "completion of a recorded warp"
-[ "$(completed warp photo.png --path "")" = "model hw" ] || fail "completion of a value"
+[ "$(completed warp photo.png --backend "")" = "software hardware" ] || fail "completion of a value"
 [ "$(completed scale photo.png --yuv-range = f)" = full ] || fail "completion of a value behind ="
 [ -z "$(completed warp pho)" ] || fail "file names are left to bash"
 finish

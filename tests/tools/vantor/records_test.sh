@@ -5,8 +5,8 @@ source "$(dirname "$0")/expect.sh"
 expect 0 "" chart -o chart.png --size 320x180
 expect 0 "" chart -o odd_101x77.gray --size 101x77
 for request in "warp chart.png --rotate 10" "warp odd_101x77.gray --matrix 5000,0,90,0,5000,7" \
-    "warp chart.png --zoom 2 --path hw" "scale chart.png --size 400x300" "scale odd_101x77.gray --size 50x39" \
-    "scale chart.png --size 160x90 --path hw"; do
+    "warp chart.png --zoom 2 --backend hardware" "scale chart.png --size 400x300" "scale odd_101x77.gray --size 50x39" \
+    "scale chart.png --size 160x90 --backend hardware"; do
     expect 0 "vantor replay runs it again" record bug.vrec $request -o made.png
     VANTOR_CPU=plain expect 0 "same" replay bug.vrec
     expect 0 "" record --hashes-only hashes.vrec $request -o again.png
@@ -15,7 +15,7 @@ for request in "warp chart.png --rotate 10" "warp odd_101x77.gray --matrix 5000,
 done
 expect 2 "the record has only the hash of its source, a 320x180 nv12 picture: expected --source" replay hashes.vrec
 expect 2 "--source again.png: as a 320x180 nv12 picture it has the hash" replay hashes.vrec --source again.png
-expect 2 "the hardware path refused" record refused.vrec scale odd_101x77.gray -o x.gray --size 160x90 --path hw
+expect 2 "the hardware path refused" record refused.vrec scale odd_101x77.gray -o x.gray --size 160x90 --backend hardware
 expect 0 "status -38 (Src width(101)" replay refused.vrec
 cat odd_101x77.gray odd_101x77.gray >two_101x77.gray
 expect 2 "two_101x77.gray: a record is of one frame: expected --limit 1" \

@@ -100,7 +100,7 @@ refuse "none.png: No such file or directory" none.png --size 8x8
 refuse "cut.png: no readable PNG" cut.png --size 8x8
 refuse "deep.png: 16 bits a sample: at most 8 expected" deep.png --size 8x8
 refuse "--input-size 4x4: chart.png is a PNG file" chart.png --size 8x8 --input-size 4x4
-refuse "--sise (vantor --help shows how)" chart.png --size 8x8 --sise 8x8
+refuse "--sise (vantor scale --help shows how)" chart.png --size 8x8 --sise 8x8
 expect 2 "--size 8x8: the output's name says 16x8" scale chart.png -o out_16x8.nv12 --size 8x8
 expect 2 "nowhere/out.png: cannot write: No such file or directory" scale chart.png -o nowhere/out.png --size 8x8
 VANTOR_CPU=sse9 expect 2 "VANTOR_CPU=sse9: expected plain, avx2 or avx512" info
@@ -190,7 +190,7 @@ refuse_calibration "several warps: expected one of a grid file" "" --rotate 2
 refuse_calibration "--alpha 1.500000: expected a number from 0 to 1" "" --alpha 1.5
 file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's corners; expected 0" "" --alpha 1
 file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's sides" 's/\[ 700./[ 500./' --alpha 0
-expect 2 "--alpha, --fisheye and --calibrated-size: expected --calibration" grid --alpha 1
+expect 2 "--alpha requires --calibration" grid --alpha 1
 expect 2 "gray.png: 31x17 picture: warps take 96x64 to 8192x6144" warp gray.png -o never.png --zoom 2
 for warp in "--rotate 10" "--matrix 5000,0,90,0,5000,7"; do
     expect 0 "the library's picture has Y" explain chart.png 160 90 $warp
@@ -224,7 +224,7 @@ expect 0 "processor: identical" crosscheck chart.png --size 200x100
 expect 0 "processor: identical" crosscheck expected.gray --input-size 160x90 --size 64x126
 expect 0 "processor: identical" crosscheck chart.png --rotate 30
 expect 2 "expected --size for a scaling request, or" crosscheck chart.png
-expect 2 "--path fpga: expected hw or sw" scale chart.png -o x.png --size 8x8 --path fpga
+expect 2 "--path fpga: expected software or hardware" scale chart.png -o x.png --size 8x8 --path fpga
 
 # Pages to look at.
 expect 0 "a page of" view chart.png turned.png --grid turn.txt -o page.html

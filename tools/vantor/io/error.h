@@ -19,7 +19,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A remark on standard error about something that the user may not expect; the command goes on.
+/// A note on standard error about something that the user may not expect; the command goes on.
 void note(const std::string& text);
+
+/// What a command did, in a line on standard error.
+void summarize(const std::string& text);
+
+/// Whether --quiet was given: then there are no notes, summary lines and progress.
+bool isQuiet();
 
 }  // namespace vantor::tool
