@@ -41,6 +41,42 @@ private:
     }
 };
 
+struct Sides {
+    Side across;
+    Side down;
+};
+
+/// A percentage without a cross is of both sides.
+Sides parseSides(const std::string& what, const std::string& text) {
+    const size_t cross = text.find('x');
+    const Side first{text.substr(0, cross)};
+    if (cross == std::string::npos && first.isPercentage()) return {first, first};
+    if (cross == std::string::npos || text.size() == 1) throw UserError(what + kForms);
+    return {first, {text.substr(cross + 1)}};
+}
+
+struct Lengths {
+    double width;
+    double height;
+};
+
+Lengths lengthsOf(const std::string& what, const Sides& sides, Size source) {
+    Lengths lengths{};
+    if (!sides.across.text.empty()) lengths.width = sides.across.length(what, source.width);
+    if (!sides.down.text.empty()) lengths.height = sides.down.length(what, source.height);
+    if (sides.across.text.empty()) lengths.width = lengths.height * source.width / source.height;
+    if (sides.down.text.empty()) lengths.height = lengths.width * source.height / source.width;
+    if (std::max(lengths.width, lengths.height) > kBeyondLimits) {
+        throw UserError(what + ": width and height must be at most " + std::to_string(kLargestSide));
+    }
+    return lengths;
+}
+
+int roundedLength(const Side& side, double length, int multiple) {
+    return side.isComputed() ? multiple * static_cast<int>(std::lround(length / multiple))
+                             : static_cast<int>(length);
+}
+
 std::string toText(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.7g", value);
@@ -51,31 +87,20 @@ std::string toText(double value) {
 
 Size targetSize(const std::string& text, Size source, int step) {
     const std::string what = "--size " + text;
-    const size_t cross = text.find('x');
-    const bool isOneNumber = cross == std::string::npos;
-    const Side across{text.substr(0, cross)};
-    const Side down{isOneNumber ? text : text.substr(cross + 1)};
-    if ((isOneNumber && !across.isPercentage()) || (across.text.empty() && down.text.empty())) {
-        throw UserError(what + kForms);
-    }
-    double width = across.text.empty() ? 0 : across.length(what, source.width);
-    double height = down.text.empty() ? 0 : down.length(what, source.height);
-    if (across.text.empty()) width = height * source.width / source.height;
-    if (down.text.empty()) height = width * source.height / source.width;
-
-    const auto rounded = [](const Side& side, double length, int to) {
-        const double bounded = std::min(length, kBeyondLimits);
-        return side.isComputed() ? to * static_cast<int>(std::lround(bounded / to))
-                                 : static_cast<int>(bounded);
+    const Sides sides = parseSides(what, text);
+    const Lengths lengths = lengthsOf(what, sides, source);
+    const auto rounded = [&](int multiple) {
+        return Size{roundedLength(sides.across, lengths.width, multiple),
+                    roundedLength(sides.down, lengths.height, multiple)};
     };
-    const Size size{rounded(across, width, step), rounded(down, height, step)};
-    const bool isComputed = across.isComputed() || down.isComputed();
+    const Size size = rounded(step);
+    const bool isComputed = sides.across.isComputed() || sides.down.isComputed();
     const std::string name = isComputed ? what + ":" : "--size";
     checkLimits(name, size);
     if (step == 2) checkEven(name, size);
-    if (!(size == Size{rounded(across, width, 1), rounded(down, height, 1)})) {
-        note(what + ": " + toText(width) + " x " + toText(height) + " rounded to even sizes, " +
-             toString(size));
+    if (!(size == rounded(1))) {
+        note(what + ": " + toText(lengths.width) + " x " + toText(lengths.height) +
+             " rounded to even sizes, " + toString(size));
     }
     return size;
 }
