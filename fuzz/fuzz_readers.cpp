@@ -44,7 +44,7 @@ static void expectShowable(const std::string& message) {
 
 namespace vantor::tool {
 
-void note(const std::string& text) { fuzz::expectShowable(text); }
+
 void addFormOptions(CLI::App&, FormOptions&) {}
 
 }  // namespace vantor::tool
@@ -226,6 +226,7 @@ void message(const Bytes& bytes) { expectShowable({bytes.begin(), bytes.end()});
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     if (!std::setlocale(LC_CTYPE, "C.UTF-8")) return -1;
+    vantor::tool::beQuiet();
     return std::freopen("/dev/null", "w", stdout) ? setenv("VANTOR_LOG", "off", 1) : -1;
 }
 

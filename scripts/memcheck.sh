@@ -30,7 +30,7 @@ for VANTOR_CPU in plain avx512; do
     check software_service_test
     check vantor chart -o chart.png --size 192x128
     check vantor scale chart.png -o half.png --size 50%
-    check vantor scale chart.png -o chart_240x160.nv12 --size 240x160 --path hw
+    check vantor scale chart.png -o chart_240x160.nv12 --size 240x160 --backend hardware
     cat chart_240x160.nv12 chart_240x160.nv12 chart_240x160.nv12 >clip_240x160.nv12
     check vantor warp clip_240x160.nv12 -o clip.y4m --lens=-0.15,0.02 --jobs 2
     check vantor grid --calibration "$tests/tools/vantor/calibrations/five.yml" -o five.grid --plot mesh.png

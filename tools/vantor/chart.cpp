@@ -76,7 +76,7 @@ int run(const ChartOptions& options) {
         }
     }
     writePicture(form, convert(std::move(chart), layout));
-    printMessage("%s: test chart of %s", options.output.c_str(), toString(size).c_str());
+    summarize(options.output + ": test chart of " + toString(size));
     return kDone;
 }
 
@@ -86,7 +86,7 @@ void addChart(CLI::App& app, Run& run) {
     auto options = std::make_shared<ChartOptions>();
     CLI::App* command = app.add_subcommand("chart", "Draw a test chart in which scaling faults show");
     command->add_option("-o,--output", options->output, "Chart; its name says the file type")->required();
-    command->add_option("--size", options->size, "Size of the chart")->capture_default_str();
+    command->add_option("-s,--size", options->size, "Size of the chart")->capture_default_str();
     command->add_option("--output-format", options->form.format,
                         "Layout of a raw chart: nv12, nv21, i420 or gray");
     command->footer(

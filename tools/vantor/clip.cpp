@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <map>
 #include <thread>
 
 #include "tools/vantor/commands.h"
@@ -25,15 +26,19 @@ namespace {
 
 constexpr size_t kMostJobs = 256;
 
-/// Numbers of frames, which CLI11 would take modulo 2^64.
-CLI::Validator framesFrom(uintmax_t least) {
-    const auto check = [least](const std::string& text) {
-        const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos && text.size() < 19;
-        return isNumber && std::stoull("0" + text) >= least
-                   ? std::string()
-                   : text + ": expected a number of frames, " + std::to_string(least) + " or more";
+/// Words, each with the one that it stands for.
+CLI::Validator oneOf(const std::string& name, const std::map<std::string, std::string>& words) {
+    const auto translate = [words](std::string& text) {
+        const auto found = words.find(text);
+        if (found == words.end()) {
+            std::string expected;
+            for (const auto& [word, meaning] : words) expected += (expected.empty() ? "" : ", ") + word;
+            return text + ": expected one of " + expected;
+        }
+        text = found->second;
+        return std::string();
     };
-    return CLI::Validator(check, "FRAMES");
+    return CLI::Validator(translate, name);
 }
 
 bool isRgb(const FramePlan& plan) {
@@ -204,7 +209,9 @@ Y4mHeader Clip::headerOf(const FrameShape& written) const {
 
 std::optional<uintmax_t> Clip::framesLeft() const {
     const std::optional<uintmax_t> left = reader_->framesLeft();
-    return left && options_.limit ? std::min(*left, *options_.limit) : left ? left : options_.limit;
+    return left && options_.part.limit ? std::min(*left, *options_.part.limit)
+           : left                      ? left
+                                       : options_.part.limit;
 }
 
 size_t Clip::jobs() const {
@@ -214,12 +221,7 @@ size_t Clip::jobs() const {
 }
 
 Clip::Result Clip::processFrames(const FramePlan& plan) {
-    for (uintmax_t i = 0; i < options_.skip; ++i) {
-        if (!reader_->skip()) {
-            throw UserError("--skip " + std::to_string(options_.skip) + ": " + options_.input + " has " +
-                            std::to_string(i) + " frames");
-        }
-    }
+    skipFrames(*reader_, options_.part.skip);
     if (plan.watch && framesLeft() != std::optional<uintmax_t>(1)) {
         throw UserError(options_.input + ": a record is of one frame: expected --limit 1");
     }
@@ -237,8 +239,8 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
         if (hash) hash->add(plan.written, frame);
         if (times) {
             char line[64];
-            const int length = std::snprintf(line, sizeof line, "%ju %.3f\n", options_.skip + result.frames,
-                                             outcome.milliseconds);
+            const int length = std::snprintf(line, sizeof line, "%ju %.3f\n",
+                                             options_.part.skip + result.frames, outcome.milliseconds);
             times->write(reinterpret_cast<const uint8_t*>(line), static_cast<size_t>(length));
         }
         ++result.frames;
@@ -248,7 +250,7 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
     };
 
     std::exception_ptr readTrouble;  // thrown when the frames before it are written
-    uintmax_t left = options_.limit.value_or(UINTMAX_MAX);
+    uintmax_t left = options_.part.limit.value_or(UINTMAX_MAX);
     while (left > 0 || !pipeline.isEmpty()) {
         if (left == 0 || pipeline.isDue(*reader_)) {
             pipeline.take(use);
@@ -265,8 +267,9 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
     }
     if (readTrouble) std::rethrow_exception(readTrouble);
     if (result.frames == 0)
-        throw UserError(options_.input + ": no frame" +
-                        (options_.skip == 0 ? "" : " behind the first " + std::to_string(options_.skip)));
+        throw UserError(
+            options_.input + ": no frame" +
+            (options_.part.skip == 0 ? "" : " behind the first " + std::to_string(options_.part.skip)));
     writer.finish();
     if (times) times->finish();
     if (hash) result.hash = hash->text();
@@ -280,11 +283,13 @@ void Clip::reportJson(const FramePlan& plan, const Result& result, const std::st
                                       {"size", {shape.size.width, shape.size.height}},
                                       {"layout", toString(shape.layout)}};
     };
+    const bool isHardware = plan.request.backend() == Backend::Hardware;
     nlohmann::ordered_json json{{"input", file(options_.input, plan.read)},
                                 {"output", file(options_.output, plan.written)},
                                 {"what", what},
                                 {"worked_on_as", toString(plan.working)},
-                                {"path", plan.request.path() == Path::Hardware ? "hardware" : "processor"},
+                                {"backend", isHardware ? "hardware" : "software"},
+                                {"path", isHardware ? "hardware" : "processor"},  // the older name
                                 {"frames", result.frames},
                                 {"seconds", result.seconds},
                                 {"milliseconds_in_library", result.milliseconds}};
@@ -308,10 +313,11 @@ void Clip::report(const FramePlan& plan, const Result& result, const std::string
         options_.input + " " + toString(plan.read.size) + " " + toString(plan.read.layout) + " to " +
         options_.output + " " + toString(plan.written.size) + " " + toString(plan.written.layout) + ": " +
         what + " as " + toString(plan.working) + " " +
-        describe(plan.request.path(), processor, {result.milliseconds, result.fallback}) + " " + time +
+        describe(plan.request.backend(), processor, {result.milliseconds, result.fallback}) + " " + time +
         (isRgb(plan) ? std::string("; RGB by ") + toString(plan.color) : "") +
         (result.hash.empty() ? "" : "; hash " + result.hash);
-    printMessage("%s", line.c_str());
+    summarize(line);
+    if (isQuiet() && options_.hash) printMessage("hash %s", result.hash.c_str());
 }
 
 int Clip::process(const FrameShape& written, Size src, Size dst, const Request& request,
@@ -337,8 +343,7 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
     const auto add = [&](const char* group, const char* name, auto& value, const char* text) {
         return command.add_option(name, value, text)->group(group);
     };
-    add("Clips", "--skip", options.skip, "Leave out this many frames at the beginning")->check(framesFrom(0));
-    add("Clips", "--limit", options.limit, "Take at most this many frames")->check(framesFrom(1));
+    addFrameRangeOptions(command, options.part);
     add("Clips", "--jobs", options.jobs, "Frames worked on at a time, if not as many as there are processors")
         ->check(CLI::Range(size_t{1}, kMostJobs));
     add("Clips", "--times", options.timesFile,
@@ -348,11 +353,15 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
     add("Evidence", "--verify", options.verify, "Exit with status 1 if the result has another hash");
     command.add_flag("--json", options.json, "Write what was done, and in which time, as JSON")
         ->group("Evidence");
-    add("RGB", "--yuv-matrix", options.matrix, "Matrix between RGB and YUV: 601 (if not given) or 709")
-        ->check(CLI::IsMember({"601", "709"}));
+    add("RGB", "--yuv-matrix", options.matrix,
+        "Matrix between RGB and YUV: 601 (if not given) or 709; bt601 and bt709 are the same")
+        ->transform(oneOf("MATRIX", {{"601", "601"}, {"709", "709"}, {"bt601", "601"}, {"bt709", "709"}}));
     add("RGB", "--yuv-range", options.range,
-        "Range of the YUV: limited or full (if not given: what a Y4M file says, or else limited)")
-        ->check(CLI::IsMember({"limited", "full"}));
+        "Range of the YUV: limited or full (if not given: what a Y4M file says, or else limited); tv and pc "
+        "are the "
+        "same")
+        ->transform(
+            oneOf("RANGE", {{"limited", "limited"}, {"full", "full"}, {"tv", "limited"}, {"pc", "full"}}));
 }
 
 }  // namespace vantor::tool

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "tools/vantor/frame_range.h"
 #include "tools/vantor/frame_task.h"
 #include "tools/vantor/io/clip_reader.h"
 
@@ -18,8 +19,7 @@ struct ClipOptions {
     FormOptions inputForm{"--input", {}, {}};
     FormOptions outputForm{"--output", {}, {}};
     bool overwriteInput = false;
-    uintmax_t skip = 0;
-    std::optional<uintmax_t> limit;
+    FrameRange part;
     size_t jobs = 0;  ///< 0: as many as there are processors
     std::string timesFile;
     bool hash = false;

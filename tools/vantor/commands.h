@@ -32,5 +32,6 @@ void addSelftest(CLI::App& app, Run& run);
 /// The options that say what a raw input, and a raw result, is.
 void addFormOptions(CLI::App& command, FormOptions& input);
 void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output);
+void addFormOptions(CLI::App& command, PairOptions& pair);
 
 }  // namespace vantor::tool

@@ -29,12 +29,37 @@ Difference measure(const Component& a, const Component& b) {
     return difference;
 }
 
+void print(const Difference& d, bool isOfClip) {
+    if (d.differing == 0) {
+        printLine("%s: equal (%zu samples)", d.component, d.samples);
+        return;
+    }
+    const std::string frame = isOfClip ? "in frame " + std::to_string(d.firstFrame) + " " : "";
+    printLine(
+        "%s: %zu of %zu samples differ, first %sat (%d, %d): %d and %d; largest difference %d, PSNR %.2f "
+        "dB",
+        d.component, d.differing, d.samples, frame.c_str(), d.firstX, d.firstY, d.firstA, d.firstB, d.largest,
+        d.psnr());
+}
+
 }  // namespace
 
-bool areComparable(const Picture& a, const Picture& b) {
-    const std::vector<Component> fromA = components(a);
-    const std::vector<Component> fromB = components(b);
-    return a.size == b.size && fromA.size() == fromB.size() && std::string(fromA[0].name) == fromB[0].name;
+void Difference::add(const Difference& later, uintmax_t frame) {
+    if (differing == 0 && later.differing != 0) {
+        firstFrame = frame;
+        firstX = later.firstX;
+        firstY = later.firstY;
+        firstA = later.firstA;
+        firstB = later.firstB;
+    }
+    samples += later.samples;
+    differing += later.differing;
+    largest = std::max(largest, later.largest);
+    squares += later.squares;
+}
+
+bool areComparable(const FrameShape& a, const FrameShape& b) {
+    return a.size == b.size && (a.layout == b.layout || (isSubsampled(a.layout) && isSubsampled(b.layout)));
 }
 
 std::vector<Difference> measure(const Picture& a, const Picture& b) {
@@ -45,13 +70,15 @@ std::vector<Difference> measure(const Picture& a, const Picture& b) {
     return differences;
 }
 
-nlohmann::ordered_json toJson(const std::vector<Difference>& differences) {
+nlohmann::ordered_json toJson(const std::vector<Difference>& differences, bool isOfClip) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const Difference& d : differences) {
         nlohmann::ordered_json json{
             {"component", d.component}, {"samples", d.samples}, {"differing", d.differing}};
         if (d.differing != 0) {
-            json["first"] = {{"x", d.firstX}, {"y", d.firstY}, {"a", d.firstA}, {"b", d.firstB}};
+            json["first"] = nlohmann::ordered_json::object();
+            if (isOfClip) json["first"]["frame"] = d.firstFrame;
+            json["first"].update({{"x", d.firstX}, {"y", d.firstY}, {"a", d.firstA}, {"b", d.firstB}});
             json["largest"] = d.largest;
             json["psnr"] = d.psnr();
         }
@@ -60,14 +87,8 @@ nlohmann::ordered_json toJson(const std::vector<Difference>& differences) {
     return list;
 }
 
-void print(const Difference& d) {
-    if (d.differing == 0) {
-        printLine("%s: equal (%zu samples)", d.component, d.samples);
-        return;
-    }
-    printLine(
-        "%s: %zu of %zu samples differ, first at (%d, %d): %d and %d; largest difference %d, PSNR %.2f dB",
-        d.component, d.differing, d.samples, d.firstX, d.firstY, d.firstA, d.firstB, d.largest, d.psnr());
+void print(const std::vector<Difference>& differences, bool isOfClip) {
+    for (const Difference& difference : differences) print(difference, isOfClip);
 }
 
 }  // namespace vantor::tool

@@ -194,7 +194,7 @@ int run(const ExplainCommand& command) {
     }
     const Size frameSize = warpFrame(command.input, size);
     Picture picture = onFrame(command.input, std::move(input), frameSize, Layout::Nv12);
-    const Request request = requestFrom(command.warp, Path::Processor, size, frameSize);
+    const Request request = requestFrom(command.warp, Backend::Software, size, frameSize);
     const ModelSource src(picture);
     const GdcFrame frame = modelFrame(frameSize);
     const GridLines lines(GridTables(gridFrom(command.warp, size, frameSize)), frame, command.y);

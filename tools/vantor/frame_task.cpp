@@ -4,14 +4,15 @@ namespace vantor::tool {
 
 FrameTask::FrameTask(const FramePlan& plan)
     : plan_(plan),
-      src_(plan.working, plan.src, plan.request.path()),
-      dst_(plan.working, plan.dst, plan.request.path()) {}
+      src_(plan.working, plan.src, plan.request.backend()),
+      dst_(plan.working, plan.dst, plan.request.backend()) {}
 
 WorkingPicture FrameTask::share(WorkingMemory& memory, const Planes& frame) const {
     WorkingPicture picture = memory.picture();
     Planes& planes = picture.planes;
     const bool isPacked = frame.size == planes.size && frame.lumaStride == planes.lumaStride;
-    if (plan_.request.path() == Path::Hardware || frame.layout == Layout::Rgb || !isPacked) return picture;
+    if (plan_.request.backend() == Backend::Hardware || frame.layout == Layout::Rgb || !isPacked)
+        return picture;
     planes.luma = frame.luma;
     if (frame.layout == Layout::Nv12 && planes.layout == Layout::Nv12) planes.chroma = frame.chroma;
     return picture;

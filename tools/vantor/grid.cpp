@@ -91,6 +91,7 @@ int run(const GridCommand& command) {
     expectOtherFile("--output", command.output, {warpOptions.gridFile, warpOptions.calibration, "-"});
     expectOtherFile("--plot", command.plot,
                     {command.output, warpOptions.gridFile, warpOptions.calibration, "-"});
+    expectPngName("--plot", command.plot);
     const Size size = pictureSize(command);
     const std::string what = command.size.empty() ? command.warp.calibration : "--size";
     const Size frame = warpFrame(what, size);
@@ -117,7 +118,7 @@ void addGrid(CLI::App& app, Run& run) {
                         "Grid to read; without it the options below describe one");
     addWarpOptions(*command, options->warp);
     command->add_option(
-        "--size", options->size,
+        "-s,--size", options->size,
         "Size of the pictures that the grid is for; if not given, the calibration's, or 1920x1080");
     command->add_option("-o,--output", options->output, "Grid to write: text for .txt, else 8712 bytes");
     command->add_option("--plot", options->plot,

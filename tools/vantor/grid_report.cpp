@@ -57,10 +57,13 @@ double shareOutside(const Grid& grid, Size frame) {
 
 }  // namespace
 
+bool isBeyondRange(int32_t value) {
+    return clampDisplacement(value >> 1) != value >> 1;
+}
+
 GridReport examine(const Grid& grid, Size frame) {
-    const auto isBeyond = [](int32_t value) { return clampDisplacement(value >> 1) != value >> 1; };
-    const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyond) +
-                        std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyond);
+    const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyondRange) +
+                        std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyondRange);
     GridReport report{};
     report.leastMove = report.largestMove = nodeMove(grid, 0, 0, frame);
     for (int index = 1; index < kGridNodes * kGridNodes; ++index) {

@@ -1,9 +1,14 @@
 // What can be said of a grid without looking at a picture.
 #pragma once
 
+#include <cstdint>
+
 #include "tools/vantor/warp_map.h"
 
 namespace vantor::tool {
+
+/// Whether the engine cannot hold half of a node's value.
+bool isBeyondRange(int32_t value);
 
 struct GridReport {
     Point leastMove;  ///< of the nodes, in pixels

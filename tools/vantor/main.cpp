@@ -69,11 +69,27 @@ int trouble(const std::string& text) {
     return kTrouble;
 }
 
-std::vector<std::string> subcommandNames(const CLI::App& app) {
+std::vector<CLI::App*> subcommandsOf(CLI::App& app) {
+    return app.get_subcommands([](const CLI::App*) { return true; });
+}
+
+/// To all commands, which may stand one in another.
+void addQuietOption(CLI::App& command) {
+    command.add_flag_callback("-q,--quiet", beQuiet,
+                              "No notes, progress and summary line on standard error; errors only");
+    for (CLI::App* inner : subcommandsOf(command)) addQuietOption(*inner);
+}
+
+/// The command whose --help tells what went wrong with the arguments.
+std::string helpfulCommand(const CLI::App& app) {
+    const CLI::App* command = &app;
+    while (!command->get_subcommands().empty()) command = command->get_subcommands().back();
+    return command == &app ? "vantor" : "vantor " + command->get_name();
+}
+
+std::vector<std::string> subcommandNames(CLI::App& app) {
     std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
-        names.push_back(command->get_name());
-    }
+    for (const CLI::App* command : subcommandsOf(app)) names.push_back(command->get_name());
     return names;
 }
 
@@ -134,6 +150,7 @@ int runTool(int argc, char** argv) {
     addRecord(app, run, {argv + 1, argv + argc});
     addReplay(app, run);
     addSelftest(app, run);
+    addQuietOption(app);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
         return trouble(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
     }
@@ -145,7 +162,7 @@ int runTool(int argc, char** argv) {
             finishStandardOutput();
             return kDone;
         }
-        return trouble(std::string(error.what()) + " (vantor --help shows how)");
+        return trouble(std::string(error.what()) + " (" + helpfulCommand(app) + " --help shows how)");
     }
     checkEnvironment();
     refuseEmptyValues(app);
@@ -157,13 +174,8 @@ int runTool(int argc, char** argv) {
 
 }  // namespace
 
-void note(const std::string& text) {
-    printMessage("note: %s", text.c_str());
-}
-
 /// The largest stride and height keep a frame's bytes within 32 bits.
-static void addRawOptions(CLI::App& command, FormOptions& form) {
-    const std::string files = form.optionPrefix == "--input" ? "the input" : "the result";
+static void addRawOptions(CLI::App& command, FormOptions& form, const std::string& files) {
     const CLI::Range padded(1, 2 * kLargestSide);
     const auto add = [&](const char* name, auto& value, const std::string& text) {
         return command.add_option(form.optionPrefix + name, value, text)->group("Raw files");
@@ -175,15 +187,26 @@ static void addRawOptions(CLI::App& command, FormOptions& form) {
         ->check(padded);
 }
 
-void addFormOptions(CLI::App& command, FormOptions& input) {
-    command.add_option("--input-size", input.size, "Size of the input, if its name does not say it")
+static void addInputOptions(CLI::App& command, FormOptions& form, const std::string& file) {
+    command
+        .add_option(form.optionPrefix + "-size", form.size,
+                    "Size of " + file + ", if its name does not say it")
         ->group("Raw files");
-    addRawOptions(command, input);
+    addRawOptions(command, form, file);
+}
+
+void addFormOptions(CLI::App& command, FormOptions& input) {
+    addInputOptions(command, input, "the input");
 }
 
 void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output) {
     addFormOptions(command, input);
-    addRawOptions(command, output);
+    addRawOptions(command, output, "the result");
+}
+
+void addFormOptions(CLI::App& command, PairOptions& pair) {
+    addInputOptions(command, pair.first, "A");
+    addInputOptions(command, pair.second, "B");
 }
 
 }  // namespace vantor::tool

@@ -5,11 +5,12 @@
 #include <cstdio>
 #include <string>
 
+#include "tools/vantor/io/error.h"
 #include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 
-Progress::Progress() : isWatched_(isatty(STDERR_FILENO) != 0) {}
+Progress::Progress() : isWatched_(!isQuiet() && isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
     if (isShown_) rewriteLine("");

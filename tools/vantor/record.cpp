@@ -49,8 +49,8 @@ void record(const RecordCommand& command, const Request& request, const WorkingP
     }
     writeRecord(command.file, record);
     if (answer != nullptr) {
-        printMessage("%s: %ju bytes; vantor replay runs it again", command.file.c_str(),
-                     static_cast<uintmax_t>(std::filesystem::file_size(command.file)));
+        summarize(command.file + ": " + std::to_string(std::filesystem::file_size(command.file)) +
+                  " bytes; vantor replay runs it again");
     }
 }
 

@@ -68,8 +68,8 @@ Picture sourceOf(const ReplayCommand& command, Record& record) {
 
 /// The request, run again. `made` is as large as the recorded destination.
 Answer runAgain(const Record& record, const Picture& source, Picture& made) {
-    WorkingMemory from(record.layout, source.size, record.request.path());
-    WorkingMemory to(record.layout, made.size, record.request.path());
+    WorkingMemory from(record.layout, source.size, record.request.backend());
+    WorkingMemory to(record.layout, made.size, record.request.backend());
     std::copy(source.bytes.begin(), source.bytes.end(), from.bytes());
     WorkingPicture src = from.picture();
     WorkingPicture dst = to.picture();
@@ -143,7 +143,7 @@ int run(const ReplayCommand& command) {
         printLine("%s: %s", command.file.c_str(), describe(record).c_str());
         printLine("recorded: %s; by %s", describe(recorded).c_str(), nameOf(record.madeBy).c_str());
         printLine("here:     %s; by %s", describe(here).c_str(), nameOf(buildFacts()).c_str());
-        std::for_each(differences.begin(), differences.end(), print);
+        print(differences);
         printLine(isSame ? "same" : "different");
     }
     return isSame ? kDone : kDifferent;

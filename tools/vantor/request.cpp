@@ -9,6 +9,7 @@
 #include "service/start_software_service.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/log_watch.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -72,15 +73,9 @@ Layout workingLayout(Layout read, Layout written) {
     return read == Layout::Gray || written == Layout::Gray ? Layout::Gray : Layout::Nv12;
 }
 
-Path parsePath(const std::string& text, const std::string& processor) {
-    if (text == processor) return Path::Processor;
-    if (text == "hw") return Path::Hardware;
-    throw UserError("--path " + text + ": expected hw or " + processor);
-}
-
-WorkingMemory::WorkingMemory(Layout layout, Size size, Path path) : layout_(layout), size_(size) {
+WorkingMemory::WorkingMemory(Layout layout, Size size, Backend backend) : layout_(layout), size_(size) {
     const size_t length = byteCount(Layout::Nv12, size);
-    if (path == Path::Hardware) {
+    if (backend == Backend::Hardware) {
         shared_.emplace(length);
     } else {
         own_.resize(length);
@@ -94,10 +89,10 @@ WorkingPicture WorkingMemory::picture() {
     return picture;
 }
 
-Path Request::path() const {
+Backend Request::backend() const {
     const bool isScaling = operation == Operation::InterpBicubic || operation == Operation::Csc;
     const bool isHardware = isScaling ? operation == Operation::Csc : target == hardware::GDC_HW;
-    return isHardware ? Path::Hardware : Path::Processor;
+    return isHardware ? Backend::Hardware : Backend::Software;
 }
 
 int32_t Request::operator()(const BufferData& dst, const BufferData& src, int32_t format) const {
@@ -114,25 +109,25 @@ int32_t Request::operator()(const BufferData& dst, const BufferData& src, int32_
     return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format, target);
 }
 
-Request scalingRequest(Path path) {
-    return {path == Path::Hardware ? Request::Operation::Csc : Request::Operation::InterpBicubic};
+Request scalingRequest(Backend backend) {
+    return {backend == Backend::Hardware ? Request::Operation::Csc : Request::Operation::InterpBicubic};
 }
 
-static int32_t targetOf(Path path) {
-    return path == Path::Hardware ? hardware::GDC_HW : hardware::GDC_C_MODEL;
+static int32_t targetOf(Backend backend) {
+    return backend == Backend::Hardware ? hardware::GDC_HW : hardware::GDC_C_MODEL;
 }
 
-Request warpingRequest(Path path, const Grid& grid) {
-    return {Request::Operation::GdcGrid, targetOf(path), grid};
+Request warpingRequest(Backend backend, const Grid& grid) {
+    return {Request::Operation::GdcGrid, targetOf(backend), grid};
 }
 
-Request warpingRequest(Path path, const std::array<int16_t, 6>& matrix) {
-    return {Request::Operation::GdcMatrix, targetOf(path), {}, matrix};
+Request warpingRequest(Backend backend, const std::array<int16_t, 6>& matrix) {
+    return {Request::Operation::GdcMatrix, targetOf(backend), {}, matrix};
 }
 
 Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src) {
     clearErrorLines();
-    if (request.path() == Path::Hardware) connectToService();
+    if (request.backend() == Backend::Hardware) connectToService();
     Answer answer{};
     answer.milliseconds =
         timed([&] { answer.status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
@@ -147,23 +142,23 @@ RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, c
     const Answer answer = ask(request, dst, src);
     if (watch) watch(request, dst, src, &answer);
     if (!answer.isMade) {
-        const char* who = request.path() == Path::Hardware ? "the hardware path" : "the library";
+        const char* who = request.backend() == Backend::Hardware ? "the hardware path" : "the library";
         throw UserError(std::string(who) + " refused: " + answer.error);
     }
     return {answer.milliseconds, answer.status == 0 ? std::string() : answer.error};
 }
 
 RequestResult runRequest(Picture& dst, const Picture& src, const Request& request) {
-    WorkingMemory from(src.layout, src.size, request.path());
-    WorkingMemory to(dst.layout, dst.size, request.path());
+    WorkingMemory from(src.layout, src.size, request.backend());
+    WorkingMemory to(dst.layout, dst.size, request.backend());
     std::copy(src.bytes.begin(), src.bytes.end(), from.bytes());
     const RequestResult result = runRequest(to.picture(), from.picture(), request);
     std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
     return result;
 }
 
-std::string describe(Path path, const std::string& processor, const RequestResult& result) {
-    if (path == Path::Processor) return "in " + processor;
+std::string describe(Backend backend, const std::string& software, const RequestResult& result) {
+    if (backend == Backend::Software) return "in " + software;
     if (result.fallback.empty()) return "on the hardware path (software service)";
     return "by the hardware path's fallback (" + result.fallback + ")";
 }

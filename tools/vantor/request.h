@@ -17,13 +17,11 @@ namespace vantor::tool {
 /// The layout that the library works on for a picture that is read in one layout and written in another.
 Layout workingLayout(Layout read, Layout written);
 
-enum class Path {
-    Processor,  ///< the scalers, or the model
-    Hardware,   ///< the service; on a workstation the software service, in this process
+/// What does a request's work.
+enum class Backend {
+    Software,  ///< the scalers or the model, on the CPU
+    Hardware,  ///< the service; on a workstation the software service, in this process
 };
-
-/// "hw", or the sub-command's name for the processor's path.
-Path parsePath(const std::string& text, const std::string& processor);
 
 /// One of the library's requests with all that it takes beside pictures.
 struct Request {
@@ -34,14 +32,14 @@ struct Request {
     Grid grid{};                             ///< of GdcGrid
     std::array<int16_t, 6> matrix{};         ///< of GdcMatrix
 
-    Path path() const;
+    Backend backend() const;
     int32_t operator()(const hardware::vantorClient::BufferData& dst,
                        const hardware::vantorClient::BufferData& src, int32_t format) const;
 };
 
-Request scalingRequest(Path path);
-Request warpingRequest(Path path, const Grid& grid);
-Request warpingRequest(Path path, const std::array<int16_t, 6>& matrix);
+Request scalingRequest(Backend backend);
+Request warpingRequest(Backend backend, const Grid& grid);
+Request warpingRequest(Backend backend, const std::array<int16_t, 6>& matrix);
 
 /// A region of interest, in inclusive columns and rows.
 struct Region {
@@ -66,7 +64,7 @@ struct WorkingPicture {
 /// Memory for one, shared if it is for the hardware path.
 class WorkingMemory {
 public:
-    WorkingMemory(Layout layout, Size size, Path path);
+    WorkingMemory(Layout layout, Size size, Backend backend);
 
     uint8_t* bytes() { return shared_ ? shared_->bytes() : own_.data(); }
     WorkingPicture picture();
@@ -106,7 +104,7 @@ RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, c
 RequestResult runRequest(Picture& dst, const Picture& src, const Request& request);
 
 /// What the closing line says of who did the work, such as "in the software model".
-std::string describe(Path path, const std::string& processor, const RequestResult& result);
+std::string describe(Backend backend, const std::string& software, const RequestResult& result);
 
 /// The size at which the library warps a picture: the next multiples of 16 and 2. Refuses sizes outside its
 /// limits; `what` is what an error names.

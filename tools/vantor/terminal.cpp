@@ -9,6 +9,8 @@
 namespace vantor::tool {
 namespace {
 
+bool quiet = false;
+
 /// The code point at the beginning of a text, and its bytes; 0 bytes where the text does not begin with
 /// UTF-8.
 struct CodePoint {
@@ -86,6 +88,22 @@ void printMessage(const char* format, ...) {
 void rewriteLine(const std::string& text) {
     const std::string line = "\r\033[K" + escapeForTerminal(text);
     std::fputs(line.c_str(), stderr);
+}
+
+void summarize(const std::string& text) {
+    if (!quiet) printMessage("%s", text.c_str());
+}
+
+void note(const std::string& text) {
+    summarize("note: " + text);
+}
+
+void beQuiet() {
+    quiet = true;
+}
+
+bool isQuiet() {
+    return quiet;
 }
 
 }  // namespace vantor::tool

@@ -15,6 +15,16 @@ std::string escapeForTerminal(const std::string& text);
 /// "vantor: " and a message: a line on standard error, escaped.
 [[gnu::format(printf, 1, 2)]] void printMessage(const char* format, ...);
 
+/// What a command did, in a line on standard error; nothing where --quiet was given.
+void summarize(const std::string& text);
+
+/// The same for what the user may not expect; the command goes on.
+void note(const std::string& text);
+
+/// --quiet was given: no notes, summary lines and progress.
+void beQuiet();
+bool isQuiet();
+
 /// Puts a text, escaped, in place of the one that it wrote before, in a line of standard error that has no
 /// end yet.
 void rewriteLine(const std::string& text);

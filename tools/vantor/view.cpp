@@ -18,18 +18,23 @@ struct ViewCommand {
     std::string b;
     std::string output;
     WarpOptions warp;
-    FormOptions form{"--input", {}, {}};
+    PairOptions form;
 };
+
+std::vector<ViewedPicture> picturesOf(const ViewCommand& command) {
+    if (!command.b.empty()) {
+        const auto [a, b] = fileForms(command.a, command.b, command.form);
+        return {{command.a, readPicture(a)}, {command.b, readPicture(b)}};
+    }
+    if (command.form.second.isGiven())
+        throw UserError("--other-format and its like: expected a second picture, B");
+    return {{command.a, readPicture(fileForm(command.a, command.form.first))}};
+}
 
 int run(const ViewCommand& command) {
     expectOtherFile("--output", command.output,
                     {command.a, command.b, command.warp.gridFile, command.warp.calibration});
-    const std::string& other = command.b.empty() ? command.a : command.b;
-    std::vector<ViewedPicture> pictures{
-        {command.a, readPicture(fileFormInPair(command.a, other, command.form))}};
-    if (!command.b.empty()) {
-        pictures.push_back({command.b, readPicture(fileFormInPair(command.b, command.a, command.form))});
-    }
+    const std::vector<ViewedPicture> pictures = picturesOf(command);
     const Size size = pictures[0].picture.size;
     if (!(pictures.back().picture.size == size)) {
         throw UserError("cannot be laid over each other: " + command.a + " is " + toString(size) + ", " +
@@ -42,8 +47,9 @@ int run(const ViewCommand& command) {
     }
     const std::vector<uint8_t> page = viewPage(pictures, grid);
     writeWhole(command.output, page);
-    printMessage("%s: a page of %.1f MB for any browser", command.output.c_str(),
-                 static_cast<double>(page.size()) / 1e6);
+    char megabytes[32];
+    std::snprintf(megabytes, sizeof megabytes, "%.1f MB", static_cast<double>(page.size()) / 1e6);
+    summarize(command.output + ": a page of " + megabytes + " for any browser");
     return kDone;
 }
 
@@ -61,6 +67,7 @@ void addView(CLI::App& app, Run& run) {
     addGridOption(*command, options->warp);
     addFormOptions(*command, options->form);
     command->footer(
+        "The --input options hold for B too where it is raw and has no --other option of its own.\n"
         "Examples:\n"
         "  vantor view photo.png straight.png --grid lens.grid -o page.html\n"
         "  vantor view photo.png --rotate 2 -o page.html");

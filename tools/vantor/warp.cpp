@@ -1,6 +1,7 @@
 // vantor warp: rotate, undistort or otherwise move the pixels of pictures.
 #include <memory>
 
+#include "tools/vantor/backend_option.h"
 #include "tools/vantor/clip.h"
 #include "tools/vantor/commands.h"
 #include "tools/vantor/io/error.h"
@@ -12,7 +13,7 @@ namespace {
 
 struct WarpCommand {
     ClipOptions clip;
-    std::string path = "model";
+    BackendOption backend;
     WarpOptions warp;
 };
 
@@ -29,8 +30,7 @@ int run(const WarpCommand& command) {
     const Size size = clip.size();
     const FrameShape written = clip.written(command.clip.input, size);
     const Size frame = warpFrame(command.clip.input, size);
-    const Path path = parsePath(command.path, "model");
-    const Request request = requestFrom(command.warp, path, size, frame);
+    const Request request = requestFrom(command.warp, command.backend.chosen(), size, frame);
     noteFrame(command.clip.input, size, frame);
     return clip.process(written, frame, frame, request, "warped (" + describe(command.warp) + ")",
                         "the software model");
@@ -47,8 +47,7 @@ void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
-    command->add_option("--path", options->path, "model: in the software model; hw: on the hardware service")
-        ->capture_default_str();
+    options->backend.addTo(*command);
     command->footer(
         "A described warp goes from an output position to its source through --rotate, --zoom, --shear, "
         "--shift\n"

@@ -4,11 +4,14 @@
 #include <cmath>
 #include <cstdint>
 
+#include "gdc_model/grid_interp.h"
 #include "hardware/vantorClient/matrix_grid.h"
+#include "tools/vantor/grid_report.h"
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/numbers.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -66,20 +69,44 @@ void noteShape(const Calibration& calibration, Size picture) {
          toString(picture) + ": taken as stretched, not cropped");
 }
 
-/// The parts that only make sense with another option beside them, and the ways to say which warp.
+/// One way to say which warp, and a value that there can be.
 void checkOptions(const WarpOptions& options) {
     if (options.waysGiven() > 1) {
         throw UserError(
             "several warps: expected one of a grid file, --matrix, --calibration, and a warp described by "
             "--rotate, --zoom, --shear, --shift, --lens and --center");
     }
-    if (options.calibration.empty() &&
-        (options.isFisheye || options.alpha || !options.calibratedSize.empty())) {
-        throw UserError("--alpha, --fisheye and --calibrated-size: expected --calibration as well");
-    }
     if (options.alpha && !(*options.alpha >= 0 && *options.alpha <= 1)) {
         throw UserError("--alpha " + std::to_string(*options.alpha) + ": expected a number from 0 to 1");
     }
+}
+
+int nodesBeyondRange(const Grid& grid) {
+    int nodes = 0;
+    for (int k = 0; k < kGridNodes * kGridNodes; ++k) {
+        nodes += isBeyondRange(grid.dX[k]) || isBeyondRange(grid.dY[k]);
+    }
+    return nodes;
+}
+
+Grid withBytesSwapped(Grid grid) {
+    const auto swapped = [](int32_t value) {
+        return static_cast<int32_t>(__builtin_bswap32(static_cast<uint32_t>(value)));
+    };
+    std::transform(std::begin(grid.dX), std::end(grid.dX), grid.dX, swapped);
+    std::transform(std::begin(grid.dY), std::end(grid.dY), grid.dY, swapped);
+    return grid;
+}
+
+/// Grids of use have few such nodes, if any.
+void noteRange(const std::string& file, const Grid& grid) {
+    const int beyond = nodesBeyondRange(grid);
+    if (2 * beyond <= kGridNodes * kGridNodes) return;
+    const bool isSwapped = nodesBeyondRange(withBytesSwapped(grid)) == 0;
+    note(file + ": " + std::to_string(beyond) + " of " + std::to_string(kGridNodes * kGridNodes) +
+         " nodes are beyond the engine's range" +
+         (isSwapped ? "; with the bytes of each value in reverse order none is: grid files are little-endian"
+                    : ""));
 }
 
 }  // namespace
@@ -89,16 +116,21 @@ bool WarpOptions::hasParts() const {
 }
 
 void addWarpOptions(CLI::App& command, WarpOptions& options) {
-    command.add_option("--calibration", options.calibration,
-                       "Straighten the pictures of a camera: OpenCV's calibration, YAML or XML");
-    command.add_option(
-        "--alpha", options.alpha,
-        "0: only what the camera's picture has; 1: all that it has; between: a blend; without: "
-        "with the same camera matrix");
-    command.add_flag("--fisheye", options.isFisheye,
-                     "The calibration is a fisheye's, though it does not say so");
-    command.add_option("--calibrated-size", options.calibratedSize,
-                       "Size of the pictures that the calibration was made with, if it does not say so");
+    CLI::Option* calibration =
+        command.add_option("--calibration", options.calibration,
+                           "Straighten the pictures of a camera: OpenCV's calibration, YAML or XML");
+    command
+        .add_option("--alpha", options.alpha,
+                    "0: only what the camera's picture has; 1: all that it has; between: a blend; without: "
+                    "with the same camera matrix")
+        ->needs(calibration);
+    command
+        .add_flag("--fisheye", options.isFisheye, "The calibration is a fisheye's, though it does not say so")
+        ->needs(calibration);
+    command
+        .add_option("--calibrated-size", options.calibratedSize,
+                    "Size of the pictures that the calibration was made with, if it does not say so")
+        ->needs(calibration);
     options.parts = {
         command.add_option("--rotate", options.rotate, "Turn by degrees, counter-clockwise"),
         command.add_option("--zoom", options.zoom, "Enlarge by a factor"),
@@ -125,7 +157,11 @@ void addMatrixOption(CLI::App& command, WarpOptions& options) {
 
 Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
     checkOptions(options);
-    if (!options.gridFile.empty()) return {readGrid(options.gridFile), {}, {}};
+    if (!options.gridFile.empty()) {
+        const Grid grid = readGrid(options.gridFile);
+        noteRange(options.gridFile, grid);
+        return {grid, {}, {}};
+    }
     if (!options.matrix.empty()) {
         return {
             hardware::gridFromMatrix(parseMatrix(options.matrix).data(), frame.width, frame.height), {}, {}};
@@ -141,10 +177,10 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
     return {makeGrid(map, frame), map, undistort.straightCamera()};
 }
 
-Request requestFrom(const WarpOptions& options, Path path, Size picture, Size frame) {
+Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame) {
     checkOptions(options);
-    return options.matrix.empty() ? warpingRequest(path, gridFrom(options, picture, frame))
-                                  : warpingRequest(path, parseMatrix(options.matrix));
+    return options.matrix.empty() ? warpingRequest(backend, gridFrom(options, picture, frame))
+                                  : warpingRequest(backend, parseMatrix(options.matrix));
 }
 
 std::optional<Size> calibratedSize(const WarpOptions& options) {

@@ -58,7 +58,7 @@ inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
 }
 
 /// The library's request for such a warp.
-Request requestFrom(const WarpOptions& options, Path path, Size picture, Size frame);
+Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame);
 
 /// The size of the pictures that the calibration was made with, if one was given.
 std::optional<Size> calibratedSize(const WarpOptions& options);

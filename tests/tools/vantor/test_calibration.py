@@ -46,4 +46,4 @@ def test_refused_calibrations(refuse, file, old, new, options, text):
 
 
 def test_options_of_calibrations_want_one(vantor):
-    vantor("grid --alpha 1", 2, "--alpha, --fisheye and --calibrated-size: expected --calibration")
+    vantor("grid --alpha 1", 2, "--alpha requires --calibration")

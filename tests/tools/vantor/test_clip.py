@@ -40,7 +40,7 @@ def test_any_number_of_workers_gives_the_same_hash_on_both_paths(vantor, chart):
     frames = [read("chart.nv12")[: i * 10000].ljust(86400, b"\x80") for i in range(1, 9)]
     write("chart_320x180_8.nv12", b"".join(frames))
     text = vantor("warp chart_320x180_8.nv12 -o model.nv12 --rotate 9 --jobs 1 --hash", text=", 8 frames, ").text
-    arguments = "warp chart_320x180_8.nv12 -o hw.nv12 --rotate 9 --jobs 4 --path hw --verify"
+    arguments = "warp chart_320x180_8.nv12 -o hw.nv12 --rotate 9 --jobs 4 --backend hardware --verify"
     vantor(f"{arguments} {text.split('hash ')[1]}", text="service) in")
     assert read("hw.nv12") == read("model.nv12")
 

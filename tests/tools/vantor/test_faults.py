@@ -97,9 +97,9 @@ RUNS = [
     "scale ../chart.png -o a.png --size 48x32",
     "scale ../clip.y4m -o b.y4m --size 8x8 --jobs 3",
     "warp ../chart.png -o c.png --rotate 3",
-    "warp ../many_96x64.gray -o d.gray --rotate 9 --path hw --jobs 2 --limit 50",
+    "warp ../many_96x64.gray -o d.gray --rotate 9 --backend hardware --jobs 2 --limit 50",
     "warp ../many_96x64.gray -o e.gray --rotate 5 --jobs 2",
-    "scale ../chart.png -o f.png --size 60x40 --path hw",
+    "scale ../chart.png -o f.png --size 60x40 --backend hardware",
     "record g.vrec warp ../chart.png -o same.png --rotate 3",
     "compare ../chart.png ../turned.png --tolerance 255 --heatmap h.png",
 ]

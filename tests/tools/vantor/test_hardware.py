@@ -11,22 +11,22 @@ def pictures(vantor, chart):
 
 def test_the_results_are_the_processors(vantor):
     vantor("scale chart.png -o x.png --size 50%")
-    vantor("scale chart.png -o hw.png --size 50% --path hw", text="as nv12 on the hardware path (software service)")
+    vantor("scale chart.png -o hw.png --size 50% --backend hardware", text="as nv12 on the hardware path (software service)")
     assert read("hw.png") == read("x.png")
     vantor("warp odd_101x77.gray -o x.gray --shift 5,5")
-    vantor("warp odd_101x77.gray -o hw.gray --shift 5,5 --path hw", text="as gray on the hardware path")
+    vantor("warp odd_101x77.gray -o hw.gray --shift 5,5 --backend hardware", text="as gray on the hardware path")
     assert read("hw.gray") == read("x.gray")
 
 
 def test_the_path_is_in_the_json_and_in_the_log(vantor):
-    assert vantor("scale chart.png -o x.png --size 50% --path hw --json").json()["path"] == "hardware"
-    arguments = "warp chart.png -o x.png --matrix 4096,0,0,0,4096,0 --path hw"
+    assert vantor("scale chart.png -o x.png --size 50% --backend hardware --json").json()["path"] == "hardware"
+    arguments = "warp chart.png -o x.png --matrix 4096,0,0,0,4096,0 --backend hardware"
     vantor(arguments, text="runGDCHWGrid():970 WARPING done", env={"VANTOR_LOG": "info"})
 
 
 @pytest.mark.parametrize("arguments, text", [
-    ("odd_101x77.gray --size 160x90 --path hw", "Src width(101) and height(77) must be aligned"),
-    ("chart.png --size 8x8 --path fpga", "--path fpga: expected hw or sw"),
+    ("odd_101x77.gray --size 160x90 --backend hardware", "Src width(101) and height(77) must be aligned"),
+    ("chart.png --size 8x8 --path fpga", "--path fpga: expected software or hardware"),
 ])
 def test_refusals_are_told(refuse, arguments, text):
     refuse(f"scale {arguments}", text)
@@ -50,12 +50,12 @@ def test_a_fallback_has_the_same_bytes_and_is_named(vantor, not_sanitized):
     vantor("scale chart.png -o expected.gray --size 160x90")
     # Descriptors enough for the result, the allocator and two pictures, and no more.
     text = "as gray by the hardware path's fallback (ion_alloc_fd(6) failed)"
-    vantor("scale chart.png -o x.gray --size 160x90 --path hw", text=text, under="prlimit --nofile=7")
+    vantor("scale chart.png -o x.gray --size 160x90 --backend hardware", text=text, under="prlimit --nofile=7")
     assert read("x.gray") == read("expected.gray")
 
 
 def test_gray_warps_of_a_clip_leave_two_descriptors_open_each(vantor, not_sanitized):
     write("many_96x64.gray", bytes(300 * 96 * 64))
-    arguments = "warp many_96x64.gray -o x.gray --rotate 9 --path hw --jobs 1"
+    arguments = "warp many_96x64.gray -o x.gray --rotate 9 --backend hardware --jobs 1"
     vantor(arguments, text="software service) in", under="prlimit --nofile=256:")  # which it may raise
     vantor(arguments, 2, "the hardware path refused: ion_alloc_fd", under="prlimit --nofile=24")

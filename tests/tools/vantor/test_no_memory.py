@@ -8,7 +8,7 @@ import pytest
 from conftest import CALIBRATIONS, read, whole_or_old, write
 
 SEED = int(os.environ.get("VANTOR_SEED", 0))
-OPTIONS = 5800  # so many allocations declare the options
+OPTIONS = 6900  # so many allocations declare the options
 CALIBRATION = f"--calibration {CALIBRATIONS}/five.yml"
 
 pytestmark = pytest.mark.usefixtures("not_sanitized", "small_files")
@@ -31,7 +31,7 @@ def starve(vantor, failing_calls):
     ("x.png", "scale chart.png -o x.png --size 48x32"),
     ("x.y4m", "scale clip.y4m -o x.y4m --size 8x8 --jobs 2"),
     ("x.png", f"warp chart.png -o x.png {CALIBRATION}"),
-    ("x.gray", "warp chart.png -o x.gray --rotate 3 --path hw"),
+    ("x.gray", "warp chart.png -o x.gray --rotate 3 --backend hardware"),
     ("x.grid", f"grid -o x.grid {CALIBRATION} --size 96x64"),
     ("x.png", "record x.vrec warp chart.png -o x.png --rotate 3"),
     ("x.html", "view chart.png turned.png -o x.html"),
@@ -58,9 +58,9 @@ def test_a_replay_without_memory_ends_with_an_error(vantor, starve):
 def test_a_drawing_does_not_begin_without_memory_enough(vantor):
     """cairo cannot go on from a failure, so it should have none."""
     arguments = "compare chart.png turned.png --tolerance 255 --heatmap"
-    vantor(f"{arguments} whole")
+    vantor(f"{arguments} whole.png")
     for size in range(16000, 32000, 1000):
         write("x.png", b"old")
         result = vantor.run(f"{arguments} x.png", under=f"prlimit --as={size}000")
         if result.status != 127:  # what loads programs wants memory as well
-            whole_or_old(result, "x.png", read("whole"), f"{size} KB")
+            whole_or_old(result, "x.png", read("whole.png"), f"{size} KB")

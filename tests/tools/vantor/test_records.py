@@ -31,10 +31,10 @@ def edit(vantor, pattern, new):
 @pytest.mark.parametrize("arguments", [
     "warp chart.png --rotate 10",
     "warp odd_101x77.gray --matrix 5000,0,90,0,5000,7",
-    "warp chart.png --zoom 2 --path hw",
+    "warp chart.png --zoom 2 --backend hardware",
     "scale chart.png --size 400x300",
     "scale odd_101x77.gray --size 50x39",
-    "scale chart.png --size 160x90 --path hw",
+    "scale chart.png --size 160x90 --backend hardware",
 ])
 def test_a_replay_gives_the_same(vantor, arguments):
     vantor(f"{arguments} -o plain.png")
@@ -55,7 +55,7 @@ def test_hashes_need_their_source(vantor):
 
 
 def test_a_refusal_is_recorded(vantor):
-    arguments = "scale odd_101x77.gray -o x.gray --size 160x90 --path hw"
+    arguments = "scale odd_101x77.gray -o x.gray --size 160x90 --backend hardware"
     vantor(f"record refused.vrec {arguments}", 2, "the hardware path refused")
     vantor("replay refused.vrec", text="status -38 (Src width(101)")
 

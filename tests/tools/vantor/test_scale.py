@@ -75,7 +75,7 @@ def test_reductions_and_enlargements_name_their_filters(vantor, chart):
     ("cut.png --size 8x8", "cut.png: no readable PNG"),
     ("deep.png --size 8x8", "deep.png: 16 bits a sample: at most 8 expected"),
     ("chart.png --size 8x8 --input-size 4x4", "--input-size 4x4: chart.png is a PNG file"),
-    ("chart.png --size 8x8 --sise 8x8", "--sise (vantor --help shows how)"),
+    ("chart.png --size 8x8 --sise 8x8", "--sise (vantor scale --help shows how)"),
 ])
 def test_refusals_say_what_was_wrong_and_what_was_expected(refuse, chart, arguments, text):
     write("6x4.gray", flat("6x4", 0))

@@ -12,8 +12,6 @@
 
 namespace vantor::tool {
 
-void note(const std::string&) {}
-
 namespace {
 
 TEST(UndistortMap, LeadsWhereOpenCvsMapLeads) {

@@ -95,5 +95,17 @@ TEST(GridReport, CountsWhatIsWrongWithAGrid) {
     EXPECT_EQ(examine(grid, size).nodesBeyondRange, 1);
 }
 
+TEST(GridReport, CountsPixelsThatAreOffByMoreThanHalf) {
+    const Size size{320, 192};
+    const auto offBy = [](Point output) {  // 0.5 in a column more than the 8 where it is larger
+        return Point{output.x + (output.x < 8 ? 0.75 : output.x < 9 ? 0.5 : 0.25), output.y};
+    };
+    const GridError error = measureError(Grid{}, offBy, size, size);
+    EXPECT_EQ(error.pixels, size.pixels());
+    EXPECT_EQ(error.beyondHalf, 8u * 192);
+    EXPECT_DOUBLE_EQ(error.largest, 0.75);
+    EXPECT_EQ(error.largestX, 0);
+}
+
 }  // namespace
 }  // namespace vantor::tool

@@ -17,10 +17,10 @@ _vantor() {
     [[ $word == "=" ]] && word=""
     [[ $previous == "=" ]] && previous=${COMP_WORDS[COMP_CWORD - 2]}
     case $previous in
-    --path) [[ ${path[*]} == *warp ]] && values="model hw" || values="sw hw" ;;
-    --input-format | --output-format) values="nv12 nv21 i420 gray y4m" ;;
-    --yuv-matrix) values="601 709" ;;
-    --yuv-range) values="limited full" ;;
+    --backend) values="software hardware" ;;
+    --input-format | --other-format | --output-format) values="nv12 nv21 i420 gray y4m" ;;
+    --yuv-matrix) values="601 709 bt601 bt709" ;;
+    --yuv-range) values="limited full tv pc" ;;
     *)
         # Where neither an option nor a sub-command is expected, bash completes file names.
         [[ $word == -* || ${#path[@]} == 0 || ${path[*]} == record ]] && values=$(_vantor_help "${path[@]: -1}")

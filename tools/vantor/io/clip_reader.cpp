@@ -6,6 +6,7 @@
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/input_file.h"
 #include "tools/vantor/io/png_file.h"
+#include "tools/vantor/io/raw_geometry.h"
 
 namespace vantor::tool {
 namespace {
@@ -21,10 +22,10 @@ public:
           path_(std::move(path)),
           picture_(std::move(picture)) {}
 
+    std::string name() const override { return path_; }
     std::optional<uintmax_t> framesLeft() const override { return isTaken_ ? 0 : 1; }
 
 private:
-    std::string name() const override { return path_; }
     std::optional<size_t> take(uint8_t* frame, std::string&) override {
         if (isTaken_) return {};
         isTaken_ = true;
@@ -42,6 +43,7 @@ public:
     FileReader(std::unique_ptr<InputFile> file, FrameShape shape, std::optional<Y4mHeader> header = {})
         : ClipReader(shape, std::move(header)), file_(std::move(file)) {}
 
+    std::string name() const override { return file_->name(); }
     int descriptor() const override { return file_->descriptor(); }
     std::optional<uintmax_t> framesLeft() const override {
         const std::optional<uintmax_t> bytes = file_->bytesLeft();
@@ -49,7 +51,6 @@ public:
     }
 
 protected:
-    std::string name() const override { return file_->name(); }
     InputFile& file() { return *file_; }
     /// That a frame takes in the file.
     virtual size_t leastBytes() const { return shape().bytes(); }
@@ -63,13 +64,20 @@ private:
 
 class RawReader : public FileReader {
 public:
-    using FileReader::FileReader;
+    RawReader(std::unique_ptr<InputFile> file, const FrameShape& shape, std::string optionPrefix)
+        : FileReader(std::move(file), shape),
+          optionPrefix_(std::move(optionPrefix)),
+          length_(this->file().bytesLeft()) {}
 
 private:
+    std::string explanation() const override { return explainLength(shape(), length_, optionPrefix_); }
     std::optional<size_t> take(uint8_t* frame, std::string&) override {
         const size_t taken = takeSamples(frame);
         return taken == 0 ? std::nullopt : std::optional(taken);
     }
+
+    std::string optionPrefix_;
+    std::optional<uintmax_t> length_;  ///< of a regular file
 };
 
 /// A line without its end, byte by byte, so that nothing behind it is taken; shorter than said if the file
@@ -120,7 +128,7 @@ bool ClipReader::read(uint8_t* frame, std::string& tags) {
     if (*taken < bytesToLastSample(shape_)) {
         failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.layout) +
                     ") ends after " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
-                    " bytes");
+                    " bytes" + explanation());
     }
     ++number_;
     return true;
@@ -130,16 +138,39 @@ void ClipReader::failAtFrame(const std::string& trouble) const {
     throw UserError(name() + ": frame " + std::to_string(number_) + " " + trouble);
 }
 
+std::optional<Picture> readFrame(ClipReader& clip) {
+    const FrameShape& shape = clip.shape();
+    std::vector<uint8_t> frame(shape.bytes());
+    std::string tags;
+    if (!clip.read(frame.data(), tags)) return {};
+    if (shape.isPacked()) return Picture{shape.layout, shape.size, std::move(frame)};
+    Picture picture{shape.layout, shape.size, {}};
+    picture.bytes.reserve(byteCount(shape.layout, shape.size));
+    forEachStretch(shape, frame.data(), [&](const uint8_t* bytes, size_t count) {
+        picture.bytes.insert(picture.bytes.end(), bytes, bytes + count);
+    });
+    return picture;
+}
+
+void skipFrames(ClipReader& clip, uintmax_t count) {
+    for (uintmax_t i = 0; i < count; ++i) {
+        if (clip.skip()) continue;
+        throw UserError("--skip " + std::to_string(count) + ": " + clip.name() + " has " + std::to_string(i) +
+                        " frames");
+    }
+}
+
 std::unique_ptr<ClipReader> openClip(const FileForm& form) {
     if (form.type == FileType::Png) return std::make_unique<PngReader>(form.path, readPng(form.path));
     if (form.type == FileType::Y4m) return openY4m(form.path);
     if (!form.size) {
         throw UserError(form.path +
                         ": size unknown: expected it in the name, as in clip_1280x720_nv12.yuv, or " +
-                        "--input-size WIDTHxHEIGHT");
+                        form.options.optionPrefix + "-size WIDTHxHEIGHT");
     }
     const FrameShape shape = rawShape(form, form.path, *form.layout, *form.size);
-    return std::make_unique<RawReader>(std::make_unique<InputFile>(form.path), shape);
+    return std::make_unique<RawReader>(std::make_unique<InputFile>(form.path), shape,
+                                       form.options.optionPrefix);
 }
 
 }  // namespace vantor::tool

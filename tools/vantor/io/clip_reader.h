@@ -29,6 +29,8 @@ public:
         return read(nullptr, unused);
     }
 
+    /// What an error names.
+    virtual std::string name() const = 0;
     /// What can be waited for until there is more to read; negative if there always is.
     virtual int descriptor() const { return -1; }
     /// An upper bound of the frames that are left, near to their number; nothing if it is not known.
@@ -41,8 +43,8 @@ protected:
     /// Of the next frame, the bytes that are there, up to all of them. `frame` null passes over them. Nothing
     /// where the clip ends.
     virtual std::optional<size_t> take(uint8_t* frame, std::string& tags) = 0;
-    /// What an error names.
-    virtual std::string name() const = 0;
+    /// What there is to say of a frame that ends early, behind an error's text.
+    virtual std::string explanation() const { return {}; }
     [[noreturn]] void failAtFrame(const std::string& trouble) const;
 
 private:
@@ -50,6 +52,12 @@ private:
     std::optional<Y4mHeader> header_;
     uintmax_t number_ = 0;
 };
+
+/// The next frame without padding; nothing where the clip ends.
+std::optional<Picture> readFrame(ClipReader& clip);
+
+/// Passes over frames, of which an error says if the clip has fewer.
+void skipFrames(ClipReader& clip, uintmax_t count);
 
 /// Opens a clip and reads what comes before its frames.
 std::unique_ptr<ClipReader> openClip(const FileForm& form);

@@ -4,6 +4,7 @@
 
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/planes.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 

@@ -74,11 +74,26 @@ void refuseOptions(const FileForm& form) {
     refuse(options.sliceHeight != 0, "-slice-height", std::to_string(options.sliceHeight));
 }
 
+/// The options of the second of two files, with the first's where it has none of its own.
+FormOptions completed(FormOptions own, const FormOptions& first) {
+    if (!own.isGiven()) return first;
+    if (own.format.empty()) own.format = first.format;
+    if (own.size.empty()) own.size = first.size;
+    if (own.stride == 0) own.stride = first.stride;
+    if (own.sliceHeight == 0) own.sliceHeight = first.sliceHeight;
+    return own;
+}
+
 }  // namespace
 
 bool isPngName(const std::string& path) {
     const std::vector<std::string> words = wordsOf(path);
     return words.size() > 1 && words.back() == "png";
+}
+
+void expectPngName(const std::string& option, const std::string& path) {
+    if (path.empty() || isPngName(path)) return;
+    throw UserError(option + " " + path + ": expected a name ending in .png");
 }
 
 FileForm fileForm(const std::string& path, const FormOptions& options) {
@@ -118,9 +133,18 @@ FileForm fileForm(const std::string& path, const FormOptions& options) {
     return form;
 }
 
-FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
-    const bool isForOther = typeOf(path, options) != FileType::Raw && typeOf(other, options) == FileType::Raw;
-    return fileForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
+std::pair<FileForm, FileForm> fileForms(const std::string& first, const std::string& second,
+                                        const PairOptions& options) {
+    if (first == "-" && second == "-")
+        throw UserError("two pictures from standard input: expected another file");
+    const FormOptions shared = completed(options.second, options.first);
+    const bool isShared =
+        typeOf(second, options.second) == FileType::Raw || typeOf(second, shared) == FileType::Raw;
+    const bool isForSecond = isShared && typeOf(first, options.first) != FileType::Raw;
+    const std::string firstFormat = options.first.format == kY4m ? kY4m : "";
+    return {fileForm(first,
+                     isForSecond ? FormOptions{options.first.optionPrefix, firstFormat, {}} : options.first),
+            fileForm(second, isShared ? shared : options.second)};
 }
 
 FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size) {
@@ -146,22 +170,14 @@ FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout
 
 Picture readPicture(const FileForm& form) {
     const std::unique_ptr<ClipReader> clip = openClip(form);
-    const FrameShape& shape = clip->shape();
-    std::vector<uint8_t> frame(shape.bytes());
-    std::string tags;
-    if (!clip->read(frame.data(), tags)) throw UserError(form.path + ": expected a picture, and it is empty");
+    std::optional<Picture> picture = readFrame(*clip);
+    if (!picture) throw UserError(form.path + ": expected a picture, and it is empty");
     if (clip->skip()) {
         throw UserError(form.path +
                         ": more than one frame, expected one (vantor scale --size 100% --skip N --limit 1 " +
                         "takes one out)");
     }
-    if (shape.isPacked()) return {shape.layout, shape.size, std::move(frame)};
-    Picture picture{shape.layout, shape.size, {}};
-    picture.bytes.reserve(byteCount(shape.layout, shape.size));
-    forEachStretch(shape, frame.data(), [&](const uint8_t* bytes, size_t count) {
-        picture.bytes.insert(picture.bytes.end(), bytes, bytes + count);
-    });
-    return picture;
+    return std::move(*picture);
 }
 
 Layout writtenLayout(const FileForm& form, Layout read) {

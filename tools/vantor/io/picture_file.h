@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "tools/vantor/io/picture.h"
 #include "tools/vantor/io/planes.h"
@@ -12,13 +13,21 @@ namespace vantor::tool {
 enum class FileType { Png, Y4m, Raw };
 
 /// What the user says of a file with options; empty or 0 where not given. `optionPrefix` is "--input" or
-/// "--output".
+/// "--output", or "--other" for the second of two inputs.
 struct FormOptions {
     std::string optionPrefix;
     std::string format;
     std::string size;
     int stride = 0;
     int sliceHeight = 0;
+
+    bool isGiven() const { return !format.empty() || !size.empty() || stride != 0 || sliceHeight != 0; }
+};
+
+/// Of two pictures that are looked at together.
+struct PairOptions {
+    FormOptions first{"--input", {}, {}};
+    FormOptions second{"--other", {}, {}};
 };
 
 /// What is known of a picture file from its name and from options. PNG and Y4M files say the rest themselves.
@@ -32,14 +41,18 @@ struct FileForm {
 
 bool isPngName(const std::string& path);
 
+/// Refuses other names of pictures that are drawn. Empty names are none.
+void expectPngName(const std::string& option, const std::string& path);
+
 /// Works out a file's form. Layout and size are words of the name, set off by "_", "-" or ".", as in
 /// clip_1280x720_nv12.yuv or still-640x480.gray; options win over the name. "-" is Y4M if no option says
 /// otherwise. Refuses names that leave the layout of a raw file open.
 FileForm fileForm(const std::string& path, const FormOptions& options);
 
-/// One of a pair of pictures, of which `other` is the other's name: of a raw file and another, the options
-/// speak of the raw one.
-FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options);
+/// The forms of both. What a raw second file has no option of its own for is as the first's options say; of a
+/// raw file and another, the first's options speak of the raw one.
+std::pair<FileForm, FileForm> fileForms(const std::string& first, const std::string& second,
+                                        const PairOptions& options);
 
 /// The shape of a raw file's frames. Refuses odd sizes with chroma at half the size, and strides and heights
 /// that are too small; `what` is what an error about the size names.

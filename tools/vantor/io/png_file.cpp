@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {

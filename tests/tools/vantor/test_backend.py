@@ -1,0 +1,43 @@
+"""--backend, its old spelling, and what crosscheck says of the hardware path."""
+
+import json
+import pathlib
+
+import pytest
+
+SCALE = "scale chart.png -o x.png --size 50% "
+WARP = "warp chart.png -o x.png --rotate 2 "
+
+
+@pytest.mark.parametrize("command", [SCALE, WARP, "record x.vrec " + SCALE])
+@pytest.mark.parametrize(
+    "option, backend, path",
+    [("", "software", "processor"), ("--backend software", "software", "processor"),
+     ("--backend model", "software", "processor"), ("--backend hardware", "hardware", "hardware"),
+     ("--path hw", "hardware", "hardware"), ("--path sw", "software", "processor"),
+     ("--path model", "software", "processor")],
+)  # fmt: skip
+def test_one_name_and_the_old_one(vantor, chart, command, option, backend, path):
+    vantor(command + option, text="service)" if backend == "hardware" else "in ")
+    made = pathlib.Path("x.png").read_bytes()
+    vantor(command)
+    assert made == pathlib.Path("x.png").read_bytes()
+    text = vantor(command + option + " --json").text
+    assert text.startswith(f"vantor: note: --path: now --backend {backend}\n") == option.startswith("--path")
+    report = json.loads(text[text.index("{") : text.rindex("}") + 1])
+    assert (report["backend"], report["path"]) == (backend, path)
+
+
+@pytest.mark.parametrize(
+    "options, expected",
+    [("--backend fpga", "--backend fpga: expected software or hardware"), ("--backend hw", "--backend hw: expected"),
+     ("--path fpga", "--path fpga: expected software or hardware"), ("--backend ''", "--backend : expected"),
+     ("--backend hardware --path hw", "--path: now --backend")],
+)  # fmt: skip
+def test_other_values_are_refused(vantor, chart, options, expected):
+    vantor(SCALE + options, 2, expected)
+
+
+def test_crosscheck_says_what_the_hardware_path_is_here(vantor, chart):
+    vantor("crosscheck chart.png --rotate 2", text="hardware path (here the software service) and processor: identical")
+    vantor("crosscheck --help", text="until\nsomething else sits in its seat")
