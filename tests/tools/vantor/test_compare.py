@@ -52,6 +52,8 @@ def test_clips_are_compared_frame_by_frame(vantor, clips):
 
     only = vantor("compare a.y4m b.y4m --skip 1 --limit 1", 1, "differ, first at (7, 5): 20 and 23").text
     assert "frame" not in only
+    y4m("c.y4m", flat(10), flat(20, (5 * WIDTH + 7, 23)), flat(31))
+    vantor("compare a.y4m c.y4m", 1, "first in frame 1 at (7, 5)")
     vantor("compare a.y4m b.y4m --skip 2", text="\nidentical\n")
     vantor("compare a.y4m b.y4m --skip 4", 2, "--skip 4: a.y4m has 3 frames")
 
@@ -68,6 +70,7 @@ def test_tolerance_in_text_and_json(vantor, clips, tolerance, status, verdict):
 def test_numbers_of_frames_that_differ_are_a_difference(vantor, clips):
     y4m("short.y4m", flat(10))
     vantor("compare a.y4m short.y4m --tolerance 255", 1, "frames: 3 of a.y4m, 1 of short.y4m\ndifferent, beyond")
+    vantor("compare short.y4m a.y4m", 1, "frames: 1 of short.y4m, 3 of a.y4m")
     report = json.loads(vantor("compare short.y4m a.y4m --json --limit 2", 1).text)
     assert report["frame_counts"] == {"a": 1, "b": 2}
     assert (report["identical"], report["within_tolerance"]) == (False, False)
@@ -109,6 +112,7 @@ PADDED = "stride 384 --{0}-slice-height 192"
         ("padded.nv21 padded.i420", "--input-size 320x180 --input-" + PADDED.format("input")),
         ("a.nv12 padded.nv21", "--input-size 320x180 --other-" + PADDED.format("other")),
         ("a.nv12 copy.bin", "--input-size 320x180 --other-format nv21 --other-" + PADDED.format("other")),
+        ("padded.i420 copy.bin", f"--input-size 320x180 --input-{PADDED.format('input')} --other-format nv21"),
         ("wrong_8x8.nv12 a.i420", "--input-format nv12 --input-size 320x180 --other-format i420"),
         (
             "padded.nv21 a.nv12",

@@ -106,6 +106,8 @@ def test_grids_of_the_other_byte_order_are_noted(vantor, chart, command):
     pathlib.Path("swapped.grid").write_bytes(struct.pack(">2178i", *values))
     vantor(f"{command} swapped.grid", text="beyond the engine's range; with the bytes of each value in reverse")
     assert "note" not in vantor(f"{command} good.grid").text
+    pathlib.Path("few.grid").write_bytes(struct.pack("<2178i", *[0x7F00007F] * 500, *[0] * 1678))
+    assert "note" not in vantor(f"{command} few.grid").text
     pathlib.Path("far.grid").write_bytes(struct.pack("<2178i", *[0x7F00007F] * 1089, *[-0x7F00007F] * 1089))
     text = vantor(f"{command} far.grid", text="1089 of 1089 nodes are beyond the engine's range").text
     assert "reverse" not in text
