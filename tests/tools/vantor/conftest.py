@@ -25,9 +25,9 @@ def pytest_addoption(parser):
 
 
 def pytest_generate_tests(metafunc):
-    if "command" in metafunc.fixturenames:
+    if "subcommand" in metafunc.fixturenames:
         commands = subcommands(metafunc.config.getoption("--vantor"))
-        metafunc.parametrize("command", ["", *commands], ids=["vantor", *commands])
+        metafunc.parametrize("subcommand", ["", *commands], ids=["vantor", *commands])
 
 
 def subcommands(vantor):

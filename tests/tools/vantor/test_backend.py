@@ -31,7 +31,6 @@ def test_one_name_and_the_old_one(vantor, chart, command, option, backend, path)
 @pytest.mark.parametrize(
     "options, expected",
     [("--backend fpga", "--backend fpga: expected software or hardware"), ("--backend hw", "--backend hw: expected"),
-     ("--path fpga", "--path fpga: expected software or hardware"), ("--backend ''", "--backend : expected"),
      ("--backend hardware --path hw", "--path: now --backend")],
 )  # fmt: skip
 def test_other_values_are_refused(vantor, chart, options, expected):

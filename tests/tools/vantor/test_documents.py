@@ -74,8 +74,8 @@ def test_the_commands_of_a_page(run_shown, page):
     run_shown(shown(page), dump=2 * 1920 * 1080 * 3 // 2)  # two packed frames
 
 
-def test_the_examples_of_a_help(vantor, run_shown, command):
-    text = vantor(f"{command} --help").text.split("Examples:\n")[1]
-    assert text.count(f"vantor {command}") >= 2
+def test_the_examples_of_a_help(vantor, run_shown, subcommand):
+    text = vantor(f"{subcommand} --help").text.split("Examples:\n")[1]
+    assert text.count(f"vantor {subcommand}") >= 2
     commands = re.sub("^  ", "", text, flags=re.MULTILINE)
     run_shown(commands, dump=2048 * 1088 * 3 // 2)  # a padded frame

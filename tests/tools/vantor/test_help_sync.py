@@ -33,11 +33,12 @@ def test_subcommands_are_completed_and_named_where_one_is_expected(vantor):
     vantor("scael", 2, f"scael: {text}")
 
 
-def test_options_are_completed_and_in_the_manual(vantor, command):
-    listed = re.findall(r"^  (-\S+)", vantor(f"{command} --help").text, re.MULTILINE)
+def test_options_are_completed_and_in_the_manual(vantor, subcommand):
+    listed = re.findall(r"^  (-\S+)", vantor(f"{subcommand} --help").text, re.MULTILINE)
     options = {option for names in listed for option in names.split(",")}
-    assert options <= set(completed(vantor, f"{command} -"))
-    page = MANUAL.read_text().replace("\\-", "-").partition(f"\n.SS vantor {command}\n")[2].split("\n.SS")[0]
+    assert options <= set(completed(vantor, f"{subcommand} -"))
+    heading = f".SS vantor {subcommand}\n" if subcommand else ".SH DESCRIPTION\n"
+    page = MANUAL.read_text().replace("\\-", "-").partition(heading)[2].split("\n.S")[0]
     for option in options - {"-h", "--help", "--version"}:
         assert re.search(rf"^\.B (.*,)?{option}( |,|$)", page, re.MULTILINE), option
 
