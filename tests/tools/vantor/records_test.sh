@@ -49,7 +49,7 @@ mv whole.vrec bug.vrec
 
 refuse() { # refuse TEXT EXPRESSION
     edited "$2"
-    expect 2 "x.vrec: no readable record: $1" replay x.vrec
+    expect 2 "x.vrec: not a valid record: $1" replay x.vrec
 }
 refuse 'source.size[0] 99999: expected a whole number from 4 to 16384' '/"source"/s/\[320,/[99999,/'
 refuse 'source.size [319,180]: expected even numbers, in nv12' '/"source"/s/\[320,/[319,/'
@@ -59,15 +59,15 @@ refuse 'matrix [1.5]: expected a list of 6' 's/\[4096.*/[1.5]/'
 refuse 'operation "rm": expected runInterpBicubic, runCSC' 's/runGDCMatrix/rm/'
 refuse 'grid is missing' 's/runGDCMatrix/runGDCGrid/'
 refuse 'source.hash "../..": expected 16 hexadecimal digits' '/"source"/s/"hash":"[0-9a-f]*/"hash":"..\/../'
-refuse 'the header is no JSON object' 's/^ "format"/]/'
+refuse 'the header is not a JSON object' 's/^ "format"/]/'
 nest=$(printf '[%.0s' {1..60000})$(printf ']%.0s' {1..60000}) # as JSON to read, 7 GB
 refuse 'the header has a value inside more than 8 objects and lists' "s/^ \"made_by\".*/ \"made_by\": $nest,/"
 refuse 'the file has 1' '/"destination"/s/\[320,180/[16384,16384/'
 head -c 1000 bug.vrec >x.vrec
-expect 2 "x.vrec: no readable record: the header ends after 958 of" replay x.vrec
+expect 2 "x.vrec: not a valid record: the header ends after 958 of" replay x.vrec
 sed '1s/ 1 / 2 /' bug.vrec >x.vrec
-expect 2 "x.vrec: no readable record: version 2: this vantor reads version 1" replay x.vrec
+expect 2 "x.vrec: not a valid record: version 2: this vantor reads version 1" replay x.vrec
 sed '1s/1 [0-9]*/1 99999999/' bug.vrec >x.vrec
 expect 2 "header of 99999999 bytes: expected at most 131072" replay x.vrec
-expect 2 "chart.png: no readable record: expected a first line 'vantor-record 1 LENGTH HASH'" replay chart.png
+expect 2 "chart.png: not a record: expected a first line 'vantor-record 1 LENGTH HASH'" replay chart.png
 finish

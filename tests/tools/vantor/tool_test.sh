@@ -84,6 +84,7 @@ refuse() { # refuse TEXT ARGUMENTS...: of `vantor scale ... -o kept.png`
     [ "$(cat kept.png)" = old ] || fail "vantor $*: kept.png was touched"
 }
 head -c 100 chart.png >cut.png
+touch a_gray_nv12.yuv clip.yuv clip.nv12 clip_5x4.nv12
 refuse "--size 12y8: expected WIDTHxHEIGHT, such as 1280x720" chart.png --size 12y8
 refuse "--size -50%: expected a positive percentage" chart.png --size -50%
 refuse "--size 3x8: width and height must be from 4 to 16384" chart.png --size 3x8
@@ -91,14 +92,14 @@ refuse "--size 15x8: width and height of a colour picture must be even" chart.pn
 refuse "b_6x4.gray: frame 0 (6x8 gray) ends after 24 of 48 bytes" b_6x4.gray --size 8x8 --input-size 6x8
 refuse "b_6x4.gray: frame 1 (4x4 gray) ends after 8 of 16 bytes" b_6x4.gray --size 8x8 --input-size 4x4
 refuse "a_gray_nv12.yuv: several layouts in the name" a_gray_nv12.yuv --size 8x8
-refuse ".: expected a file or a pipe" . --input-format gray --input-size 8x8 --size 8x8
+refuse ".: a directory, expected a file" . --input-format gray --input-size 8x8 --size 8x8
 refuse "--input-format nv16: expected nv12, nv21, i420, gray or y4m" b_6x4.gray --size 8x8 --input-format nv16
 refuse "clip.yuv: layout unknown: expected a name ending in" clip.yuv --size 8x8
 refuse "clip.nv12: size unknown" clip.nv12 --size 8x8
 refuse "clip_5x4.nv12 5x4: width and height of a picture in nv12 must be even" clip_5x4.nv12 --size 8x8
 refuse "none.png: No such file or directory" none.png --size 8x8
-refuse "cut.png: no readable PNG" cut.png --size 8x8
-refuse "deep.png: 16 bits a sample: at most 8 expected" deep.png --size 8x8
+refuse "cut.png: truncated PNG file" cut.png --size 8x8
+refuse "deep.png: 16 bits per sample: at most 8 expected" deep.png --size 8x8
 refuse "--input-size 4x4: chart.png is a PNG file" chart.png --size 8x8 --input-size 4x4
 refuse "--sise (vantor --help shows how)" chart.png --size 8x8 --sise 8x8
 expect 2 "--size 8x8: the output's name says 16x8" scale chart.png -o out_16x8.nv12 --size 8x8
@@ -148,7 +149,7 @@ done
 expect 0 "" grid --zoom 1 --size 320x180 -o long.txt
 sed -i "2s/.*/# $(head -c $((8709 - $(sed 2d long.txt | wc -c))) /dev/zero | tr '\0' x)/" long.txt
 expect 0 "moves: 0.00 to 0.00" grid long.txt # text of as many bytes as the wire form
-expect 2 "turned.png: no grid: " grid turned.png
+expect 2 "turned.png: not a grid: " grid turned.png
 expect 0 "" warp chart.png -o by_options.png --rotate 2
 expect 0 "" warp chart.png -o by_grid.png --grid turn.txt
 expect 0 "R: equal" compare by_options.png by_grid.png
@@ -159,7 +160,7 @@ sed 's/^dY/dZ/' turn.txt >broken.txt
 refuse_warp() {
     expect 2 "$1" warp chart.png -o never.png "${@:2}"
 }
-refuse_warp "broken.txt: no grid: line 37: 'dZ', expected dY" --grid broken.txt
+refuse_warp "broken.txt: not a grid: line 37: 'dZ', expected dY" --grid broken.txt
 refuse_warp "expected one of --matrix, --grid, --calibration, or a warp"
 refuse_warp "several warps: expected one of a grid file, --matrix, --calibration, and" --rotate 2 --matrix 1,2,3,4,5,6
 refuse_warp "--matrix 1,2,3: expected 6 numbers set off by commas" --matrix 1,2,3
@@ -182,10 +183,10 @@ expect 0 "R: equal" compare by_options.png by_grid.png
 refuse_calibration "changed.yml: camera_matrix (or K, M, mtx" s/camera_matrix/x/
 refuse_calibration "changed.yml: image_width (or width) is missing; --calibrated-size" s/image_width/x/
 refuse_calibration "has '.Nan', expected a number" s/1.4025000000000000e+03/.Nan/
-refuse_calibration "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is no camera matrix" 's/1\. ]/2. ]/'
+refuse_calibration "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is not a camera matrix" 's/1\. ]/2. ]/'
 refuse_calibration "has 5 elements, expected 4 for a fisheye" "" --fisheye
 refuse_calibration "distortion_model is 'kb9', expected plumb_bob" "\$ a distortion_model: kb9"
-refuse_calibration "no calibration in YAML or XML: " 's/!!opencv-matrix/[/'
+refuse_calibration "not a calibration in YAML or XML: " 's/!!opencv-matrix/[/'
 refuse_calibration "several warps: expected one of a grid file" "" --rotate 2
 refuse_calibration "--alpha 1.500000: expected a number from 0 to 1" "" --alpha 1.5
 file=fisheye.yml refuse_calibration "lens cannot be straightened as far as the picture's corners; expected 0" "" --alpha 1

@@ -107,7 +107,7 @@ Entries readEntries(const std::string& path) {
     try {
         return start != std::string::npos && text[start] == '<' ? parseXml(text) : parseYaml(text);
     } catch (const std::exception& error) {
-        throw UserError(path + ": no calibration in YAML or XML: " + error.what());
+        throw UserError(path + ": not a calibration in YAML or XML: " + error.what());
     }
 }
 
@@ -156,7 +156,7 @@ Camera cameraIn(const CalibrationText& text) {
     if (k.size() != 9)
         text.fail("has " + std::to_string(k.size()) + " elements, expected 3 x 3", kCameraNames);
     if (!(k[0] > 0 && k[4] > 0 && k[3] == 0 && k[6] == 0 && k[7] == 0 && k[8] == 1)) {
-        text.fail("is no camera matrix, expected rows fx 0 cx, 0 fy cy, 0 0 1 with fx and fy above 0",
+        text.fail("is not a camera matrix, expected rows fx 0 cx, 0 fy cy, 0 0 1 with fx and fy above 0",
                   kCameraNames);
     }
     return {k[0], k[4], k[2] + 0.5, k[5] + 0.5, k[1]};

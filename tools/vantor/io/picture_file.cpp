@@ -7,6 +7,7 @@
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/clip_writer.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/foreign_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -74,14 +75,8 @@ void refuseOptions(const FileForm& form) {
     refuse(options.sliceHeight != 0, "-slice-height", std::to_string(options.sliceHeight));
 }
 
-}  // namespace
-
-bool isPngName(const std::string& path) {
-    const std::vector<std::string> words = wordsOf(path);
-    return words.size() > 1 && words.back() == "png";
-}
-
-FileForm fileForm(const std::string& path, const FormOptions& options) {
+/// As far as name and options say.
+FileForm formOf(const std::string& path, const FormOptions& options) {
     FileForm form;
     form.path = path;
     form.options = options;
@@ -109,18 +104,41 @@ FileForm fileForm(const std::string& path, const FormOptions& options) {
                      path + ": several sizes in the name");
         }
     }
-    if (!form.layout) {
-        throw UserError(
-            path + ": layout unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
-            "or with one of these words as in clip_1280x720_nv12.yuv, or " + options.optionPrefix +
-            "-format nv12, nv21, i420, gray or y4m");
-    }
     return form;
 }
 
-FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
+void expectLayout(const FileForm& form) {
+    if (form.type != FileType::Raw || form.layout) return;
+    throw UserError(form.path +
+                    ": layout unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
+                    "or with one of these words as in clip_1280x720_nv12.yuv, or " +
+                    form.options.optionPrefix + "-format nv12, nv21, i420, gray or y4m");
+}
+
+}  // namespace
+
+bool isPngName(const std::string& path) {
+    const std::vector<std::string> words = wordsOf(path);
+    return words.size() > 1 && words.back() == "png";
+}
+
+FileForm inputForm(const std::string& path, const FormOptions& options) {
+    expectFile(path);
+    const FileForm form = formOf(path, options);
+    if (form.type == FileType::Raw && !form.layout) refuseForeign(path);
+    expectLayout(form);
+    return form;
+}
+
+FileForm outputForm(const std::string& path, const FormOptions& options) {
+    const FileForm form = formOf(path, options);
+    expectLayout(form);
+    return form;
+}
+
+FileForm inputFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
     const bool isForOther = typeOf(path, options) != FileType::Raw && typeOf(other, options) == FileType::Raw;
-    return fileForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
+    return inputForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
 }
 
 FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size) {
