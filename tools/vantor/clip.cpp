@@ -149,7 +149,7 @@ struct Clip::Result {
 Clip::Clip(const ClipOptions& options)
     : options_(options),
       outputForm_(outputForm(options.output, options.outputForm)),
-      reader_(openClip(inputForm(options.input, options.inputForm))) {
+      reader_(openClip(fileForm(options.input, options.inputForm))) {
     if (!options.verify.empty() && !PictureHash::isText(options.verify)) {
         throw UserError("--verify " + options.verify +
                         ": expected 16 hexadecimal digits, as --hash says them");

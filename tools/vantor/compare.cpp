@@ -36,8 +36,8 @@ void report(const CompareOptions& options, const std::vector<Difference>& differ
 
 int run(const CompareOptions& options) {
     expectOtherFile("--heatmap", options.heatmap, {options.a, options.b, "-"});
-    const Picture a = readPicture(inputFormInPair(options.a, options.b, options.form));
-    const Picture b = readPicture(inputFormInPair(options.b, options.a, options.form));
+    const Picture a = readPicture(fileFormInPair(options.a, options.b, options.form));
+    const Picture b = readPicture(fileFormInPair(options.b, options.a, options.form));
     if (!areComparable(a, b)) {
         throw UserError("cannot compare: " + options.a + " is " + toString(a.size) + " " +
                         toString(a.layout) + ", " + options.b + " is " + toString(b.size) + " " +

@@ -52,7 +52,7 @@ int run(const CrosscheckOptions& options) {
             "expected --size for a scaling request, or --grid, --matrix, --calibration or a described warp "
             "for a warping request");
     }
-    Picture input = readPicture(inputForm(options.input, options.form));
+    Picture input = readPicture(fileForm(options.input, options.form));
     const Check check =
         options.size.empty() ? warping(options, std::move(input)) : scaling(options, std::move(input));
     Picture fromProcessor = makePicture(check.src.layout, check.dstSize);

@@ -183,7 +183,7 @@ Json toJson(const Steps& steps, const GdcSource& src) {
 }
 
 int run(const ExplainCommand& command) {
-    Picture input = readPicture(inputForm(command.input, command.inputForm));
+    Picture input = readPicture(fileForm(command.input, command.inputForm));
     const Size size = input.size;
     if (command.x < 0 || command.y < 0 || command.x >= size.width || command.y >= size.height) {
         throw UserError("X Y " + std::to_string(command.x) + " " + std::to_string(command.y) +

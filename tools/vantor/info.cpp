@@ -25,7 +25,7 @@ std::string text(const Json& value) {
 }
 
 void describePicture(const InfoOptions& options) {
-    const std::unique_ptr<ClipReader> clip = openClip(inputForm(options.picture, options.form));
+    const std::unique_ptr<ClipReader> clip = openClip(fileForm(options.picture, options.form));
     const FrameShape& shape = clip->shape();
     uintmax_t frames = 0;
     while (clip->skip()) ++frames;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <exception>
 #include <new>
+#include <set>
 
 #include "processor/instruction_set.h"
 #include "tools/vantor/commands.h"
@@ -146,6 +147,8 @@ int runTool(int argc, char** argv) {
 }  // namespace
 
 void note(const std::string& text) {
+    static std::set<std::string> given;
+    if (!given.insert(text).second) return;
     std::fprintf(stderr, "vantor: note: %s\n", text.c_str());
 }
 

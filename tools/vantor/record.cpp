@@ -49,8 +49,10 @@ void record(const RecordCommand& command, const Request& request, const WorkingP
     }
     writeRecord(command.file, record);
     if (answer != nullptr) {
-        std::fprintf(stderr, "vantor: %s: %ju bytes; vantor replay runs it again\n", command.file.c_str(),
-                     static_cast<uintmax_t>(std::filesystem::file_size(command.file)));
+        const std::string& hash = record.result.hash;
+        std::fprintf(stderr, "vantor: %s: %ju bytes%s%s; vantor replay runs it again\n", command.file.c_str(),
+                     static_cast<uintmax_t>(std::filesystem::file_size(command.file)),
+                     hash.empty() ? "" : ", the library's result has the hash ", hash.c_str());
     }
 }
 

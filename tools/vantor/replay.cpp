@@ -52,7 +52,7 @@ Picture sourceOf(const ReplayCommand& command, Record& record) {
         }
         return {record.layout, recorded.size, std::move(record.source.planes)};
     }
-    Picture given = readPicture(inputForm(command.source, command.form));
+    Picture given = readPicture(fileForm(command.source, command.form));
     if (given.size.width > recorded.size.width || given.size.height > recorded.size.height) {
         throw UserError("--source " + command.source + " " + toString(given.size) + ": the record's is a " +
                         what);

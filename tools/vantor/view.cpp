@@ -26,9 +26,9 @@ int run(const ViewCommand& command) {
                     {command.a, command.b, command.warp.gridFile, command.warp.calibration});
     const std::string& other = command.b.empty() ? command.a : command.b;
     std::vector<ViewedPicture> pictures{
-        {command.a, readPicture(inputFormInPair(command.a, other, command.form))}};
+        {command.a, readPicture(fileFormInPair(command.a, other, command.form))}};
     if (!command.b.empty()) {
-        pictures.push_back({command.b, readPicture(inputFormInPair(command.b, command.a, command.form))});
+        pictures.push_back({command.b, readPicture(fileFormInPair(command.b, command.a, command.form))});
     }
     const Size size = pictures[0].picture.size;
     if (!(pictures.back().picture.size == size)) {

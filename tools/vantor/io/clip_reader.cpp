@@ -95,6 +95,7 @@ public:
         : FileReader(std::move(file), packedShape(header.layout, header.size), header) {}
 
 private:
+    std::string explanation() const override { return ": truncated"; }
     size_t leastBytes() const override { return kFrameLine + shape().bytes(); }
 
     std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
@@ -132,7 +133,7 @@ bool ClipReader::read(uint8_t* frame, std::string& tags) {
     if (*taken < bytesToLastSample(shape_)) {
         failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.layout) +
                     ") ends after " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
-                    " bytes: truncated" + (header_ ? "" : ", or of another size"));
+                    " bytes" + explanation());
     }
     ++number_;
     return true;

@@ -49,6 +49,8 @@ protected:
     virtual std::optional<size_t> take(uint8_t* frame, std::string& tags) = 0;
     /// What an error names.
     virtual std::string name() const = 0;
+    /// What there is to say of a frame that ends early, behind an error's text.
+    virtual std::string explanation() const { return {}; }
     [[noreturn]] void failAtFrame(const std::string& trouble) const;
 
 private:

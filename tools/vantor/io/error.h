@@ -19,7 +19,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A remark on standard error about something that the user may not expect; the command goes on.
+/// A note on standard error about something that the user may not expect, once; the command goes on.
 void note(const std::string& text);
 
 }  // namespace vantor::tool

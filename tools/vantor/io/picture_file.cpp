@@ -122,7 +122,7 @@ bool isPngName(const std::string& path) {
     return words.size() > 1 && words.back() == "png";
 }
 
-FileForm inputForm(const std::string& path, const FormOptions& options) {
+FileForm fileForm(const std::string& path, const FormOptions& options) {
     expectFile(path);
     const FileForm form = formOf(path, options);
     if (form.type == FileType::Raw && !form.layout) refuseForeign(path);
@@ -136,9 +136,9 @@ FileForm outputForm(const std::string& path, const FormOptions& options) {
     return form;
 }
 
-FileForm inputFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
+FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options) {
     const bool isForOther = typeOf(path, options) != FileType::Raw && typeOf(other, options) == FileType::Raw;
-    return inputForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
+    return fileForm(path, isForOther ? FormOptions{options.optionPrefix, {}, {}} : options);
 }
 
 FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size) {

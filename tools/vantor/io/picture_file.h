@@ -32,16 +32,18 @@ struct FileForm {
 
 bool isPngName(const std::string& path);
 
-/// Works out a file's form. Layout and size are words of the name, set off by "_", "-" or ".", as in
+/// Works out an input's form. Layout and size are words of the name, set off by "_", "-" or ".", as in
 /// clip_1280x720_nv12.yuv or still-640x480.gray; options win over the name. "-" is Y4M if no option says
-/// otherwise. Refuses names that leave the layout of a raw file open, and before that an input that does not
-/// exist or is a directory; a known foreign file is called what it is.
-FileForm inputForm(const std::string& path, const FormOptions& options);
+/// otherwise. Refuses names that leave the layout of a raw file open; before that, a file that does not
+/// exist, a directory, and a file that is known to be another program's.
+FileForm fileForm(const std::string& path, const FormOptions& options);
+
+/// An output's form, likewise.
 FileForm outputForm(const std::string& path, const FormOptions& options);
 
-/// The input of a pair of pictures, of which `other` is the other's name: of a raw file and another, the
-/// options speak of the raw one.
-FileForm inputFormInPair(const std::string& path, const std::string& other, const FormOptions& options);
+/// One of a pair of pictures, of which `other` is the other's name: of a raw file and another, the options
+/// speak of the raw one.
+FileForm fileFormInPair(const std::string& path, const std::string& other, const FormOptions& options);
 
 /// The shape of a raw file's frames. Refuses odd sizes with chroma at half the size, and strides and heights
 /// that are too small; `what` is what an error about the size names.
