@@ -44,7 +44,6 @@ static void expectShowable(const std::string& message) {
 
 namespace vantor::tool {
 
-
 void addFormOptions(CLI::App&, FormOptions&) {}
 
 }  // namespace vantor::tool
@@ -118,8 +117,14 @@ void readFrames(const FileForm& form) {
 void png(const Bytes& bytes) {
     if (!isSmallPng(bytes)) return;
     const MemoryFile file(bytes);
-    const Picture picture = readPicture({file.path(), FileType::Png, {}, {}, {}});
-    FUZZ_EXPECT(picture.bytes.size() == byteCount(picture.layout, picture.size));
+    const PngPicture read = readPng(file.path());
+    FUZZ_EXPECT(read.picture.bytes.size() == byteCount(read.picture.layout, read.picture.size));
+    const MemoryFile other(encodePng("again", read.picture, read.chunks));
+    const PngPicture again = readPng(other.path());
+    FUZZ_EXPECT(again.picture.bytes == read.picture.bytes && again.chunks.size() == read.chunks.size());
+    for (size_t i = 0; i < read.chunks.size(); ++i) {
+        FUZZ_EXPECT(again.chunks[i].name == read.chunks[i].name && again.chunks[i].bytes == read.chunks[i].bytes);
+    }
 }
 
 void mendedPng(const Bytes& bytes) {
@@ -137,7 +142,7 @@ void raw(const Bytes& bytes) {
     Input input(bytes.data(), bytes.size());
     FormOptions options{"--input", input.ConsumeRandomLengthString(8), input.ConsumeRandomLengthString(12),
                         input.seldom(300), input.seldom(300)};
-    FileForm form = fileForm(input.ConsumeRandomLengthString(40), options);
+    FileForm form = outputForm(input.ConsumeRandomLengthString(40), options);
     FUZZ_EXPECT(form.type != FileType::Raw || form.layout);
     const MemoryFile file(input.ConsumeRemainingBytes<uint8_t>());
     form.path = file.path();

@@ -61,7 +61,7 @@ Color chartColor(double x, double y, double width, double height) {
 }
 
 int run(const ChartOptions& options) {
-    const FileForm form = fileForm(options.output, options.form);
+    const FileForm form = outputForm(options.output, options.form);
     const Size size = parseSize("--size", options.size);
     const Layout layout = writtenLayout(form, Layout::Rgb);
     writtenShape(form, "--size", layout, size);

@@ -154,7 +154,7 @@ struct Clip::Result {
 
 Clip::Clip(const ClipOptions& options)
     : options_(options),
-      outputForm_(fileForm(options.output, options.outputForm)),
+      outputForm_(outputForm(options.output, options.outputForm)),
       reader_(openClip(fileForm(options.input, options.inputForm))) {
     if (!options.verify.empty() && !PictureHash::isText(options.verify)) {
         throw UserError("--verify " + options.verify +
@@ -226,7 +226,8 @@ Clip::Result Clip::processFrames(const FramePlan& plan) {
         throw UserError(options_.input + ": a record is of one frame: expected --limit 1");
     }
     Pipeline pipeline(plan, jobs());
-    ClipWriter writer(outputForm_, plan.written, headerOf(plan.written));
+    if (outputForm_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
+    ClipWriter writer(outputForm_, plan.written, headerOf(plan.written), reader_->chunks());
     std::optional<OutputFile> times;
     if (!options_.timesFile.empty()) times.emplace(options_.timesFile);
     std::optional<PictureHash> hash;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <exception>
 #include <new>
+#include <set>
 
 #include "processor/instruction_set.h"
 #include "tools/vantor/commands.h"

@@ -49,8 +49,10 @@ void record(const RecordCommand& command, const Request& request, const WorkingP
     }
     writeRecord(command.file, record);
     if (answer != nullptr) {
-        summarize(command.file + ": " + std::to_string(std::filesystem::file_size(command.file)) +
-                  " bytes; vantor replay runs it again");
+        const std::string& hash = record.result.hash;
+        summarize(command.file + ": " + std::to_string(std::filesystem::file_size(command.file)) + " bytes" +
+                  (hash.empty() ? "" : ", the library's result has the hash " + hash) +
+                  "; vantor replay runs it again");
     }
 }
 

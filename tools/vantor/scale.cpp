@@ -51,8 +51,8 @@ void addScale(CLI::App& app, Run& run, const RequestWatch& watch) {
         "  vantor scale clip_1920x1080_nv12.yuv -o small.nv12 --size 1280x720 --skip 20 --limit 50\n"
         "  vantor scale dump.bin --input-size 1920x1080 --input-format nv21 --input-stride 2048 \\\n"
         "      --input-slice-height 1088 -o frame.png --size 50% --yuv-matrix 709\n"
-        "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | vantor scale - -o - --size 640x360 | ffmpeg -i - "
-        "small.mp4");
+        "  ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - | vantor scale - -o - --size 640x360 | \\\n"
+        "      ffmpeg -i - -i clip.mp4 -map 0:v -map '1:a?' -c:a copy small.mp4");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

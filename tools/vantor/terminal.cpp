@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <set>
 #include <string_view>
 
 namespace vantor::tool {
@@ -95,6 +96,8 @@ void summarize(const std::string& text) {
 }
 
 void note(const std::string& text) {
+    static std::set<std::string> given;
+    if (!given.insert(text).second) return;
     summarize("note: " + text);
 }
 

@@ -18,7 +18,7 @@ std::string escapeForTerminal(const std::string& text);
 /// What a command did, in a line on standard error; nothing where --quiet was given.
 void summarize(const std::string& text);
 
-/// The same for what the user may not expect; the command goes on.
+/// The same for what the user may not expect, once for each text; the command goes on.
 void note(const std::string& text);
 
 /// --quiet was given: no notes, summary lines and progress.

@@ -57,8 +57,9 @@ void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
         "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o warped.png --grid warp.grid\n"
         "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0\n"
-        "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | vantor warp - -o - --lens=-0.12,0.01 | ffmpeg -i - "
-        "straight.mp4");
+        "  ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - | vantor warp - -o - --lens=-0.12,0.01 | "
+        "\\\n"
+        "      ffmpeg -i - -i clip.mp4 -map 0:v -map '1:a?' -c:a copy straight.mp4");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

@@ -29,7 +29,7 @@ def test_another_shape_than_the_calibrated_one_is_noted(vantor, chart):
     ("five.yml", "camera_matrix", "x", "", "changed.yml: camera_matrix (or K, M, mtx"),
     ("five.yml", "image_width", "x", "", "changed.yml: image_width (or width) is missing; --calibrated-size"),
     ("five.yml", "1.4025000000000000e+03", ".Nan", "", "has '.Nan', expected a number"),
-    ("five.yml", "1. ]", "2. ]", "", "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is no camera matrix"),
+    ("five.yml", "1. ]", "2. ]", "", "camera_matrix (or K, M, mtx, intrinsic_matrix, intrinsics) is not a camera matrix"),
     ("five.yml", "", "", "--fisheye", "has 5 elements, expected 4 for a fisheye"),
     ("five.yml", "camera", "distortion_model: kb9\ncamera", "", "distortion_model is 'kb9', expected plumb_bob"),
     ("five.yml", "!!opencv-matrix", "[", "", "not a calibration in YAML or XML: "),

@@ -40,6 +40,6 @@ def test_text_may_have_as_many_bytes_as_the_wire_form(vantor):
 
 
 def test_what_is_no_grid_is_refused(vantor, chart, turn):
-    vantor("grid chart.png", 2, "chart.png: no grid: ")
+    vantor("grid chart.png", 2, "chart.png: not a grid: ")
     write("broken.txt", read("turn.txt").replace(b"dY", b"dZ"))
-    vantor("warp chart.png -o x.png --grid broken.txt", 2, "broken.txt: no grid: line 37: 'dZ', expected dY")
+    vantor("warp chart.png -o x.png --grid broken.txt", 2, "broken.txt: not a grid: line 37: 'dZ', expected dY")

@@ -101,13 +101,13 @@ NEST = b'"made_by": ' + b"[" * 60000 + b"]" * 60000 + b","  # as JSON to read, 7
     (b"runGDCMatrix", b"rm", 'operation "rm": expected runInterpBicubic, runCSC'),
     (b"runGDCMatrix", b"runGDCGrid", "grid is missing"),
     (rb'("source".*"hash":")\w+', rb"\1../..", 'source.hash "../..": expected 16 hexadecimal digits'),
-    (rb'\n "format"', b"\n]", "the header is no JSON object"),
+    (rb'\n "format"', b"\n]", "the header is not a JSON object"),
     (rb'"made_by".*', NEST, "the header has a value inside more than 8 objects and lists"),
     (rb'("destination".*)\[320,180', rb"\1[16384,16384", "the file has 1"),
 ], ids=lambda value: value if isinstance(value, str) else "")
 def test_headers_that_cannot_be_are_refused(vantor, record, pattern, new, text):
     edit(vantor, pattern, new)
-    vantor("replay x.vrec", 2, f"x.vrec: no readable record: {text}")
+    vantor("replay x.vrec", 2, f"x.vrec: not a valid record: {text}")
 
 
 @pytest.mark.parametrize("pattern, new, text", [
@@ -118,4 +118,4 @@ def test_headers_that_cannot_be_are_refused(vantor, record, pattern, new, text):
 ])
 def test_first_lines_that_cannot_be_are_refused(vantor, record, pattern, new, text):
     write("x.vrec", re.sub(pattern, new, read("bug.vrec"), count=1))
-    vantor("replay x.vrec", 2, f"x.vrec: no readable record: {text}")
+    vantor("replay x.vrec", 2, f"x.vrec: not a valid record: {text}")

@@ -53,6 +53,17 @@ TEST(Lens, IsInvertedUpToItsFold) {
             EXPECT_NEAR(back->y, p.y, 1e-9);
         }
     }
+    // A fisheye's r = a - |k| a^n turns back at a = (n |k|)^(1 / (1 - n)). Right before that, only the true slope leads
+    // there in time.
+    for (const int i : {0, 1, 2, 3}) {
+        const double n = 3 + 2 * i, k = 0.4, fold = std::pow(n * k, 1 / (1 - n)), most = fold * (1 - 1 / n);
+        Lens lens{{}, true};
+        lens.coefficients[static_cast<size_t>(i)] = -k;
+        const std::optional<Point> back = straightened(lens, {0, most * 0.99999});
+        ASSERT_TRUE(back) << i;
+        EXPECT_NEAR(distorted(lens, *back).y, most * 0.99999, 1e-9);
+        EXPECT_FALSE(straightened(lens, {0, most * 1.00001})) << i;
+    }
     EXPECT_FALSE(straightened(fisheye, {1.6, 0}));        // behind the lens
     EXPECT_FALSE(straightened(Lens{{-0.25}}, {0.8, 0}));  // x - x^3 / 4 is 0.77 at most
 }

@@ -91,6 +91,8 @@ TEST(GridReport, CountsWhatIsWrongWithAGrid) {
     EXPECT_DOUBLE_EQ(shifted.largestMove.y, 0);
     grid.dX[33 * 5 + 7] = 256 * 16384 / 32 * 2;  // a node two cells to the right: two of its four cells fold
     EXPECT_EQ(examine(grid, size).foldedCells, 2);
+    grid.dX[33 * 5 + 7] = 256 * 16384 / 32;  // on its right neighbour: the cells between them are triangles
+    EXPECT_EQ(examine(grid, size).foldedCells, 2);
     grid.dY[0] = 9000000;
     EXPECT_EQ(examine(grid, size).nodesBeyondRange, 1);
 }

@@ -16,6 +16,7 @@
 
 #include "tools/vantor/io/error.h"
 #include "tools/vantor/io/input_file.h"
+#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -26,12 +27,15 @@ using Entries = std::map<std::string, Words>;
 
 /// Usual names of one thing, first as OpenCV's own programs write it; compared without case and punctuation.
 const Words kCameraNames{"camera_matrix", "K", "M", "mtx", "intrinsic_matrix", "intrinsics"};
-const Words kDistortionNames{"distortion_coefficients", "dist_coeffs", "D", "dist", "distortion"};
+const Words kDistortionNames{
+    "distortion_coefficients", "dist_coeffs", "dist_coeff", "D", "dist", "distortion"};
 const Words kWidthNames{"image_width", "width"};
 const Words kHeightNames{"image_height", "height"};
 const Words kSizeNames{"image_size", "img_size", "resolution"};
 const Words kFisheyeNames{"fisheye_model", "fisheye"};
 const Words kModelNames{"distortion_model"};
+const Words kRectificationNames{"rectification_matrix"};
+const Words kProjectionNames{"projection_matrix"};
 
 constexpr size_t kMaxElements = 100;  ///< of what has one of these names
 
@@ -49,7 +53,7 @@ bool isUsual(const std::string& plain) {
     static const std::set<std::string> usual = [] {
         std::set<std::string> all;
         for (const Words* names : {&kCameraNames, &kDistortionNames, &kWidthNames, &kHeightNames, &kSizeNames,
-                                   &kFisheyeNames, &kModelNames}) {
+                                   &kFisheyeNames, &kModelNames, &kRectificationNames, &kProjectionNames}) {
             std::transform(names->begin(), names->end(), std::inserter(all, all.end()), plainName);
         }
         return all;
@@ -196,6 +200,8 @@ public:
         return values;
     }
 
+    const std::string& path() const { return path_; }
+
     [[noreturn]] void fail(const std::string& trouble, const Words& names) const {
         std::string others;
         for (size_t i = 1; i < names.size(); ++i) others += (i > 1 ? ", " : " (or ") + names[i];
@@ -212,10 +218,32 @@ Camera cameraIn(const CalibrationText& text) {
     if (k.size() != 9)
         text.fail("has " + std::to_string(k.size()) + " elements, expected 3 x 3", kCameraNames);
     if (!(k[0] > 0 && k[4] > 0 && k[3] == 0 && k[6] == 0 && k[7] == 0 && k[8] == 1)) {
-        text.fail("is no camera matrix, expected rows fx 0 cx, 0 fy cy, 0 0 1 with fx and fy above 0",
+        text.fail("is not a camera matrix, expected rows fx 0 cx, 0 fy cy, 0 0 1 with fx and fy above 0",
                   kCameraNames);
     }
     return {k[0], k[4], k[2] + 0.5, k[5] + 0.5, k[1]};
+}
+
+/// Straight pictures have the calibration's own camera, or that of --alpha: another one would be ignored.
+void refuseOtherView(const CalibrationText& text, const Camera& camera) {
+    const std::vector<double> identity{1, 0, 0, 0, 1, 0, 0, 0, 1};
+    const std::vector<double> same{
+        camera.fx, camera.skew, camera.cx - 0.5, 0, 0, camera.fy, camera.cy - 0.5, 0, 0, 0, 1, 0};
+    const auto expect = [&](const Words& names, const std::vector<double>& expected,
+                            const std::string& what) {
+        if (!text.find(names)) return;
+        const auto isClose = [](double a, double b) {
+            return std::abs(a - b) <= 1e-6 * std::max(1.0, std::abs(b));
+        };
+        const std::vector<double> values = text.numbers(names);
+        if (!std::equal(values.begin(), values.end(), expected.begin(), expected.end(), isClose))
+            text.fail("is not " + what +
+                          ", and vantor does not apply it; without this entry, pictures are "
+                          "straightened by camera_matrix or --alpha",
+                      names);
+    };
+    expect(kRectificationNames, identity, "the identity");
+    expect(kProjectionNames, same, "camera_matrix with a column of zeros");
 }
 
 bool isFisheyeIn(const CalibrationText& text) {
@@ -243,6 +271,11 @@ Lens lensIn(const CalibrationText& text, bool isFisheye) {
     }
     if (count == 14 && (values[12] != 0 || values[13] != 0)) {
         text.fail("tilts the sensor by its last two elements, expected 0 for them", kDistortionNames);
+    }
+    if (count == 4 && !isFisheye && !text.find(kModelNames) && !text.find(kFisheyeNames)) {
+        note(text.path() +
+             ": four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, "
+             "say --fisheye");
     }
     Lens lens;
     lens.isFisheye = isFisheye;
@@ -282,6 +315,7 @@ Size sizeIn(const std::string& path, const CalibrationText& text) {
 Calibration readCalibration(const std::string& path, const CalibrationHints& hints) {
     const CalibrationText text(path);
     const Camera camera = cameraIn(text);
+    refuseOtherView(text, camera);
     const Lens lens = lensIn(text, hints.isFisheye || isFisheyeIn(text));
     return {path, hints.size ? *hints.size : sizeIn(path, text), camera, lens};
 }

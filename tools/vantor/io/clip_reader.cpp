@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/foreign_file.h"
 #include "tools/vantor/io/input_file.h"
 #include "tools/vantor/io/png_file.h"
 #include "tools/vantor/io/raw_geometry.h"
@@ -17,10 +18,13 @@ constexpr size_t kFrameLine = 6;  ///< where it has no tags
 
 class PngReader : public ClipReader {
 public:
-    PngReader(std::string path, Picture picture)
-        : ClipReader(packedShape(picture.layout, picture.size)),
+    PngReader(std::string path, PngPicture png)
+        : ClipReader(packedShape(png.picture.layout, png.picture.size)),
           path_(std::move(path)),
-          picture_(std::move(picture)) {}
+          picture_(std::move(png.picture)),
+          chunks_(std::move(png.chunks)) {}
+
+    const PngChunks& chunks() const override { return chunks_; }
 
     std::string name() const override { return path_; }
     std::optional<uintmax_t> framesLeft() const override { return isTaken_ ? 0 : 1; }
@@ -35,6 +39,7 @@ private:
 
     std::string path_;
     Picture picture_;
+    PngChunks chunks_;
     bool isTaken_ = false;
 };
 
@@ -80,12 +85,16 @@ private:
     std::optional<uintmax_t> length_;  ///< of a regular file
 };
 
-/// A line without its end, byte by byte, so that nothing behind it is taken; shorter than said if the file
-/// ends.
-std::string readLine(InputFile& file, std::string line) {
+/// A line that begins as given, without its end, byte by byte, so that nothing behind it is taken. `what` is
+/// what an error names.
+std::string readLine(InputFile& file, std::string line, const std::string& what) {
     char c = 0;
-    while (line.size() < kLongestLine && file.read(&c, 1) == 1 && c != '\n') line += c;
-    return line;
+    while (line.size() < kLongestLine) {
+        if (file.read(&c, 1) == 0) throw UserError(what + " is truncated");
+        if (c == '\n') return line;
+        line += c;
+    }
+    throw UserError(what + " is longer than " + std::to_string(kLongestLine) + " bytes");
 }
 
 class Y4mReader : public FileReader {
@@ -94,6 +103,7 @@ public:
         : FileReader(std::move(file), packedShape(header.layout, header.size), header) {}
 
 private:
+    std::string explanation() const override { return ": truncated"; }
     size_t leastBytes() const override { return kFrameLine + shape().bytes(); }
 
     std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
@@ -103,8 +113,7 @@ private:
         if (std::memcmp(magic, kFrameMagic, kFrameLine - 1) != 0 || (end != '\n' && end != ' ')) {
             failAtFrame("does not begin with the word FRAME");
         }
-        tags = end == '\n' ? std::string() : readLine(file(), " ");
-        if (tags.size() >= kLongestLine) failAtFrame("has tags without end");
+        tags = end == '\n' ? std::string() : readLine(file(), " ", name() + ": the header of a frame");
         return takeSamples(frame);
     }
 };
@@ -113,8 +122,12 @@ std::unique_ptr<ClipReader> openY4m(const std::string& path) {
     auto file = std::make_unique<InputFile>(path);
     std::string magic(std::strlen(kY4mMagic), '\0');
     magic.resize(file->read(magic.data(), magic.size()));
-    const std::string line = magic == kY4mMagic ? readLine(*file, magic) : magic;
-    if (line.size() >= kLongestLine) throw UserError(file->name() + ": Y4M header without end");
+    if (magic != kY4mMagic) {
+        std::string start(kSniffedBytes - magic.size(), '\0');
+        start.resize(file->read(start.data(), start.size()));
+        throw UserError(file->name() + ": not a Y4M stream" + insteadOf(path, magic + start));
+    }
+    const std::string line = readLine(*file, magic, file->name() + ": the Y4M header");
     const Y4mHeader header = parseY4mHeader(file->name(), line);
     return std::make_unique<Y4mReader>(std::move(file), header);
 }

@@ -7,6 +7,7 @@
 
 #include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/io/planes.h"
+#include "tools/vantor/io/png_file.h"
 #include "tools/vantor/io/y4m.h"
 
 namespace vantor::tool {
@@ -19,6 +20,11 @@ public:
     const FrameShape& shape() const { return shape_; }
     /// Of a Y4M clip.
     const std::optional<Y4mHeader>& header() const { return header_; }
+    /// Of a PNG.
+    virtual const PngChunks& chunks() const {
+        static const PngChunks none;
+        return none;
+    }
 
     /// Reads the next frame, of shape().bytes() bytes, and the tags of a Y4M frame as they stand in its
     /// header. False where the clip ends; an error where a frame does.

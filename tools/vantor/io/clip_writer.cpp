@@ -3,12 +3,12 @@
 #include <utility>
 
 #include "tools/vantor/io/error.h"
-#include "tools/vantor/io/png_file.h"
 
 namespace vantor::tool {
 
-ClipWriter::ClipWriter(const FileForm& form, const FrameShape& shape, const Y4mHeader& header)
-    : form_(form), shape_(shape), header_(toLine(header)), file_(form.path) {}
+ClipWriter::ClipWriter(const FileForm& form, const FrameShape& shape, const Y4mHeader& header,
+                       PngChunks chunks)
+    : form_(form), shape_(shape), header_(toLine(header)), chunks_(std::move(chunks)), file_(form.path) {}
 
 void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
     const bool isFirst = std::exchange(isFirst_, false);
@@ -18,7 +18,7 @@ void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
         file_.write(frame, shape_.bytes());
     } else if (isFirst) {
         const std::vector<uint8_t> png =
-            encodePng(form_.path, {shape_.layout, shape_.size, {frame, frame + shape_.bytes()}});
+            encodePng(form_.path, {shape_.layout, shape_.size, {frame, frame + shape_.bytes()}}, chunks_);
         file_.write(png.data(), png.size());
     } else {
         throw UserError(form_.path + ": a PNG file holds one frame, and there are more: expected --limit 1");

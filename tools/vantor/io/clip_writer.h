@@ -5,6 +5,7 @@
 
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/io/png_file.h"
 #include "tools/vantor/io/y4m.h"
 
 namespace vantor::tool {
@@ -12,8 +13,8 @@ namespace vantor::tool {
 /// Files appear whole, when finished, or not at all; pipes get each frame as it comes.
 class ClipWriter {
 public:
-    /// `header` is for Y4M.
-    ClipWriter(const FileForm& form, const FrameShape& shape, const Y4mHeader& header);
+    /// `header` is for Y4M, `chunks` are for PNG.
+    ClipWriter(const FileForm& form, const FrameShape& shape, const Y4mHeader& header, PngChunks chunks = {});
 
     /// Writes shape.bytes() bytes, in Y4M with the frame's tags. Refuses more than one frame in a PNG file.
     void write(const uint8_t* frame, const std::string& tags);
@@ -24,6 +25,7 @@ private:
     FileForm form_;
     FrameShape shape_;
     std::string header_;
+    PngChunks chunks_;
     bool isFirst_ = true;
     OutputFile file_;
 };

@@ -75,8 +75,8 @@ public:
 
 private:
     [[noreturn]] void fail(const std::string& word, const std::string& expected) const {
-        throw UserError(path_ + ": no grid: line " + std::to_string(line_) + ": " +
-                        (word.empty() ? "the file ends" : "'" + word.substr(0, 40) + "'") + ", expected " +
+        throw UserError(path_ + ": not a grid: line " + std::to_string(line_) + ": " +
+                        (word.empty() ? "truncated" : "'" + word.substr(0, 40) + "'") + ", expected " +
                         expected +
                         " (a grid is text with dX and dY of 33 x 33 numbers each, or has 8712 bytes)");
     }
@@ -116,8 +116,8 @@ Grid readGrid(const std::string& path) {
     // grid.
     if (isText) return fromText(path, bytes);
     if (bytes.size() == sizeof(Grid)) return fromWire(bytes);
-    throw UserError(path + ": no grid: " + std::to_string(bytes.size()) +
-                    " bytes that are no text, expected " + std::to_string(sizeof(Grid)));
+    throw UserError(path + ": not a grid: " + std::to_string(bytes.size()) +
+                    " bytes that are not text, expected " + std::to_string(sizeof(Grid)));
 }
 
 void writeGrid(const std::string& path, const Grid& grid, const std::string& comment) {

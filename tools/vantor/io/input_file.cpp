@@ -74,7 +74,8 @@ uintmax_t lengthOf(const std::string& path) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(path, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw UserError(path + ": expected a regular file");
+        const char* what = std::filesystem::is_directory(status) ? ": a directory" : "";
+        throw UserError(path + what + ": expected a regular file");
     }
     const uintmax_t length = std::filesystem::file_size(path, error);
     if (error) throw UserError(path + ": " + error.message());

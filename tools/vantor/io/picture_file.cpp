@@ -7,6 +7,7 @@
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/clip_writer.h"
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/foreign_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -84,19 +85,8 @@ FormOptions completed(FormOptions own, const FormOptions& first) {
     return own;
 }
 
-}  // namespace
-
-bool isPngName(const std::string& path) {
-    const std::vector<std::string> words = wordsOf(path);
-    return words.size() > 1 && words.back() == "png";
-}
-
-void expectPngName(const std::string& option, const std::string& path) {
-    if (path.empty() || isPngName(path)) return;
-    throw UserError(option + " " + path + ": expected a name ending in .png");
-}
-
-FileForm fileForm(const std::string& path, const FormOptions& options) {
+/// As far as name and options say.
+FileForm formOf(const std::string& path, const FormOptions& options) {
     FileForm form;
     form.path = path;
     form.options = options;
@@ -124,12 +114,40 @@ FileForm fileForm(const std::string& path, const FormOptions& options) {
                      path + ": several sizes in the name");
         }
     }
-    if (!form.layout) {
-        throw UserError(
-            path + ": layout unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
-            "or with one of these words as in clip_1280x720_nv12.yuv, or " + options.optionPrefix +
-            "-format nv12, nv21, i420, gray or y4m");
-    }
+    return form;
+}
+
+void expectLayout(const FileForm& form) {
+    if (form.type != FileType::Raw || form.layout) return;
+    throw UserError(form.path +
+                    ": layout unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
+                    "or with one of these words as in clip_1280x720_nv12.yuv, or " +
+                    form.options.optionPrefix + "-format nv12, nv21, i420, gray or y4m");
+}
+
+}  // namespace
+
+bool isPngName(const std::string& path) {
+    const std::vector<std::string> words = wordsOf(path);
+    return words.size() > 1 && words.back() == "png";
+}
+
+void expectPngName(const std::string& option, const std::string& path) {
+    if (path.empty() || isPngName(path)) return;
+    throw UserError(option + " " + path + ": expected a name ending in .png");
+}
+
+FileForm fileForm(const std::string& path, const FormOptions& options) {
+    expectFile(path);
+    const FileForm form = formOf(path, options);
+    if (form.type == FileType::Raw && !form.layout) refuseForeign(path);
+    expectLayout(form);
+    return form;
+}
+
+FileForm outputForm(const std::string& path, const FormOptions& options) {
+    const FileForm form = formOf(path, options);
+    expectLayout(form);
     return form;
 }
 

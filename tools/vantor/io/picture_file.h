@@ -44,10 +44,14 @@ bool isPngName(const std::string& path);
 /// Refuses other names of pictures that are drawn. Empty names are none.
 void expectPngName(const std::string& option, const std::string& path);
 
-/// Works out a file's form. Layout and size are words of the name, set off by "_", "-" or ".", as in
+/// Works out an input's form. Layout and size are words of the name, set off by "_", "-" or ".", as in
 /// clip_1280x720_nv12.yuv or still-640x480.gray; options win over the name. "-" is Y4M if no option says
-/// otherwise. Refuses names that leave the layout of a raw file open.
+/// otherwise. Refuses names that leave the layout of a raw file open; before that, a file that does not
+/// exist, a directory, and a file that is known to be another program's.
 FileForm fileForm(const std::string& path, const FormOptions& options);
+
+/// An output's form, likewise.
+FileForm outputForm(const std::string& path, const FormOptions& options);
 
 /// The forms of both. What a raw second file has no option of its own for is as the first's options say; of a
 /// raw file and another, the first's options speak of the raw one.

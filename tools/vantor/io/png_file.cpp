@@ -2,17 +2,38 @@
 
 #include <png.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <string_view>
 
 #include "tools/vantor/io/error.h"
+#include "tools/vantor/io/foreign_file.h"
 #include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {
+
+/// What a picture made of another keeps, as libpng takes names.
+constexpr char kKeptChunks[] = "cICP\0iCCP\0sRGB\0gAMA\0cHRM\0eXIf";
+constexpr int kKeptCount = sizeof kKeptChunks / 5;
+
+bool isKept(const std::string& name) {
+    const std::string_view names(kKeptChunks, sizeof kKeptChunks);
+    return name.size() == 4 && names.find(name) != std::string_view::npos;
+}
+
+/// Has libpng keep those chunks as they are and, in a file that is read, pass over all others that the
+/// picture does not need: it would take as much memory for them as they claim to need.
+void keepChunks(png_structp png) {
+    png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+    png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_ALWAYS, reinterpret_cast<png_const_bytep>(kKeptChunks),
+                                kKeptCount);
+}
 
 /// One PNG being read. libpng leaves its functions by longjmp on an error, so each call into it that may fail
 /// stands in a `guarded` step, which holds nothing that needs destruction.
@@ -29,13 +50,13 @@ public:
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
 
-    Picture read() {
+    PngPicture read() {
+        expectSignature();
         guarded([](PngReader& reader) {
+            keepChunks(reader.png_);
             png_init_io(reader.png_, reader.file_.get());
+            png_set_sig_bytes(reader.png_, kSignatureBytes);
             png_set_user_limits(reader.png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-            // Nobody looks at comments and the like, for which libpng takes as much memory as they claim to
-            // need.
-            png_set_keep_unknown_chunks(reader.png_, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
             png_read_info(reader.png_, reader.info_);
         });
         checkHeader();
@@ -52,30 +73,67 @@ public:
             rows_[y] = &picture.bytes[y * png_get_rowbytes(png_, info_)];
         guarded([](PngReader& reader) {
             png_read_image(reader.png_, reader.rows_.data());
-            png_read_end(reader.png_, nullptr);
+            png_read_end(reader.png_, reader.info_);
         });
-        return picture;
+        return {std::move(picture), chunks()};
     }
 
 private:
+    static constexpr size_t kSignatureBytes = 8;
+
     static void onError(png_structp png, png_const_charp message) {
         static_cast<PngReader*>(png_get_error_ptr(png))->message_ = message;
         png_longjmp(png, 1);
     }
-    static void onWarning(png_structp, png_const_charp) {}
+    /// "iCCP: CRC error", say.
+    static void onWarning(png_structp png, png_const_charp message) {
+        const std::string text = message;
+        const std::string name = text.substr(0, text.find(':'));
+        if (isKept(name)) static_cast<PngReader*>(png_get_error_ptr(png))->damaged_.emplace(name, text);
+    }
 
     void guarded(void (*step)(PngReader&)) {
         if (setjmp(png_jmpbuf(png_)) == 0) {
             step(*this);
             return;
         }
-        throw UserError(path_ + ": no readable PNG: " + trouble());
+        throw UserError(path_ + ": " + trouble());
+    }
+
+    void expectSignature() {
+        const std::string signature = readStart(kSignatureBytes);
+        if (png_sig_cmp(reinterpret_cast<png_const_bytep>(signature.data()), 0, kSignatureBytes) == 0) return;
+        const std::string start = signature + readStart(kSniffedBytes - kSignatureBytes);
+        throw UserError(path_ + ": not a PNG file" + insteadOf(path_, start));
+    }
+
+    std::string readStart(size_t count) {
+        std::string bytes(count, '\0');
+        const size_t done = std::fread(bytes.data(), 1, count, file_.get());
+        if (std::ferror(file_.get())) throw UserError(path_ + ": cannot read: " + std::strerror(errno));
+        return bytes.substr(0, done);
     }
 
     /// libpng says "Read Error" of all files that give it nothing more.
     std::string trouble() const {
-        if (std::ferror(file_.get())) return std::strerror(errno);
-        return std::feof(file_.get()) ? "it ends early" : message_;
+        if (std::ferror(file_.get())) return std::string("cannot read: ") + std::strerror(errno);
+        return std::feof(file_.get()) ? "truncated PNG file" : "not a valid PNG file: " + message_;
+    }
+
+    /// Of those that libpng kept, the first of each name, if it is where it belongs.
+    PngChunks chunks() const {
+        for (const auto& [name, trouble] : damaged_) note(path_ + ": " + trouble + ": chunk dropped");
+        PngChunks chunks;
+        png_unknown_chunkp kept = nullptr;
+        const int count = png_get_unknown_chunks(png_, info_, &kept);
+        for (int i = 0; i < count; ++i) {
+            const std::string name = reinterpret_cast<const char*>(kept[i].name);
+            const auto isThis = [&](const PngChunk& chunk) { return chunk.name == name; };
+            const bool isPlaced = name == "eXIf" || (kept[i].location & PNG_AFTER_IDAT) == 0;
+            if (damaged_.count(name) == 0 && isPlaced && std::none_of(chunks.begin(), chunks.end(), isThis))
+                chunks.push_back({name, {kept[i].data, kept[i].data + kept[i].size}});
+        }
+        return chunks;
     }
 
     Size size() const {
@@ -87,7 +145,7 @@ private:
         checkLimits(path_ + ":", size());
         const int depth = png_get_bit_depth(png_, info_);
         if (depth > 8)
-            throw UserError(path_ + ": " + std::to_string(depth) + " bits a sample: at most 8 expected");
+            throw UserError(path_ + ": " + std::to_string(depth) + " bits per sample: at most 8 expected");
         const bool hasAlpha = (png_get_color_type(png_, info_) & PNG_COLOR_MASK_ALPHA) != 0;
         if (hasAlpha || png_get_valid(png_, info_, PNG_INFO_tRNS) != 0) note(path_ + ": alpha dropped");
     }
@@ -98,27 +156,89 @@ private:
     png_infop info_;
     std::vector<png_bytep> rows_;
     std::string message_;
+    std::map<std::string, std::string> damaged_;  ///< chunks, and what libpng says of them
+};
+
+/// One PNG being written, to memory; as with `PngReader`.
+class PngWriter {
+public:
+    explicit PngWriter(const std::string& path)
+        : path_(path), png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, this, onError, nullptr)) {
+        info_ = png_ ? png_create_info_struct(png_) : nullptr;
+        if (!info_) throw UserError(path + ": out of memory");
+    }
+    ~PngWriter() { png_destroy_write_struct(&png_, &info_); }
+    PngWriter(const PngWriter&) = delete;
+    PngWriter& operator=(const PngWriter&) = delete;
+
+    std::vector<uint8_t> write(const Picture& picture, const PngChunks& chunks) {
+        const auto [width, height] = picture.size;
+        const bool isGray = picture.layout == Layout::Gray;
+        const std::vector<png_unknown_chunk> kept = keptChunks(chunks);
+        const size_t rowBytes = static_cast<size_t>(width) * (isGray ? 1 : 3);
+        if (setjmp(png_jmpbuf(png_)) != 0) throw UserError(path_ + ": cannot write PNG: " + message_);
+        png_set_write_fn(png_, this, append, [](png_structp) {});
+        keepChunks(png_);
+        png_set_IHDR(png_, info_, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
+                     isGray ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        png_set_unknown_chunks(png_, info_, kept.data(), static_cast<int>(kept.size()));
+        png_write_info(png_, info_);
+        for (size_t at = 0; at < picture.bytes.size(); at += rowBytes)
+            png_write_row(png_, &picture.bytes[at]);
+        png_write_end(png_, nullptr);
+        return std::move(bytes_);
+    }
+
+private:
+    static void onError(png_structp png, png_const_charp message) {
+        static_cast<PngWriter*>(png_get_error_ptr(png))->message_ = message;
+        png_longjmp(png, 1);
+    }
+    static void append(png_structp png, png_bytep bytes, size_t count) {
+        auto& all = static_cast<PngWriter*>(png_get_io_ptr(png))->bytes_;
+        all.insert(all.end(), bytes, bytes + count);
+    }
+
+    static std::vector<png_unknown_chunk> keptChunks(const PngChunks& chunks) {
+        std::vector<png_unknown_chunk> kept;
+        for (const PngChunk& chunk : chunks) {
+            png_unknown_chunk& unknown = kept.emplace_back();
+            std::copy_n(chunk.name.c_str(), sizeof unknown.name, unknown.name);
+            unknown.data = const_cast<png_bytep>(chunk.bytes.data());  // which libpng copies
+            unknown.size = chunk.bytes.size();
+            unknown.location = PNG_HAVE_IHDR;
+        }
+        return kept;
+    }
+
+    std::string path_;
+    png_structp png_;
+    png_infop info_;
+    std::vector<uint8_t> bytes_;
+    std::string message_;
 };
 
 }  // namespace
 
-Picture readPng(const std::string& path) {
+PngPicture readPng(const std::string& path) {
     return PngReader(path).read();
 }
 
-std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(picture.size.width);
-    image.height = static_cast<png_uint_32>(picture.size.height);
-    image.format = picture.layout == Layout::Gray ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
-    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
-    std::vector<uint8_t> bytes(size);
-    if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, picture.bytes.data(), 0, nullptr)) {
-        throw UserError(path + ": cannot write PNG: " + image.message);
+std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture, const PngChunks& chunks) {
+    return PngWriter(path).write(picture, chunks);
+}
+
+void noteDropped(const std::string& source, const PngChunks& chunks, const std::string& output) {
+    const auto isThere = [&](const char* name) {
+        return std::any_of(chunks.begin(), chunks.end(), [&](const PngChunk& c) { return c.name == name; });
+    };
+    std::string names;
+    for (const auto& [name, bytes] : chunks) {
+        const bool isPlainSrgb = name == "sRGB" || (isThere("sRGB") && (name == "gAMA" || name == "cHRM"));
+        if (!isPlainSrgb) names += (names.empty() ? "" : ", ") + name;
     }
-    bytes.resize(size);
-    return bytes;
+    if (!names.empty()) note(source + ": " + names + " dropped: only PNG files hold them, not " + output);
 }
 
 }  // namespace vantor::tool

@@ -92,7 +92,7 @@ std::string textOf(const Json& header) {
 // Reading.
 
 [[noreturn]] void refuse(const std::string& path, const std::string& trouble) {
-    throw UserError(path + ": no readable record: " + trouble);
+    throw UserError(path + ": not a valid record: " + trouble);
 }
 
 /// A value of the header and the name by which an error calls it.
@@ -230,8 +230,9 @@ FirstLine readFirstLine(InputFile& file) {
                                 std::to_string(kVersion));
     }
     if (parts != 3 || !isWhole || !PictureHash::isText(first.hash)) {
-        refuse(file.name(), "expected a first line 'vantor-record 1 LENGTH HASH' of " +
-                                std::to_string(kFirstLine) + " bytes");
+        throw UserError(file.name() +
+                        ": not a record: expected a first line 'vantor-record 1 LENGTH HASH' of " +
+                        std::to_string(kFirstLine) + " bytes");
     }
     if (first.headerLength > kLongestHeader) {
         refuse(file.name(), "header of " + std::to_string(first.headerLength) + " bytes: expected at most " +
@@ -246,7 +247,7 @@ Json readHeader(InputFile& file) {
     const size_t count = file.read(text.data(), text.size());
     if (count != text.size()) {
         refuse(file.name(), "the header ends after " + std::to_string(count) + " of " +
-                                std::to_string(text.size()) + " bytes");
+                                std::to_string(text.size()) + " bytes: truncated");
     }
     const std::string hash = hashOf(reinterpret_cast<const uint8_t*>(text.data()), text.size());
     if (hash != first.hash) {
@@ -263,7 +264,7 @@ Json readHeader(InputFile& file) {
         refuse(file.name(), "the header has a value inside more than " + std::to_string(kDeepestHeader) +
                                 " objects and lists");
     }
-    if (!header.is_object()) refuse(file.name(), "the header is no JSON object");
+    if (!header.is_object()) refuse(file.name(), "the header is not a JSON object");
     return header;
 }
 
@@ -335,7 +336,7 @@ Record readRecord(const std::string& path) {
                                (hasResult ? byteCount(record.layout, record.result.size) : 0);
     if (length != expected) {
         refuse(path, "the file has " + std::to_string(length) + " bytes, what its header says makes " +
-                         std::to_string(expected));
+                         std::to_string(expected) + (length < expected ? ": truncated" : ""));
     }
     if (hasSource) readPlanes(file, "the source", record.layout, record.source);
     if (hasResult) readPlanes(file, "the result", record.layout, record.result);

@@ -33,7 +33,8 @@ Layout parseFormat(const std::string& name, const std::string& tag) {
     const auto* end = std::end(kColorFormats);
     if (std::find(std::begin(kColorFormats), end, tag) != end) return Layout::I420;
     throw UserError(name + ": Y4M sample format " + tag +
-                    ": expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or gray (Cmono)");
+                    ": expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or gray (Cmono); ffmpeg "
+                    "converts by -pix_fmt yuv420p");
 }
 
 /// "A1:1" as a ratio; nothing where it is another tag, or says that the shape is not known.
@@ -65,7 +66,7 @@ Y4mHeader parseY4mHeader(const std::string& name, const std::string& line) {
     std::istringstream words(line);
     std::string word;
     if (!(words >> word) || word != kY4mMagic)
-        throw UserError(name + ": no Y4M: expected it to begin with " + kY4mMagic);
+        throw UserError(name + ": not a Y4M stream: expected it to begin with " + kY4mMagic);
     Y4mHeader header{};
     while (words >> word) {
         if (word[0] == 'W') {

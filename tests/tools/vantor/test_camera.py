@@ -1,0 +1,43 @@
+"""Calibrations as other programs write them, and what is said of their grids."""
+
+import pytest
+
+CAMERA = "image_width: 640\nimage_height: 480\ncamera_matrix: [500, 0, 320, 0, 500, 240, 0, 0, 1]\n"
+FOUR = "[0.02, -0.01, 0.004, -0.001]"
+NOTE = "note: camera.yml: four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, say --fisheye"
+
+
+@pytest.mark.parametrize(
+    "lens, options, expected",
+    [
+        (f"dist_coeff: {FOUR}", "", True),
+        (f"D: {FOUR}", "--fisheye", False),
+        (f"D: {FOUR}\nfisheye_model: 0", "", False),
+        (f"D: {FOUR}\ndistortion_model: plumb_bob", "", False),
+        ("D: [0.02, -0.01, 0.004, -0.001, 0]", "", False),
+    ],
+)
+def test_four_coefficients_of_no_stated_model_get_one_note(vantor, directory, chart, lens, options, expected):
+    (directory / "camera.yml").write_text(CAMERA + lens)
+    for command in "grid", "explain chart.png 9 9":
+        assert vantor(f"{command} --calibration camera.yml {options}").text.count(NOTE) == expected
+
+
+@pytest.mark.parametrize(
+    "entry, trouble",
+    [
+        ("rectification_matrix: {rows: 3, cols: 3, data: [1, 0, 0, 0, 1, 0, 0, 0, 1]}", ""),
+        ("rectification_matrix: {data: [1, 0.01, 0, -0.01, 1, 0, 0, 0, 1]}", "rectification_matrix is not the identity"),
+        ("projection_matrix: {data: [500, 0, 320, 0, 0, 500.0000001, 240, 0, 0, 0, 1, 0]}", ""),
+        ("projection_matrix: {data: [480, 0, 320, 0, 0, 500, 240, 0, 0, 0, 1, 0]}", "projection_matrix is not camera_m"),
+        ("projection_matrix: {data: [500, 0, 320, -9, 0, 500, 240, 0, 0, 0, 1, 0]}", "projection_matrix is not camera_m"),
+        ("projection_matrix: {data: [500, 0, 320]}", "projection_matrix is not camera_matrix"),
+    ],
+)
+def test_views_that_are_not_applied_are_refused(vantor, directory, entry, trouble):
+    (directory / "camera.yml").write_text(f"{CAMERA}D: [-0.1, 0.01, 0, 0, 0]\n{entry}\n")
+    vantor("grid --calibration camera.yml", 2 if trouble else 0, trouble)
+
+
+def test_a_grid_of_no_stated_size_is_for_1920x1080(vantor):
+    vantor("grid --rotate 2", text="rotation 2, for pictures of 1920x1080\n")

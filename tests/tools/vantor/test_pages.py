@@ -1,0 +1,80 @@
+"""What the tool's reports say: JSON as documented, steps that add up, pages that hold any file name."""
+
+import json
+import re
+import subprocess
+
+import pytest
+from conftest import CALIBRATIONS, ROOT
+
+REPORTS = [
+    "scale chart.png -o half.png --size 50% --hash --json",
+    f"grid --calibration {CALIBRATIONS / 'five.yml'} --json",
+    "explain chart.png 160 90 --rotate 2 --json",
+    "compare chart.png other.png --json",
+    "crosscheck chart.png --size 160x90 --json",
+    "info chart.png --json",
+    "info --json",
+    "replay bug.vrec --json",
+    "selftest --json",
+]
+
+
+def members(value):
+    if isinstance(value, list):
+        return set().union(*map(members, value))
+    if not isinstance(value, dict):
+        return set()
+    named = {"compiled", "in_use"} if "kernels" in value else set()
+    return named.union(value, *(members(part) for name, part in value.items() if name != "kernels"))
+
+
+@pytest.fixture
+def files(vantor, chart):
+    vantor("warp chart.png -o other.png --rotate 1")
+    vantor("record bug.vrec scale chart.png -o x.png --size 50%")
+
+
+@pytest.mark.parametrize("report", REPORTS)
+def test_every_member_of_a_report_is_documented(vantor, files, report):
+    command = report.split()[0]
+    page = (ROOT / "docs/json.md").read_text()
+    section = next(part for part in page.split("\n## ") if re.search(rf"\b{command}\b", part.split("\n")[0]))
+    if "as in `info`" in section or "what `info` says" in section or "as in `compare`" in section:
+        section = page
+    output = vantor(report, 1 if command == "compare" else 0, stderr=subprocess.DEVNULL).text
+    assert not [name for name in members(json.loads(output)) if f"`{name}`" not in section]
+
+
+@pytest.mark.parametrize("position", ["160 90", "0 0", "318 178"])
+def test_the_steps_of_a_pixel_add_up(vantor, chart, position):
+    lines = vantor(f"explain chart.png {position} --rotate 10").text.splitlines()
+    sums = 0
+    for line in lines:
+        if found := re.match(r"  [xy]: \((\d+) x \(\((\d+) x (\d+)\) >> 7\) \+ 2\^(\d+)\) / 2\^(\d+) = (\d+) of", line):
+            position, step, scale, half, bits, result = map(int, found.groups())
+            assert (position * (step * scale >> 7) + (1 << half)) >> bits == result, line
+            assert bits == half + 1
+        elif found := re.match(r".*; \((\d+) x (-?\d+)\) rounded by 13 bits \+ (\d+) x (\d+) = (-?\d+) \((-?[\d.]+) ", line):
+            scale, move, step, position, result = map(int, found.groups()[:5])
+            assert (scale * move + 4096 >> 13) + step * position == result, line
+            assert f"{result / 256:.4f}" == found[6], line
+        elif found := re.match(r"  [UV]: (.*), rounded by 9 bits; . = (\d+)", line):
+            assert eval(found[1].replace("x", "*")) + 256 >> 9 == int(found[2]), line
+        elif found := re.match(r"  sum (-?\d+), sum of weights (-?\d+),", line):
+            rows = [re.findall(r"(-?\d+) x +(-?\d+)", row) for row in lines[lines.index(line) - 4 : lines.index(line)]]
+            products = [(int(sample), int(weight)) for row in rows for sample, weight in row]
+            assert sum(s * w for s, w in products) == int(found[1]) and sum(w for _, w in products) == int(found[2])
+        else:
+            continue
+        sums += 1
+    assert sums == 7, lines
+
+
+def test_a_page_holds_any_file_name(vantor, chart, directory):
+    name = "<!--<script>alert(1)<.png"
+    chart.rename(directory / name)
+    vantor(["view", name, "-o", "page.html"])
+    page = (directory / "page.html").read_text()
+    data = re.search('<script type="application/json" id="data">(.*?)</script>', page, re.S)[1]
+    assert "<" not in data and json.loads(data)["pictures"][0]["name"] == name
