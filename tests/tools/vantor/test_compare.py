@@ -132,6 +132,7 @@ def test_each_file_has_raw_options(vantor, chart, files, options):
 
 def test_options_and_names_that_do_not_fit_are_refused(vantor, clips):
     vantor("compare a.y4m b.y4m --other-stride 50", 2, "--other-stride 50: b.y4m is a Y4M file")
+    pathlib.Path("b.nv12").write_bytes(b"")
     vantor("compare a.y4m b.nv12", 2, "b.nv12: size unknown")
     vantor("compare - -", 2, "two pictures from standard input")
     vantor("view a.y4m -o x.html --other-size 8x8", 2, "expected a second picture")

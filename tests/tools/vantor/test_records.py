@@ -111,11 +111,11 @@ def test_headers_that_cannot_be_are_refused(vantor, record, pattern, new, text):
 
 
 @pytest.mark.parametrize("pattern, new, text", [
-    (rb"(?s)^(.{1000}).*", rb"\1", "the header ends after 958 of"),
-    (rb"^(\S+) 1 ", rb"\1 2 ", "version 2: this vantor reads version 1"),
-    (rb"^(\S+) 1 \d+", rb"\1 1 99999999", "header of 99999999 bytes: expected at most 131072"),
-    (rb"^\S+", b"x", "expected a first line 'vantor-record 1 LENGTH HASH'"),
+    (rb"(?s)^(.{1000}).*", rb"\1", "not a valid record: the header ends after 958 of"),
+    (rb"^(\S+) 1 ", rb"\1 2 ", "not a valid record: version 2: this vantor reads version 1"),
+    (rb"^(\S+) 1 \d+", rb"\1 1 99999999", "not a valid record: header of 99999999 bytes: expected at most 131072"),
+    (rb"^\S+", b"x", "not a record: expected a first line 'vantor-record 1 LENGTH HASH'"),
 ])
 def test_first_lines_that_cannot_be_are_refused(vantor, record, pattern, new, text):
     write("x.vrec", re.sub(pattern, new, read("bug.vrec"), count=1))
-    vantor("replay x.vrec", 2, f"x.vrec: not a valid record: {text}")
+    vantor("replay x.vrec", 2, f"x.vrec: {text}")

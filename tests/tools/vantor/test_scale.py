@@ -81,6 +81,8 @@ def test_refusals_say_what_was_wrong_and_what_was_expected(refuse, chart, argume
     write("6x4.gray", flat("6x4", 0))
     write("cut.png", read("chart.png")[:100])
     write("deep.png", png(4, 4, 0, [1, 0], depth=16))
+    for name in "a_gray_nv12.yuv", "clip.yuv", "clip.nv12", "clip_5x4.nv12":
+        write(name, b"")
     refuse(f"scale {arguments}", text)
 
 
