@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "bench/picture.h"
-#include "tools/vantor/warp_map.h"
+#include "geometry/warp_map.h"
 
 namespace vantor::bench {
 

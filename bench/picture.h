@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "tools/vantor/io/picture.h"
+#include "tools/vantor/picture/picture.h"
 
 namespace vantor::bench {
 

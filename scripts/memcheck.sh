@@ -33,7 +33,7 @@ for VANTOR_CPU in plain avx512; do
     check vantor scale chart.png -o chart_240x160.nv12 --size 240x160 --backend hardware
     cat chart_240x160.nv12 chart_240x160.nv12 chart_240x160.nv12 >clip_240x160.nv12
     check vantor warp clip_240x160.nv12 -o clip.y4m --lens=-0.15,0.02 --jobs 2
-    check vantor grid --calibration "$tests/tools/vantor/calibrations/five.yml" -o five.grid --plot mesh.png
+    check vantor grid --calibration "$tests/geometry/calibrations/five.yml" -o five.grid --plot mesh.png
     check vantor record bug.vrec warp chart.png -o turned.png --rotate 5
     check vantor replay bug.vrec
     check vantor compare chart.png chart.png

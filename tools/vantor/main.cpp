@@ -13,11 +13,11 @@
 #include <set>
 
 #include "processor/instruction_set.h"
-#include "tools/vantor/commands.h"
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/manual.h"
 #include "tools/vantor/io/output_file.h"
-#include "tools/vantor/manual.h"
-#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {

@@ -16,7 +16,7 @@ import pytest
 
 TESTS = pathlib.Path(__file__).parent
 ROOT = TESTS.parents[2]
-CALIBRATIONS = TESTS / "calibrations"
+CALIBRATIONS = ROOT / "tests/geometry/calibrations"
 
 
 def pytest_addoption(parser):

@@ -14,9 +14,9 @@
 #include <sstream>
 #include <utility>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/input_file.h"
-#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {

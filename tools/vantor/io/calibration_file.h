@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/vantor/undistort_map.h"
+#include "geometry/undistort_map.h"
 
 namespace vantor::tool {
 

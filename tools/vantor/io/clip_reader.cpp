@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/foreign_file.h"
 #include "tools/vantor/io/input_file.h"
 #include "tools/vantor/io/png_file.h"

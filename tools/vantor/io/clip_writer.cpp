@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
 
 namespace vantor::tool {
 

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/input_file.h"
 
 namespace vantor::tool {

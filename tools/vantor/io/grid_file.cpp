@@ -7,10 +7,10 @@
 #include <sstream>
 
 #include "gdc_model/grid_interp.h"
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/input_file.h"
 #include "tools/vantor/io/output_file.h"
-#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {

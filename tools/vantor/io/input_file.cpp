@@ -9,7 +9,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/pipe.h"
 
 namespace vantor::tool {

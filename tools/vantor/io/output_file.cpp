@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/pipe.h"
 
 namespace vantor::tool {

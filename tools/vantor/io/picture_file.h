@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "tools/vantor/io/picture.h"
-#include "tools/vantor/io/planes.h"
+#include "tools/vantor/picture/picture.h"
+#include "tools/vantor/picture/planes.h"
 
 namespace vantor::tool {
 

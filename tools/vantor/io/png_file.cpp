@@ -11,9 +11,9 @@
 #include <memory>
 #include <string_view>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/foreign_file.h"
-#include "tools/vantor/terminal.h"
 
 namespace vantor::tool {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/vantor/io/picture.h"
+#include "tools/vantor/picture/picture.h"
 
 namespace vantor::tool {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/vantor/io/planes.h"
+#include "tools/vantor/picture/planes.h"
 
 namespace vantor::tool {
 

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <sstream>
 
-#include "tools/vantor/io/error.h"
+#include "tools/vantor/base/error.h"
 
 namespace vantor::tool {
 namespace {

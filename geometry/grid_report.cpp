@@ -1,0 +1,108 @@
+#include "geometry/grid_report.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "gdc_model/grid_interp.h"
+#include "gdc_model/source_samples.h"
+#include "geometry/model_frame.h"
+
+namespace vantor::tool {
+namespace {
+
+using Nodes = std::array<std::array<Point, kGridNodes>, kGridNodes>;
+
+/// Where the nodes take their pixels from.
+Nodes sourcesOf(const Grid& grid, Size frame) {
+    Nodes nodes;
+    for (int row = 0; row < kGridNodes; ++row) {
+        for (int column = 0; column < kGridNodes; ++column) {
+            nodes[static_cast<size_t>(row)][static_cast<size_t>(column)] =
+                nodeSource(grid, row, column, frame);
+        }
+    }
+    return nodes;
+}
+
+bool isFolded(const Nodes& nodes, size_t row, size_t column) {
+    const Point corners[] = {nodes[row][column], nodes[row][column + 1], nodes[row + 1][column + 1],
+                             nodes[row + 1][column]};
+    for (size_t i = 0; i < 4; ++i) {
+        const Point &before = corners[(i + 3) % 4], &at = corners[i], &after = corners[(i + 1) % 4];
+        const double area = (at.x - before.x) * (after.y - at.y) - (at.y - before.y) * (after.x - at.x);
+        if (area <= 0) return true;
+    }
+    return false;
+}
+
+int countFolded(const Nodes& nodes) {
+    int folded = 0;
+    for (size_t row = 0; row < kGridCells; ++row) {
+        for (size_t column = 0; column < kGridCells; ++column) folded += isFolded(nodes, row, column);
+    }
+    return folded;
+}
+
+double shareOutside(const Grid& grid, Size frame) {
+    const GdcFrame model = modelFrame(frame);
+    const GridTables tables(grid);
+    size_t outside = 0;
+    for (int y = 0; y < frame.height; ++y) {
+        const GridLines lines(tables, model, y);
+        for (int x = 0; x < frame.width; ++x) outside += !lines.source(model, x, y).inside;
+    }
+    return static_cast<double>(outside) / static_cast<double>(frame.pixels());
+}
+
+}  // namespace
+
+bool isBeyondRange(int32_t value) {
+    return clampDisplacement(value >> 1) != value >> 1;
+}
+
+GridReport examine(const Grid& grid, Size frame) {
+    const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyondRange) +
+                        std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyondRange);
+    GridReport report{};
+    report.leastMove = report.largestMove = nodeMove(grid, 0, 0, frame);
+    for (int index = 1; index < kGridNodes * kGridNodes; ++index) {
+        const Point move = nodeMove(grid, index / kGridNodes, index % kGridNodes, frame);
+        report.leastMove = {std::min(report.leastMove.x, move.x), std::min(report.leastMove.y, move.y)};
+        report.largestMove = {std::max(report.largestMove.x, move.x), std::max(report.largestMove.y, move.y)};
+    }
+    report.nodesBeyondRange = static_cast<int>(beyond);
+    report.foldedCells = countFolded(sourcesOf(grid, frame));
+    report.outside = shareOutside(grid, frame);
+    return report;
+}
+
+GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame) {
+    const GdcFrame model = modelFrame(frame);
+    const GridTables tables(grid);
+    GridError error;
+    double squares = 0;
+    for (int y = 0; y < picture.height; ++y) {
+        const GridLines lines(tables, model, y);
+        for (int x = 0; x < picture.width; ++x) {
+            const PixelSource at = lines.source(model, x, y);
+            const Point ideal = map({x + 0.5, y + 0.5});
+            const bool isIdealInside =
+                ideal.x >= 0 && ideal.y >= 0 && ideal.x < picture.width && ideal.y < picture.height;
+            if (!at.inside && !isIdealInside) continue;
+            const double distance =
+                std::hypot(at.x.coordinate / 256.0 - ideal.x, at.y.coordinate / 256.0 - ideal.y);
+            ++error.pixels;
+            squares += distance * distance;
+            error.beyondHalf += !(distance <= 0.5);
+            if (!(distance > error.largest)) continue;
+            error.largest = distance;
+            error.largestX = x;
+            error.largestY = y;
+        }
+    }
+    if (error.pixels > 0) error.rms = std::sqrt(squares / static_cast<double>(error.pixels));
+    return error;
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,37 @@
+// What can be said of a grid without looking at a picture.
+#pragma once
+
+#include <cstdint>
+
+#include "geometry/warp_map.h"
+
+namespace vantor::tool {
+
+/// Whether the engine cannot hold half of a node's value.
+bool isBeyondRange(int32_t value);
+
+struct GridReport {
+    Point leastMove;  ///< of the nodes, in pixels
+    Point largestMove;
+    int nodesBeyondRange;  ///< whose half value the engine cannot hold
+    int foldedCells;       ///< of 1024: turned over or without area in a corner
+    double outside;        ///< share of the output whose source lies outside the picture, 0 to 1
+};
+
+GridReport examine(const Grid& grid, Size frame);
+
+/// How far the positions that the model makes of a grid are from those of the map that the grid stands for,
+/// in pixels, over the output pixels for which either is inside the source.
+struct GridError {
+    size_t pixels = 0;  ///< so many
+    double largest = 0;
+    int largestX = 0;  ///< the pixel where it is
+    int largestY = 0;
+    double rms = 0;
+    size_t beyondHalf = 0;  ///< pixels that are off by more than half a pixel
+};
+
+/// For pictures of `picture`'s size, warped as pictures of `frame`'s.
+GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame);
+
+}  // namespace vantor::tool

@@ -1,0 +1,117 @@
+#include "geometry/undistort_map.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+
+#include "tools/vantor/base/error.h"
+
+namespace vantor::tool {
+namespace {
+
+/// Looked at along each side of a picture to find the rectangles in and around what it shows.
+constexpr int kSamples = 9;
+
+struct Rectangle {
+    double left;
+    double top;
+    double right;
+    double bottom;
+
+    /// The camera whose outermost pixels have their centres on the rectangle's sides.
+    Camera camera(Size picture) const {
+        const double fx = (picture.width - 1) / (right - left);
+        const double fy = (picture.height - 1) / (bottom - top);
+        return {fx, fy, 0.5 - fx * left, 0.5 - fy * top};
+    }
+};
+
+/// On the plane at distance 1: the largest rectangle in, and the smallest around, what a picture shows.
+struct Views {
+    Rectangle inner;
+    Rectangle outer;
+    bool isWhole = true;  ///< whether the plane can show all of the picture's border
+};
+
+Views viewsOf(const Camera& camera, const Lens& lens, Size picture) {
+    constexpr double kFar = std::numeric_limits<double>::infinity();
+    Views views{{-kFar, -kFar, kFar, kFar}, {kFar, kFar, -kFar, -kFar}};
+    for (int row = 0; row < kSamples; ++row) {
+        for (int column = 0; column < kSamples; ++column) {
+            const Point pixel{0.5 + (picture.width - 1) * column / (kSamples - 1.0),
+                              0.5 + (picture.height - 1) * row / (kSamples - 1.0)};
+            const std::optional<Point> p = straightened(lens, camera.onPlane(pixel));
+            if (!p) {
+                views.isWhole = false;
+                continue;
+            }
+            auto& [inner, outer, isWhole] = views;
+            if (column == 0) inner.left = std::max(inner.left, p->x);
+            if (column == kSamples - 1) inner.right = std::min(inner.right, p->x);
+            if (row == 0) inner.top = std::max(inner.top, p->y);
+            if (row == kSamples - 1) inner.bottom = std::min(inner.bottom, p->y);
+            outer = {std::min(outer.left, p->x), std::min(outer.top, p->y), std::max(outer.right, p->x),
+                     std::max(outer.bottom, p->y)};
+        }
+    }
+    return views;
+}
+
+bool isProper(const Rectangle& r) {
+    const double width = r.right - r.left;
+    const double height = r.bottom - r.top;
+    return width > 0 && height > 0 && width + height < std::numeric_limits<double>::infinity();
+}
+
+/// The largest rectangle of a shape (its width a height) in another, or the smallest around it, with the same
+/// middle.
+Rectangle shaped(const Rectangle& r, double shape, bool isInside) {
+    const bool isWide = r.right - r.left > shape * (r.bottom - r.top);
+    const double halfHeight = isWide == isInside ? (r.bottom - r.top) / 2 : (r.right - r.left) / shape / 2;
+    const Point middle{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
+    return {middle.x - shape * halfHeight, middle.y - halfHeight, middle.x + shape * halfHeight,
+            middle.y + halfHeight};
+}
+
+Camera cameraFor(const Calibration& calibration, const Camera& camera, Size picture, double alpha) {
+    Views views = viewsOf(camera, calibration.lens, picture);
+    char value[32];
+    std::snprintf(value, sizeof value, "--alpha %g: ", alpha);
+    if (!isProper(views.inner)) {
+        throw UserError(value + calibration.name +
+                        "'s lens cannot be straightened as far as the picture's sides; expected no --alpha");
+    }
+    if (alpha > 0 && !views.isWhole) {
+        throw UserError(
+            value + calibration.name +
+            "'s lens cannot be straightened as far as the picture's corners; expected 0, or no --alpha");
+    }
+    if (calibration.lens.isFisheye) {  // stretched by it beyond recognition if both sides were filled
+        const double shape = (picture.width - 1) / camera.fx / ((picture.height - 1) / camera.fy);
+        views.inner = shaped(views.inner, shape, true);
+        views.outer = shaped(views.outer, shape, false);
+    }
+    const Camera tight = views.inner.camera(picture);
+    if (alpha == 0) return tight;
+    const Camera wide = views.outer.camera(picture);
+    const auto blend = [alpha](double from, double to) { return from * (1 - alpha) + to * alpha; };
+    return {blend(tight.fx, wide.fx), blend(tight.fy, wide.fy), blend(tight.cx, wide.cx),
+            blend(tight.cy, wide.cy)};
+}
+
+Camera scaled(const Camera& camera, Size from, Size to) {
+    const double across = static_cast<double>(to.width) / from.width;
+    const double down = static_cast<double>(to.height) / from.height;
+    return {camera.fx * across, camera.fy * down, camera.cx * across, camera.cy * down, camera.skew * across};
+}
+
+}  // namespace
+
+UndistortMap::UndistortMap(const Calibration& calibration, Size picture, std::optional<double> alpha)
+    : camera_(scaled(calibration.camera, calibration.size, picture)),
+      lens_(calibration.lens),
+      straightCamera_(camera_) {
+    if (alpha) straightCamera_ = cameraFor(calibration, camera_, picture, *alpha);
+}
+
+}  // namespace vantor::tool

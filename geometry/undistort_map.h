@@ -1,0 +1,56 @@
+// The map that straightens the pictures of a calibrated camera.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "geometry/lens.h"
+#include "tools/vantor/picture/picture.h"
+
+namespace vantor::tool {
+
+/// Focal lengths and principal point, in pixels.
+struct Camera {
+    double fx;
+    double fy;
+    double cx;
+    double cy;
+    double skew = 0;
+
+    Point seen(Point onPlane) const { return {fx * onPlane.x + skew * onPlane.y + cx, fy * onPlane.y + cy}; }
+    Point onPlane(Point seenAt) const {
+        const double y = (seenAt.y - cy) / fy;
+        return {(seenAt.x - cx - skew * y) / fx, y};
+    }
+};
+
+struct Calibration {
+    std::string name;  ///< what errors name
+    Size size;         ///< of the pictures it was made with
+    Camera camera;
+    Lens lens;
+};
+
+/// From positions in a straight picture to those in the camera's, of one size.
+class UndistortMap {
+public:
+    /// For pictures of a size: the camera is scaled to it, across and down. Without `alpha` the straight
+    /// picture has the same camera matrix. `alpha` 0: it shows only what the camera's picture has, as large
+    /// as can be; 1: all that it has; between: a blend of both camera matrices. A fisheye's straight picture
+    /// keeps its pixels' shape. Refuses an `alpha` that asks for what a plane cannot show.
+    UndistortMap(const Calibration& calibration, Size picture, std::optional<double> alpha);
+
+    Point operator()(Point output) const {
+        return camera_.seen(distorted(lens_, straightCamera_.onPlane(output)));
+    }
+
+    /// Of the straight picture.
+    const Camera& straightCamera() const { return straightCamera_; }
+
+private:
+    Camera camera_;
+    Lens lens_;
+    Camera straightCamera_;
+};
+
+}  // namespace vantor::tool

@@ -1,0 +1,33 @@
+#include "tools/vantor/base/numbers.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "tools/vantor/base/error.h"
+
+namespace vantor::tool {
+
+std::vector<double> parseNumbers(const std::string& option, const std::string& text, size_t least,
+                                 size_t most) {
+    std::vector<double> numbers;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end) {
+        double value = 0;
+        const auto result = std::from_chars(at, end, value);
+        if (result.ec != std::errc() || !std::isfinite(value)) break;
+        numbers.push_back(value);
+        at = result.ptr;
+        if (at == end || *at != ',' || at + 1 == end) break;
+        ++at;
+    }
+    if (at != end || numbers.size() < least || numbers.size() > most) {
+        const std::string count =
+            least == most ? std::to_string(least) : std::to_string(least) + " to " + std::to_string(most);
+        throw UserError(option + " " + text + ": expected " + count +
+                        (most == 1 ? " number" : " numbers set off by commas"));
+    }
+    return numbers;
+}
+
+}  // namespace vantor::tool

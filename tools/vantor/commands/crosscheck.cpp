@@ -1,0 +1,106 @@
+// vantor crosscheck: the same request on both backends, compared.
+#include <algorithm>
+#include <memory>
+
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/json.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/target_size.h"
+#include "tools/vantor/commands/warp_options.h"
+#include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/library/request.h"
+#include "tools/vantor/picture/difference.h"
+
+namespace vantor::tool {
+namespace {
+
+struct CrosscheckOptions {
+    std::string input;
+    std::string size;
+    WarpOptions warp;
+    FormOptions form{"--input", {}, {}};
+    bool json = false;
+};
+
+/// One request on both paths.
+struct Check {
+    Picture src;
+    Size dstSize;
+    Request processor;
+    Request hardware;
+};
+
+Check scaling(const CrosscheckOptions& options, Picture input) {
+    const Layout working = workingLayout(input.layout, input.layout);
+    Picture src = convert(std::move(input), working);
+    const Size size = targetSize(options.size, src.size, working == Layout::Gray ? 1 : 2);
+    return {std::move(src), size, scalingRequest(Backend::Software), scalingRequest(Backend::Hardware)};
+}
+
+Check warping(const CrosscheckOptions& options, Picture input) {
+    const Size size = input.size;
+    const Size frame = warpFrame(options.input, size);
+    const Layout working = workingLayout(input.layout, input.layout);
+    const auto on = [&](Backend backend) { return requestFrom(options.warp, backend, size, frame); };
+    return {onFrame(options.input, std::move(input), frame, working), frame, on(Backend::Software),
+            on(Backend::Hardware)};
+}
+
+int run(const CrosscheckOptions& options) {
+    if (options.size.empty() == !options.warp.isGiven()) {
+        throw UserError(
+            "expected --size for a scaling request, or --grid, --matrix, --calibration or a described warp "
+            "for a warping request");
+    }
+    Picture input = readPicture(fileForm(options.input, options.form));
+    const Check check =
+        options.size.empty() ? warping(options, std::move(input)) : scaling(options, std::move(input));
+    Picture fromProcessor = makePicture(check.src.layout, check.dstSize);
+    Picture fromHardware = makePicture(check.src.layout, check.dstSize);
+    runRequest(fromProcessor, check.src, check.processor);
+    const RequestResult result = runRequest(fromHardware, check.src, check.hardware);
+    if (!result.fallback.empty()) {
+        throw UserError("nothing to compare: the hardware path fell back to the processor (" +
+                        result.fallback + ")");
+    }
+    const std::vector<Difference> differences = measure(fromHardware, fromProcessor);
+    const bool isSame = std::all_of(differences.begin(), differences.end(),
+                                    [](const Difference& difference) { return difference.differing == 0; });
+    if (options.json) {
+        printDocument({{"identical", isSame}, {"components", toJson(differences)}});
+        return isSame ? kDone : kDifferent;
+    }
+    printLine("hardware path (here the software service) and processor: %s",
+              isSame ? "identical" : "different");
+    print(differences);
+    return isSame ? kDone : kDifferent;
+}
+
+}  // namespace
+
+void addCrosscheck(CLI::App& app, Run& run) {
+    auto options = std::make_shared<CrosscheckOptions>();
+    CLI::App* command = app.add_subcommand(
+        "crosscheck", "Run a request on both backends, hardware and software, and compare");
+    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)->required();
+    command->add_option("-s,--size", options->size, std::string("Scale to this size, ") + kTargetSizes);
+    addWarpOptions(*command, options->warp);
+    addGridOption(*command, options->warp);
+    addMatrixOption(*command, options->warp);
+    command->add_flag("--json", options->json, "Write the result as JSON");
+    addFormOptions(*command, options->form);
+    command->footer(
+        "On a workstation the hardware path leads to the software service, which computes by this library "
+        "too, "
+        "until\n"
+        "something else sits in its seat: so far this checks the exchange of pictures with the service, not "
+        "silicon.\n"
+        "Exit status: 0 identical, 1 different, 2 trouble.\n"
+        "Examples:\n"
+        "  vantor crosscheck photo.png --size 50%\n"
+        "  vantor crosscheck photo.png --rotate 2");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,140 @@
+// vantor grid: make, show, check and convert grids.
+#include <cmath>
+#include <memory>
+#include <optional>
+
+#include "geometry/grid_report.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/json.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/warp_options.h"
+#include "tools/vantor/drawing/grid_plot.h"
+#include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/io/output_file.h"
+#include "tools/vantor/library/request.h"
+
+namespace vantor::tool {
+namespace {
+
+struct GridCommand {
+    WarpOptions warp;
+    std::string size;
+    std::string output;
+    std::string plot;
+    double exaggerate = 1;
+    bool check = false;
+    bool json = false;
+};
+
+/// All there is to say of a grid.
+struct Findings {
+    std::string what;
+    Size frame;
+    GridReport report;
+    std::optional<GridError> error;  ///< where there is a map to compare with
+    std::optional<Camera> camera;
+
+    bool isFaulty() const { return report.foldedCells != 0 || report.nodesBeyondRange != 0; }
+};
+
+/// The size that the grid is for: as given, the calibration's, or one that many cameras have.
+Size pictureSize(const GridCommand& command) {
+    if (!command.size.empty()) return parseSize("--size", command.size);
+    return calibratedSize(command.warp).value_or(Size{1920, 1080});
+}
+
+void print(const Findings& findings) {
+    const GridReport& report = findings.report;
+    printLine("%s, for pictures of %s", findings.what.c_str(), toString(findings.frame).c_str());
+    printLine("moves: %.2f to %.2f pixels across, %.2f to %.2f down", report.leastMove.x,
+              report.largestMove.x, report.leastMove.y, report.largestMove.y);
+    printLine("nodes beyond the engine's range: %d of 2178 values", report.nodesBeyondRange);
+    printLine("folded cells: %d of 1024", report.foldedCells);
+    printLine("outside the source: %.2f %% of the picture", 100 * report.outside);
+    if (const auto& error = findings.error) {
+        printLine(
+            "error of the grid: largest %.4f pixels, at (%d, %d); RMS %.4f; beyond half a pixel %zu of %zu",
+            error->largest, error->largestX, error->largestY, error->rms, error->beyondHalf, error->pixels);
+    }
+    if (const auto& camera = findings.camera) {
+        printLine("camera of the straight picture: fx %.6g, fy %.6g, cx %.6g, cy %.6g, skew %.6g", camera->fx,
+                  camera->fy, camera->cx - 0.5, camera->cy - 0.5, camera->skew);
+    }
+}
+
+void printJson(const Findings& findings) {
+    const GridReport& report = findings.report;
+    nlohmann::ordered_json json{{"grid", findings.what},
+                                {"size", {findings.frame.width, findings.frame.height}},
+                                {"least_move", {report.leastMove.x, report.leastMove.y}},
+                                {"largest_move", {report.largestMove.x, report.largestMove.y}},
+                                {"nodes_beyond_range", report.nodesBeyondRange},
+                                {"folded_cells", report.foldedCells},
+                                {"outside", report.outside}};
+    if (const auto& error = findings.error) {
+        json["error"] = {{"largest", error->largest},
+                         {"at", {error->largestX, error->largestY}},
+                         {"rms", error->rms},
+                         {"beyond_half_pixel", error->beyondHalf},
+                         {"pixels", error->pixels}};
+    }
+    if (const auto& camera = findings.camera) {
+        json["camera_matrix"] = {
+            {camera->fx, camera->skew, camera->cx - 0.5}, {0, camera->fy, camera->cy - 0.5}, {0, 0, 1}};
+    }
+    printDocument(json);
+}
+
+int run(const GridCommand& command) {
+    const WarpOptions& warpOptions = command.warp;
+    expectOtherFile("--output", command.output, {warpOptions.gridFile, warpOptions.calibration, "-"});
+    expectOtherFile("--plot", command.plot,
+                    {command.output, warpOptions.gridFile, warpOptions.calibration, "-"});
+    expectPngName("--plot", command.plot);
+    const Size size = pictureSize(command);
+    const std::string what = command.size.empty() ? command.warp.calibration : "--size";
+    const Size frame = warpFrame(what, size);
+    noteFrame(what, size, frame);
+    if (!std::isfinite(command.exaggerate)) throw UserError("--exaggerate: expected a number");
+    const Warp warp = warpFrom(command.warp, size, frame);
+    Findings findings{describe(command.warp), frame, examine(warp.grid, frame), {}, warp.camera};
+    if (warp.map) findings.error = measureError(warp.grid, warp.map, size, frame);
+    if (!command.plot.empty())
+        writeWhole(command.plot, plotGrid(warp.grid, frame, command.exaggerate, findings.what));
+    if (!command.output.empty()) {
+        writeGrid(command.output, warp.grid, findings.what + ", made for pictures of " + toString(frame));
+    }
+    command.json ? printJson(findings) : print(findings);
+    return command.check && findings.isFaulty() ? kDifferent : kDone;
+}
+
+}  // namespace
+
+void addGrid(CLI::App& app, Run& run) {
+    auto options = std::make_shared<GridCommand>();
+    CLI::App* command = app.add_subcommand("grid", "Make, show, check and convert grids for vantor warp");
+    command->add_option("GRID", options->warp.gridFile,
+                        "Grid to read; without it the options below describe one");
+    addWarpOptions(*command, options->warp);
+    command->add_option(
+        "-s,--size", options->size,
+        "Size of the pictures that the grid is for; if not given, the calibration's, or 1920x1080");
+    command->add_option("-o,--output", options->output, "Grid to write: text for .txt, else 8712 bytes");
+    command->add_option("--plot", options->plot,
+                        "PNG to draw the mesh of 32x32 cells and the moves of nodes to");
+    command->add_option("--exaggerate", options->exaggerate, "Multiply moves in the plot")
+        ->check(CLI::Range(0.0, 1e6));
+    command->add_flag("--check", options->check,
+                      "Exit status 1 for folded cells and values beyond the engine's range");
+    command->add_flag("--json", options->json, "Write the report as JSON");
+    command->footer(
+        "Examples:\n"
+        "  vantor grid --calibration camera.yml --alpha 0 -o straight.grid --plot mesh.png\n"
+        "  vantor grid --rotate 2 --size 1920x1080 -o turn.grid --plot turn.png\n"
+        "  vantor grid turn.grid -o turn.txt\n"
+        "  vantor grid turn.txt --check --plot mesh.png --exaggerate 5");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

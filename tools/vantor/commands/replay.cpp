@@ -1,0 +1,174 @@
+// vantor replay: runs a recorded request again, and tells whether the same came of it.
+#include <algorithm>
+#include <memory>
+
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/json.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/library/build_facts.h"
+#include "tools/vantor/library/record_file.h"
+#include "tools/vantor/picture/difference.h"
+#include "tools/vantor/picture/picture_hash.h"
+
+namespace vantor::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct ReplayCommand {
+    std::string file;
+    std::string source;
+    FormOptions form{"--input", {}, {}};
+    bool json = false;
+};
+
+/// What came of a request, once here and once when it was recorded.
+struct Outcome {
+    std::optional<Answer> answer;
+    std::string hash;  ///< empty if no picture was made
+
+    bool operator==(const Outcome& other) const {
+        const bool hasSameEnd = answer.has_value() == other.answer.has_value() &&
+                                (!answer || answer->status == other.answer->status);
+        return hasSameEnd && hash == other.hash;
+    }
+};
+
+std::string hashOf(Picture& picture) {
+    PictureHash hash;
+    hash.add(picture.bytes.data(), picture.bytes.size());
+    return hash.text();
+}
+
+/// The recorded source, from the record or from the file that the user gives for it.
+Picture sourceOf(const ReplayCommand& command, Record& record) {
+    const RecordedPicture& recorded = record.source;
+    const std::string what = toString(recorded.size) + " " + toString(record.layout) + " picture";
+    if (command.source.empty()) {
+        if (recorded.planes.empty()) {
+            throw UserError(command.file + ": the record has only the hash of its source, a " + what +
+                            ": expected --source");
+        }
+        return {record.layout, recorded.size, std::move(record.source.planes)};
+    }
+    Picture given = readPicture(fileForm(command.source, command.form));
+    if (given.size.width > recorded.size.width || given.size.height > recorded.size.height) {
+        throw UserError("--source " + command.source + " " + toString(given.size) + ": the record's is a " +
+                        what);
+    }
+    Picture source = makePicture(record.layout, recorded.size);
+    toWorking(planesOf(given), planesOf(source), {});
+    if (hashOf(source) != recorded.hash) {
+        throw UserError("--source " + command.source + ": as a " + what + " it has the hash " +
+                        hashOf(source) + ", the record's source has " + recorded.hash);
+    }
+    return source;
+}
+
+/// The request, run again. `made` is as large as the recorded destination.
+Answer runAgain(const Record& record, const Picture& source, Picture& made) {
+    WorkingMemory from(record.layout, source.size, record.request.backend());
+    WorkingMemory to(record.layout, made.size, record.request.backend());
+    std::copy(source.bytes.begin(), source.bytes.end(), from.bytes());
+    WorkingPicture src = from.picture();
+    WorkingPicture dst = to.picture();
+    src.region = record.source.region;
+    dst.region = record.result.region;
+    Answer answer = ask(record.request, dst, src);
+    std::copy_n(to.bytes(), made.bytes.size(), made.bytes.begin());
+    return answer;
+}
+
+std::string describe(const Record& record) {
+    const Request& request = record.request;
+    const bool isWarp = request.operation == Request::Operation::GdcGrid ||
+                        request.operation == Request::Operation::GdcMatrix;
+    return std::string(toString(request.operation)) +
+           (isWarp ? std::string(" on ") + targetName(request.target) : "") + ", " +
+           toString(record.source.size) + " to " + toString(record.result.size) + " " +
+           toString(record.layout);
+}
+
+/// The beginning of a text from a file, which may be long.
+std::string shortened(const std::string& text) {
+    return text.substr(0, 200);
+}
+
+std::string describe(const Outcome& outcome) {
+    if (!outcome.answer) return "the request did not end";
+    return "status " + std::to_string(outcome.answer->status) +
+           (outcome.hash.empty() ? "" : ", hash " + outcome.hash) +
+           (outcome.answer->error.empty() ? "" : " (" + shortened(outcome.answer->error) + ")");
+}
+
+Json toJson(const Outcome& outcome) {
+    if (!outcome.answer) return {};
+    return {{"status", outcome.answer->status},
+            {"error", outcome.answer->error},
+            {"hash", outcome.hash.empty() ? Json() : Json(outcome.hash)}};
+}
+
+/// A short form of who made something.
+std::string nameOf(const Json& facts) {
+    std::string name;
+    for (const char* key : {"tool", "built_for", "processor", "VANTOR_CPU"}) {
+        if (!facts.is_object() || !facts.contains(key) || !facts[key].is_string()) continue;
+        name += (name.empty() ? "vantor " : ", ") + shortened(facts[key]);
+    }
+    return name.empty() ? "somebody" : name;
+}
+
+int run(const ReplayCommand& command) {
+    Record record = readRecord(command.file);
+    const Picture source = sourceOf(command, record);
+    Picture made = makePicture(record.layout, record.result.size);
+    const Outcome recorded{record.answer, record.result.hash};
+    Outcome here{runAgain(record, source, made), {}};
+    if (here.answer->isMade) here.hash = hashOf(made);
+    const bool isSame = here == recorded;
+    std::vector<Difference> differences;
+    if (!isSame && here.answer->isMade && !record.result.planes.empty()) {
+        differences = measure({record.layout, made.size, std::move(record.result.planes)}, made);
+    }
+
+    if (command.json) {
+        Json json{{"record", command.file},      {"verdict", isSame ? "same" : "different"},
+                  {"request", describe(record)}, {"recorded", toJson(recorded)},
+                  {"here", toJson(here)},        {"recorded_by", record.madeBy},
+                  {"replayed_by", buildFacts()}};
+        if (!differences.empty()) json["components"] = tool::toJson(differences);
+        printDocument(json);
+    } else {
+        printLine("%s: %s", command.file.c_str(), describe(record).c_str());
+        printLine("recorded: %s; by %s", describe(recorded).c_str(), nameOf(record.madeBy).c_str());
+        printLine("here:     %s; by %s", describe(here).c_str(), nameOf(buildFacts()).c_str());
+        print(differences);
+        printLine(isSame ? "same" : "different");
+    }
+    return isSame ? kDone : kDifferent;
+}
+
+}  // namespace
+
+void addReplay(CLI::App& app, Run& run) {
+    auto options = std::make_shared<ReplayCommand>();
+    CLI::App* command =
+        app.add_subcommand("replay", "Run a recorded request again: does the same come of it?");
+    command->add_option("FILE", options->file, "Record, as vantor record makes them")->required();
+    command->add_option("--source", options->source,
+                        "Picture that the request was made of, for records of hashes only");
+    addFormOptions(*command, options->form);
+    command->add_flag("--json", options->json, "Write the verdict as JSON");
+    command->footer(
+        "Exit status: 0 the same status and bytes, 1 different, 2 it could not be run.\n"
+        "Of pictures that differ, the first sample in every plane is \"first at (column, row): recorded and "
+        "here\".\n"
+        "Examples:\n"
+        "  vantor replay bug.vrec\n"
+        "  VANTOR_CPU=plain vantor replay bug.vrec --json\n"
+        "  vantor replay hashes.vrec --source photo.png");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,60 @@
+// vantor selftest: whether the library gives the published bytes on this machine.
+#include "tools/selftest/selftest.h"
+
+#include <cstdio>
+#include <memory>
+
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/json.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/library/build_facts.h"
+
+namespace vantor::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string digits(uint32_t hash) {
+    char text[9];
+    std::snprintf(text, sizeof text, "%08x", hash);
+    return text;
+}
+
+Json toJson(const selftest::Result& result) {
+    return {{"request", result.name},
+            {"hash", digits(result.hash)},
+            {"published", digits(result.published)},
+            {"identical", result.isSame()}};
+}
+
+int run(bool json) {
+    const Json kernels = buildFacts()["kernels"];
+    if (!json) {
+        printKernels(kernels);
+        const selftest::Result all = selftest::compute(selftest::print);
+        selftest::print(all);
+        return all.isSame() ? kDone : kDifferent;
+    }
+    Json requests = Json::array();
+    const selftest::Result all =
+        selftest::compute([&](const selftest::Result& result) { requests.push_back(toJson(result)); });
+    printDocument({{"kernels", kernels}, {"requests", requests}, {"all", toJson(all)}});
+    return all.isSame() ? kDone : kDifferent;
+}
+
+}  // namespace
+
+void addSelftest(CLI::App& app, Run& run) {
+    auto json = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand(
+        "selftest", "Tell whether this machine gives the published bytes: a hash a request, one over all");
+    command->add_flag("--json", *json, "Write the result as JSON");
+    command->footer(
+        "Exit status: 0 all are the published ones, 1 different, 2 trouble.\n"
+        "Examples:\n"
+        "  vantor selftest\n"
+        "  VANTOR_CPU=plain vantor selftest --json");
+    command->callback([json, &run] { run = [json] { return tool::run(*json); }; });
+}
+
+}  // namespace vantor::tool

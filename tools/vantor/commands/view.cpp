@@ -1,0 +1,77 @@
+// vantor view: a page to look at one picture or two, and at a grid.
+#include <memory>
+
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/warp_options.h"
+#include "tools/vantor/drawing/view_page.h"
+#include "tools/vantor/io/output_file.h"
+#include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/library/request.h"
+
+namespace vantor::tool {
+namespace {
+
+struct ViewCommand {
+    std::string a;
+    std::string b;
+    std::string output;
+    WarpOptions warp;
+    PairOptions form;
+};
+
+std::vector<ViewedPicture> picturesOf(const ViewCommand& command) {
+    if (!command.b.empty()) {
+        const auto [a, b] = fileForms(command.a, command.b, command.form);
+        return {{command.a, readPicture(a)}, {command.b, readPicture(b)}};
+    }
+    if (command.form.second.isGiven())
+        throw UserError("--other-format and its like: expected a second picture, B");
+    return {{command.a, readPicture(fileForm(command.a, command.form.first))}};
+}
+
+int run(const ViewCommand& command) {
+    expectOtherFile("--output", command.output,
+                    {command.a, command.b, command.warp.gridFile, command.warp.calibration});
+    const std::vector<ViewedPicture> pictures = picturesOf(command);
+    const Size size = pictures[0].picture.size;
+    if (!(pictures.back().picture.size == size)) {
+        throw UserError("cannot be laid over each other: " + command.a + " is " + toString(size) + ", " +
+                        command.b + " is " + toString(pictures.back().picture.size));
+    }
+    std::optional<ViewedGrid> grid;
+    if (command.warp.isGiven()) {
+        const Size frame = warpFrame(command.a, size);
+        grid = ViewedGrid{describe(command.warp), gridFrom(command.warp, size, frame), frame};
+    }
+    const std::vector<uint8_t> page = viewPage(pictures, grid);
+    writeWhole(command.output, page);
+    char megabytes[32];
+    std::snprintf(megabytes, sizeof megabytes, "%.1f MB", static_cast<double>(page.size()) / 1e6);
+    summarize(command.output + ": a page of " + megabytes + " for any browser");
+    return kDone;
+}
+
+}  // namespace
+
+void addView(CLI::App& app, Run& run) {
+    auto options = std::make_shared<ViewCommand>();
+    CLI::App* command =
+        app.add_subcommand("view", "Make a page to look at one picture or two, and at a grid");
+    command->add_option("A", options->a, std::string("Picture: ") + kPictureFiles)->required();
+    command->add_option("B", options->b,
+                        "Picture of the same size, shown right of a divider; such as A warped");
+    command->add_option("-o,--output", options->output, "HTML file, whole in itself")->required();
+    addWarpOptions(*command, options->warp);
+    addGridOption(*command, options->warp);
+    addFormOptions(*command, options->form);
+    command->footer(
+        "The --input options hold for B too where it is raw and has no --other option of its own.\n"
+        "Examples:\n"
+        "  vantor view photo.png straight.png --grid lens.grid -o page.html\n"
+        "  vantor view photo.png --rotate 2 -o page.html");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

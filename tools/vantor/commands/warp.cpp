@@ -1,0 +1,66 @@
+// vantor warp: rotate, undistort or otherwise move the pixels of pictures.
+#include <memory>
+
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/clip/clip.h"
+#include "tools/vantor/commands/backend_option.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/warp_options.h"
+#include "tools/vantor/io/output_file.h"
+
+namespace vantor::tool {
+namespace {
+
+struct WarpCommand {
+    ClipOptions clip;
+    BackendOption backend;
+    WarpOptions warp;
+};
+
+int run(const WarpCommand& command) {
+    if (!command.warp.isGiven()) {
+        throw UserError(
+            "expected one of --matrix, --grid, --calibration, or a warp described by --rotate, --zoom, "
+            "--shear, --shift, --lens and --center");
+    }
+    const std::vector<std::string> read{command.warp.gridFile, command.warp.calibration};
+    expectOtherFile("--output", command.clip.output, read);
+    expectOtherFile("--times", command.clip.timesFile, read);
+    Clip clip(command.clip);
+    const Size size = clip.size();
+    const FrameShape written = clip.written(command.clip.input, size);
+    const Size frame = warpFrame(command.clip.input, size);
+    const Request request = requestFrom(command.warp, command.backend.chosen(), size, frame);
+    noteFrame(command.clip.input, size, frame);
+    return clip.process(written, frame, frame, request, "warped (" + describe(command.warp) + ")",
+                        "the software model");
+}
+
+}  // namespace
+
+void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
+    auto options = std::make_shared<WarpCommand>();
+    options->clip.watch = watch;
+    CLI::App* command =
+        app.add_subcommand("warp", "Rotate, undistort or otherwise move the pixels of a picture or a clip");
+    addClipOptions(*command, options->clip);
+    addWarpOptions(*command, options->warp);
+    addGridOption(*command, options->warp);
+    addMatrixOption(*command, options->warp);
+    options->backend.addTo(*command);
+    command->footer(
+        "A described warp goes from an output position to its source through --rotate, --zoom, --shear, "
+        "--shift\n"
+        "and --lens in this order, around --center.\n"
+        "Examples:\n"
+        "  vantor warp photo.png -o turned.png --rotate 2 --zoom 1.05\n"
+        "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"
+        "  vantor warp photo.png -o warped.png --grid warp.grid\n"
+        "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0\n"
+        "  ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - | vantor warp - -o - --lens=-0.12,0.01 | "
+        "\\\n"
+        "      ffmpeg -i - -i clip.mp4 -map 0:v -map '1:a?' -c:a copy straight.mp4");
+    command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,214 @@
+#include "tools/vantor/commands/warp_options.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "gdc_model/grid_interp.h"
+#include "geometry/grid_report.h"
+#include "hardware/vantorClient/matrix_grid.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/numbers.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/io/calibration_file.h"
+#include "tools/vantor/io/grid_file.h"
+
+namespace vantor::tool {
+namespace {
+
+Point parsePoint(const std::string& option, const std::string& text) {
+    const std::vector<double> numbers = parseNumbers(option, text, 2, 2);
+    return {numbers[0], numbers[1]};
+}
+
+WarpParts partsOf(const WarpOptions& options) {
+    WarpParts parts;
+    parts.rotate = options.rotate;
+    parts.zoom = options.zoom;
+    if (!(std::isfinite(options.rotate))) throw UserError("--rotate: expected degrees, such as 2.5");
+    if (!(options.zoom > 0 && std::isfinite(options.zoom))) {
+        throw UserError("--zoom " + std::to_string(options.zoom) + ": expected a number above 0");
+    }
+    if (!options.shear.empty()) parts.shear = parsePoint("--shear", options.shear);
+    if (parts.shear.x * parts.shear.y == 1)
+        throw UserError("--shear " + options.shear + ": X times Y must not be 1");
+    if (!options.shift.empty()) parts.shift = parsePoint("--shift", options.shift);
+    if (!options.center.empty()) parts.center = parsePoint("--center", options.center);
+    if (!options.lens.empty()) {
+        const std::vector<double> lens = parseNumbers("--lens", options.lens, 1, 5);
+        if (lens.size() == 4) throw UserError("--lens " + options.lens + ": expected K1[,K2[,K3[,P1,P2]]]");
+        std::copy(lens.begin(), lens.end(), parts.lens.begin());
+    }
+    return parts;
+}
+
+std::array<int16_t, 6> parseMatrix(const std::string& text) {
+    std::array<int16_t, 6> matrix;
+    const std::vector<double> numbers = parseNumbers("--matrix", text, 6, 6);
+    for (size_t i = 0; i < 6; ++i) {
+        if (numbers[i] != std::trunc(numbers[i]) || numbers[i] < INT16_MIN || numbers[i] > INT16_MAX) {
+            throw UserError("--matrix " + text + ": expected whole numbers from -32768 to 32767");
+        }
+        matrix[i] = static_cast<int16_t>(numbers[i]);
+    }
+    return matrix;
+}
+
+Calibration calibrationOf(const WarpOptions& options) {
+    CalibrationHints hints{options.isFisheye, {}};
+    if (!options.calibratedSize.empty()) hints.size = parseSize("--calibrated-size", options.calibratedSize);
+    return readCalibration(options.calibration, hints);
+}
+
+/// Pictures of another shape may as well have been cropped, which nobody could tell from the size.
+void noteShape(const Calibration& calibration, Size picture) {
+    const auto [width, height] = calibration.size;
+    const double expected = static_cast<double>(height) * picture.width / width;
+    if (std::abs(expected - picture.height) <= 1) return;
+    note(calibration.name + " was made with pictures of " + toString(calibration.size) + ", this one has " +
+         toString(picture) + ": taken as stretched, not cropped");
+}
+
+/// One way to say which warp, and a value that there can be.
+void checkOptions(const WarpOptions& options) {
+    if (options.waysGiven() > 1) {
+        throw UserError(
+            "several warps: expected one of a grid file, --matrix, --calibration, and a warp described by "
+            "--rotate, --zoom, --shear, --shift, --lens and --center");
+    }
+    if (options.alpha && !(*options.alpha >= 0 && *options.alpha <= 1)) {
+        throw UserError("--alpha " + std::to_string(*options.alpha) + ": expected a number from 0 to 1");
+    }
+}
+
+int nodesBeyondRange(const Grid& grid) {
+    int nodes = 0;
+    for (int k = 0; k < kGridNodes * kGridNodes; ++k) {
+        nodes += isBeyondRange(grid.dX[k]) || isBeyondRange(grid.dY[k]);
+    }
+    return nodes;
+}
+
+Grid withBytesSwapped(Grid grid) {
+    const auto swapped = [](int32_t value) {
+        return static_cast<int32_t>(__builtin_bswap32(static_cast<uint32_t>(value)));
+    };
+    std::transform(std::begin(grid.dX), std::end(grid.dX), grid.dX, swapped);
+    std::transform(std::begin(grid.dY), std::end(grid.dY), grid.dY, swapped);
+    return grid;
+}
+
+/// Grids of use have few such nodes, if any.
+void noteRange(const std::string& file, const Grid& grid) {
+    const int beyond = nodesBeyondRange(grid);
+    if (2 * beyond <= kGridNodes * kGridNodes) return;
+    const bool isSwapped = nodesBeyondRange(withBytesSwapped(grid)) == 0;
+    note(file + ": " + std::to_string(beyond) + " of " + std::to_string(kGridNodes * kGridNodes) +
+         " nodes are beyond the engine's range" +
+         (isSwapped ? "; with the bytes of each value in reverse order none is: grid files are little-endian"
+                    : ""));
+}
+
+}  // namespace
+
+bool WarpOptions::hasParts() const {
+    return std::any_of(parts.begin(), parts.end(), [](const CLI::Option* part) { return part->count() > 0; });
+}
+
+void addWarpOptions(CLI::App& command, WarpOptions& options) {
+    CLI::Option* calibration =
+        command.add_option("--calibration", options.calibration,
+                           "Straighten the pictures of a camera: OpenCV's calibration, YAML or XML");
+    command
+        .add_option("--alpha", options.alpha,
+                    "0: only what the camera's picture has; 1: all that it has; between: a blend; without: "
+                    "with the same camera matrix")
+        ->needs(calibration);
+    command
+        .add_flag("--fisheye", options.isFisheye, "The calibration is a fisheye's, though it does not say so")
+        ->needs(calibration);
+    command
+        .add_option("--calibrated-size", options.calibratedSize,
+                    "Size of the pictures that the calibration was made with, if it does not say so")
+        ->needs(calibration);
+    options.parts = {
+        command.add_option("--rotate", options.rotate, "Turn by degrees, counter-clockwise"),
+        command.add_option("--zoom", options.zoom, "Enlarge by a factor"),
+        command.add_option("--shear", options.shear,
+                           "X,Y: pixels to the right a pixel down, and down a pixel to the right"),
+        command.add_option("--shift", options.shift, "X,Y: move by pixels to the right and down"),
+        command.add_option(
+            "--lens", options.lens,
+            "K1[,K2[,K3[,P1,P2]]]: take out a lens's distortion; radii in halves of the diagonal"),
+        command.add_option("--center", options.center,
+                           "X,Y: the middle of all that, in pixels; the picture's if not given")};
+}
+
+void addGridOption(CLI::App& command, WarpOptions& options) {
+    command.add_option("--grid", options.gridFile, "Grid file, as vantor grid makes them");
+}
+
+void addMatrixOption(CLI::App& command, WarpOptions& options) {
+    command.add_option(
+        "--matrix", options.matrix,
+        "a,b,c,d,e,f: output (x, y) comes from (a x + b y + c, d x + e y + f); whole numbers, a, b, d, e "
+        "in 1/4096 and c, f in 1/32 pixel");
+}
+
+Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
+    checkOptions(options);
+    if (!options.gridFile.empty()) {
+        const Grid grid = readGrid(options.gridFile);
+        noteRange(options.gridFile, grid);
+        return {grid, {}, {}};
+    }
+    if (!options.matrix.empty()) {
+        return {
+            hardware::gridFromMatrix(parseMatrix(options.matrix).data(), frame.width, frame.height), {}, {}};
+    }
+    if (options.calibration.empty()) {
+        const SourceMap map = finiteMap(describe(options), WarpMap(partsOf(options), picture));
+        return {makeGrid(map, frame), map, {}};
+    }
+    const Calibration calibration = calibrationOf(options);
+    noteShape(calibration, picture);
+    const UndistortMap undistort(calibration, picture, options.alpha);
+    const SourceMap map = finiteMap(calibration.name, undistort);
+    return {makeGrid(map, frame), map, undistort.straightCamera()};
+}
+
+Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame) {
+    checkOptions(options);
+    return options.matrix.empty() ? warpingRequest(backend, gridFrom(options, picture, frame))
+                                  : warpingRequest(backend, parseMatrix(options.matrix));
+}
+
+std::optional<Size> calibratedSize(const WarpOptions& options) {
+    if (options.calibration.empty()) return std::nullopt;
+    return calibrationOf(options).size;
+}
+
+std::string describe(const WarpOptions& options) {
+    if (!options.gridFile.empty()) return "grid of " + options.gridFile;
+    if (!options.matrix.empty()) return "matrix " + options.matrix;
+    std::string text;
+    const auto add = [&](const char* name, const std::string& value) {
+        if (!value.empty()) text += (text.empty() ? "" : ", ") + std::string(name) + " " + value;
+    };
+    const auto number = [](double value, double neutral) {
+        char digits[32];
+        std::snprintf(digits, sizeof digits, "%g", value);
+        return value == neutral ? std::string() : std::string(digits);
+    };
+    add("calibration", options.calibration);
+    if (options.alpha) add("alpha", number(*options.alpha, -1));
+    add("rotation", number(options.rotate, 0));
+    add("zoom", number(options.zoom, 1));
+    add("shear", options.shear);
+    add("shift", options.shift);
+    add("lens", options.lens);
+    add("center", options.center);
+    return text.empty() ? "no move" : text;
+}
+
+}  // namespace vantor::tool

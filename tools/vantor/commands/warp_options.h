@@ -1,0 +1,69 @@
+// The options with which sub-commands take a warp.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "geometry/undistort_map.h"
+#include "geometry/warp_map.h"
+#include "tools/vantor/library/request.h"
+
+namespace vantor::tool {
+
+/// A warp as the user gives it: a grid file, a matrix, a camera's calibration, or the parts of one.
+struct WarpOptions {
+    std::string gridFile;
+    std::string matrix;
+    std::string calibration;
+    std::string calibratedSize;
+    bool isFisheye = false;
+    std::optional<double> alpha;
+    double rotate = 0;
+    double zoom = 1;
+    std::string shear;
+    std::string shift;
+    std::string lens;
+    std::string center;
+
+    std::vector<const CLI::Option*> parts{};  ///< the options from --rotate on, once declared
+
+    /// Whether any part was given.
+    bool hasParts() const;
+    /// How many of those ways to say which warp were used.
+    int waysGiven() const { return hasParts() + !gridFile.empty() + !matrix.empty() + !calibration.empty(); }
+    bool isGiven() const { return waysGiven() != 0; }
+};
+
+void addWarpOptions(CLI::App& command, WarpOptions& options);
+
+/// --grid, for sub-commands that do not take the file as an argument, and --matrix, for those that make
+/// requests.
+void addGridOption(CLI::App& command, WarpOptions& options);
+void addMatrixOption(CLI::App& command, WarpOptions& options);
+
+/// What the options stand for.
+struct Warp {
+    Grid grid;
+    SourceMap map;                 ///< what the grid stands for; none for a grid file and a matrix
+    std::optional<Camera> camera;  ///< of the straight picture, for a calibration
+};
+
+/// For a picture of `picture`'s size that the library gets at `frame`'s size.
+Warp warpFrom(const WarpOptions& options, Size picture, Size frame);
+
+inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
+    return warpFrom(options, picture, frame).grid;
+}
+
+/// The library's request for such a warp.
+Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame);
+
+/// The size of the pictures that the calibration was made with, if one was given.
+std::optional<Size> calibratedSize(const WarpOptions& options);
+
+/// What the grid is, in a few words.
+std::string describe(const WarpOptions& options);
+
+}  // namespace vantor::tool

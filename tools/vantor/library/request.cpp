@@ -1,0 +1,190 @@
+#include "tools/vantor/library/request.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "hardware/vantorClient/warp_limits.h"
+#include "service/start_software_service.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/library/log_watch.h"
+
+namespace vantor::tool {
+namespace {
+
+using BufferData = hardware::vantorClient::BufferData;
+
+BufferData describeBuffer(const WorkingPicture& picture) {
+    const auto& [planes, region, descriptor] = picture;
+    BufferData data;
+    data.y = planes.luma;
+    data.uv = descriptor < 0 ? planes.chroma : nullptr;
+    data.fdY = descriptor;
+    data.width = planes.size.width;
+    data.height = planes.size.height;
+    data.cropLeft = region.left;
+    data.cropTop = region.top;
+    data.cropRight = region.right;
+    data.cropBottom = region.bottom;
+    return data;
+}
+
+int32_t formatOf(const WorkingPicture& picture) {
+    return picture.planes.layout == Layout::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE
+                                                 : hardware::IMAGE_FORMAT_NV12;
+}
+
+template <typename Call>
+double timed(Call&& call) {
+    const auto start = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// As many as may be: the library leaves one or two open with each request of gray pictures.
+void allowDescriptors() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// Once in a process.
+void connectToService() {
+    static bool isConnected = false;
+    if (isConnected) return;
+    allowDescriptors();
+    startSoftwareService();
+    if (hardware::vantorClient::init() != 0) throw UserError("no hardware service: " + firstErrorLine());
+    isConnected = true;
+}
+
+/// Whether the processor did what the service could not. In place of a warp it copies.
+bool hasFallenBack(const Request& request) {
+    return request.operation == Request::Operation::Csc && hasErrorLine("Error occurs") &&
+           !hasErrorLine("runInterpBicubic() failed");
+}
+
+}  // namespace
+
+Layout workingLayout(Layout read, Layout written) {
+    return read == Layout::Gray || written == Layout::Gray ? Layout::Gray : Layout::Nv12;
+}
+
+WorkingMemory::WorkingMemory(Layout layout, Size size, Backend backend) : layout_(layout), size_(size) {
+    const size_t length = byteCount(Layout::Nv12, size);
+    if (backend == Backend::Hardware) {
+        shared_.emplace(length);
+    } else {
+        own_.resize(length);
+    }
+}
+
+WorkingPicture WorkingMemory::picture() {
+    WorkingPicture picture{planesIn(packedShape(Layout::Nv12, size_), bytes()), wholeOf(size_),
+                           shared_ ? shared_->descriptor() : -1};
+    picture.planes.layout = layout_;
+    return picture;
+}
+
+Backend Request::backend() const {
+    const bool isScaling = operation == Operation::InterpBicubic || operation == Operation::Csc;
+    const bool isHardware = isScaling ? operation == Operation::Csc : target == hardware::GDC_HW;
+    return isHardware ? Backend::Hardware : Backend::Software;
+}
+
+int32_t Request::operator()(const BufferData& dst, const BufferData& src, int32_t format) const {
+    switch (operation) {
+        case Operation::InterpBicubic:
+            return hardware::vantorClient::runInterpBicubic(dst, src, format);
+        case Operation::Csc:
+            return hardware::vantorClient::runCSC(dst, src, format);
+        case Operation::GdcGrid:
+            return hardware::vantorClient::runGDCGrid(dst, src, grid, format, target);
+        case Operation::GdcMatrix:
+            break;
+    }
+    return hardware::vantorClient::runGDCMatrix(dst, src, matrix.data(), format, target);
+}
+
+Request scalingRequest(Backend backend) {
+    return {backend == Backend::Hardware ? Request::Operation::Csc : Request::Operation::InterpBicubic};
+}
+
+static int32_t targetOf(Backend backend) {
+    return backend == Backend::Hardware ? hardware::GDC_HW : hardware::GDC_C_MODEL;
+}
+
+Request warpingRequest(Backend backend, const Grid& grid) {
+    return {Request::Operation::GdcGrid, targetOf(backend), grid};
+}
+
+Request warpingRequest(Backend backend, const std::array<int16_t, 6>& matrix) {
+    return {Request::Operation::GdcMatrix, targetOf(backend), {}, matrix};
+}
+
+Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src) {
+    clearErrorLines();
+    if (request.backend() == Backend::Hardware) connectToService();
+    Answer answer{};
+    answer.milliseconds =
+        timed([&] { answer.status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
+    answer.error = firstErrorLine();
+    answer.isMade = answer.status == 0 || hasFallenBack(request);
+    return answer;
+}
+
+RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, const Request& request,
+                         const RequestWatch& watch) {
+    if (watch) watch(request, dst, src, nullptr);
+    const Answer answer = ask(request, dst, src);
+    if (watch) watch(request, dst, src, &answer);
+    if (!answer.isMade) {
+        const char* who = request.backend() == Backend::Hardware ? "the hardware path" : "the library";
+        throw UserError(std::string(who) + " refused: " + answer.error);
+    }
+    return {answer.milliseconds, answer.status == 0 ? std::string() : answer.error};
+}
+
+RequestResult runRequest(Picture& dst, const Picture& src, const Request& request) {
+    WorkingMemory from(src.layout, src.size, request.backend());
+    WorkingMemory to(dst.layout, dst.size, request.backend());
+    std::copy(src.bytes.begin(), src.bytes.end(), from.bytes());
+    const RequestResult result = runRequest(to.picture(), from.picture(), request);
+    std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
+    return result;
+}
+
+std::string describe(Backend backend, const std::string& software, const RequestResult& result) {
+    if (backend == Backend::Software) return "in " + software;
+    if (result.fallback.empty()) return "on the hardware path (software service)";
+    return "by the hardware path's fallback (" + result.fallback + ")";
+}
+
+Size warpFrame(const std::string& what, Size picture) {
+    constexpr Size kSmallest{hardware::kSmallestWarpWidth, hardware::kSmallestWarpHeight};
+    constexpr Size kLargest{hardware::kLargestWarpWidth, hardware::kLargestWarpHeight};
+    if (picture.width < kSmallest.width || picture.height < kSmallest.height ||
+        picture.width > kLargest.width || picture.height > kLargest.height) {
+        throw UserError(what + ": " + toString(picture) + " picture: warps take " + toString(kSmallest) +
+                        " to " + toString(kLargest));
+    }
+    return picture.roundedUp(hardware::kWarpWidthAlignment, hardware::kWarpHeightAlignment);
+}
+
+void noteFrame(const std::string& what, Size picture, Size frame) {
+    if (picture == frame) return;
+    note(what + ": " + toString(picture) + " picture: warped as " + toString(frame) +
+         ", its last column and row repeated, and cropped back");
+}
+
+Picture onFrame(const std::string& what, Picture picture, Size frame, Layout working) {
+    noteFrame(what, picture.size, frame);
+    Picture framed = makePicture(working, frame);
+    toWorking(planesOf(picture), planesOf(framed), {});
+    return framed;
+}
+
+}  // namespace vantor::tool

@@ -1,0 +1,119 @@
+// Requests of the library, on pictures.
+#pragma once
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "geometry/warp_map.h"
+#include "hardware/vantorClient/vantor_client.h"
+#include "tools/vantor/library/shared_buffer.h"
+#include "tools/vantor/picture/planes.h"
+
+namespace vantor::tool {
+
+/// The layout that the library works on for a picture that is read in one layout and written in another.
+Layout workingLayout(Layout read, Layout written);
+
+/// What does a request's work.
+enum class Backend {
+    Software,  ///< the scalers or the model, on the CPU
+    Hardware,  ///< the service; on a workstation the software service, in this process
+};
+
+/// One of the library's requests with all that it takes beside pictures.
+struct Request {
+    enum class Operation { InterpBicubic, Csc, GdcGrid, GdcMatrix };
+
+    Operation operation;
+    int32_t target = hardware::GDC_C_MODEL;  ///< of warps
+    Grid grid{};                             ///< of GdcGrid
+    std::array<int16_t, 6> matrix{};         ///< of GdcMatrix
+
+    Backend backend() const;
+    int32_t operator()(const hardware::vantorClient::BufferData& dst,
+                       const hardware::vantorClient::BufferData& src, int32_t format) const;
+};
+
+Request scalingRequest(Backend backend);
+Request warpingRequest(Backend backend, const Grid& grid);
+Request warpingRequest(Backend backend, const std::array<int16_t, 6>& matrix);
+
+/// A region of interest, in inclusive columns and rows.
+struct Region {
+    int left;
+    int top;
+    int right;
+    int bottom;
+};
+
+inline Region wholeOf(Size size) {
+    return {0, 0, size.width - 1, size.height - 1};
+}
+
+/// A picture as the library takes it: packed NV12 or gray, with a chroma plane in any case, which the
+/// library's reduction of gray pictures wants.
+struct WorkingPicture {
+    Planes planes;
+    Region region;
+    int descriptor = -1;  ///< of the shared buffer that holds all planes, for the hardware path
+};
+
+/// Memory for one, shared if it is for the hardware path.
+class WorkingMemory {
+public:
+    WorkingMemory(Layout layout, Size size, Backend backend);
+
+    uint8_t* bytes() { return shared_ ? shared_->bytes() : own_.data(); }
+    WorkingPicture picture();
+
+private:
+    Layout layout_;
+    Size size_;
+    std::vector<uint8_t> own_;
+    std::optional<SharedBuffer> shared_;
+};
+
+/// What the library answered.
+struct Answer {
+    int32_t status;
+    double milliseconds;
+    bool isMade;        ///< there is a picture; with a status of failure, by the hardware path's fallback
+    std::string error;  ///< the first line that was logged as an error; empty if there was none
+};
+
+/// Sees a request before it runs, with null, and its answer after it has.
+using RequestWatch = std::function<void(const Request& request, const WorkingPicture& dst,
+                                        const WorkingPicture& src, const Answer* answer)>;
+
+/// What came of a request that made a picture.
+struct RequestResult {
+    double milliseconds;
+    std::string fallback;  ///< why the hardware path left the work to the processor; empty if it did not
+};
+
+/// Runs a request of the library from `src` to `dst`, which have the same layout. For the hardware path the
+/// service is started first.
+Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src);
+
+/// The same for requests that are to make a picture.
+RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, const Request& request,
+                         const RequestWatch& watch = {});
+RequestResult runRequest(Picture& dst, const Picture& src, const Request& request);
+
+/// What the closing line says of who did the work, such as "in the software model".
+std::string describe(Backend backend, const std::string& software, const RequestResult& result);
+
+/// The size at which the library warps a picture: the next multiples of 16 and 2. Refuses sizes outside its
+/// limits; `what` is what an error names.
+Size warpFrame(const std::string& what, Size picture);
+
+/// A note says so if the frame is larger than the picture.
+void noteFrame(const std::string& what, Size picture, Size frame);
+
+/// The picture on that frame, in the layout that the library works on.
+Picture onFrame(const std::string& what, Picture picture, Size frame, Layout working);
+
+}  // namespace vantor::tool
