@@ -13,17 +13,17 @@
 #include <string>
 
 #include "fuzz/policy.h"
-#include "tools/vantor/commands.h"
+#include "geometry/undistort_map.h"
+#include "geometry/warp_map.h"
+#include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/commands.h"
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/clip_reader.h"
-#include "tools/vantor/io/error.h"
 #include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/io/picture_file.h"
-#include "tools/vantor/io/record_file.h"
-#include "tools/vantor/picture_hash.h"
-#include "tools/vantor/terminal.h"
-#include "tools/vantor/undistort_map.h"
-#include "tools/vantor/warp_map.h"
+#include "tools/vantor/library/record_file.h"
+#include "tools/vantor/picture/picture_hash.h"
 
 namespace vantor::fuzz {
 
@@ -40,15 +40,6 @@ static void expectShowable(const std::string& message) {
     for (const wchar_t c : characters) FUZZ_EXPECT(c >= 0x20 && (c < 0x7F || c > 0x9F));
 }
 
-}  // namespace vantor::fuzz
-
-namespace vantor::tool {
-
-void addFormOptions(CLI::App&, FormOptions&) {}
-
-}  // namespace vantor::tool
-
-namespace vantor::fuzz {
 namespace {
 
 using namespace vantor::tool;

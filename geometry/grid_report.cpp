@@ -8,7 +8,7 @@
 #include "gdc_model/source_samples.h"
 #include "geometry/model_frame.h"
 
-namespace vantor::tool {
+namespace vantor {
 namespace {
 
 using Nodes = std::array<std::array<Point, kGridNodes>, kGridNodes>;
@@ -105,4 +105,4 @@ GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Siz
     return error;
 }
 
-}  // namespace vantor::tool
+}  // namespace vantor

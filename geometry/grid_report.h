@@ -5,7 +5,7 @@
 
 #include "geometry/warp_map.h"
 
-namespace vantor::tool {
+namespace vantor {
 
 /// Whether the engine cannot hold half of a node's value.
 bool isBeyondRange(int32_t value);
@@ -34,4 +34,4 @@ struct GridError {
 /// For pictures of `picture`'s size, warped as pictures of `frame`'s.
 GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame);
 
-}  // namespace vantor::tool
+}  // namespace vantor

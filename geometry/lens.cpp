@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace vantor::tool {
+namespace vantor {
 namespace {
 
 constexpr int kMostSteps = 50;
@@ -84,4 +84,4 @@ std::optional<Point> straightened(const Lens& lens, Point bent) {
     return lens.isFisheye ? straightenedByFisheye(lens, bent) : straightenedByPolynomial(lens, bent);
 }
 
-}  // namespace vantor::tool
+}  // namespace vantor

@@ -6,7 +6,7 @@
 
 #include "geometry/point.h"
 
-namespace vantor::tool {
+namespace vantor {
 
 /// Positions are on a plane at distance 1 before the lens, around its axis.
 struct Lens {
@@ -29,4 +29,4 @@ Point distorted(const Lens& lens, Point straight);
 /// The way back. Nothing where the lens puts no part of the half space before it, or a fold of its formula.
 std::optional<Point> straightened(const Lens& lens, Point bent);
 
-}  // namespace vantor::tool
+}  // namespace vantor

@@ -8,7 +8,7 @@
 #include "gdc_model/source_samples.h"
 #include "geometry/warp_map.h"
 
-namespace vantor::tool {
+namespace vantor {
 
 /// The parameters of a whole-picture warp.
 inline GdcFrame modelFrame(Size size) {
@@ -42,4 +42,4 @@ struct GridLines {
     }
 };
 
-}  // namespace vantor::tool
+}  // namespace vantor

@@ -1,12 +1,11 @@
 #include "geometry/undistort_map.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <limits>
 
-#include "tools/vantor/base/error.h"
+#include "geometry/error.h"
 
-namespace vantor::tool {
+namespace vantor {
 namespace {
 
 /// Looked at along each side of a picture to find the rectangles in and around what it shows.
@@ -75,16 +74,12 @@ Rectangle shaped(const Rectangle& r, double shape, bool isInside) {
 
 Camera cameraFor(const Calibration& calibration, const Camera& camera, Size picture, double alpha) {
     Views views = viewsOf(camera, calibration.lens, picture);
-    char value[32];
-    std::snprintf(value, sizeof value, "--alpha %g: ", alpha);
     if (!isProper(views.inner)) {
-        throw UserError(value + calibration.name +
-                        "'s lens cannot be straightened as far as the picture's sides; expected no --alpha");
+        throw GeometryError("the lens cannot be straightened as far as the picture's sides; expected no alpha");
     }
     if (alpha > 0 && !views.isWhole) {
-        throw UserError(
-            value + calibration.name +
-            "'s lens cannot be straightened as far as the picture's corners; expected 0, or no --alpha");
+        throw GeometryError(
+            "the lens cannot be straightened as far as the picture's corners; expected alpha 0, or none");
     }
     if (calibration.lens.isFisheye) {  // stretched by it beyond recognition if both sides were filled
         const double shape = (picture.width - 1) / camera.fx / ((picture.height - 1) / camera.fy);
@@ -114,4 +109,4 @@ UndistortMap::UndistortMap(const Calibration& calibration, Size picture, std::op
     if (alpha) straightCamera_ = cameraFor(calibration, camera_, picture, *alpha);
 }
 
-}  // namespace vantor::tool
+}  // namespace vantor

@@ -2,12 +2,11 @@
 #pragma once
 
 #include <optional>
-#include <string>
 
+#include "geometry/size.h"
 #include "geometry/lens.h"
-#include "tools/vantor/picture/picture.h"
 
-namespace vantor::tool {
+namespace vantor {
 
 /// Focal lengths and principal point, in pixels.
 struct Camera {
@@ -25,8 +24,7 @@ struct Camera {
 };
 
 struct Calibration {
-    std::string name;  ///< what errors name
-    Size size;         ///< of the pictures it was made with
+    Size size;  ///< of the pictures it was made with
     Camera camera;
     Lens lens;
 };
@@ -37,7 +35,8 @@ public:
     /// For pictures of a size: the camera is scaled to it, across and down. Without `alpha` the straight
     /// picture has the same camera matrix. `alpha` 0: it shows only what the camera's picture has, as large
     /// as can be; 1: all that it has; between: a blend of both camera matrices. A fisheye's straight picture
-    /// keeps its pixels' shape. Refuses an `alpha` that asks for what a plane cannot show.
+    /// keeps its pixels' shape. Throws a GeometryError where
+    /// `alpha` asks for what a plane cannot show.
     UndistortMap(const Calibration& calibration, Size picture, std::optional<double> alpha);
 
     Point operator()(Point output) const {
@@ -53,4 +52,4 @@ private:
     Camera straightCamera_;
 };
 
-}  // namespace vantor::tool
+}  // namespace vantor

@@ -7,9 +7,9 @@
 #include "gdc_model/fixed_point.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/grid_interp.h"
-#include "tools/vantor/base/error.h"
+#include "geometry/error.h"
 
-namespace vantor::tool {
+namespace vantor {
 namespace {
 
 /// Node values of one pixel. The engine halves a value, multiplies it by invScale / 8192 and takes 1/256
@@ -29,15 +29,15 @@ Lens lensOf(const WarpParts& parts) {
 
 }  // namespace
 
-SourceMap finiteMap(const std::string& what, SourceMap map) {
-    return [what, map = std::move(map)](Point output) {
+SourceMap finiteMap(SourceMap map) {
+    return [map = std::move(map)](Point output) {
         constexpr double kFarthest = 1e12;
         const Point source = map(output);
         if (std::abs(source.x) <= kFarthest && std::abs(source.y) <= kFarthest) return source;
         std::ostringstream text;
-        text << what << ": the source of (" << output.x << ", " << output.y << ") is (" << source.x << ", "
+        text << "the source of (" << output.x << ", " << output.y << ") is (" << source.x << ", "
              << source.y << "): expected finite positions within " << kFarthest << " pixels";
-        throw UserError(text.str());
+        throw GeometryError(text.str());
     };
 }
 
@@ -93,4 +93,4 @@ Point nodeSource(const Grid& grid, int row, int column, Size frame) {
     return {place.x + move.x, place.y + move.y};
 }
 
-}  // namespace vantor::tool
+}  // namespace vantor

@@ -4,21 +4,18 @@
 #include <array>
 #include <functional>
 #include <optional>
-#include <string>
 
+#include "gdc_model/grid.h"
+#include "geometry/size.h"
 #include "geometry/lens.h"
-#include "hardware/vantorClient/vantor_client.h"
-#include "tools/vantor/picture/picture.h"
 
-namespace vantor::tool {
-
-using Grid = hardware::vantorClient::_GDCGrid;
+namespace vantor {
 
 /// From output positions to source positions.
 using SourceMap = std::function<Point(Point)>;
 
-/// The same map, which refuses to lead farther than 10^12 pixels, or nowhere; `what` is what an error names.
-SourceMap finiteMap(const std::string& what, SourceMap map);
+/// The same map, which throws a GeometryError where it leads farther than 10^12 pixels, or nowhere.
+SourceMap finiteMap(SourceMap map);
 
 /// The parts of a warp, in the order in which they lead from an output position to its source.
 struct WarpParts {
@@ -55,4 +52,4 @@ Point nodePlace(int row, int column, Size frame);
 Point nodeMove(const Grid& grid, int row, int column, Size frame);
 Point nodeSource(const Grid& grid, int row, int column, Size frame);
 
-}  // namespace vantor::tool
+}  // namespace vantor

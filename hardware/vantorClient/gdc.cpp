@@ -9,7 +9,6 @@
 #include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/connection.h"
 #include "hardware/vantorClient/log.h"
-#include "hardware/vantorClient/matrix_grid.h"
 #include "hardware/vantorClient/service_request.h"
 #include "hardware/vantorClient/status.h"
 #include "hardware/vantorClient/vantor_client.h"
@@ -157,6 +156,16 @@ int32_t runHardware(const BufferData& dst, const BufferData& src, const Grid& gr
     return outcome == ServiceOutcome::Failed ? fallBack(dst, src, format) : statusOf(outcome);
 }
 
+/// The client clamps mapped nodes to the picture.
+Grid gridFromMatrix(const int16_t* matrix, int32_t width, int32_t height) {
+    const vantor::Grid nodes =
+        vantor::gridFromMatrix(vantor::AffineMatrix(matrix).values, width, height, true);
+    Grid grid;
+    std::copy(std::begin(nodes.dX), std::end(nodes.dX), grid.dX);
+    std::copy(std::begin(nodes.dY), std::end(nodes.dY), grid.dY);
+    return grid;
+}
+
 }  // namespace
 
 int32_t vantorClient::runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,
@@ -168,15 +177,6 @@ int32_t vantorClient::runGDCGrid(const BufferData& dst, const BufferData& src, c
     if (target == GDC_C_MODEL) return runModel(dst, src, grid, format);
     WARP_ERROR(kLineWarpTarget, "Invalid target model for GDC");
     return kFailure;
-}
-
-vantorClient::_GDCGrid gridFromMatrix(const int16_t* matrix, int32_t width, int32_t height) {
-    const vantor::Grid nodes =
-        vantor::gridFromMatrix(vantor::AffineMatrix(matrix).values, width, height, true);
-    Grid grid;
-    std::copy(std::begin(nodes.dX), std::end(nodes.dX), grid.dX);
-    std::copy(std::begin(nodes.dY), std::end(nodes.dY), grid.dY);
-    return grid;
 }
 
 int32_t vantorClient::runGDCMatrix(const BufferData& dst, const BufferData& src, const int16_t* matrix,

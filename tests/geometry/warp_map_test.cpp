@@ -4,7 +4,7 @@
 #include "geometry/grid_report.h"
 #include "tests/support.h"
 
-namespace vantor::tool {
+namespace vantor {
 namespace {
 
 double largestError(const WarpParts& parts, Size size) {
@@ -61,7 +61,10 @@ TEST(WarpMap, WholePixelShiftsGiveThePictureBack) {
     for (const Point shift : {Point{6, -4}, Point{-10, 2}, Point{0, 0}}) {
         WarpParts parts;
         parts.shift = shift;
-        const Grid grid = makeGrid(WarpMap(parts, size), size);
+        const Grid nodes = makeGrid(WarpMap(parts, size), size);
+        hardware::vantorClient::_GDCGrid grid;
+        static_assert(sizeof grid == sizeof nodes);
+        std::memcpy(&grid, &nodes, sizeof grid);
         ASSERT_EQ(
             0, hardware::vantorClient::runGDCGrid(to, from, grid, hardware::IMAGE_FORMAT_NV12, hardware::GDC_C_MODEL));
         for (int y = 0; y < size.height * 3 / 2; ++y) {
@@ -110,4 +113,4 @@ TEST(GridReport, CountsPixelsThatAreOffByMoreThanHalf) {
 }
 
 }  // namespace
-}  // namespace vantor::tool
+}  // namespace vantor

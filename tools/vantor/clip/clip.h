@@ -2,13 +2,12 @@
 // frame.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
 
+#include "tools/vantor/clip/frame_range.h"
 #include "tools/vantor/clip/frame_task.h"
-#include "tools/vantor/commands/frame_range.h"
 #include "tools/vantor/io/clip_reader.h"
 
 namespace vantor::tool {
@@ -30,8 +29,16 @@ struct ClipOptions {
     RequestWatch watch{};  ///< of the only request, if it is watched
 };
 
-/// Declares IN, --output, what the files are, and how the frames are worked on.
-void addClipOptions(CLI::App& command, ClipOptions& options);
+constexpr size_t kMaxJobs = 256;
+
+/// What came of a clip.
+struct ClipTotals {
+    uintmax_t frames = 0;
+    double milliseconds = 0;  ///< in the library
+    double seconds = 0;       ///< all in all
+    std::string fallback;     ///< why the hardware path left the work to the CPU, if it did
+    std::string hash;
+};
 
 /// A clip that is to be read, and the file that is to be made of it.
 class Clip {
@@ -50,17 +57,12 @@ public:
                 const std::string& what, const std::string& processor);
 
 private:
-    struct Result;
-
     Layout writtenLayout() const;
     YuvColor color() const;
     Y4mHeader headerOf(const FrameShape& written) const;
     std::optional<uintmax_t> framesLeft() const;
     size_t jobs() const;
-    Result processFrames(const FramePlan& plan);
-    void reportJson(const FramePlan& plan, const Result& result, const std::string& what) const;
-    void report(const FramePlan& plan, const Result& result, const std::string& what,
-                const std::string& processor) const;
+    ClipTotals processFrames(const FramePlan& plan);
 
     ClipOptions options_;
     FileForm outputForm_;

@@ -90,8 +90,8 @@ void Workers::start(size_t piece) {
     }
 }
 
-Outcome Workers::wait(size_t piece) {
-    Outcome outcome = own_;
+WorkerMessage Workers::wait(size_t piece) {
+    WorkerMessage outcome = own_;
     if (!workers_.empty() && !receiveMessage(workerOf(piece).socket, outcome)) failOf(piece);
     if (outcome.isFailure) throw UserError(outcome.text);
     return outcome;

@@ -11,7 +11,7 @@
 namespace vantor::tool {
 
 /// What came of one piece of work, as it goes from one process to the other.
-struct Outcome {
+struct WorkerMessage {
     double milliseconds;
     bool isFailure;
     char text[500];  ///< why, or a remark
@@ -22,7 +22,7 @@ struct Outcome {
 /// ends it.
 class Workers {
 public:
-    using Work = std::function<Outcome(size_t piece)>;
+    using Work = std::function<WorkerMessage(size_t piece)>;
 
     /// With a `count` of one, this process works itself.
     Workers(size_t count, Work work);
@@ -34,7 +34,7 @@ public:
     void start(size_t piece);
     /// The outcome of a started piece, of each worker's the first that was not waited for. Fails if the work
     /// did, or the worker ended.
-    Outcome wait(size_t piece);
+    WorkerMessage wait(size_t piece);
     /// What can be waited for until wait() does not wait; negative if it never does.
     int descriptor(size_t piece) const { return workers_.empty() ? -1 : workerOf(piece).socket; }
 
@@ -52,7 +52,7 @@ private:
     [[noreturn]] void failOf(size_t piece);
 
     Work work_;
-    Outcome own_{};  ///< if this process works itself
+    WorkerMessage own_{};  ///< if this process works itself
     std::vector<Worker> workers_;
 };
 

@@ -3,10 +3,10 @@
 #include <cmath>
 #include <memory>
 
-#include "tools/vantor/base/error.h"
-#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
 namespace {

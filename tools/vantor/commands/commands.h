@@ -4,16 +4,14 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <string>
+#include <vector>
 
-#include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/library/request.h"
 
 namespace vantor::tool {
 
 using Run = std::function<int()>;
-
-/// What the tool reads, for --help.
-constexpr char kPictureFiles[] = ".png, .y4m, raw .nv12, .nv21, .i420, .gray, .yuv; - is a pipe";
 
 /// What watches has these two work on one frame.
 void addScale(CLI::App& app, Run& run, const RequestWatch& watch = {});
@@ -28,10 +26,5 @@ void addInfo(CLI::App& app, Run& run);
 void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& arguments);
 void addReplay(CLI::App& app, Run& run);
 void addSelftest(CLI::App& app, Run& run);
-
-/// The options that say what a raw input, and a raw result, is.
-void addFormOptions(CLI::App& command, FormOptions& input);
-void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output);
-void addFormOptions(CLI::App& command, PairOptions& pair);
 
 }  // namespace vantor::tool

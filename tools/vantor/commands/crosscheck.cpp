@@ -6,6 +6,7 @@
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/commands/target_size.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/io/picture_file.h"
@@ -60,9 +61,9 @@ int run(const CrosscheckOptions& options) {
     Picture fromHardware = makePicture(check.src.layout, check.dstSize);
     runRequest(fromProcessor, check.src, check.processor);
     const RequestResult result = runRequest(fromHardware, check.src, check.hardware);
-    if (!result.fallback.empty()) {
+    if (!result.fallback().empty()) {
         throw UserError("nothing to compare: the hardware path fell back to the processor (" +
-                        result.fallback + ")");
+                        result.fallback() + ")");
     }
     const std::vector<Difference> differences = measure(fromHardware, fromProcessor);
     const bool isSame = std::all_of(differences.begin(), differences.end(),

@@ -8,6 +8,7 @@
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/library/request.h"
 

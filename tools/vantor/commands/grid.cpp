@@ -12,6 +12,7 @@
 #include "tools/vantor/drawing/grid_plot.h"
 #include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/io/output_file.h"
+#include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/library/request.h"
 
 namespace vantor::tool {

@@ -6,6 +6,7 @@
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/library/build_facts.h"
 

@@ -38,17 +38,17 @@ RecordedPicture recorded(const WorkingPicture& picture, bool hashOnly) {
 
 /// Writes the record before the request as well, so that one that ends the process leaves it.
 void record(const RecordCommand& command, const Request& request, const WorkingPicture& dst,
-            const WorkingPicture& src, const Answer* answer) {
+            const WorkingPicture& src, const RequestResult* result) {
     Record record{
         request, src.planes.layout, recorded(src, command.hashesOnly), {dst.planes.size, dst.region, {}, {}},
         {},      buildFacts()};
     record.madeBy["arguments"] = command.arguments;
-    if (answer != nullptr) {
-        record.answer = *answer;
-        if (answer->isMade) record.result = recorded(dst, command.hashesOnly);
+    if (result != nullptr) {
+        record.requestResult = *result;
+        if (result->isMade) record.result = recorded(dst, command.hashesOnly);
     }
     writeRecord(command.file, record);
-    if (answer != nullptr) {
+    if (result != nullptr) {
         const std::string& hash = record.result.hash;
         summarize(command.file + ": " + std::to_string(std::filesystem::file_size(command.file)) + " bytes" +
                   (hash.empty() ? "" : ", the library's result has the hash " + hash) +
@@ -88,9 +88,9 @@ void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& argument
                       "Leave out the pictures' samples: whoever replays the record needs the source");
     command->require_subcommand(1);
     const RequestWatch watch = [options](const Request& request, const WorkingPicture& dst,
-                                         const WorkingPicture& src, const Answer* answer) {
-        if (answer == nullptr) checkFile(*options);
-        record(*options, request, dst, src, answer);
+                                         const WorkingPicture& src, const RequestResult* result) {
+        if (result == nullptr) checkFile(*options);
+        record(*options, request, dst, src, result);
     };
     addScale(*command, run, watch);
     addWarp(*command, run, watch);

@@ -6,6 +6,7 @@
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/library/build_facts.h"
 #include "tools/vantor/library/record_file.h"
 #include "tools/vantor/picture/difference.h"
@@ -24,13 +25,13 @@ struct ReplayCommand {
 };
 
 /// What came of a request, once here and once when it was recorded.
-struct Outcome {
-    std::optional<Answer> answer;
+struct RunEnd {
+    std::optional<RequestResult> requestResult;
     std::string hash;  ///< empty if no picture was made
 
-    bool operator==(const Outcome& other) const {
-        const bool hasSameEnd = answer.has_value() == other.answer.has_value() &&
-                                (!answer || answer->status == other.answer->status);
+    bool operator==(const RunEnd& other) const {
+        const bool hasSameEnd = requestResult.has_value() == other.requestResult.has_value() &&
+                                (!requestResult || requestResult->status == other.requestResult->status);
         return hasSameEnd && hash == other.hash;
     }
 };
@@ -67,7 +68,7 @@ Picture sourceOf(const ReplayCommand& command, Record& record) {
 }
 
 /// The request, run again. `made` is as large as the recorded destination.
-Answer runAgain(const Record& record, const Picture& source, Picture& made) {
+RequestResult runAgain(const Record& record, const Picture& source, Picture& made) {
     WorkingMemory from(record.layout, source.size, record.request.backend());
     WorkingMemory to(record.layout, made.size, record.request.backend());
     std::copy(source.bytes.begin(), source.bytes.end(), from.bytes());
@@ -75,9 +76,9 @@ Answer runAgain(const Record& record, const Picture& source, Picture& made) {
     WorkingPicture dst = to.picture();
     src.region = record.source.region;
     dst.region = record.result.region;
-    Answer answer = ask(record.request, dst, src);
+    RequestResult result = ask(record.request, dst, src);
     std::copy_n(to.bytes(), made.bytes.size(), made.bytes.begin());
-    return answer;
+    return result;
 }
 
 std::string describe(const Record& record) {
@@ -95,18 +96,18 @@ std::string shortened(const std::string& text) {
     return text.substr(0, 200);
 }
 
-std::string describe(const Outcome& outcome) {
-    if (!outcome.answer) return "the request did not end";
-    return "status " + std::to_string(outcome.answer->status) +
-           (outcome.hash.empty() ? "" : ", hash " + outcome.hash) +
-           (outcome.answer->error.empty() ? "" : " (" + shortened(outcome.answer->error) + ")");
+std::string describe(const RunEnd& end) {
+    if (!end.requestResult) return "the request did not end";
+    return "status " + std::to_string(end.requestResult->status) +
+           (end.hash.empty() ? "" : ", hash " + end.hash) +
+           (end.requestResult->error.empty() ? "" : " (" + shortened(end.requestResult->error) + ")");
 }
 
-Json toJson(const Outcome& outcome) {
-    if (!outcome.answer) return {};
-    return {{"status", outcome.answer->status},
-            {"error", outcome.answer->error},
-            {"hash", outcome.hash.empty() ? Json() : Json(outcome.hash)}};
+Json toJson(const RunEnd& end) {
+    if (!end.requestResult) return {};
+    return {{"status", end.requestResult->status},
+            {"error", end.requestResult->error},
+            {"hash", end.hash.empty() ? Json() : Json(end.hash)}};
 }
 
 /// A short form of who made something.
@@ -123,12 +124,12 @@ int run(const ReplayCommand& command) {
     Record record = readRecord(command.file);
     const Picture source = sourceOf(command, record);
     Picture made = makePicture(record.layout, record.result.size);
-    const Outcome recorded{record.answer, record.result.hash};
-    Outcome here{runAgain(record, source, made), {}};
-    if (here.answer->isMade) here.hash = hashOf(made);
+    const RunEnd recorded{record.requestResult, record.result.hash};
+    RunEnd here{runAgain(record, source, made), {}};
+    if (here.requestResult->isMade) here.hash = hashOf(made);
     const bool isSame = here == recorded;
     std::vector<Difference> differences;
-    if (!isSame && here.answer->isMade && !record.result.planes.empty()) {
+    if (!isSame && here.requestResult->isMade && !record.result.planes.empty()) {
         differences = measure({record.layout, made.size, std::move(record.result.planes)}, made);
     }
 

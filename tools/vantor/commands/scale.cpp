@@ -3,6 +3,7 @@
 
 #include "tools/vantor/clip/clip.h"
 #include "tools/vantor/commands/backend_option.h"
+#include "tools/vantor/commands/clip_options.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/target_size.h"
 

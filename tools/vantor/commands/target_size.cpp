@@ -6,8 +6,8 @@
 #include <cstdio>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
 namespace {

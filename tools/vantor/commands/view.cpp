@@ -4,6 +4,7 @@
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/drawing/view_page.h"
 #include "tools/vantor/io/output_file.h"

@@ -4,6 +4,7 @@
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/clip/clip.h"
 #include "tools/vantor/commands/backend_option.h"
+#include "tools/vantor/commands/clip_options.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/io/output_file.h"

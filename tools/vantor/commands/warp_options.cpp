@@ -5,13 +5,14 @@
 #include <cstdint>
 
 #include "gdc_model/grid_interp.h"
+#include "gdc_model/matrix_grid.h"
+#include "geometry/error.h"
 #include "geometry/grid_report.h"
-#include "hardware/vantorClient/matrix_grid.h"
+#include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/base/error.h"
+#include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/base/numbers.h"
 #include "tools/vantor/base/terminal.h"
-#include "tools/vantor/io/calibration_file.h"
-#include "tools/vantor/io/grid_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -61,11 +62,11 @@ Calibration calibrationOf(const WarpOptions& options) {
 }
 
 /// Pictures of another shape may as well have been cropped, which nobody could tell from the size.
-void noteShape(const Calibration& calibration, Size picture) {
+void noteShape(const std::string& file, const Calibration& calibration, Size picture) {
     const auto [width, height] = calibration.size;
     const double expected = static_cast<double>(height) * picture.width / width;
     if (std::abs(expected - picture.height) <= 1) return;
-    note(calibration.name + " was made with pictures of " + toString(calibration.size) + ", this one has " +
+    note(file + " was made with pictures of " + toString(calibration.size) + ", this one has " +
          toString(picture) + ": taken as stretched, not cropped");
 }
 
@@ -78,6 +79,25 @@ void checkOptions(const WarpOptions& options) {
     }
     if (options.alpha && !(*options.alpha >= 0 && *options.alpha <= 1)) {
         throw UserError("--alpha " + std::to_string(*options.alpha) + ": expected a number from 0 to 1");
+    }
+}
+
+/// The map, with errors that name what it was made of.
+SourceMap checkedMap(const std::string& what, SourceMap map) {
+    return [what, map = finiteMap(std::move(map))](Point output) {
+        try {
+            return map(output);
+        } catch (const GeometryError& error) {
+            throw UserError(what + ": " + error.what());
+        }
+    };
+}
+
+UndistortMap undistortMap(const Calibration& calibration, Size picture, const WarpOptions& options) {
+    try {
+        return UndistortMap(calibration, picture, options.alpha);
+    } catch (const GeometryError& error) {
+        throw UserError("--alpha " + std::to_string(*options.alpha) + ": " + options.calibration + ": " + error.what());
     }
 }
 
@@ -163,17 +183,17 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
         return {grid, {}, {}};
     }
     if (!options.matrix.empty()) {
-        return {
-            hardware::gridFromMatrix(parseMatrix(options.matrix).data(), frame.width, frame.height), {}, {}};
+        const AffineMatrix matrix(parseMatrix(options.matrix).data());
+        return {gridFromMatrix(matrix.values, frame.width, frame.height, true), {}, {}};
     }
     if (options.calibration.empty()) {
-        const SourceMap map = finiteMap(describe(options), WarpMap(partsOf(options), picture));
+        const SourceMap map = checkedMap(describe(options), WarpMap(partsOf(options), picture));
         return {makeGrid(map, frame), map, {}};
     }
     const Calibration calibration = calibrationOf(options);
-    noteShape(calibration, picture);
-    const UndistortMap undistort(calibration, picture, options.alpha);
-    const SourceMap map = finiteMap(calibration.name, undistort);
+    noteShape(options.calibration, calibration, picture);
+    const UndistortMap undistort = undistortMap(calibration, picture, options);
+    const SourceMap map = checkedMap(options.calibration, undistort);
     return {makeGrid(map, frame), map, undistort.straightCamera()};
 }
 

@@ -5,6 +5,7 @@
 
 #include "tools/vantor/drawing/drawing.h"
 #include "tools/vantor/drawing/grid_mesh.h"
+#include "tools/vantor/picture/picture.h"
 
 namespace vantor::tool {
 namespace {

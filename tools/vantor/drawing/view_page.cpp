@@ -5,8 +5,8 @@
 
 #include "tools/vantor/drawing/drawing.h"
 #include "tools/vantor/drawing/grid_mesh.h"
-#include "tools/vantor/drawing/view_page_html.h"
 #include "tools/vantor/io/png_file.h"
+#include "tools/vantor/drawing/view_page_html.h"
 
 namespace vantor::tool {
 namespace {

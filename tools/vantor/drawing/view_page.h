@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "geometry/warp_map.h"
 #include "tools/vantor/picture/picture.h"
+#include "geometry/warp_map.h"
 
 namespace vantor::tool {
 

@@ -317,7 +317,7 @@ Calibration readCalibration(const std::string& path, const CalibrationHints& hin
     const Camera camera = cameraIn(text);
     refuseOtherView(text, camera);
     const Lens lens = lensIn(text, hints.isFisheye || isFisheyeIn(text));
-    return {path, hints.size ? *hints.size : sizeIn(path, text), camera, lens};
+    return {hints.size ? *hints.size : sizeIn(path, text), camera, lens};
 }
 
 }  // namespace vantor::tool

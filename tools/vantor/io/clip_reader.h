@@ -6,9 +6,9 @@
 #include <string>
 
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/picture/planes.h"
 #include "tools/vantor/io/png_file.h"
 #include "tools/vantor/io/y4m.h"
-#include "tools/vantor/picture/planes.h"
 
 namespace vantor::tool {
 

@@ -15,8 +15,6 @@
 namespace vantor::tool {
 namespace {
 
-using Grid = hardware::vantorClient::_GDCGrid;
-
 using vantor::kGridNodes;
 constexpr int kValues = kGridNodes * kGridNodes;
 

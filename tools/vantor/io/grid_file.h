@@ -5,16 +5,15 @@
 #include <string>
 #include <vector>
 
-#include "hardware/vantorClient/vantor_client.h"
+#include "gdc_model/grid.h"
 
 namespace vantor::tool {
 
 /// Reads either form. The wire form has 8712 bytes: dX, then dY, little-endian.
-hardware::vantorClient::_GDCGrid readGrid(const std::string& path);
+Grid readGrid(const std::string& path);
 
 /// The text form for a name ending in .txt: a line "dX", 33 rows of 33 numbers, a line "dY", 33 more; "#"
 /// begins a comment. The wire form for every other name. The file appears whole or not at all.
-void writeGrid(const std::string& path, const hardware::vantorClient::_GDCGrid& grid,
-               const std::string& comment);
+void writeGrid(const std::string& path, const Grid& grid, const std::string& comment);
 
 }  // namespace vantor::tool

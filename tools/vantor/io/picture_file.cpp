@@ -4,9 +4,9 @@
 #include <cctype>
 #include <cstring>
 
-#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/clip_writer.h"
+#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/foreign_file.h"
 
 namespace vantor::tool {

@@ -12,8 +12,8 @@
 #include <string_view>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/foreign_file.h"
+#include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
 namespace {

@@ -50,9 +50,9 @@ Json rowsOf(const int32_t (&table)[kGridNodes * kGridNodes]) {
 }
 
 Json resultOf(const Record& record) {
-    if (!record.answer) return {};
-    Json json{{"status", record.answer->status}, {"error", record.answer->error}};
-    if (!record.answer->isMade) return json;
+    if (!record.requestResult) return {};
+    Json json{{"status", record.requestResult->status}, {"error", record.requestResult->error}};
+    if (!record.requestResult->isMade) return json;
     json["hash"] = record.result.hash;
     json["planes"] = !record.result.planes.empty();
     return json;
@@ -326,7 +326,8 @@ Record readRecord(const std::string& path) {
     record.result = pictureFrom(header["destination"], record.layout);
     const Field result = header["result"];
     if (!result.isNull()) {
-        record.answer = Answer{result["status"].anyNumber(), 0, result.has("hash"), result["error"].text()};
+        record.requestResult =
+            RequestResult{result["status"].anyNumber(), 0, result.has("hash"), result["error"].text()};
         if (result.has("hash")) record.result.hash = result["hash"].hash();
     }
     const bool hasSource = header["source"]["planes"].flag();

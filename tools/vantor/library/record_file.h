@@ -23,8 +23,8 @@ struct Record {
     Layout layout;  ///< Nv12 or Gray
     RecordedPicture source;
     RecordedPicture result;
-    std::optional<Answer> answer;   ///< none: the request did not end
-    nlohmann::ordered_json madeBy;  ///< the build, the machine and the arguments
+    std::optional<RequestResult> requestResult;  ///< none: the request did not end
+    nlohmann::ordered_json madeBy;               ///< the build, the machine and the arguments
 };
 
 /// The file appears whole or not at all. Its form stands in docs/records.md.

@@ -89,6 +89,13 @@ WorkingPicture WorkingMemory::picture() {
     return picture;
 }
 
+static hardware::vantorClient::_GDCGrid clientGrid(const Grid& grid) {
+    hardware::vantorClient::_GDCGrid record;
+    std::copy(std::begin(grid.dX), std::end(grid.dX), record.dX);
+    std::copy(std::begin(grid.dY), std::end(grid.dY), record.dY);
+    return record;
+}
+
 Backend Request::backend() const {
     const bool isScaling = operation == Operation::InterpBicubic || operation == Operation::Csc;
     const bool isHardware = isScaling ? operation == Operation::Csc : target == hardware::GDC_HW;
@@ -102,7 +109,7 @@ int32_t Request::operator()(const BufferData& dst, const BufferData& src, int32_
         case Operation::Csc:
             return hardware::vantorClient::runCSC(dst, src, format);
         case Operation::GdcGrid:
-            return hardware::vantorClient::runGDCGrid(dst, src, grid, format, target);
+            return hardware::vantorClient::runGDCGrid(dst, src, clientGrid(grid), format, target);
         case Operation::GdcMatrix:
             break;
     }
@@ -125,27 +132,27 @@ Request warpingRequest(Backend backend, const std::array<int16_t, 6>& matrix) {
     return {Request::Operation::GdcMatrix, targetOf(backend), {}, matrix};
 }
 
-Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src) {
+RequestResult ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src) {
     clearErrorLines();
     if (request.backend() == Backend::Hardware) connectToService();
-    Answer answer{};
-    answer.milliseconds =
-        timed([&] { answer.status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
-    answer.error = firstErrorLine();
-    answer.isMade = answer.status == 0 || hasFallenBack(request);
-    return answer;
+    RequestResult result{};
+    result.milliseconds =
+        timed([&] { result.status = request(describeBuffer(dst), describeBuffer(src), formatOf(src)); });
+    result.error = firstErrorLine();
+    result.isMade = result.status == 0 || hasFallenBack(request);
+    return result;
 }
 
 RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, const Request& request,
                          const RequestWatch& watch) {
     if (watch) watch(request, dst, src, nullptr);
-    const Answer answer = ask(request, dst, src);
-    if (watch) watch(request, dst, src, &answer);
-    if (!answer.isMade) {
+    const RequestResult result = ask(request, dst, src);
+    if (watch) watch(request, dst, src, &result);
+    if (!result.isMade) {
         const char* who = request.backend() == Backend::Hardware ? "the hardware path" : "the library";
-        throw UserError(std::string(who) + " refused: " + answer.error);
+        throw UserError(std::string(who) + " refused: " + result.error);
     }
-    return {answer.milliseconds, answer.status == 0 ? std::string() : answer.error};
+    return result;
 }
 
 RequestResult runRequest(Picture& dst, const Picture& src, const Request& request) {
@@ -157,10 +164,10 @@ RequestResult runRequest(Picture& dst, const Picture& src, const Request& reques
     return result;
 }
 
-std::string describe(Backend backend, const std::string& software, const RequestResult& result) {
+std::string describe(Backend backend, const std::string& software, const std::string& fallback) {
     if (backend == Backend::Software) return "in " + software;
-    if (result.fallback.empty()) return "on the hardware path (software service)";
-    return "by the hardware path's fallback (" + result.fallback + ")";
+    if (fallback.empty()) return "on the hardware path (software service)";
+    return "by the hardware path's fallback (" + fallback + ")";
 }
 
 Size warpFrame(const std::string& what, Size picture) {

@@ -76,35 +76,32 @@ private:
     std::optional<SharedBuffer> shared_;
 };
 
-/// What the library answered.
-struct Answer {
+/// What came of a request.
+struct RequestResult {
     int32_t status;
     double milliseconds;
     bool isMade;        ///< there is a picture; with a status of failure, by the hardware path's fallback
     std::string error;  ///< the first line that was logged as an error; empty if there was none
+
+    /// Why the hardware path left the work to the CPU; empty if it did not.
+    std::string fallback() const { return status == 0 ? std::string() : error; }
 };
 
-/// Sees a request before it runs, with null, and its answer after it has.
+/// Sees a request before it runs, with null, and its result after it has.
 using RequestWatch = std::function<void(const Request& request, const WorkingPicture& dst,
-                                        const WorkingPicture& src, const Answer* answer)>;
-
-/// What came of a request that made a picture.
-struct RequestResult {
-    double milliseconds;
-    std::string fallback;  ///< why the hardware path left the work to the processor; empty if it did not
-};
+                                        const WorkingPicture& src, const RequestResult* result)>;
 
 /// Runs a request of the library from `src` to `dst`, which have the same layout. For the hardware path the
 /// service is started first.
-Answer ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src);
+RequestResult ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src);
 
 /// The same for requests that are to make a picture.
 RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, const Request& request,
                          const RequestWatch& watch = {});
 RequestResult runRequest(Picture& dst, const Picture& src, const Request& request);
 
-/// What the closing line says of who did the work, such as "in the software model".
-std::string describe(Backend backend, const std::string& software, const RequestResult& result);
+/// What the summary line says of who did the work, such as "in the software model".
+std::string describe(Backend backend, const std::string& software, const std::string& fallback);
 
 /// The size at which the library warps a picture: the next multiples of 16 and 2. Refuses sizes outside its
 /// limits; `what` is what an error names.

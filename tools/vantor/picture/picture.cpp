@@ -3,8 +3,8 @@
 #include <charconv>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/picture/planes.h"
+#include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
 

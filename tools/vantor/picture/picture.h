@@ -5,25 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "geometry/size.h"
+
 namespace vantor::tool {
 
 /// Limits of the tool for either side of a picture. The scaler reads before the rows of pictures one or two
 /// columns wide; above, byte counts must fit 32 bits.
 constexpr int kSmallestSide = 4;
 constexpr int kLargestSide = 16384;
-
-struct Size {
-    int width;
-    int height;
-
-    bool operator==(const Size& other) const { return width == other.width && height == other.height; }
-    bool isEven() const { return width % 2 == 0 && height % 2 == 0; }
-    /// To the next multiples.
-    Size roundedUp(int ofWidth, int ofHeight) const {
-        return {(width + ofWidth - 1) / ofWidth * ofWidth, (height + ofHeight - 1) / ofHeight * ofHeight};
-    }
-    size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
-};
 
 /// "1280x720"
 std::string toString(Size size);

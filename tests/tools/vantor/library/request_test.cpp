@@ -14,12 +14,12 @@ TEST(Request, AFailedFallbackMadeNoPicture) {
     std::vector<uint8_t> from(byteCount(Layout::Nv12, size), 7), to(from.size());
     WorkingPicture src{planesIn(packedShape(Layout::Nv12, size), from.data()), wholeOf(size), kNoDescriptor};
     WorkingPicture dst{planesIn(packedShape(Layout::Nv12, size), to.data()), wholeOf(size), kNoDescriptor};
-    const Answer fallback = ask(scalingRequest(Backend::Hardware), dst, src);
+    const RequestResult fallback = ask(scalingRequest(Backend::Hardware), dst, src);
     EXPECT_NE(fallback.status, 0);
     EXPECT_TRUE(fallback.isMade);
     EXPECT_EQ(to, from);
     src.planes.luma = nullptr;
-    const Answer failed = ask(scalingRequest(Backend::Hardware), dst, src);
+    const RequestResult failed = ask(scalingRequest(Backend::Hardware), dst, src);
     EXPECT_NE(failed.status, 0);
     EXPECT_FALSE(failed.isMade);
 }

@@ -1,7 +1,6 @@
 // Which frames of a clip are worked on.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <optional>
 
@@ -11,8 +10,5 @@ struct FrameRange {
     uintmax_t skip = 0;
     std::optional<uintmax_t> limit;
 };
-
-/// Declares --skip and --limit.
-void addFrameRangeOptions(CLI::App& command, FrameRange& range);
 
 }  // namespace vantor::tool
