@@ -82,15 +82,15 @@ bool isSmallPng(const Bytes& png) {
     constexpr size_t kSides = 16;
     if (png.size() < kSides + 8) return true;
     const uint64_t pixels = uint64_t{bigEndian(&png[kSides])} * bigEndian(&png[kSides + 4]);
-    return pixels <= kMostFrameBytes / 3;
+    return pixels <= kMaxFrameBytes / 3;
 }
 
-void readFrames(const FileForm& form) {
-    const std::unique_ptr<ClipReader> clip = openClip(form);
-    const bool isSmall = clip->shape().bytes() <= kMostFrameBytes;
+void readFrames(const FileSpec& fileSpec) {
+    const std::unique_ptr<ClipReader> clip = openClip(fileSpec);
+    const bool isSmall = clip->shape().bytes() <= kMaxFrameBytes;
     Output frame(isSmall ? clip->shape().bytes() : 0);
     std::string tags;
-    for (size_t i = 0; i < kMostFrames; ++i) {
+    for (size_t i = 0; i < kMaxFrames; ++i) {
         const std::optional<uintmax_t> left = clip->framesLeft();
         if (!clip->read(isSmall && i % 4 != 3 ? frame.data() : nullptr, tags)) break;
         FUZZ_EXPECT(left && *left > 0);
@@ -99,8 +99,8 @@ void readFrames(const FileForm& form) {
     const Y4mHeader& header = *clip->header();
     const std::string line = toLine(header);
     const Y4mHeader again = parseY4mHeader("again", line);
-    FUZZ_EXPECT(again.size == header.size && again.layout == header.layout && again.tags == header.tags);
-    toLine(derivedHeader(header, Layout::Gray, {tool::kLargestSide, kSmallestSide}));
+    FUZZ_EXPECT(again.size == header.size && again.format == header.format && again.tags == header.tags);
+    toLine(derivedHeader(header, PixelFormat::Gray, {tool::kMaxSide, kMinSide}));
     header.isFullRange();
     header.isInterlaced();
 }
@@ -109,7 +109,7 @@ void png(const Bytes& bytes) {
     if (!isSmallPng(bytes)) return;
     const MemoryFile file(bytes);
     const PngPicture read = readPng(file.path());
-    FUZZ_EXPECT(read.picture.bytes.size() == byteCount(read.picture.layout, read.picture.size));
+    FUZZ_EXPECT(read.picture.bytes.size() == byteCount(read.picture.format, read.picture.size));
     const MemoryFile other(encodePng("again", read.picture, read.chunks));
     const PngPicture again = readPng(other.path());
     FUZZ_EXPECT(again.picture.bytes == read.picture.bytes && again.chunks.size() == read.chunks.size());
@@ -131,17 +131,17 @@ void y4m(const Bytes& bytes) {
 
 void raw(const Bytes& bytes) {
     Input input(bytes.data(), bytes.size());
-    FormOptions options{"--input", input.ConsumeRandomLengthString(8), input.ConsumeRandomLengthString(12),
+    FileOptions options{"--input", input.ConsumeRandomLengthString(8), input.ConsumeRandomLengthString(12),
                         input.seldom(300), input.seldom(300)};
-    FileForm form = outputForm(input.ConsumeRandomLengthString(40), options);
-    FUZZ_EXPECT(form.type != FileType::Raw || form.layout);
+    FileSpec fileSpec = outputSpec(input.ConsumeRandomLengthString(40), options);
+    FUZZ_EXPECT(fileSpec.type != FileType::Raw || fileSpec.format);
     const MemoryFile file(input.ConsumeRemainingBytes<uint8_t>());
-    form.path = file.path();
-    if (form.type != FileType::Raw) return;
-    readFrames(form);
-    if (rawShape(form, "again", *form.layout, *form.size).bytes() > kMostFrameBytes) return;
-    const Picture picture = readPicture(form);
-    FUZZ_EXPECT(picture.bytes.size() == byteCount(picture.layout, picture.size));
+    fileSpec.path = file.path();
+    if (fileSpec.type != FileType::Raw) return;
+    readFrames(fileSpec);
+    if (rawShape(fileSpec, "again", *fileSpec.format, *fileSpec.size).bytes() > kMaxFrameBytes) return;
+    const Picture picture = readPicture(fileSpec);
+    FUZZ_EXPECT(picture.bytes.size() == byteCount(picture.format, picture.size));
 }
 
 void grid(const Bytes& bytes) {
@@ -164,8 +164,8 @@ void calibration(const Bytes& bytes) {
     const Calibration read = readCalibration(file.path(), {isFisheye, {}});
     FUZZ_EXPECT(read.size.width > 0 && read.size.height > 0 && read.camera.fx > 0 && read.camera.fy > 0);
     for (const std::optional<double> alpha : {std::optional<double>(), std::optional(0.0), std::optional(1.0)}) {
-        const UndistortMap map(read, {fuzz::kLargestSide, fuzz::kLargestSide}, alpha);
-        makeGrid(finiteMap(read.name, map), {fuzz::kLargestSide, fuzz::kLargestSide});
+        const UndistortMap map(read, {fuzz::kMaxSide, fuzz::kMaxSide}, alpha);
+        makeGrid(finiteMap(read.name, map), {fuzz::kMaxSide, fuzz::kMaxSide});
     }
 }
 
@@ -178,7 +178,7 @@ void record(const Bytes& bytes) {
         FUZZ_EXPECT(0 <= left && left <= right && right < picture->size.width);
         FUZZ_EXPECT(0 <= top && top <= bottom && bottom < picture->size.height);
     }
-    if (byteCount(read.layout, read.result.size) > kMostReplayBytes) return;
+    if (byteCount(read.format, read.result.size) > kMaxReplayBytes) return;
     CLI::App app;
     tool::Run run;
     addReplay(app, run);

@@ -130,8 +130,8 @@ struct Region {
 
     Region(Input& input, int bytesASample, int smallestWidth = 1)
         : width(input.side(smallestWidth)),
-          height(input.between(1, width > kLargestSide ? 8 : 64)),
-          stride(width * bytesASample + input.seldom(kLargestStridePadding)),
+          height(input.between(1, width > kMaxSide ? 8 : 64)),
+          stride(width * bytesASample + input.seldom(kMaxStridePadding)),
           sampleBytes(bytesASample) {}
 
     size_t bytes() const { return static_cast<size_t>((height - 1) * stride + width * sampleBytes); }
@@ -182,8 +182,8 @@ struct Place {
         : left(input.seldom(9)),
           top(input.seldom(9)),
           width(input.side(smallestWidth)),
-          height(input.between(1, width > kLargestSide ? 8 : 64)),
-          stride(left + width + input.seldom(kLargestStridePadding)) {}
+          height(input.between(1, width > kMaxSide ? 8 : 64)),
+          stride(left + width + input.seldom(kMaxStridePadding)) {}
 
     size_t chromaAt() const { return static_cast<size_t>((top + height) * stride); }
     size_t bytes() const {
@@ -207,7 +207,7 @@ void interpolate(Input& input) {
 
 void interp4(Input& input) {
     const int srcWidth = input.side(), srcHeight = input.between(1, 64);
-    const int dstWidth = input.side(), dstHeight = input.between(1, dstWidth > kLargestSide ? 8 : 64);
+    const int dstWidth = input.side(), dstHeight = input.between(1, dstWidth > kMaxSide ? 8 : 64);
     const int cropX = input.between(0, srcWidth - 1), cropY = input.between(0, srcHeight - 1);
     const int cropWidth = input.between(1, srcWidth - cropX);
     const int cropHeight = input.between(1, srcHeight - cropY);

@@ -77,7 +77,7 @@ public:
             for (int32_t* edge : {&geometry.cropLeft, &geometry.cropTop, &geometry.cropRight, &geometry.cropBottom}) {
                 const int kind = input.between(0, 7);
                 if (kind == 0) *edge = input.any();
-                if (kind > 4) *edge = (*edge & 1) + 2 * input.between(0, kLargestSide / 2);
+                if (kind > 4) *edge = (*edge & 1) + 2 * input.between(0, kMaxSide / 2);
             }
         }
         const int64_t luma = int64_t{geometry.width} * geometry.height;
@@ -137,13 +137,13 @@ public:
 
 private:
     static int32_t sizeOf(Input& input) {
-        return input.between(0, 15) == 0 ? input.any() : 2 * input.between(2, kLargestSide / 4);
+        return input.between(0, 15) == 0 ? input.any() : 2 * input.between(2, kMaxSide / 4);
     }
 
     /// One of the length that is needed, or near to it.
     void addBuffer(Input& input, int64_t needed) {
         const int change = input.between(0, 7) == 0 ? input.between(-64, 64) : 0;
-        const auto length = std::clamp<int64_t>(needed + change, 0, kMostBufferBytes);
+        const auto length = std::clamp<int64_t>(needed + change, 0, kMaxBufferBytes);
         const int kind = std::min(input.between(0, 15), static_cast<int>(Shared::Kind::Ordinary));
         buffers.push_back(
             std::make_shared<Shared>(input.content(static_cast<size_t>(length)), static_cast<Shared::Kind>(kind)));

@@ -254,8 +254,8 @@ void gridOf(const int16_t (&matrix)[6], int width, int height, Grid& grid) {
 
 /// A client's warp by a grid or a matrix, with any region of interest that the working memory can hold.
 void request(Input& input) {
-    const int width = 16 * input.between(6, kLargestWarpWidth / 16);
-    const int height = 2 * input.between(32, kLargestWarpHeight / 2);
+    const int width = 16 * input.between(6, kMaxWarpWidth / 16);
+    const int height = 2 * input.between(32, kMaxWarpHeight / 2);
     const auto luma = static_cast<size_t>(width * height);
     const int format = input.between(0, 1);
     const bool hasPlanes = input.ConsumeBool();

@@ -28,16 +28,16 @@ constexpr size_t kMargin = 64;
 
 /// @name Limits of what is fed, for the sake of speed: the sanitizers cost a factor of ten
 /// @{
-constexpr int kLargestSide = 200;         ///< of most pictures
-constexpr int kLargestWideSide = 2400;    ///< of some, so that there is more than one strip of columns
-constexpr int kLargestStridePadding = 9;  ///< bytes behind a row
-constexpr int kMaxWarpSide = 32;          ///< of pictures given to the model's core
-constexpr int kLargestWarpWidth = 112;    ///< of pictures given to requests, which take none below 96 x 64
-constexpr int kLargestWarpHeight = 66;
-constexpr size_t kMostFrameBytes = size_t{1} << 22;   ///< of files that claim more, nothing is decoded
-constexpr size_t kMostFrames = 64;                    ///< read from a clip
-constexpr size_t kMostBufferBytes = 16000;            ///< shared with the service
-constexpr size_t kMostReplayBytes = size_t{1} << 18;  ///< of a record's result, where its request is run again
+constexpr int kMaxSide = 200;         ///< of most pictures
+constexpr int kMaxWideSide = 2400;    ///< of some, so that there is more than one strip of columns
+constexpr int kMaxStridePadding = 9;  ///< bytes behind a row
+constexpr int kMaxWarpSide = 32;      ///< of pictures given to the model's core
+constexpr int kMaxWarpWidth = 112;    ///< of pictures given to requests, which take none below 96 x 64
+constexpr int kMaxWarpHeight = 66;
+constexpr size_t kMaxFrameBytes = size_t{1} << 22;   ///< of files that claim more, nothing is decoded
+constexpr size_t kMaxFrames = 64;                    ///< read from a clip
+constexpr size_t kMaxBufferBytes = 16000;            ///< shared with the service
+constexpr size_t kMaxReplayBytes = size_t{1} << 18;  ///< of a record's result, where its request is run again
 /// @}
 
 using Bytes = std::vector<uint8_t>;
@@ -69,7 +69,7 @@ public:
 
     /// A side of a picture: one in sixteen is wide.
     int side(int smallest = 1) {
-        return between(0, 15) == 0 ? between(kLargestSide, kLargestWideSide) : between(smallest, kLargestSide);
+        return between(0, 15) == 0 ? between(kMaxSide, kMaxWideSide) : between(smallest, kMaxSide);
     }
 
     /// A few given bytes over and over, noise, or alternating extremes.

@@ -5,7 +5,7 @@
 namespace vantor {
 namespace {
 
-constexpr int kMostSteps = 50;
+constexpr int kMaxSteps = 50;
 constexpr double kPrecision = 1e-12;
 
 /// The distance from the axis at which a fisheye puts light that comes in at an angle from it.
@@ -40,7 +40,7 @@ std::optional<Point> straightenedByFisheye(const Lens& lens, Point bent) {
     const double radius = std::hypot(bent.x, bent.y);
     if (radius == 0) return bent;
     double angle = radius;
-    for (int step = 0; step < kMostSteps; ++step) {
+    for (int step = 0; step < kMaxSteps; ++step) {
         const double slope = fisheyeSlope(lens, angle);
         const double change = (fisheyeRadius(lens, angle) - radius) / slope;
         angle -= change;
@@ -57,7 +57,7 @@ std::optional<Point> straightenedByFisheye(const Lens& lens, Point bent) {
 std::optional<Point> straightenedByPolynomial(const Lens& lens, Point bent) {
     constexpr double kStep = 1e-6;
     Point p = bent;
-    for (int step = 0; step < kMostSteps; ++step) {
+    for (int step = 0; step < kMaxSteps; ++step) {
         const Point at = distortedByPolynomial(lens, p);
         const Point right = distortedByPolynomial(lens, {p.x + kStep, p.y});
         const Point below = distortedByPolynomial(lens, {p.x, p.y + kStep});

@@ -31,12 +31,12 @@ Lens lensOf(const WarpParts& parts) {
 
 SourceMap finiteMap(SourceMap map) {
     return [map = std::move(map)](Point output) {
-        constexpr double kFarthest = 1e12;
+        constexpr double kMaxDistance = 1e12;
         const Point source = map(output);
-        if (std::abs(source.x) <= kFarthest && std::abs(source.y) <= kFarthest) return source;
+        if (std::abs(source.x) <= kMaxDistance && std::abs(source.y) <= kMaxDistance) return source;
         std::ostringstream text;
-        text << "the source of (" << output.x << ", " << output.y << ") is (" << source.x << ", "
-             << source.y << "): expected finite positions within " << kFarthest << " pixels";
+        text << "the source of (" << output.x << ", " << output.y << ") is (" << source.x << ", " << source.y
+             << "): expected finite positions within " << kMaxDistance << " pixels";
         throw GeometryError(text.str());
     };
 }

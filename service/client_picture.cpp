@@ -10,8 +10,8 @@
 namespace vantor {
 namespace {
 
-constexpr int kSmallest = 4;
-constexpr int kLargest = 8192;
+constexpr int kMinSide = 4;
+constexpr int kMaxSide = 8192;
 
 }  // namespace
 
@@ -55,18 +55,18 @@ void ClientPicture::writeRegion(const Nv12& from, int left, int top) const {
 void ClientPicture::checkGeometry() const {
     const ImageGeometry& g = geometry_;
     const std::string size = std::to_string(g.width) + "x" + std::to_string(g.height);
-    const auto isSide = [](int side) { return side >= kSmallest && side <= kLargest && side % 2 == 0; };
+    const auto isSide = [](int side) { return side >= kMinSide && side <= kMaxSide && side % 2 == 0; };
     if (!isSide(g.width) || !isSide(g.height)) {
-        refuse("size " + size + ", expected even sides of " + std::to_string(kSmallest) + " to " +
-               std::to_string(kLargest));
+        refuse("size " + size + ", expected even sides of " + std::to_string(kMinSide) + " to " +
+               std::to_string(kMaxSide));
     }
     const auto isSpan = [](int first, int last, int side) {
-        return first >= 0 && first % 2 == 0 && last < side && last % 2 == 1 && last - first + 1 >= kSmallest;
+        return first >= 0 && first % 2 == 0 && last < side && last % 2 == 1 && last - first + 1 >= kMinSide;
     };
     if (!isSpan(g.cropLeft, g.cropRight, g.width) || !isSpan(g.cropTop, g.cropBottom, g.height)) {
         refuse("region of interest (" + std::to_string(g.cropLeft) + ", " + std::to_string(g.cropTop) +
                ") to (" + std::to_string(g.cropRight) + ", " + std::to_string(g.cropBottom) +
-               "), expected an even number of at least " + std::to_string(kSmallest) +
+               "), expected an even number of at least " + std::to_string(kMinSide) +
                " columns and rows from an even one on, within " + size);
     }
 }

@@ -16,11 +16,11 @@ using ::android::hardware::Return;
 using BufferData = vantorClient::BufferData;
 
 constexpr char kFunction[] = "runCSC";
-constexpr int kSmallestSource = 16;
-constexpr int kSmallestDestination = 4;
-constexpr int kLargest = 8192;
-constexpr float kSmallestFactor = 0.25F;
-constexpr float kLargestFactor = 8.0F;
+constexpr int kMinSource = 16;
+constexpr int kMinDestination = 4;
+constexpr int kMaxSide = 8192;
+constexpr float kMinFactor = 0.25F;
+constexpr float kMaxFactor = 8.0F;
 constexpr int kAlignment = 2;
 
 BufferRecord scalingRecord;
@@ -75,32 +75,32 @@ bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     const float scaleH = static_cast<float>(dst.height) / static_cast<float>(src.height);
     if (format != IMAGE_FORMAT_GRAYSCALE && format != IMAGE_FORMAT_NV12) {
         SCALE_ERROR(kLineScaleFormat, "Invalid image format(%d)", format);
-    } else if (isSmaller(src, kSmallestSource)) {
+    } else if (isSmaller(src, kMinSource)) {
         SCALE_ERROR(kLineScaleSourceTooSmall,
                     "Invalid src image size [%dx%d] : must not be smaller than %dx%d", src.width, src.height,
-                    kSmallestSource, kSmallestSource);
-    } else if (isSmaller(dst, kSmallestDestination)) {
+                    kMinSource, kMinSource);
+    } else if (isSmaller(dst, kMinDestination)) {
         SCALE_ERROR(kLineScaleDestinationTooSmall,
                     "Invalid dst image size [%dx%d] : must not be smaller than %dx%d", dst.width, dst.height,
-                    kSmallestDestination, kSmallestDestination);
-    } else if (isLarger(src, kLargest)) {
+                    kMinDestination, kMinDestination);
+    } else if (isLarger(src, kMaxSide)) {
         SCALE_ERROR(kLineScaleSourceTooLarge,
                     "Invalid src image size [%dx%d] : must not be larger than %dx%d", src.width, src.height,
-                    kLargest, kLargest);
-    } else if (isLarger(dst, kLargest)) {
+                    kMaxSide, kMaxSide);
+    } else if (isLarger(dst, kMaxSide)) {
         SCALE_ERROR(kLineScaleDestinationTooLarge,
                     "Invalid dst image size [%dx%d] : must not be larger than %dx%d", dst.width, dst.height,
-                    kLargest, kLargest);
-    } else if (scaleW < kSmallestFactor || scaleH < kSmallestFactor) {
+                    kMaxSide, kMaxSide);
+    } else if (scaleW < kMinFactor || scaleH < kMinFactor) {
         SCALE_ERROR(
             kLineScaleFactorTooSmall,
             "Invalid scaling factor [scaleW=%f, scaleH=%f] : must not be smaller than [scaleW=%f, scaleH=%f]",
-            double{scaleW}, double{scaleH}, double{kSmallestFactor}, double{kSmallestFactor});
-    } else if (scaleW > kLargestFactor || scaleH > kLargestFactor) {
+            double{scaleW}, double{scaleH}, double{kMinFactor}, double{kMinFactor});
+    } else if (scaleW > kMaxFactor || scaleH > kMaxFactor) {
         SCALE_ERROR(
             kLineScaleFactorTooLarge,
             "Invalid scaling factor [scaleW=%f, scaleH=%f] : must not be larger than [scaleW=%f, scaleH=%f]",
-            double{scaleW}, double{scaleH}, double{kLargestFactor}, double{kLargestFactor});
+            double{scaleW}, double{scaleH}, double{kMaxFactor}, double{kMaxFactor});
     } else if (isUnaligned(src)) {
         SCALE_ERROR(kLineScaleSourceAlignment,
                     "Src width(%d) and height(%d) must be aligned with w=%d, h=%d for CSC", src.width,

@@ -29,11 +29,11 @@ const char* targetName(int32_t target) {
 }
 
 bool isTooSmall(const BufferData& image) {
-    return image.width < kSmallestWarpWidth || image.height < kSmallestWarpHeight;
+    return image.width < kMinWarpWidth || image.height < kMinWarpHeight;
 }
 
 bool isTooLarge(const BufferData& image) {
-    return image.width > kLargestWarpWidth || image.height > kLargestWarpHeight;
+    return image.width > kMaxWarpWidth || image.height > kMaxWarpHeight;
 }
 
 #define WARP_ERROR(line, ...) VANTOR_LOG_ERROR("runGDCGrid", vantor::line, __VA_ARGS__)
@@ -43,19 +43,19 @@ bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     if (isTooSmall(src)) {
         WARP_ERROR(kLineWarpSourceTooSmall,
                    "Invalid src image size [%dx%d] : must not be smaller than [%dx%d]", src.width, src.height,
-                   kSmallestWarpWidth, kSmallestWarpHeight);
+                   kMinWarpWidth, kMinWarpHeight);
     } else if (isTooSmall(dst)) {
         WARP_ERROR(kLineWarpDestinationTooSmall,
                    "Invalid dst image size [%dx%d] : must not be smaller than [%dx%d]", dst.width, dst.height,
-                   kSmallestWarpWidth, kSmallestWarpHeight);
+                   kMinWarpWidth, kMinWarpHeight);
     } else if (isTooLarge(src)) {
         WARP_ERROR(kLineWarpSourceTooLarge,
                    "Invalid src image size [%dx%d] : must not be larger than [%dx%d]", src.width, src.height,
-                   kLargestWarpWidth, kLargestWarpHeight);
+                   kMaxWarpWidth, kMaxWarpHeight);
     } else if (isTooLarge(dst)) {
         WARP_ERROR(kLineWarpDestinationTooLarge,
                    "Invalid dst image size [%dx%d] : must not be larger than [%dx%d]", dst.width, dst.height,
-                   kLargestWarpWidth, kLargestWarpHeight);
+                   kMaxWarpWidth, kMaxWarpHeight);
     } else if (src.width != dst.width || src.height != dst.height) {
         WARP_ERROR(kLineWarpSizesDiffer,
                    "Invalid scaling factor [src(%dx%d), dst(%dx%d)] : src size must be same with dst size",

@@ -3,10 +3,10 @@
 
 namespace hardware {
 
-constexpr int kSmallestWarpWidth = 96;
-constexpr int kSmallestWarpHeight = 64;
-constexpr int kLargestWarpWidth = 8192;
-constexpr int kLargestWarpHeight = 6144;
+constexpr int kMinWarpWidth = 96;
+constexpr int kMinWarpHeight = 64;
+constexpr int kMaxWarpWidth = 8192;
+constexpr int kMaxWarpHeight = 6144;
 constexpr int kWarpWidthAlignment = 16;
 constexpr int kWarpHeightAlignment = 2;
 

@@ -20,7 +20,7 @@ struct CodePoint {
 };
 
 CodePoint firstOf(std::string_view text) {
-    constexpr std::array<uint32_t, 5> kLowest{0, 0, 0x80, 0x800, 0x10000};  // in so many bytes
+    constexpr std::array<uint32_t, 5> kMinValue{0, 0, 0x80, 0x800, 0x10000};  // in so many bytes
     const auto lead = static_cast<uint8_t>(text[0]);
     if (lead < 0x80) return {lead, 1};
     const size_t bytes = lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
@@ -32,7 +32,7 @@ CodePoint firstOf(std::string_view text) {
         value = value << 6 | (byte & 0x3F);
     }
     const bool isSurrogate = value >= 0xD800 && value < 0xE000;
-    const bool isCharacter = value >= kLowest[bytes] && value <= 0x10FFFF && !isSurrogate;
+    const bool isCharacter = value >= kMinValue[bytes] && value <= 0x10FFFF && !isSurrogate;
     return {value, isCharacter ? bytes : 0};
 }
 

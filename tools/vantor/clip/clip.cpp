@@ -17,8 +17,8 @@
 namespace vantor::tool {
 Clip::Clip(const ClipOptions& options)
     : options_(options),
-      outputForm_(outputForm(options.output, options.outputForm)),
-      reader_(openClip(fileForm(options.input, options.inputForm))) {
+      outputSpec_(outputSpec(options.output, options.outputOptions)),
+      reader_(openClip(inputSpec(options.input, options.inputOptions))) {
     if (!options.verify.empty() && !PictureHash::isText(options.verify)) {
         throw UserError("--verify " + options.verify +
                         ": expected 16 hexadecimal digits, as --hash says them");
@@ -35,20 +35,20 @@ Clip::Clip(const ClipOptions& options)
     }
 }
 
-Layout Clip::writtenLayout() const {
-    return tool::writtenLayout(outputForm_, reader_->shape().layout);
+PixelFormat Clip::writtenFormat() const {
+    return tool::writtenFormat(outputSpec_, reader_->shape().format);
 }
 
-Layout Clip::working() const {
-    return workingLayout(reader_->shape().layout, writtenLayout());
+PixelFormat Clip::working() const {
+    return workingFormat(reader_->shape().format, writtenFormat());
 }
 
 FrameShape Clip::written(const std::string& what, Size size) const {
-    return writtenShape(outputForm_, what, writtenLayout(), size);
+    return writtenShape(outputSpec_, what, writtenFormat(), size);
 }
 
 YuvColor Clip::color() const {
-    const bool isRgb = reader_->shape().layout == Layout::Rgb || writtenLayout() == Layout::Rgb;
+    const bool isRgb = reader_->shape().format == PixelFormat::Rgb || writtenFormat() == PixelFormat::Rgb;
     if (!isRgb && !(options_.matrix.empty() && options_.range.empty())) {
         throw UserError(
             (options_.matrix.empty() ? "--yuv-range " + options_.range : "--yuv-matrix " + options_.matrix) +
@@ -64,9 +64,9 @@ YuvColor Clip::color() const {
 }
 
 Y4mHeader Clip::headerOf(const FrameShape& written) const {
-    if (reader_->header()) return derivedHeader(*reader_->header(), written.layout, written.size);
-    const bool isFromRgb = reader_->shape().layout == Layout::Rgb;
-    return newHeader(written.layout, written.size,
+    if (reader_->header()) return derivedHeader(*reader_->header(), written.format, written.size);
+    const bool isFromRgb = reader_->shape().format == PixelFormat::Rgb;
+    return newHeader(written.format, written.size,
                      isFromRgb ? std::optional(color().isFullRange) : std::nullopt);
 }
 
@@ -89,8 +89,8 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
         throw UserError(options_.input + ": a record is of one frame: expected --limit 1");
     }
     Pipeline pipeline(plan, jobs());
-    if (outputForm_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
-    ClipWriter writer(outputForm_, plan.written, headerOf(plan.written), reader_->chunks());
+    if (outputSpec_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
+    ClipWriter writer(outputSpec_, plan.written, headerOf(plan.written), reader_->chunks());
     std::optional<OutputFile> times;
     if (!options_.timesFile.empty()) times.emplace(options_.timesFile);
     std::optional<PictureHash> hash;

@@ -15,8 +15,8 @@ namespace vantor::tool {
 struct ClipOptions {
     std::string input;
     std::string output;
-    FormOptions inputForm{"--input", {}, {}};
-    FormOptions outputForm{"--output", {}, {}};
+    FileOptions inputOptions{"--input", {}, {}};
+    FileOptions outputOptions{"--output", {}, {}};
     bool overwriteInput = false;
     FrameRange part;
     size_t jobs = 0;  ///< 0: as many as there are processors
@@ -46,8 +46,8 @@ public:
     explicit Clip(const ClipOptions& options);
 
     Size size() const { return reader_->shape().size; }
-    /// The layout that the library works on.
-    Layout working() const;
+    /// The format that the library works on.
+    PixelFormat working() const;
     /// The shape of frames of a size that are written. `what` is what an error names.
     FrameShape written(const std::string& what, Size size) const;
 
@@ -57,7 +57,7 @@ public:
                 const std::string& what, const std::string& processor);
 
 private:
-    Layout writtenLayout() const;
+    PixelFormat writtenFormat() const;
     YuvColor color() const;
     Y4mHeader headerOf(const FrameShape& written) const;
     std::optional<uintmax_t> framesLeft() const;
@@ -65,7 +65,7 @@ private:
     ClipTotals processFrames(const FramePlan& plan);
 
     ClipOptions options_;
-    FileForm outputForm_;
+    FileSpec outputSpec_;
     std::unique_ptr<ClipReader> reader_;
 };
 

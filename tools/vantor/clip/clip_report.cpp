@@ -9,7 +9,7 @@
 namespace vantor::tool {
 
 static bool isRgb(const FramePlan& plan) {
-    return plan.read.layout == Layout::Rgb || plan.written.layout == Layout::Rgb;
+    return plan.read.format == PixelFormat::Rgb || plan.written.format == PixelFormat::Rgb;
 }
 
 void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
@@ -17,7 +17,7 @@ void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTot
     const auto file = [](const std::string& name, const FrameShape& shape) {
         return nlohmann::ordered_json{{"file", name},
                                       {"size", {shape.size.width, shape.size.height}},
-                                      {"layout", toString(shape.layout)}};
+                                      {"layout", toString(shape.format)}};
     };
     const bool isHardware = plan.request.backend() == Backend::Hardware;
     nlohmann::ordered_json json{{"input", file(options.input, plan.read)},
@@ -46,8 +46,8 @@ void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals&
                       totals.seconds, totals.frames, frames / totals.seconds, totals.milliseconds / frames);
     }
     const std::string line = options.input + " " + toString(plan.read.size) + " " +
-                             toString(plan.read.layout) + " to " + options.output + " " +
-                             toString(plan.written.size) + " " + toString(plan.written.layout) + ": " + what +
+                             toString(plan.read.format) + " to " + options.output + " " +
+                             toString(plan.written.size) + " " + toString(plan.written.format) + ": " + what +
                              " as " + toString(plan.working) + " " +
                              describe(plan.request.backend(), processor, totals.fallback) + " " + time +
                              (isRgb(plan) ? std::string("; RGB by ") + toString(plan.color) : "") +

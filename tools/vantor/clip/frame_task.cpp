@@ -11,10 +11,10 @@ WorkingPicture FrameTask::share(WorkingMemory& memory, const Planes& frame) cons
     WorkingPicture picture = memory.picture();
     Planes& planes = picture.planes;
     const bool isPacked = frame.size == planes.size && frame.lumaStride == planes.lumaStride;
-    if (plan_.request.backend() == Backend::Hardware || frame.layout == Layout::Rgb || !isPacked)
+    if (plan_.request.backend() == Backend::Hardware || frame.format == PixelFormat::Rgb || !isPacked)
         return picture;
     planes.luma = frame.luma;
-    if (frame.layout == Layout::Nv12 && planes.layout == Layout::Nv12) planes.chroma = frame.chroma;
+    if (frame.format == PixelFormat::Nv12 && planes.format == PixelFormat::Nv12) planes.chroma = frame.chroma;
     return picture;
 }
 

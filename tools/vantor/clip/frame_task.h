@@ -8,7 +8,7 @@ namespace vantor::tool {
 struct FramePlan {
     FrameShape read;     ///< a frame of the input
     FrameShape written;  ///< a frame of the output
-    Layout working;
+    PixelFormat working;
     Size src;  ///< what the library gets: as large as what is read, or larger
     Size dst;  ///< what the library makes: as large as what is written, or larger
     Request request;

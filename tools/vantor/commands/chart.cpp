@@ -3,10 +3,10 @@
 #include <cmath>
 #include <memory>
 
-#include "tools/vantor/commands/commands.h"
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/io/picture_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 struct ChartOptions {
     std::string output;
     std::string size = "1280x720";
-    FormOptions form{"--output", {}, {}};
+    FileOptions fileSpec{"--output", {}, {}};
 };
 
 struct Color {
@@ -61,12 +61,12 @@ Color chartColor(double x, double y, double width, double height) {
 }
 
 int run(const ChartOptions& options) {
-    const FileForm form = outputForm(options.output, options.form);
+    const FileSpec fileSpec = outputSpec(options.output, options.fileSpec);
     const Size size = parseSize("--size", options.size);
-    const Layout layout = writtenLayout(form, Layout::Rgb);
-    writtenShape(form, "--size", layout, size);
-    if (isSubsampled(layout)) checkEven("--size", size);
-    Picture chart = makePicture(Layout::Rgb, size);
+    const PixelFormat format = writtenFormat(fileSpec, PixelFormat::Rgb);
+    writtenShape(fileSpec, "--size", format, size);
+    if (isSubsampled(format)) checkEven("--size", size);
+    Picture chart = makePicture(PixelFormat::Rgb, size);
     uint8_t* out = chart.bytes.data();
     for (int y = 0; y < size.height; ++y) {
         for (int x = 0; x < size.width; ++x) {
@@ -75,7 +75,7 @@ int run(const ChartOptions& options) {
                 *out++ = static_cast<uint8_t>(std::lround(level));
         }
     }
-    writePicture(form, convert(std::move(chart), layout));
+    writePicture(fileSpec, convert(std::move(chart), format));
     summarize(options.output + ": test chart of " + toString(size));
     return kDone;
 }
@@ -87,8 +87,8 @@ void addChart(CLI::App& app, Run& run) {
     CLI::App* command = app.add_subcommand("chart", "Draw a test chart in which scaling faults show");
     command->add_option("-o,--output", options->output, "Chart; its name says the file type")->required();
     command->add_option("-s,--size", options->size, "Size of the chart")->capture_default_str();
-    command->add_option("--output-format", options->form.format,
-                        "Layout of a raw chart: nv12, nv21, i420 or gray");
+    command->add_option("--output-format", options->fileSpec.format,
+                        "Format of a raw chart: nv12, nv21, i420 or gray");
     command->footer(
         "Examples:\n"
         "  vantor chart -o chart.png --size 1920x1080\n"

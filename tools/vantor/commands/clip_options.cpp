@@ -30,7 +30,7 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
     command.add_option("-o,--output", options.output, "Result; its name says the file type; - is a pipe")
         ->required();
     command.add_flag("--overwrite-input", options.overwriteInput, "The result may replace the input");
-    addFormOptions(command, options.inputForm, options.outputForm);
+    addFileOptions(command, options.inputOptions, options.outputOptions);
     const auto add = [&](const char* group, const char* name, auto& value, const char* text) {
         return command.add_option(name, value, text)->group(group);
     };

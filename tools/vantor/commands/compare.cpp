@@ -24,7 +24,7 @@ using Differences = std::vector<Difference>;
 struct CompareOptions {
     std::string a;
     std::string b;
-    PairOptions form;
+    PairOptions fileSpec;
     FrameRange part;
     int tolerance = 0;
     std::string heatmap;
@@ -174,13 +174,13 @@ void countRest(ClipReader& clip, uintmax_t& frames, uintmax_t limit) {
 int run(const CompareOptions& options) {
     expectOtherFile("--heatmap", options.heatmap, {options.a, options.b, "-"});
     expectPngName("--heatmap", options.heatmap);
-    const auto [formOfA, formOfB] = fileForms(options.a, options.b, options.form);
-    const std::unique_ptr<ClipReader> a = openClip(formOfA);
-    const std::unique_ptr<ClipReader> b = openClip(formOfB);
+    const auto [fileSpecOfA, fileSpecOfB] = inputSpecs(options.a, options.b, options.fileSpec);
+    const std::unique_ptr<ClipReader> a = openClip(fileSpecOfA);
+    const std::unique_ptr<ClipReader> b = openClip(fileSpecOfB);
     if (!areComparable(a->shape(), b->shape())) {
         throw UserError("cannot compare: " + options.a + " is " + toString(a->shape().size) + " " +
-                        toString(a->shape().layout) + ", " + options.b + " is " + toString(b->shape().size) +
-                        " " + toString(b->shape().layout));
+                        toString(a->shape().format) + ", " + options.b + " is " + toString(b->shape().size) +
+                        " " + toString(b->shape().format));
     }
     skipFrames(*a, options.part.skip);
     skipFrames(*b, options.part.skip);
@@ -227,7 +227,7 @@ void addCompare(CLI::App& app, Run& run) {
         "--heatmap", options->heatmap,
         "PNG to draw the differences to: a colour per doubling, explained below; black where identical");
     addFrameRangeOptions(*command, options->part);
-    addFormOptions(*command, options->form);
+    addFileOptions(*command, options->fileSpec);
     command->add_flag("--json", options->json, "Write the result as JSON");
     command->footer(
         "The --input options hold for B too where it is raw and has no --other option of its own.\n"

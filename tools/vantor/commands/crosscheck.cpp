@@ -20,7 +20,7 @@ struct CrosscheckOptions {
     std::string input;
     std::string size;
     WarpOptions warp;
-    FormOptions form{"--input", {}, {}};
+    FileOptions fileSpec{"--input", {}, {}};
     bool json = false;
 };
 
@@ -33,16 +33,16 @@ struct Check {
 };
 
 Check scaling(const CrosscheckOptions& options, Picture input) {
-    const Layout working = workingLayout(input.layout, input.layout);
+    const PixelFormat working = workingFormat(input.format, input.format);
     Picture src = convert(std::move(input), working);
-    const Size size = targetSize(options.size, src.size, working == Layout::Gray ? 1 : 2);
+    const Size size = targetSize(options.size, src.size, working == PixelFormat::Gray ? 1 : 2);
     return {std::move(src), size, scalingRequest(Backend::Software), scalingRequest(Backend::Hardware)};
 }
 
 Check warping(const CrosscheckOptions& options, Picture input) {
     const Size size = input.size;
     const Size frame = warpFrame(options.input, size);
-    const Layout working = workingLayout(input.layout, input.layout);
+    const PixelFormat working = workingFormat(input.format, input.format);
     const auto on = [&](Backend backend) { return requestFrom(options.warp, backend, size, frame); };
     return {onFrame(options.input, std::move(input), frame, working), frame, on(Backend::Software),
             on(Backend::Hardware)};
@@ -54,11 +54,11 @@ int run(const CrosscheckOptions& options) {
             "expected --size for a scaling request, or --grid, --matrix, --calibration or a described warp "
             "for a warping request");
     }
-    Picture input = readPicture(fileForm(options.input, options.form));
+    Picture input = readPicture(inputSpec(options.input, options.fileSpec));
     const Check check =
         options.size.empty() ? warping(options, std::move(input)) : scaling(options, std::move(input));
-    Picture fromProcessor = makePicture(check.src.layout, check.dstSize);
-    Picture fromHardware = makePicture(check.src.layout, check.dstSize);
+    Picture fromProcessor = makePicture(check.src.format, check.dstSize);
+    Picture fromHardware = makePicture(check.src.format, check.dstSize);
     runRequest(fromProcessor, check.src, check.processor);
     const RequestResult result = runRequest(fromHardware, check.src, check.hardware);
     if (!result.fallback().empty()) {
@@ -90,7 +90,7 @@ void addCrosscheck(CLI::App& app, Run& run) {
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
     command->add_flag("--json", options->json, "Write the result as JSON");
-    addFormOptions(*command, options->form);
+    addFileOptions(*command, options->fileSpec);
     command->footer(
         "On a workstation the hardware path leads to the software service, which computes by this library "
         "too, "

@@ -22,11 +22,11 @@ struct ExplainCommand {
     int x = 0;
     int y = 0;
     WarpOptions warp;
-    FormOptions inputForm{"--input", {}, {}};
+    FileOptions inputOptions{"--input", {}, {}};
     bool json = false;
 };
 
-/// A picture in the model's layout: three planes of 16-bit samples.
+/// A picture in the model's format: three planes of 16-bit samples.
 struct ModelSource {
     std::vector<uint16_t> samples;
     GdcSource planes;
@@ -95,7 +95,7 @@ void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src
 
 /// What the library itself gives for the pixel: Y, U, V.
 std::array<int, 3> libraryResult(const Picture& src, const Request& request, int x, int y) {
-    Picture dst = makePicture(src.layout, src.size);
+    Picture dst = makePicture(src.format, src.size);
     runRequest(dst, src, request);
     const std::vector<Component> c = components(dst);
     return {c[0].at(x, y), c[1].at(x / 2, y / 2), c[2].at(x / 2, y / 2)};
@@ -186,7 +186,7 @@ Json toJson(const Steps& steps, const GdcSource& src) {
 }
 
 int run(const ExplainCommand& command) {
-    Picture input = readPicture(fileForm(command.input, command.inputForm));
+    Picture input = readPicture(inputSpec(command.input, command.inputOptions));
     const Size size = input.size;
     if (command.x < 0 || command.y < 0 || command.x >= size.width || command.y >= size.height) {
         throw UserError("X Y " + std::to_string(command.x) + " " + std::to_string(command.y) +
@@ -194,7 +194,7 @@ int run(const ExplainCommand& command) {
                         std::to_string(size.height - 1));
     }
     const Size frameSize = warpFrame(command.input, size);
-    Picture picture = onFrame(command.input, std::move(input), frameSize, Layout::Nv12);
+    Picture picture = onFrame(command.input, std::move(input), frameSize, PixelFormat::Nv12);
     const Request request = requestFrom(command.warp, Backend::Software, size, frameSize);
     const ModelSource src(picture);
     const GdcFrame frame = modelFrame(frameSize);
@@ -227,7 +227,7 @@ void addExplain(CLI::App& app, Run& run) {
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
-    addFormOptions(*command, options->inputForm);
+    addFileOptions(*command, options->inputOptions);
     command->add_flag("--json", options->json, "Write the steps as JSON");
     command->footer(
         "Examples:\n"

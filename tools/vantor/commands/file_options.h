@@ -11,8 +11,8 @@ namespace vantor::tool {
 constexpr char kPictureFiles[] = ".png, .y4m, raw .nv12, .nv21, .i420, .gray, .yuv; - is a pipe";
 
 /// The options that say what a raw input, and a raw result, is.
-void addFormOptions(CLI::App& command, FormOptions& input);
-void addFormOptions(CLI::App& command, FormOptions& input, FormOptions& output);
-void addFormOptions(CLI::App& command, PairOptions& pair);
+void addFileOptions(CLI::App& command, FileOptions& input);
+void addFileOptions(CLI::App& command, FileOptions& input, FileOptions& output);
+void addFileOptions(CLI::App& command, PairOptions& pair);
 
 }  // namespace vantor::tool

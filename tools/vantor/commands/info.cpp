@@ -17,7 +17,7 @@ using Json = nlohmann::ordered_json;
 
 struct InfoOptions {
     std::string picture;
-    FormOptions form{"--input", {}, {}};
+    FileOptions fileSpec{"--input", {}, {}};
     bool json = false;
 };
 
@@ -26,23 +26,23 @@ std::string text(const Json& value) {
 }
 
 void describePicture(const InfoOptions& options) {
-    const std::unique_ptr<ClipReader> clip = openClip(fileForm(options.picture, options.form));
+    const std::unique_ptr<ClipReader> clip = openClip(inputSpec(options.picture, options.fileSpec));
     const FrameShape& shape = clip->shape();
     uintmax_t frames = 0;
     while (clip->skip()) ++frames;
     if (options.json) {
         return printDocument({{"picture", options.picture},
                               {"size", {shape.size.width, shape.size.height}},
-                              {"layout", toString(shape.layout)},
+                              {"layout", toString(shape.format)},
                               {"frames", frames}});
     }
-    printLine("%s %s, %ju %s", toString(shape.size).c_str(), toString(shape.layout), frames,
+    printLine("%s %s, %ju %s", toString(shape.size).c_str(), toString(shape.format), frames,
               frames == 1 ? "frame" : "frames");
 }
 
 void describeBuild(const InfoOptions& options) {
     Json facts = buildFacts();
-    facts["limits"] = {{"smallest_side", kSmallestSide}, {"largest_side", kLargestSide}};
+    facts["limits"] = {{"smallest_side", kMinSide}, {"largest_side", kMaxSide}};
     if (options.json) return printDocument(facts);
     printLine("vantor %s, library built in", text(facts["tool"]).c_str());
     printLine("built for: %s, by %s", text(facts["built_for"]).c_str(), text(facts["compiler"]).c_str());
@@ -52,8 +52,8 @@ void describeBuild(const InfoOptions& options) {
     for (const char* name : {"VANTOR_CPU", "VANTOR_LOG"}) {
         printLine("%s: %s", name, text(facts[name]).c_str());
     }
-    printLine("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes", kSmallestSide,
-              kSmallestSide, kLargestSide, kLargestSide);
+    printLine("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes", kMinSide, kMinSide,
+              kMaxSide, kMaxSide);
     printLine("RGB conversion: %s, unless chosen", toString(YuvColor()));
 }
 
@@ -69,7 +69,7 @@ void addInfo(CLI::App& app, Run& run) {
     CLI::App* command =
         app.add_subcommand("info", "Describe this build and machine, for a bug report, or a picture");
     command->add_option("PICTURE", options->picture, "Picture or clip to describe instead");
-    addFormOptions(*command, options->form);
+    addFileOptions(*command, options->fileSpec);
     command->add_flag("--json", options->json, "Write it as JSON");
     command->footer(
         "Examples:\n"

@@ -23,7 +23,8 @@ struct RecordCommand {
 std::vector<uint8_t> packed(const Planes& planes) {
     const size_t pixels = planes.size.pixels();
     std::vector<uint8_t> bytes(planes.luma, planes.luma + pixels);
-    if (planes.layout == Layout::Nv12) bytes.insert(bytes.end(), planes.chroma, planes.chroma + pixels / 2);
+    if (planes.format == PixelFormat::Nv12)
+        bytes.insert(bytes.end(), planes.chroma, planes.chroma + pixels / 2);
     return bytes;
 }
 
@@ -40,7 +41,7 @@ RecordedPicture recorded(const WorkingPicture& picture, bool hashOnly) {
 void record(const RecordCommand& command, const Request& request, const WorkingPicture& dst,
             const WorkingPicture& src, const RequestResult* result) {
     Record record{
-        request, src.planes.layout, recorded(src, command.hashesOnly), {dst.planes.size, dst.region, {}, {}},
+        request, src.planes.format, recorded(src, command.hashesOnly), {dst.planes.size, dst.region, {}, {}},
         {},      buildFacts()};
     record.madeBy["arguments"] = command.arguments;
     if (result != nullptr) {

@@ -20,7 +20,7 @@ using Json = nlohmann::ordered_json;
 struct ReplayCommand {
     std::string file;
     std::string source;
-    FormOptions form{"--input", {}, {}};
+    FileOptions fileSpec{"--input", {}, {}};
     bool json = false;
 };
 
@@ -45,20 +45,20 @@ std::string hashOf(Picture& picture) {
 /// The recorded source, from the record or from the file that the user gives for it.
 Picture sourceOf(const ReplayCommand& command, Record& record) {
     const RecordedPicture& recorded = record.source;
-    const std::string what = toString(recorded.size) + " " + toString(record.layout) + " picture";
+    const std::string what = toString(recorded.size) + " " + toString(record.format) + " picture";
     if (command.source.empty()) {
         if (recorded.planes.empty()) {
             throw UserError(command.file + ": the record has only the hash of its source, a " + what +
                             ": expected --source");
         }
-        return {record.layout, recorded.size, std::move(record.source.planes)};
+        return {record.format, recorded.size, std::move(record.source.planes)};
     }
-    Picture given = readPicture(fileForm(command.source, command.form));
+    Picture given = readPicture(inputSpec(command.source, command.fileSpec));
     if (given.size.width > recorded.size.width || given.size.height > recorded.size.height) {
         throw UserError("--source " + command.source + " " + toString(given.size) + ": the record's is a " +
                         what);
     }
-    Picture source = makePicture(record.layout, recorded.size);
+    Picture source = makePicture(record.format, recorded.size);
     toWorking(planesOf(given), planesOf(source), {});
     if (hashOf(source) != recorded.hash) {
         throw UserError("--source " + command.source + ": as a " + what + " it has the hash " +
@@ -69,8 +69,8 @@ Picture sourceOf(const ReplayCommand& command, Record& record) {
 
 /// The request, run again. `made` is as large as the recorded destination.
 RequestResult runAgain(const Record& record, const Picture& source, Picture& made) {
-    WorkingMemory from(record.layout, source.size, record.request.backend());
-    WorkingMemory to(record.layout, made.size, record.request.backend());
+    WorkingMemory from(record.format, source.size, record.request.backend());
+    WorkingMemory to(record.format, made.size, record.request.backend());
     std::copy(source.bytes.begin(), source.bytes.end(), from.bytes());
     WorkingPicture src = from.picture();
     WorkingPicture dst = to.picture();
@@ -88,7 +88,7 @@ std::string describe(const Record& record) {
     return std::string(toString(request.operation)) +
            (isWarp ? std::string(" on ") + targetName(request.target) : "") + ", " +
            toString(record.source.size) + " to " + toString(record.result.size) + " " +
-           toString(record.layout);
+           toString(record.format);
 }
 
 /// The beginning of a text from a file, which may be long.
@@ -123,14 +123,14 @@ std::string nameOf(const Json& facts) {
 int run(const ReplayCommand& command) {
     Record record = readRecord(command.file);
     const Picture source = sourceOf(command, record);
-    Picture made = makePicture(record.layout, record.result.size);
+    Picture made = makePicture(record.format, record.result.size);
     const RunEnd recorded{record.requestResult, record.result.hash};
     RunEnd here{runAgain(record, source, made), {}};
     if (here.requestResult->isMade) here.hash = hashOf(made);
     const bool isSame = here == recorded;
     std::vector<Difference> differences;
     if (!isSame && here.requestResult->isMade && !record.result.planes.empty()) {
-        differences = measure({record.layout, made.size, std::move(record.result.planes)}, made);
+        differences = measure({record.format, made.size, std::move(record.result.planes)}, made);
     }
 
     if (command.json) {
@@ -159,7 +159,7 @@ void addReplay(CLI::App& app, Run& run) {
     command->add_option("FILE", options->file, "Record, as vantor record makes them")->required();
     command->add_option("--source", options->source,
                         "Picture that the request was made of, for records of hashes only");
-    addFormOptions(*command, options->form);
+    addFileOptions(*command, options->fileSpec);
     command->add_flag("--json", options->json, "Write the verdict as JSON");
     command->footer(
         "Exit status: 0 the same status and bytes, 1 different, 2 it could not be run.\n"

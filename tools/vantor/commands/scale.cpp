@@ -24,7 +24,7 @@ const char* describe(Size from, Size to) {
 
 int run(const ScaleOptions& options) {
     Clip clip(options.clip);
-    const bool isColor = clip.working() != Layout::Gray;
+    const bool isColor = clip.working() != PixelFormat::Gray;
     const Size src = isColor ? evenSize(clip.size()) : clip.size();
     const Size dst = targetSize(options.size, src, isColor ? 2 : 1);
     const FrameShape written = clip.written("--size", dst);

@@ -6,8 +6,8 @@
 #include <cstdio>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/io/picture_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -37,7 +37,7 @@ private:
         const char* const end = text.data() + text.size() - 1;
         const auto result = std::from_chars(text.data(), end, percent);
         if (result.ec != std::errc() || result.ptr != end) throw UserError(what + kForms);
-        if (percent > 0 && percent <= 100.0 * kLargestSide) return percent;
+        if (percent > 0 && percent <= 100.0 * kMaxSide) return percent;
         throw UserError(what + ": expected a positive percentage, such as 50%");
     }
 };
@@ -68,7 +68,7 @@ Lengths lengthsOf(const std::string& what, const Sides& sides, Size source) {
     if (sides.across.text.empty()) lengths.width = lengths.height * source.width / source.height;
     if (sides.down.text.empty()) lengths.height = lengths.width * source.height / source.width;
     if (std::max(lengths.width, lengths.height) > kBeyondLimits) {
-        throw UserError(what + ": width and height must be at most " + std::to_string(kLargestSide));
+        throw UserError(what + ": width and height must be at most " + std::to_string(kMaxSide));
     }
     return lengths;
 }

@@ -19,17 +19,17 @@ struct ViewCommand {
     std::string b;
     std::string output;
     WarpOptions warp;
-    PairOptions form;
+    PairOptions fileSpec;
 };
 
 std::vector<ViewedPicture> picturesOf(const ViewCommand& command) {
     if (!command.b.empty()) {
-        const auto [a, b] = fileForms(command.a, command.b, command.form);
+        const auto [a, b] = inputSpecs(command.a, command.b, command.fileSpec);
         return {{command.a, readPicture(a)}, {command.b, readPicture(b)}};
     }
-    if (command.form.second.isGiven())
+    if (command.fileSpec.second.isGiven())
         throw UserError("--other-format and its like: expected a second picture, B");
-    return {{command.a, readPicture(fileForm(command.a, command.form.first))}};
+    return {{command.a, readPicture(inputSpec(command.a, command.fileSpec.first))}};
 }
 
 int run(const ViewCommand& command) {
@@ -66,7 +66,7 @@ void addView(CLI::App& app, Run& run) {
     command->add_option("-o,--output", options->output, "HTML file, whole in itself")->required();
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
-    addFormOptions(*command, options->form);
+    addFileOptions(*command, options->fileSpec);
     command->footer(
         "The --input options hold for B too where it is raw and has no --other option of its own.\n"
         "Examples:\n"

@@ -20,7 +20,7 @@ constexpr double kLeft = 80;
 constexpr double kRight = 30;
 constexpr double kTop = 116;
 constexpr double kBottom = 64;
-constexpr double kNarrowest = 900;  ///< that holds the text
+constexpr double kMinWidth = 900;  ///< that holds the text
 
 constexpr double kTextSize = 15;
 constexpr double kTickLength = 6;
@@ -53,7 +53,7 @@ public:
           exaggeration_(exaggeration),
           scale_(std::min(kPlotWidth / frame.width, kPlotHeight / frame.height) / (1 + 2 * kAround)),
           area_{scale_ * frame.width * (1 + 2 * kAround), scale_ * frame.height * (1 + 2 * kAround)},
-          width_(std::max(kLeft + area_.x + kRight, kNarrowest)),
+          width_(std::max(kLeft + area_.x + kRight, kMinWidth)),
           drawing_(static_cast<int>(std::lround(width_)),
                    static_cast<int>(std::lround(kTop + area_.y + kBottom))) {}
 

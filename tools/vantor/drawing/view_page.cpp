@@ -5,8 +5,8 @@
 
 #include "tools/vantor/drawing/drawing.h"
 #include "tools/vantor/drawing/grid_mesh.h"
-#include "tools/vantor/io/png_file.h"
 #include "tools/vantor/drawing/view_page_html.h"
+#include "tools/vantor/io/png_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -31,7 +31,7 @@ std::string asUri(const std::string& name, const Picture& picture) {
 }
 
 Picture toGray(const Component& component) {
-    Picture gray = makePicture(Layout::Gray, component.size);
+    Picture gray = makePicture(PixelFormat::Gray, component.size);
     auto out = gray.bytes.begin();
     for (int y = 0; y < component.size.height; ++y) {
         for (int x = 0; x < component.size.width; ++x) *out++ = static_cast<uint8_t>(component.at(x, y));
@@ -43,8 +43,8 @@ Picture toGray(const Component& component) {
 /// component.
 Json toJson(const ViewedPicture& viewed) {
     const auto& [name, picture] = viewed;
-    const bool isShown = picture.layout == Layout::Rgb || picture.layout == Layout::Gray;
-    Json json{{"name", name}, {"png", asUri(name, isShown ? picture : convert(picture, Layout::Rgb))}};
+    const bool isShown = picture.format == PixelFormat::Rgb || picture.format == PixelFormat::Gray;
+    Json json{{"name", name}, {"png", asUri(name, isShown ? picture : convert(picture, PixelFormat::Rgb))}};
     if (isShown) {
         Json names;
         for (const Component& component : components(picture)) names.push_back(component.name);

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/vantor/picture/picture.h"
 #include "geometry/warp_map.h"
+#include "tools/vantor/picture/picture.h"
 
 namespace vantor::tool {
 
@@ -23,7 +23,7 @@ struct ViewedGrid {
 };
 
 /// One HTML file that needs nothing else: one picture or two of one size, as PNG, with the samples of their
-/// own layout; and a grid's mesh and arrows as paths in pixels.
+/// own format; and a grid's mesh and arrows as paths in pixels.
 std::vector<uint8_t> viewPage(const std::vector<ViewedPicture>& pictures,
                               const std::optional<ViewedGrid>& grid);
 

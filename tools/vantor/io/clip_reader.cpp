@@ -19,7 +19,7 @@ constexpr size_t kFrameLine = 6;  ///< where it has no tags
 class PngReader : public ClipReader {
 public:
     PngReader(std::string path, PngPicture png)
-        : ClipReader(packedShape(png.picture.layout, png.picture.size)),
+        : ClipReader(packedShape(png.picture.format, png.picture.size)),
           path_(std::move(path)),
           picture_(std::move(png.picture)),
           chunks_(std::move(png.chunks)) {}
@@ -100,7 +100,7 @@ std::string readLine(InputFile& file, std::string line, const std::string& what)
 class Y4mReader : public FileReader {
 public:
     Y4mReader(std::unique_ptr<InputFile> file, const Y4mHeader& header)
-        : FileReader(std::move(file), packedShape(header.layout, header.size), header) {}
+        : FileReader(std::move(file), packedShape(header.format, header.size), header) {}
 
 private:
     std::string explanation() const override { return ": truncated"; }
@@ -139,7 +139,7 @@ bool ClipReader::read(uint8_t* frame, std::string& tags) {
     const std::optional<size_t> taken = take(frame, tags);
     if (!taken) return false;
     if (*taken < bytesToLastSample(shape_)) {
-        failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.layout) +
+        failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.format) +
                     ") ends after " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
                     " bytes" + explanation());
     }
@@ -156,9 +156,9 @@ std::optional<Picture> readFrame(ClipReader& clip) {
     std::vector<uint8_t> frame(shape.bytes());
     std::string tags;
     if (!clip.read(frame.data(), tags)) return {};
-    if (shape.isPacked()) return Picture{shape.layout, shape.size, std::move(frame)};
-    Picture picture{shape.layout, shape.size, {}};
-    picture.bytes.reserve(byteCount(shape.layout, shape.size));
+    if (shape.isPacked()) return Picture{shape.format, shape.size, std::move(frame)};
+    Picture picture{shape.format, shape.size, {}};
+    picture.bytes.reserve(byteCount(shape.format, shape.size));
     forEachStretch(shape, frame.data(), [&](const uint8_t* bytes, size_t count) {
         picture.bytes.insert(picture.bytes.end(), bytes, bytes + count);
     });
@@ -173,17 +173,18 @@ void skipFrames(ClipReader& clip, uintmax_t count) {
     }
 }
 
-std::unique_ptr<ClipReader> openClip(const FileForm& form) {
-    if (form.type == FileType::Png) return std::make_unique<PngReader>(form.path, readPng(form.path));
-    if (form.type == FileType::Y4m) return openY4m(form.path);
-    if (!form.size) {
-        throw UserError(form.path +
+std::unique_ptr<ClipReader> openClip(const FileSpec& fileSpec) {
+    if (fileSpec.type == FileType::Png)
+        return std::make_unique<PngReader>(fileSpec.path, readPng(fileSpec.path));
+    if (fileSpec.type == FileType::Y4m) return openY4m(fileSpec.path);
+    if (!fileSpec.size) {
+        throw UserError(fileSpec.path +
                         ": size unknown: expected it in the name, as in clip_1280x720_nv12.yuv, or " +
-                        form.options.optionPrefix + "-size WIDTHxHEIGHT");
+                        fileSpec.options.optionPrefix + "-size WIDTHxHEIGHT");
     }
-    const FrameShape shape = rawShape(form, form.path, *form.layout, *form.size);
-    return std::make_unique<RawReader>(std::make_unique<InputFile>(form.path), shape,
-                                       form.options.optionPrefix);
+    const FrameShape shape = rawShape(fileSpec, fileSpec.path, *fileSpec.format, *fileSpec.size);
+    return std::make_unique<RawReader>(std::make_unique<InputFile>(fileSpec.path), shape,
+                                       fileSpec.options.optionPrefix);
 }
 
 }  // namespace vantor::tool

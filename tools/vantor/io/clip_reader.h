@@ -6,9 +6,9 @@
 #include <string>
 
 #include "tools/vantor/io/picture_file.h"
-#include "tools/vantor/picture/planes.h"
 #include "tools/vantor/io/png_file.h"
 #include "tools/vantor/io/y4m.h"
+#include "tools/vantor/picture/planes.h"
 
 namespace vantor::tool {
 
@@ -66,6 +66,6 @@ std::optional<Picture> readFrame(ClipReader& clip);
 void skipFrames(ClipReader& clip, uintmax_t count);
 
 /// Opens a clip and reads what comes before its frames.
-std::unique_ptr<ClipReader> openClip(const FileForm& form);
+std::unique_ptr<ClipReader> openClip(const FileSpec& fileSpec);
 
 }  // namespace vantor::tool

@@ -6,9 +6,13 @@
 
 namespace vantor::tool {
 
-ClipWriter::ClipWriter(const FileForm& form, const FrameShape& shape, const Y4mHeader& header,
+ClipWriter::ClipWriter(const FileSpec& fileSpec, const FrameShape& shape, const Y4mHeader& header,
                        PngChunks chunks)
-    : form_(form), shape_(shape), header_(toLine(header)), chunks_(std::move(chunks)), file_(form.path) {}
+    : form_(fileSpec),
+      shape_(shape),
+      header_(toLine(header)),
+      chunks_(std::move(chunks)),
+      file_(fileSpec.path) {}
 
 void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
     const bool isFirst = std::exchange(isFirst_, false);
@@ -18,7 +22,7 @@ void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
         file_.write(frame, shape_.bytes());
     } else if (isFirst) {
         const std::vector<uint8_t> png =
-            encodePng(form_.path, {shape_.layout, shape_.size, {frame, frame + shape_.bytes()}}, chunks_);
+            encodePng(form_.path, {shape_.format, shape_.size, {frame, frame + shape_.bytes()}}, chunks_);
         file_.write(png.data(), png.size());
     } else {
         throw UserError(form_.path + ": a PNG file holds one frame, and there are more: expected --limit 1");

@@ -14,7 +14,8 @@ namespace vantor::tool {
 class ClipWriter {
 public:
     /// `header` is for Y4M, `chunks` are for PNG.
-    ClipWriter(const FileForm& form, const FrameShape& shape, const Y4mHeader& header, PngChunks chunks = {});
+    ClipWriter(const FileSpec& fileSpec, const FrameShape& shape, const Y4mHeader& header,
+               PngChunks chunks = {});
 
     /// Writes shape.bytes() bytes, in Y4M with the frame's tags. Refuses more than one frame in a PNG file.
     void write(const uint8_t* frame, const std::string& tags);
@@ -22,7 +23,7 @@ public:
     void finish() { file_.finish(); }
 
 private:
-    FileForm form_;
+    FileSpec form_;
     FrameShape shape_;
     std::string header_;
     PngChunks chunks_;

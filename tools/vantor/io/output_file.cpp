@@ -50,9 +50,9 @@ void removeAllAndEnd(int signal) {
 
 /// Where a path leads in the end, so that a link stays and its goal is replaced, or made.
 fs::path throughLinks(fs::path path) {
-    constexpr int kMostLinks = 40;
+    constexpr int kMaxLinks = 40;
     std::error_code ignored;
-    for (int i = 0; i < kMostLinks && fs::is_symlink(fs::symlink_status(path, ignored)); ++i) {
+    for (int i = 0; i < kMaxLinks && fs::is_symlink(fs::symlink_status(path, ignored)); ++i) {
         path = path.parent_path() / fs::read_symlink(path);
     }
     return path;

@@ -4,20 +4,21 @@
 #include <cctype>
 #include <cstring>
 
+#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/clip_writer.h"
-#include "tools/vantor/base/error.h"
 #include "tools/vantor/io/foreign_file.h"
 
 namespace vantor::tool {
 namespace {
 
-constexpr Layout kRawLayouts[] = {Layout::Nv12, Layout::Nv21, Layout::I420, Layout::Gray};
+constexpr PixelFormat kRawFormats[] = {PixelFormat::Nv12, PixelFormat::Nv21, PixelFormat::I420,
+                                       PixelFormat::Gray};
 constexpr const char* kY4m = "y4m";
 
-std::optional<Layout> findLayout(const std::string& word) {
-    for (Layout layout : kRawLayouts) {
-        if (word == toString(layout)) return layout;
+std::optional<PixelFormat> findFormat(const std::string& word) {
+    for (PixelFormat format : kRawFormats) {
+        if (word == toString(format)) return format;
     }
     return std::nullopt;
 }
@@ -54,7 +55,7 @@ const char* toString(FileType type) {
     return type == FileType::Png ? "PNG" : type == FileType::Y4m ? "Y4M" : "raw";
 }
 
-FileType typeOf(const std::string& path, const FormOptions& options) {
+FileType typeOf(const std::string& path, const FileOptions& options) {
     const std::vector<std::string> words = wordsOf(path);
     const bool isPipe = path == "-" && options.format.empty();
     if (isPipe || options.format == kY4m || (words.size() > 1 && words.back() == kY4m)) return FileType::Y4m;
@@ -62,12 +63,12 @@ FileType typeOf(const std::string& path, const FormOptions& options) {
 }
 
 /// Options that describe raw files are for raw files.
-void refuseOptions(const FileForm& form) {
-    const FormOptions& options = form.options;
+void refuseOptions(const FileSpec& fileSpec) {
+    const FileOptions& options = fileSpec.options;
     const auto refuse = [&](bool isGiven, const std::string& name, const std::string& value) {
         if (!isGiven) return;
-        throw UserError(options.optionPrefix + name + " " + value + ": " + form.path + " is a " +
-                        toString(form.type) + " file; the option is for raw files");
+        throw UserError(options.optionPrefix + name + " " + value + ": " + fileSpec.path + " is a " +
+                        toString(fileSpec.type) + " file; the option is for raw files");
     };
     refuse(!options.format.empty() && options.format != kY4m, "-format", options.format);
     refuse(!options.size.empty(), "-size", options.size);
@@ -76,7 +77,7 @@ void refuseOptions(const FileForm& form) {
 }
 
 /// The options of the second of two files, with the first's where it has none of its own.
-FormOptions completed(FormOptions own, const FormOptions& first) {
+FileOptions completed(FileOptions own, const FileOptions& first) {
     if (!own.isGiven()) return first;
     if (own.format.empty()) own.format = first.format;
     if (own.size.empty()) own.size = first.size;
@@ -86,43 +87,43 @@ FormOptions completed(FormOptions own, const FormOptions& first) {
 }
 
 /// As far as name and options say.
-FileForm formOf(const std::string& path, const FormOptions& options) {
-    FileForm form;
-    form.path = path;
-    form.options = options;
-    form.type = typeOf(path, options);
-    if (form.type != FileType::Raw) {
-        refuseOptions(form);
-        return form;
+FileSpec fileSpecOf(const std::string& path, const FileOptions& options) {
+    FileSpec fileSpec;
+    fileSpec.path = path;
+    fileSpec.options = options;
+    fileSpec.type = typeOf(path, options);
+    if (fileSpec.type != FileType::Raw) {
+        refuseOptions(fileSpec);
+        return fileSpec;
     }
     if (!options.format.empty()) {
-        form.layout = findLayout(options.format);
-        if (!form.layout) {
+        fileSpec.format = findFormat(options.format);
+        if (!fileSpec.format) {
             throw UserError(options.optionPrefix + "-format " + options.format +
                             ": expected nv12, nv21, i420, gray or y4m");
         }
     }
-    if (!options.size.empty()) form.size = parseSize(options.optionPrefix + "-size", options.size);
+    if (!options.size.empty()) fileSpec.size = parseSize(options.optionPrefix + "-size", options.size);
     const std::vector<std::string> words = wordsOf(path);
-    if (!form.layout) form.layout = findLayout(words.back());
-    const bool seeksLayout = !form.layout;
-    const bool seeksSize = !form.size;
+    if (!fileSpec.format) fileSpec.format = findFormat(words.back());
+    const bool seeksFormat = !fileSpec.format;
+    const bool seeksSize = !fileSpec.size;
     for (const std::string& word : words) {
-        if (seeksLayout) takeOnly(form.layout, findLayout(word), path + ": several layouts in the name");
+        if (seeksFormat) takeOnly(fileSpec.format, findFormat(word), path + ": several layouts in the name");
         if (seeksSize && looksLikeSize(word)) {
-            takeOnly(form.size, std::optional(parseSize(path + ":", word)),
+            takeOnly(fileSpec.size, std::optional(parseSize(path + ":", word)),
                      path + ": several sizes in the name");
         }
     }
-    return form;
+    return fileSpec;
 }
 
-void expectLayout(const FileForm& form) {
-    if (form.type != FileType::Raw || form.layout) return;
-    throw UserError(form.path +
+void expectFormat(const FileSpec& fileSpec) {
+    if (fileSpec.type != FileType::Raw || fileSpec.format) return;
+    throw UserError(fileSpec.path +
                     ": layout unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
                     "or with one of these words as in clip_1280x720_nv12.yuv, or " +
-                    form.options.optionPrefix + "-format nv12, nv21, i420, gray or y4m");
+                    fileSpec.options.optionPrefix + "-format nv12, nv21, i420, gray or y4m");
 }
 
 }  // namespace
@@ -137,46 +138,46 @@ void expectPngName(const std::string& option, const std::string& path) {
     throw UserError(option + " " + path + ": expected a name ending in .png");
 }
 
-FileForm fileForm(const std::string& path, const FormOptions& options) {
+FileSpec inputSpec(const std::string& path, const FileOptions& options) {
     expectFile(path);
-    const FileForm form = formOf(path, options);
-    if (form.type == FileType::Raw && !form.layout) refuseForeign(path);
-    expectLayout(form);
-    return form;
+    const FileSpec fileSpec = fileSpecOf(path, options);
+    if (fileSpec.type == FileType::Raw && !fileSpec.format) refuseForeign(path);
+    expectFormat(fileSpec);
+    return fileSpec;
 }
 
-FileForm outputForm(const std::string& path, const FormOptions& options) {
-    const FileForm form = formOf(path, options);
-    expectLayout(form);
-    return form;
+FileSpec outputSpec(const std::string& path, const FileOptions& options) {
+    const FileSpec fileSpec = fileSpecOf(path, options);
+    expectFormat(fileSpec);
+    return fileSpec;
 }
 
-std::pair<FileForm, FileForm> fileForms(const std::string& first, const std::string& second,
-                                        const PairOptions& options) {
+std::pair<FileSpec, FileSpec> inputSpecs(const std::string& first, const std::string& second,
+                                         const PairOptions& options) {
     if (first == "-" && second == "-")
         throw UserError("two pictures from standard input: expected another file");
-    const FormOptions shared = completed(options.second, options.first);
+    const FileOptions shared = completed(options.second, options.first);
     const bool isShared =
         typeOf(second, options.second) == FileType::Raw || typeOf(second, shared) == FileType::Raw;
     const bool isForSecond = isShared && typeOf(first, options.first) != FileType::Raw;
     const std::string firstFormat = options.first.format == kY4m ? kY4m : "";
-    return {fileForm(first,
-                     isForSecond ? FormOptions{options.first.optionPrefix, firstFormat, {}} : options.first),
-            fileForm(second, isShared ? shared : options.second)};
+    return {inputSpec(first,
+                      isForSecond ? FileOptions{options.first.optionPrefix, firstFormat, {}} : options.first),
+            inputSpec(second, isShared ? shared : options.second)};
 }
 
-FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size) {
-    const FormOptions& options = form.options;
-    if (isSubsampled(layout) && !size.isEven()) {
+FrameShape rawShape(const FileSpec& fileSpec, const std::string& what, PixelFormat format, Size size) {
+    const FileOptions& options = fileSpec.options;
+    if (isSubsampled(format) && !size.isEven()) {
         throw UserError(what + " " + toString(size) + ": width and height of a picture in " +
-                        toString(layout) + " must be even (chroma has half the size)");
+                        toString(format) + " must be even (chroma has half the size)");
     }
-    FrameShape shape = packedShape(layout, size);
+    FrameShape shape = packedShape(format, size);
     const auto enlarge = [&](int& length, int given, const std::string& name, const std::string& unit) {
         if (given == 0) return;
         if (given < length) {
             throw UserError(options.optionPrefix + name + " " + std::to_string(given) + ": a " +
-                            toString(size) + " " + toString(layout) + " picture has " +
+                            toString(size) + " " + toString(format) + " picture has " +
                             std::to_string(length) + unit);
         }
         length = given;
@@ -186,29 +187,30 @@ FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout
     return shape;
 }
 
-Picture readPicture(const FileForm& form) {
-    const std::unique_ptr<ClipReader> clip = openClip(form);
+Picture readPicture(const FileSpec& fileSpec) {
+    const std::unique_ptr<ClipReader> clip = openClip(fileSpec);
     std::optional<Picture> picture = readFrame(*clip);
-    if (!picture) throw UserError(form.path + ": expected a picture, and it is empty");
+    if (!picture) throw UserError(fileSpec.path + ": expected a picture, and it is empty");
     if (clip->skip()) {
-        throw UserError(form.path +
+        throw UserError(fileSpec.path +
                         ": more than one frame, expected one (vantor scale --size 100% --skip N --limit 1 " +
                         "takes one out)");
     }
     return std::move(*picture);
 }
 
-Layout writtenLayout(const FileForm& form, Layout read) {
-    const Layout color = form.type == FileType::Y4m ? Layout::I420 : Layout::Rgb;
-    return form.layout.value_or(read == Layout::Gray ? Layout::Gray : color);
+PixelFormat writtenFormat(const FileSpec& fileSpec, PixelFormat read) {
+    const PixelFormat color = fileSpec.type == FileType::Y4m ? PixelFormat::I420 : PixelFormat::Rgb;
+    return fileSpec.format.value_or(read == PixelFormat::Gray ? PixelFormat::Gray : color);
 }
 
-FrameShape writtenShape(const FileForm& form, const std::string& what, Layout layout, Size size) {
-    if (form.size && !(*form.size == size)) {
-        throw UserError(what + " " + toString(size) + ": the output's name says " + toString(*form.size) +
-                        " (" + form.path + ")");
+FrameShape writtenShape(const FileSpec& fileSpec, const std::string& what, PixelFormat format, Size size) {
+    if (fileSpec.size && !(*fileSpec.size == size)) {
+        throw UserError(what + " " + toString(size) + ": the output's name says " + toString(*fileSpec.size) +
+                        " (" + fileSpec.path + ")");
     }
-    return form.type == FileType::Raw ? rawShape(form, what, layout, size) : packedShape(layout, size);
+    return fileSpec.type == FileType::Raw ? rawShape(fileSpec, what, format, size)
+                                          : packedShape(format, size);
 }
 
 void checkEven(const std::string& what, Size size) {
@@ -217,9 +219,9 @@ void checkEven(const std::string& what, Size size) {
                     "(chroma has half the size)");
 }
 
-void writePicture(const FileForm& form, const Picture& picture) {
-    const FrameShape shape = packedShape(picture.layout, picture.size);
-    ClipWriter writer(form, shape, newHeader(picture.layout, picture.size, {}));
+void writePicture(const FileSpec& fileSpec, const Picture& picture) {
+    const FrameShape shape = packedShape(picture.format, picture.size);
+    ClipWriter writer(fileSpec, shape, newHeader(picture.format, picture.size, {}));
     writer.write(picture.bytes.data(), {});
     writer.finish();
 }

@@ -14,7 +14,7 @@ enum class FileType { Png, Y4m, Raw };
 
 /// What the user says of a file with options; empty or 0 where not given. `optionPrefix` is "--input" or
 /// "--output", or "--other" for the second of two inputs.
-struct FormOptions {
+struct FileOptions {
     std::string optionPrefix;
     std::string format;
     std::string size;
@@ -26,17 +26,17 @@ struct FormOptions {
 
 /// Of two pictures that are looked at together.
 struct PairOptions {
-    FormOptions first{"--input", {}, {}};
-    FormOptions second{"--other", {}, {}};
+    FileOptions first{"--input", {}, {}};
+    FileOptions second{"--other", {}, {}};
 };
 
 /// What is known of a picture file from its name and from options. PNG and Y4M files say the rest themselves.
-struct FileForm {
+struct FileSpec {
     std::string path;  ///< "-" for standard input or output
     FileType type = FileType::Raw;
-    std::optional<Layout> layout;  ///< of raw files
-    std::optional<Size> size;      ///< of raw files
-    FormOptions options;
+    std::optional<PixelFormat> format;  ///< of raw files
+    std::optional<Size> size;           ///< of raw files
+    FileOptions options;
 };
 
 bool isPngName(const std::string& path);
@@ -44,39 +44,39 @@ bool isPngName(const std::string& path);
 /// Refuses other names of pictures that are drawn. Empty names are none.
 void expectPngName(const std::string& option, const std::string& path);
 
-/// Works out an input's form. Layout and size are words of the name, set off by "_", "-" or ".", as in
+/// Works out what an input is. PixelFormat and size are words of the name, set off by "_", "-" or ".", as in
 /// clip_1280x720_nv12.yuv or still-640x480.gray; options win over the name. "-" is Y4M if no option says
-/// otherwise. Refuses names that leave the layout of a raw file open; before that, a file that does not
+/// otherwise. Refuses names that leave the format of a raw file open; before that, a file that does not
 /// exist, a directory, and a file that is known to be another program's.
-FileForm fileForm(const std::string& path, const FormOptions& options);
+FileSpec inputSpec(const std::string& path, const FileOptions& options);
 
-/// An output's form, likewise.
-FileForm outputForm(const std::string& path, const FormOptions& options);
+/// The same for an output.
+FileSpec outputSpec(const std::string& path, const FileOptions& options);
 
 /// The forms of both. What a raw second file has no option of its own for is as the first's options say; of a
 /// raw file and another, the first's options speak of the raw one.
-std::pair<FileForm, FileForm> fileForms(const std::string& first, const std::string& second,
-                                        const PairOptions& options);
+std::pair<FileSpec, FileSpec> inputSpecs(const std::string& first, const std::string& second,
+                                         const PairOptions& options);
 
 /// The shape of a raw file's frames. Refuses odd sizes with chroma at half the size, and strides and heights
 /// that are too small; `what` is what an error about the size names.
-FrameShape rawShape(const FileForm& form, const std::string& what, Layout layout, Size size);
+FrameShape rawShape(const FileSpec& fileSpec, const std::string& what, PixelFormat format, Size size);
 
 /// Reads the picture of a file that has one. A raw file needs a size. Alpha is dropped, with a note.
-Picture readPicture(const FileForm& form);
+Picture readPicture(const FileSpec& fileSpec);
 
-/// The layout in which an output is written that was made from a picture read in `read`: that of its name or
+/// The format in which an output is written that was made from a picture read in `read`: that of its name or
 /// option; for PNG, gray for gray and RGB for colour; for Y4M, gray for gray and I420 for colour.
-Layout writtenLayout(const FileForm& form, Layout read);
+PixelFormat writtenFormat(const FileSpec& fileSpec, PixelFormat read);
 
 /// The shape in which frames of a size are written. Refuses, before any work is done, a size that contradicts
-/// the output's name, or that the chroma of a raw layout cannot have. `what` is what an error names.
-FrameShape writtenShape(const FileForm& form, const std::string& what, Layout layout, Size size);
+/// the output's name, or that the chroma of a raw format cannot have. `what` is what an error names.
+FrameShape writtenShape(const FileSpec& fileSpec, const std::string& what, PixelFormat format, Size size);
 
 /// Refuses odd sizes of pictures in colour, which the library does not make. `what` is what an error names.
 void checkEven(const std::string& what, Size size);
 
-/// Writes a picture in its own layout. The file appears whole or not at all.
-void writePicture(const FileForm& form, const Picture& picture);
+/// Writes a picture in its own format. The file appears whole or not at all.
+void writePicture(const FileSpec& fileSpec, const Picture& picture);
 
 }  // namespace vantor::tool

@@ -12,8 +12,8 @@
 #include <string_view>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/io/foreign_file.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/io/foreign_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -67,7 +67,7 @@ public:
             png_read_update_info(reader.png_, reader.info_);
         });
         const bool isGray = png_get_channels(png_, info_) == 1;
-        Picture picture = makePicture(isGray ? Layout::Gray : Layout::Rgb, size());
+        Picture picture = makePicture(isGray ? PixelFormat::Gray : PixelFormat::Rgb, size());
         rows_.resize(png_get_image_height(png_, info_));
         for (size_t y = 0; y < rows_.size(); ++y)
             rows_[y] = &picture.bytes[y * png_get_rowbytes(png_, info_)];
@@ -173,7 +173,7 @@ public:
 
     std::vector<uint8_t> write(const Picture& picture, const PngChunks& chunks) {
         const auto [width, height] = picture.size;
-        const bool isGray = picture.layout == Layout::Gray;
+        const bool isGray = picture.format == PixelFormat::Gray;
         const std::vector<png_unknown_chunk> kept = keptChunks(chunks);
         const size_t rowBytes = static_cast<size_t>(width) * (isGray ? 1 : 3);
         if (setjmp(png_jmpbuf(png_)) != 0) throw UserError(path_ + ": cannot write PNG: " + message_);

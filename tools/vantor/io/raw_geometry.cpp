@@ -15,7 +15,7 @@ constexpr uintmax_t kMaxFrames = 10000;
 
 /// The shape with the narrowest padded rows of which `frames` take `length` bytes.
 std::optional<FrameShape> paddedShape(const FrameShape& shape, uintmax_t length, uintmax_t frames) {
-    const FrameShape packed = packedShape(shape.layout, shape.size);
+    const FrameShape packed = packedShape(shape.format, shape.size);
     const auto [width, height] = shape.size;
     for (int padded = packed.stride; padded <= std::min(2 * width, width + kMaxRowPadding);
          padded += kStrideStep - padded % kStrideStep) {
@@ -37,7 +37,7 @@ std::optional<FrameShape> paddedShape(const FrameShape& shape, uintmax_t length,
 
 std::string sumOf(const FrameShape& shape) {
     const std::string luma = std::to_string(shape.stride) + " x " + std::to_string(shape.sliceHeight);
-    if (!isSubsampled(shape.layout)) return luma;
+    if (!isSubsampled(shape.format)) return luma;
     if (shape.stride % 2 == 0 && shape.sliceHeight % 2 == 0) return luma + " x 3/2";
     return luma + " + 2 x " + std::to_string((shape.stride + 1) / 2) + " x " +
            std::to_string((shape.sliceHeight + 1) / 2);
@@ -47,7 +47,7 @@ std::string explainLength(const FrameShape& shape, std::optional<uintmax_t> leng
                           const std::string& optionPrefix) {
     std::string text = ": a frame is " + sumOf(shape);
     if (!length) return text;
-    const uintmax_t most = std::min(*length / packedShape(shape.layout, shape.size).bytes(), kMaxFrames);
+    const uintmax_t most = std::min(*length / packedShape(shape.format, shape.size).bytes(), kMaxFrames);
     for (uintmax_t frames = 1; frames <= most; ++frames) {
         if (*length % frames != 0) continue;
         const std::optional<FrameShape> padded = paddedShape(shape, *length, frames);

@@ -28,10 +28,10 @@ int parseSide(const std::string& name, const std::string& tag) {
     return side;
 }
 
-Layout parseFormat(const std::string& name, const std::string& tag) {
-    if (tag == kGrayFormat) return Layout::Gray;
+PixelFormat parseFormat(const std::string& name, const std::string& tag) {
+    if (tag == kGrayFormat) return PixelFormat::Gray;
     const auto* end = std::end(kColorFormats);
-    if (std::find(std::begin(kColorFormats), end, tag) != end) return Layout::I420;
+    if (std::find(std::begin(kColorFormats), end, tag) != end) return PixelFormat::I420;
     throw UserError(name + ": Y4M sample format " + tag +
                     ": expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or gray (Cmono); ffmpeg "
                     "converts by -pix_fmt yuv420p");
@@ -74,7 +74,7 @@ Y4mHeader parseY4mHeader(const std::string& name, const std::string& line) {
         } else if (word[0] == 'H') {
             header.size.height = parseSide(name, word);
         } else {
-            if (word[0] == 'C') header.layout = parseFormat(name, word);
+            if (word[0] == 'C') header.format = parseFormat(name, word);
             header.tags.push_back(word);
         }
     }
@@ -89,11 +89,11 @@ std::string toLine(const Y4mHeader& header) {
     return line + "\n";
 }
 
-Y4mHeader derivedHeader(const Y4mHeader& from, Layout layout, Size size) {
-    Y4mHeader header{size, layout};
+Y4mHeader derivedHeader(const Y4mHeader& from, PixelFormat format, Size size) {
+    Y4mHeader header{size, format};
     for (const std::string& tag : from.tags) {
         const bool isFormat = tag[0] == 'C' || startsWith(tag, "XYSCSS=");
-        if (isFormat && layout != from.layout) continue;
+        if (isFormat && format != from.format) continue;
         auto shape = parsePixelShape(tag);
         if (!shape) {
             header.tags.push_back(tag);
@@ -105,12 +105,13 @@ Y4mHeader derivedHeader(const Y4mHeader& from, Layout layout, Size size) {
         const int64_t common = std::gcd(width, height);
         header.tags.push_back("A" + std::to_string(width / common) + ":" + std::to_string(height / common));
     }
-    if (layout != from.layout) header.tags.push_back(layout == Layout::Gray ? kGrayFormat : "C420jpeg");
+    if (format != from.format) header.tags.push_back(format == PixelFormat::Gray ? kGrayFormat : "C420jpeg");
     return header;
 }
 
-Y4mHeader newHeader(Layout layout, Size size, std::optional<bool> isFullRange) {
-    Y4mHeader header{size, layout, {"F0:0", "Ip", "A0:0", layout == Layout::Gray ? kGrayFormat : "C420jpeg"}};
+Y4mHeader newHeader(PixelFormat format, Size size, std::optional<bool> isFullRange) {
+    Y4mHeader header{
+        size, format, {"F0:0", "Ip", "A0:0", format == PixelFormat::Gray ? kGrayFormat : "C420jpeg"}};
     if (isFullRange) header.tags.push_back(kRangeTag + std::string(*isFullRange ? "FULL" : "LIMITED"));
     return header;
 }

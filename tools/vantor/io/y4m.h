@@ -11,8 +11,8 @@ namespace vantor::tool {
 
 struct Y4mHeader {
     Size size;
-    Layout layout = Layout::I420;     ///< or gray
-    std::vector<std::string> tags{};  ///< all others as they stand, known or not
+    PixelFormat format = PixelFormat::I420;  ///< or gray
+    std::vector<std::string> tags{};         ///< all others as they stand, known or not
 
     /// What the tag XCOLORRANGE says, if it is there.
     std::optional<bool> isFullRange() const;
@@ -31,9 +31,9 @@ std::string toLine(const Y4mHeader& header);
 
 /// The header of what is made of a clip with this header: tags are carried over, but for the place of chroma
 /// where it is dropped or new, and the pixels' shape, which keeps the picture's.
-Y4mHeader derivedHeader(const Y4mHeader& from, Layout layout, Size size);
+Y4mHeader derivedHeader(const Y4mHeader& from, PixelFormat format, Size size);
 
 /// A header for frames of which only this is known.
-Y4mHeader newHeader(Layout layout, Size size, std::optional<bool> isFullRange);
+Y4mHeader newHeader(PixelFormat format, Size size, std::optional<bool> isFullRange);
 
 }  // namespace vantor::tool

@@ -62,7 +62,7 @@ Json headerOf(const Record& record) {
     const Request& request = record.request;
     Json json{{"operation", toString(request.operation)}};
     if (isWarp(request.operation)) json["target"] = targetName(request.target);
-    json["format"] = toString(record.layout);
+    json["format"] = toString(record.format);
     json["source"] = toJson(record.source.size, record.source.region);
     json["source"]["hash"] = record.source.hash;
     json["source"]["planes"] = !record.source.planes.empty();
@@ -168,18 +168,18 @@ int32_t targetFrom(const Field& field) {
     field.fail("GDC_HW or GDC_C_MODEL");
 }
 
-Layout layoutFrom(const Field& field) {
-    for (Layout layout : {Layout::Nv12, Layout::Gray}) {
-        if (field.text() == toString(layout)) return layout;
+PixelFormat layoutFrom(const Field& field) {
+    for (PixelFormat format : {PixelFormat::Nv12, PixelFormat::Gray}) {
+        if (field.text() == toString(format)) return format;
     }
     field.fail("nv12 or gray");
 }
 
-RecordedPicture pictureFrom(const Field& field, Layout layout) {
+RecordedPicture pictureFrom(const Field& field, PixelFormat format) {
     RecordedPicture picture;
     const std::vector<Field> size = field["size"].list(2);
-    picture.size = {size[0].number(kSmallestSide, kLargestSide), size[1].number(kSmallestSide, kLargestSide)};
-    if (layout == Layout::Nv12 && !picture.size.isEven()) field["size"].fail("even numbers, in nv12");
+    picture.size = {size[0].number(kMinSide, kMaxSide), size[1].number(kMinSide, kMaxSide)};
+    if (format == PixelFormat::Nv12 && !picture.size.isEven()) field["size"].fail("even numbers, in nv12");
     const std::vector<Field> region = field["region"].list(4);
     picture.region.left = region[0].number(0, picture.size.width - 1);
     picture.region.top = region[1].number(0, picture.size.height - 1);
@@ -268,8 +268,8 @@ Json readHeader(InputFile& file) {
     return header;
 }
 
-void readPlanes(InputFile& file, const std::string& name, Layout layout, RecordedPicture& picture) {
-    picture.planes.resize(byteCount(layout, picture.size));
+void readPlanes(InputFile& file, const std::string& name, PixelFormat format, RecordedPicture& picture) {
+    picture.planes.resize(byteCount(format, picture.size));
     file.read(picture.planes.data(), picture.planes.size());
     const std::string hash = hashOf(picture.planes.data(), picture.planes.size());
     if (hash != picture.hash) {
@@ -321,9 +321,9 @@ Record readRecord(const std::string& path) {
     const Json json = readHeader(file);
     const Field header(path, "", json);
     Record record{requestFrom(header), layoutFrom(header["format"]), {}, {}, {}, header["made_by"].json()};
-    record.source = pictureFrom(header["source"], record.layout);
+    record.source = pictureFrom(header["source"], record.format);
     record.source.hash = header["source"]["hash"].hash();
-    record.result = pictureFrom(header["destination"], record.layout);
+    record.result = pictureFrom(header["destination"], record.format);
     const Field result = header["result"];
     if (!result.isNull()) {
         record.requestResult =
@@ -333,14 +333,14 @@ Record readRecord(const std::string& path) {
     const bool hasSource = header["source"]["planes"].flag();
     const bool hasResult = result.has("hash") && result["planes"].flag();
     const uintmax_t expected = length - file.bytesLeft().value_or(0) +
-                               (hasSource ? byteCount(record.layout, record.source.size) : 0) +
-                               (hasResult ? byteCount(record.layout, record.result.size) : 0);
+                               (hasSource ? byteCount(record.format, record.source.size) : 0) +
+                               (hasResult ? byteCount(record.format, record.result.size) : 0);
     if (length != expected) {
         refuse(path, "the file has " + std::to_string(length) + " bytes, what its header says makes " +
                          std::to_string(expected) + (length < expected ? ": truncated" : ""));
     }
-    if (hasSource) readPlanes(file, "the source", record.layout, record.source);
-    if (hasResult) readPlanes(file, "the result", record.layout, record.result);
+    if (hasSource) readPlanes(file, "the source", record.format, record.source);
+    if (hasResult) readPlanes(file, "the result", record.format, record.result);
     return record;
 }
 

@@ -20,7 +20,7 @@ struct RecordedPicture {
 
 struct Record {
     Request request;
-    Layout layout;  ///< Nv12 or Gray
+    PixelFormat format;  ///< Nv12 or Gray
     RecordedPicture source;
     RecordedPicture result;
     std::optional<RequestResult> requestResult;  ///< none: the request did not end

@@ -32,8 +32,8 @@ BufferData describeBuffer(const WorkingPicture& picture) {
 }
 
 int32_t formatOf(const WorkingPicture& picture) {
-    return picture.planes.layout == Layout::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE
-                                                 : hardware::IMAGE_FORMAT_NV12;
+    return picture.planes.format == PixelFormat::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE
+                                                      : hardware::IMAGE_FORMAT_NV12;
 }
 
 template <typename Call>
@@ -69,12 +69,12 @@ bool hasFallenBack(const Request& request) {
 
 }  // namespace
 
-Layout workingLayout(Layout read, Layout written) {
-    return read == Layout::Gray || written == Layout::Gray ? Layout::Gray : Layout::Nv12;
+PixelFormat workingFormat(PixelFormat read, PixelFormat written) {
+    return read == PixelFormat::Gray || written == PixelFormat::Gray ? PixelFormat::Gray : PixelFormat::Nv12;
 }
 
-WorkingMemory::WorkingMemory(Layout layout, Size size, Backend backend) : layout_(layout), size_(size) {
-    const size_t length = byteCount(Layout::Nv12, size);
+WorkingMemory::WorkingMemory(PixelFormat format, Size size, Backend backend) : layout_(format), size_(size) {
+    const size_t length = byteCount(PixelFormat::Nv12, size);
     if (backend == Backend::Hardware) {
         shared_.emplace(length);
     } else {
@@ -83,9 +83,9 @@ WorkingMemory::WorkingMemory(Layout layout, Size size, Backend backend) : layout
 }
 
 WorkingPicture WorkingMemory::picture() {
-    WorkingPicture picture{planesIn(packedShape(Layout::Nv12, size_), bytes()), wholeOf(size_),
+    WorkingPicture picture{planesIn(packedShape(PixelFormat::Nv12, size_), bytes()), wholeOf(size_),
                            shared_ ? shared_->descriptor() : -1};
-    picture.planes.layout = layout_;
+    picture.planes.format = layout_;
     return picture;
 }
 
@@ -156,8 +156,8 @@ RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, c
 }
 
 RequestResult runRequest(Picture& dst, const Picture& src, const Request& request) {
-    WorkingMemory from(src.layout, src.size, request.backend());
-    WorkingMemory to(dst.layout, dst.size, request.backend());
+    WorkingMemory from(src.format, src.size, request.backend());
+    WorkingMemory to(dst.format, dst.size, request.backend());
     std::copy(src.bytes.begin(), src.bytes.end(), from.bytes());
     const RequestResult result = runRequest(to.picture(), from.picture(), request);
     std::copy_n(to.bytes(), dst.bytes.size(), dst.bytes.begin());
@@ -171,12 +171,12 @@ std::string describe(Backend backend, const std::string& software, const std::st
 }
 
 Size warpFrame(const std::string& what, Size picture) {
-    constexpr Size kSmallest{hardware::kSmallestWarpWidth, hardware::kSmallestWarpHeight};
-    constexpr Size kLargest{hardware::kLargestWarpWidth, hardware::kLargestWarpHeight};
-    if (picture.width < kSmallest.width || picture.height < kSmallest.height ||
-        picture.width > kLargest.width || picture.height > kLargest.height) {
-        throw UserError(what + ": " + toString(picture) + " picture: warps take " + toString(kSmallest) +
-                        " to " + toString(kLargest));
+    constexpr Size kMinSize{hardware::kMinWarpWidth, hardware::kMinWarpHeight};
+    constexpr Size kMaxSize{hardware::kMaxWarpWidth, hardware::kMaxWarpHeight};
+    if (picture.width < kMinSize.width || picture.height < kMinSize.height ||
+        picture.width > kMaxSize.width || picture.height > kMaxSize.height) {
+        throw UserError(what + ": " + toString(picture) + " picture: warps take " + toString(kMinSize) +
+                        " to " + toString(kMaxSize));
     }
     return picture.roundedUp(hardware::kWarpWidthAlignment, hardware::kWarpHeightAlignment);
 }
@@ -187,7 +187,7 @@ void noteFrame(const std::string& what, Size picture, Size frame) {
          ", its last column and row repeated, and cropped back");
 }
 
-Picture onFrame(const std::string& what, Picture picture, Size frame, Layout working) {
+Picture onFrame(const std::string& what, Picture picture, Size frame, PixelFormat working) {
     noteFrame(what, picture.size, frame);
     Picture framed = makePicture(working, frame);
     toWorking(planesOf(picture), planesOf(framed), {});

@@ -14,8 +14,8 @@
 
 namespace vantor::tool {
 
-/// The layout that the library works on for a picture that is read in one layout and written in another.
-Layout workingLayout(Layout read, Layout written);
+/// The format that the library works on for a picture that is read in one format and written in another.
+PixelFormat workingFormat(PixelFormat read, PixelFormat written);
 
 /// What does a request's work.
 enum class Backend {
@@ -64,13 +64,13 @@ struct WorkingPicture {
 /// Memory for one, shared if it is for the hardware path.
 class WorkingMemory {
 public:
-    WorkingMemory(Layout layout, Size size, Backend backend);
+    WorkingMemory(PixelFormat format, Size size, Backend backend);
 
     uint8_t* bytes() { return shared_ ? shared_->bytes() : own_.data(); }
     WorkingPicture picture();
 
 private:
-    Layout layout_;
+    PixelFormat layout_;
     Size size_;
     std::vector<uint8_t> own_;
     std::optional<SharedBuffer> shared_;
@@ -91,7 +91,7 @@ struct RequestResult {
 using RequestWatch = std::function<void(const Request& request, const WorkingPicture& dst,
                                         const WorkingPicture& src, const RequestResult* result)>;
 
-/// Runs a request of the library from `src` to `dst`, which have the same layout. For the hardware path the
+/// Runs a request of the library from `src` to `dst`, which have the same format. For the hardware path the
 /// service is started first.
 RequestResult ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src);
 
@@ -110,7 +110,7 @@ Size warpFrame(const std::string& what, Size picture);
 /// A note says so if the frame is larger than the picture.
 void noteFrame(const std::string& what, Size picture, Size frame);
 
-/// The picture on that frame, in the layout that the library works on.
-Picture onFrame(const std::string& what, Picture picture, Size frame, Layout working);
+/// The picture on that frame, in the format that the library works on.
+Picture onFrame(const std::string& what, Picture picture, Size frame, PixelFormat working);
 
 }  // namespace vantor::tool

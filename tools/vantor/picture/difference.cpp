@@ -59,7 +59,7 @@ void Difference::add(const Difference& later, uintmax_t frame) {
 }
 
 bool areComparable(const FrameShape& a, const FrameShape& b) {
-    return a.size == b.size && (a.layout == b.layout || (isSubsampled(a.layout) && isSubsampled(b.layout)));
+    return a.size == b.size && (a.format == b.format || (isSubsampled(a.format) && isSubsampled(b.format)));
 }
 
 std::vector<Difference> measure(const Picture& a, const Picture& b) {

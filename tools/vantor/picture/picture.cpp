@@ -3,8 +3,8 @@
 #include <charconv>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/picture/planes.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/picture/planes.h"
 
 namespace vantor::tool {
 
@@ -26,38 +26,38 @@ Size parseSize(const std::string& what, const std::string& text) {
 }
 
 void checkLimits(const std::string& what, Size size) {
-    const auto isWithin = [](int side) { return side >= kSmallestSide && side <= kLargestSide; };
+    const auto isWithin = [](int side) { return side >= kMinSide && side <= kMaxSide; };
     if (isWithin(size.width) && isWithin(size.height)) return;
     throw UserError(what + " " + toString(size) + ": width and height must be from " +
-                    std::to_string(kSmallestSide) + " to " + std::to_string(kLargestSide));
+                    std::to_string(kMinSide) + " to " + std::to_string(kMaxSide));
 }
 
-const char* toString(Layout layout) {
-    switch (layout) {
-        case Layout::Gray:
+const char* toString(PixelFormat format) {
+    switch (format) {
+        case PixelFormat::Gray:
             return "gray";
-        case Layout::Nv12:
+        case PixelFormat::Nv12:
             return "nv12";
-        case Layout::Nv21:
+        case PixelFormat::Nv21:
             return "nv21";
-        case Layout::I420:
+        case PixelFormat::I420:
             return "i420";
-        case Layout::Rgb:
+        case PixelFormat::Rgb:
             break;
     }
     return "rgb";
 }
 
-bool isSubsampled(Layout layout) {
-    return layout == Layout::Nv12 || layout == Layout::Nv21 || layout == Layout::I420;
+bool isSubsampled(PixelFormat format) {
+    return format == PixelFormat::Nv12 || format == PixelFormat::Nv21 || format == PixelFormat::I420;
 }
 
-size_t byteCount(Layout layout, Size size) {
-    return packedShape(layout, size).bytes();
+size_t byteCount(PixelFormat format, Size size) {
+    return packedShape(format, size).bytes();
 }
 
-Picture makePicture(Layout layout, Size size) {
-    return {layout, size, std::vector<uint8_t>(byteCount(layout, size))};
+Picture makePicture(PixelFormat format, Size size) {
+    return {format, size, std::vector<uint8_t>(byteCount(format, size))};
 }
 
 std::vector<Component> components(const Picture& picture) {
@@ -68,17 +68,17 @@ std::vector<Component> components(const Picture& picture) {
     const uint8_t* bytes = picture.bytes.data();
     const uint8_t* chroma = bytes + size.pixels();
     const Component luma{"Y", bytes, size, 1, width};
-    switch (picture.layout) {
-        case Layout::Gray:
+    switch (picture.format) {
+        case PixelFormat::Gray:
             break;
-        case Layout::Nv12:
+        case PixelFormat::Nv12:
             return {luma, {"U", chroma, half, 2, 2 * halfWidth}, {"V", chroma + 1, half, 2, 2 * halfWidth}};
-        case Layout::Nv21:
+        case PixelFormat::Nv21:
             return {luma, {"U", chroma + 1, half, 2, 2 * halfWidth}, {"V", chroma, half, 2, 2 * halfWidth}};
-        case Layout::I420:
+        case PixelFormat::I420:
             return {
                 luma, {"U", chroma, half, 1, halfWidth}, {"V", chroma + half.pixels(), half, 1, halfWidth}};
-        case Layout::Rgb:
+        case PixelFormat::Rgb:
             return {{"R", bytes, size, 3, 3 * width},
                     {"G", bytes + 1, size, 3, 3 * width},
                     {"B", bytes + 2, size, 3, 3 * width}};
@@ -95,13 +95,13 @@ Size evenSize(Size size) {
     return even;
 }
 
-Picture convert(Picture picture, Layout layout) {
-    if (picture.layout == layout) return picture;
-    const Size size = isSubsampled(layout) ? evenSize(picture.size) : picture.size;
-    Picture nv12 = makePicture(Layout::Nv12, size.roundedUp(2, 2));
+Picture convert(Picture picture, PixelFormat format) {
+    if (picture.format == format) return picture;
+    const Size size = isSubsampled(format) ? evenSize(picture.size) : picture.size;
+    Picture nv12 = makePicture(PixelFormat::Nv12, size.roundedUp(2, 2));
     toWorking(planesOf(picture), planesOf(nv12), {});
-    if (layout == Layout::Nv12) return nv12;
-    Picture converted = makePicture(layout, size);
+    if (format == PixelFormat::Nv12) return nv12;
+    Picture converted = makePicture(format, size);
     fromWorking(planesOf(nv12), planesOf(converted), {});
     return converted;
 }

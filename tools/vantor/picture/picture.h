@@ -1,4 +1,4 @@
-// Pictures in memory, and their conversion to and from the layouts that the library works on.
+// Pictures in memory, and their conversion to and from the formats that the library works on.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@ namespace vantor::tool {
 
 /// Limits of the tool for either side of a picture. The scaler reads before the rows of pictures one or two
 /// columns wide; above, byte counts must fit 32 bits.
-constexpr int kSmallestSide = 4;
-constexpr int kLargestSide = 16384;
+constexpr int kMinSide = 4;
+constexpr int kMaxSide = 16384;
 
 /// "1280x720"
 std::string toString(Size size);
@@ -23,8 +23,8 @@ Size parseSize(const std::string& what, const std::string& text);
 /// Refuses sizes outside the tool's limits.
 void checkLimits(const std::string& what, Size size);
 
-/// Sample layouts, all of 8 bits and packed.
-enum class Layout {
+/// Sample formats, all of 8 bits and packed.
+enum class PixelFormat {
     Gray,  ///< a luma plane
     Nv12,  ///< a luma plane, then U and V interleaved at half the size in both directions
     Nv21,  ///< the same with V before U
@@ -33,20 +33,20 @@ enum class Layout {
 };
 
 /// "gray", "nv12", "nv21", "i420" or "rgb"
-const char* toString(Layout layout);
+const char* toString(PixelFormat format);
 
-/// Whether the layout has chroma at half the size, rounded up.
-bool isSubsampled(Layout layout);
+/// Whether the format has chroma at half the size, rounded up.
+bool isSubsampled(PixelFormat format);
 
-size_t byteCount(Layout layout, Size size);
+size_t byteCount(PixelFormat format, Size size);
 
 struct Picture {
-    Layout layout;
+    PixelFormat format;
     Size size;
     std::vector<uint8_t> bytes;
 };
 
-Picture makePicture(Layout layout, Size size);
+Picture makePicture(PixelFormat format, Size size);
 
 /// Where the samples of one colour component lie in a picture.
 struct Component {
@@ -62,10 +62,10 @@ struct Component {
 
 std::vector<Component> components(const Picture& picture);
 
-/// Converts between any two layouts. RGB is taken to and from YUV with the BT.601 matrix in limited range;
+/// Converts between any two formats. RGB is taken to and from YUV with the BT.601 matrix in limited range;
 /// gray gets neutral chroma; pictures lose their chroma on the way to gray. On the way to chroma at half the
 /// size, a picture of odd size repeats its last column or row, and a note says so.
-Picture convert(Picture picture, Layout layout);
+Picture convert(Picture picture, PixelFormat format);
 
 /// The size of a picture that is worked on with chroma at half the size; a note says so if it is larger.
 Size evenSize(Size size);

@@ -30,12 +30,12 @@ struct Rows {
 std::vector<Rows> rowsOf(const Planes& planes) {
     const Size chroma = planes.chromaSize();
     const auto [width, height] = planes.size;
-    const int step = planes.layout == Layout::Rgb ? 3 : 1;
+    const int step = planes.format == PixelFormat::Rgb ? 3 : 1;
     std::vector<Rows> rows{{planes.luma, planes.lumaStride, step * width, height}};
-    if (planes.layout == Layout::I420) {
+    if (planes.format == PixelFormat::I420) {
         rows.push_back({planes.chroma, planes.chromaStride, chroma.width, chroma.height});
         rows.push_back({planes.second, planes.chromaStride, chroma.width, chroma.height});
-    } else if (isSubsampled(planes.layout)) {
+    } else if (isSubsampled(planes.format)) {
         rows.push_back({planes.chroma, planes.chromaStride, 2 * chroma.width, chroma.height});
     }
     return rows;
@@ -71,7 +71,7 @@ void rgbToYuv(const Planes& from, const Planes& to, const Weights& weights) {
                 toByte(weights.black + weights.luma(rgb) * weights.lumaSteps / 255);
         }
     }
-    if (to.layout != Layout::Nv12) return;
+    if (to.format != PixelFormat::Nv12) return;
     const Size chroma = from.chromaSize();
     for (int y = 0; y < chroma.height; ++y) {
         uint8_t* pair = to.chroma + area(to.chromaStride, y);
@@ -96,7 +96,7 @@ void fromRgb(const Planes& from, const Planes& to, const YuvColor& color) {
     const auto [width, height] = from.size;
     std::vector<uint8_t> argb(4 * from.size.pixels());
     libyuv::RAWToARGB(from.luma, from.lumaStride, argb.data(), 4 * width, width, height);
-    if (to.layout == Layout::Gray) {
+    if (to.format == PixelFormat::Gray) {
         libyuv::ARGBToI400(argb.data(), 4 * width, to.luma, to.lumaStride, width, height);
         return;
     }
@@ -151,13 +151,13 @@ void copyLuma(const Planes& from, const Planes& to, Size size) {
 /// Chroma of `size` to NV12's pairs, or from them.
 void moveChroma(const Planes& from, const Planes& to, Size size) {
     const auto [width, height] = size;
-    if (from.layout == Layout::I420) {
+    if (from.format == PixelFormat::I420) {
         libyuv::MergeUVPlane(from.chroma, from.chromaStride, from.second, from.chromaStride, to.chroma,
                              to.chromaStride, width, height);
-    } else if (to.layout == Layout::I420) {
+    } else if (to.format == PixelFormat::I420) {
         libyuv::SplitUVPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, to.second,
                              to.chromaStride, width, height);
-    } else if (from.layout != to.layout) {
+    } else if (from.format != to.format) {
         libyuv::SwapUVPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, width, height);
     } else if (from.chroma != to.chroma) {
         libyuv::CopyPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, 2 * width, height);
@@ -178,23 +178,23 @@ void repeatEdges(const Rows& rows, int width, int height, int step) {
 
 }  // namespace
 
-FrameShape packedShape(Layout layout, Size size) {
-    return {layout, size, layout == Layout::Rgb ? 3 * size.width : size.width, size.height};
+FrameShape packedShape(PixelFormat format, Size size) {
+    return {format, size, format == PixelFormat::Rgb ? 3 * size.width : size.width, size.height};
 }
 
 size_t FrameShape::bytes() const {
     const size_t luma = area(stride, sliceHeight);
-    return isSubsampled(layout) ? luma + 2 * area(half(stride), half(sliceHeight)) : luma;
+    return isSubsampled(format) ? luma + 2 * area(half(stride), half(sliceHeight)) : luma;
 }
 
 bool FrameShape::isPacked() const {
-    return stride == packedShape(layout, size).stride && sliceHeight == size.height;
+    return stride == packedShape(format, size).stride && sliceHeight == size.height;
 }
 
 Planes planesIn(const FrameShape& shape, uint8_t* bytes) {
-    Planes planes{shape.layout, shape.size, bytes, shape.stride};
-    if (!isSubsampled(shape.layout)) return planes;
-    const bool isPlanar = shape.layout == Layout::I420;
+    Planes planes{shape.format, shape.size, bytes, shape.stride};
+    if (!isSubsampled(shape.format)) return planes;
+    const bool isPlanar = shape.format == PixelFormat::I420;
     planes.chroma = bytes + area(shape.stride, shape.sliceHeight);
     planes.chromaStride = isPlanar ? half(shape.stride) : 2 * half(shape.stride);
     if (isPlanar) planes.second = planes.chroma + area(planes.chromaStride, half(shape.sliceHeight));
@@ -202,14 +202,14 @@ Planes planesIn(const FrameShape& shape, uint8_t* bytes) {
 }
 
 Planes planesOf(Picture& picture) {
-    return planesIn(packedShape(picture.layout, picture.size), picture.bytes.data());
+    return planesIn(packedShape(picture.format, picture.size), picture.bytes.data());
 }
 
 size_t bytesToLastSample(const FrameShape& shape) {
-    const FrameShape used = packedShape(shape.layout, shape.size);
-    if (!isSubsampled(shape.layout))
+    const FrameShape used = packedShape(shape.format, shape.size);
+    if (!isSubsampled(shape.format))
         return area(shape.stride, shape.size.height - 1) + static_cast<size_t>(used.stride);
-    const int planes = shape.layout == Layout::I420 ? 2 : 1;
+    const int planes = shape.format == PixelFormat::I420 ? 2 : 1;
     const int unusedBytes = (half(shape.stride) - half(used.stride)) * 2 / planes;
     const size_t unusedRows =
         area(half(shape.stride) * 2 / planes, half(shape.sliceHeight) - half(used.sliceHeight));
@@ -232,13 +232,13 @@ const char* toString(const YuvColor& color) {
 }
 
 void toWorking(const Planes& from, const Planes& to, const YuvColor& color) {
-    if (from.layout == Layout::Rgb) {
+    if (from.format == PixelFormat::Rgb) {
         fromRgb(from, to, color);
     } else {
         copyLuma(from, to, from.size);
-        if (from.layout == Layout::Gray) {
+        if (from.format == PixelFormat::Gray) {
             fill(to);
-        } else if (to.layout == Layout::Nv12) {
+        } else if (to.format == PixelFormat::Nv12) {
             moveChroma(from, to, from.chromaSize());
         }
     }
@@ -249,11 +249,11 @@ void toWorking(const Planes& from, const Planes& to, const YuvColor& color) {
 }
 
 void fromWorking(const Planes& from, const Planes& to, const YuvColor& color) {
-    if (to.layout == Layout::Rgb) return toRgb(from, to, color);
+    if (to.format == PixelFormat::Rgb) return toRgb(from, to, color);
     copyLuma(from, to, to.size);
-    if (from.layout == Layout::Gray) {
+    if (from.format == PixelFormat::Gray) {
         fill(to);
-    } else if (to.layout != Layout::Gray) {
+    } else if (to.format != PixelFormat::Gray) {
         moveChroma(from, to, to.chromaSize());
     }
 }

@@ -14,7 +14,7 @@ namespace vantor::tool {
 /// pairs, of half as many rows of the same stride; I420 with two planes, of half as many rows of half the
 /// stride. Halves are rounded up. RGB has one plane, of triples.
 struct FrameShape {
-    Layout layout;
+    PixelFormat format;
     Size size;
     int stride;
     int sliceHeight;
@@ -24,11 +24,11 @@ struct FrameShape {
 };
 
 /// The shape without padding.
-FrameShape packedShape(Layout layout, Size size);
+FrameShape packedShape(PixelFormat format, Size size);
 
 /// Where the planes of a frame lie in memory that somebody else owns.
 struct Planes {
-    Layout layout;
+    PixelFormat format;
     Size size;
     uint8_t* luma;  ///< or RGB triples
     int lumaStride;
