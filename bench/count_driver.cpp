@@ -12,6 +12,7 @@
 #include "scaler/bilinear_chroma.h"
 #include "scaler/interp4.h"
 #include "scaler/interp4_filter.h"
+#include "tools/selftest/generator.h"
 
 namespace {
 
@@ -100,7 +101,7 @@ int main(int argc, char** argv) {
         if (rows < 64 || rows > kMaxRows || rows % 12 != 0) break;
         uint32_t state = 1;
         for (uint8_t& sample : src) {
-            state = state * 1664525 + 1013904223;
+            state = vantor::generatorStep(state);
             sample = static_cast<uint8_t>(state >> 24);
         }
         std::printf("%d\n", family.run(rows));

@@ -6,6 +6,8 @@
 #include <new>
 #include <vector>
 
+#include "tools/selftest/generator.h"
+
 namespace vantor::bench {
 namespace {
 
@@ -28,7 +30,7 @@ class Noise {
 public:
     /// -8 to 7.
     int next() {
-        state_ = state_ * 1664525 + 1013904223;
+        state_ = generatorStep(state_);
         return static_cast<int>(state_ >> 28) - 8;
     }
 

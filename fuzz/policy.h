@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "processor/instruction_set.h"
+#include "tools/selftest/generator.h"
 
 namespace vantor::fuzz {
 
@@ -81,7 +82,7 @@ public:
         for (size_t i = 0; i < 4; ++i) state = static_cast<uint32_t>(uint64_t{state} << 8 ^ given[i]);
         Bytes bytes(size);
         for (size_t i = 0; i < size; ++i) {
-            state = static_cast<uint32_t>(state * uint64_t{1664525} + 1013904223);
+            state = generatorStep(state);
             const auto noise = static_cast<uint8_t>(state >> 24);
             bytes[i] = kind == 0   ? given[i % given.size()]
                        : kind == 1 ? noise

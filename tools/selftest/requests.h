@@ -1,16 +1,11 @@
-// The requests that vantor selftest computes: the rows of published.h.
+// The requests that vantor selftest computes: the rows of published.h. Pictures begin with the generator at
+// 65536 width + height; each of their bytes is the next number's top byte, or 255 times its top bit where
+// they are extreme. Hashes are 32-bit FNV-1a.
 #pragma once
 
 #include <cstdint>
 
 namespace vantor::selftest {
-
-/// A step x of the generators: x = 1664525 x + 1013904223 mod 2^32. Pictures begin with x = 65536 width +
-/// height; each of their bytes is the next x's top byte, or 255 times its top bit where they are extreme.
-/// Hashes are 32-bit FNV-1a.
-constexpr uint32_t generatorStep(uint32_t x) {
-    return static_cast<uint32_t>(x * uint64_t{1664525} + 1013904223);
-}
 
 /// runInterpBicubic, chroma behind the luma.
 struct Scaling {

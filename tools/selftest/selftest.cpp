@@ -10,6 +10,7 @@
 #include "gdc_model/gdc_planes.h"
 #include "hardware/vantorClient/vantor_client.h"
 #include "scaler/bicubic_luma.h"
+#include "tools/selftest/generator.h"
 #include "tools/selftest/published.h"
 
 namespace vantor::selftest {
