@@ -75,7 +75,8 @@ Rectangle shaped(const Rectangle& r, double shape, bool isInside) {
 Camera cameraFor(const Calibration& calibration, const Camera& camera, Size picture, double alpha) {
     Views views = viewsOf(camera, calibration.lens, picture);
     if (!isProper(views.inner)) {
-        throw GeometryError("the lens cannot be straightened as far as the picture's sides; expected no alpha");
+        throw GeometryError(
+            "the lens cannot be straightened as far as the picture's sides; expected no alpha");
     }
     if (alpha > 0 && !views.isWhole) {
         throw GeometryError(

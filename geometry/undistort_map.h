@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "geometry/size.h"
 #include "geometry/lens.h"
+#include "geometry/size.h"
 
 namespace vantor {
 

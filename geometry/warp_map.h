@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "gdc_model/grid.h"
-#include "geometry/size.h"
 #include "geometry/lens.h"
+#include "geometry/size.h"
 
 namespace vantor {
 

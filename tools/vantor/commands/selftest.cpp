@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <memory>
 
-#include "tools/vantor/library/build_facts.h"
-#include "tools/vantor/commands/commands.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/json.h"
+#include "tools/vantor/commands/commands.h"
+#include "tools/vantor/library/build_facts.h"
 
 namespace vantor::tool {
 namespace {
