@@ -6,6 +6,7 @@ import json
 import pathlib
 import re
 import sys
+import textwrap
 
 OWN = "Vantor10"
 COPY = "memory copy"
@@ -226,7 +227,7 @@ def report(results):
     kernels = "; ".join(f"{limit_name(limit)}: " + ", ".join(f"{name} {chosen}" for name, chosen in tables.items())
                         for limit, tables in bench["kernels"].items())
     parts = [
-        f"{origin(bench)}; {peers}.\nKernels in use: {kernels}.\n",
+        textwrap.fill(f"{origin(bench)}; {peers}. Kernels in use: {kernels}.", 120) + "\n",
         "Nanoseconds per pixel of output, on one CPU:\n", main_table(results),
         "All peers, scaling:\n", peer_table(results, "scale"),
         "All peers, warping:\n", peer_table(results, "warp"),
