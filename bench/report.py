@@ -1,19 +1,20 @@
 #!/usr/bin/env python3
-"""report.py FOLDER [--quick]: makes FOLDER/bench.json and a report of the runs in FOLDER/runs, which is printed and,
-without --quick, put into docs/performance.md."""
+"""report.py FOLDER [--quick]: makes FOLDER/bench.json and prints a report of the runs in FOLDER/runs. Without --quick
+its numbers go into docs/performance.md, its acceptance ratios into bench/README.md."""
 import datetime
 import json
 import pathlib
 import re
 import sys
+import textwrap
 
 OWN = "Vantor10"
 COPY = "memory copy"
 BEST, AVX2, PLAIN = "none", "avx2", "plain"  # values of VANTOR_CPU; none: all that the processor has
 MILD = "1920x1080 mild"
 
-# What is wanted: cases (by the beginning of their names), VANTOR_CPU, what the time is divided by, and the largest
-# quotient.
+# Acceptance ratios: cases (by the beginning of their names), VANTOR_CPU, what the time is divided by, and the maximum
+# of the quotient.
 LIMITS = [
     (["1920x1080 to"], BEST, "any peer", 0.70),
     (["1920x1080 to"], BEST, "four-tap peer", 0.70),
@@ -112,7 +113,7 @@ class Results:
         return min(peers, key=lambda row: row["cpu_ns_per_pixel"], default=None)
 
     def divisor(self, case, name):
-        """What a limit compares with, in ns a pixel."""
+        """What a limit compares with, in ns per pixel."""
         if name == "any peer":
             return self.fastest(case)["cpu_ns_per_pixel"]
         if name == "four-tap peer":
@@ -151,7 +152,7 @@ def peer_cell(row):
 
 
 def thread_cost(results, case):
-    """Of a scaling's threads, in ns a pixel: three to enlarge, two times three to reduce."""
+    """Of a scaling's threads, in ns per pixel: three to enlarge, two times three to reduce."""
     src, dst = (int(size.split("x")[0]) for size in case.split(" to "))
     threads = "3" if dst > src else "6"
     return results.of(threads, "create and join")["cpu_ns"] / results.of(case, OWN)["pixels"]
@@ -182,9 +183,9 @@ def limit_lines(results):
                                                         and not results.fastest(case)):
                 continue
             reached = results.own(case, limit) / results.divisor(case, against)
-            verdict = "met" if reached <= largest else "MISSED"
+            verdict = "met" if reached <= largest else "missed"
             lines.append([f"{case} ({limit_name(limit)})", against, f"{largest:.2f}", f"{reached:.2f}", verdict])
-    return table(["case", "against", "at most", "is", ""], lines)
+    return table(["case", "against", "limit", "measured", ""], lines)
 
 
 def peer_table(results, group):
@@ -192,7 +193,7 @@ def peer_table(results, group):
     cases = results.cases(group)
     names = dict.fromkeys(row["contender"] for row in results.rows
                           if row["group"] == group and row["contender"] not in (OWN, COPY))
-    return table(["ns a pixel"] + cases,
+    return table(["ns per pixel"] + cases,
                  [[name] + [ns(results.of(case, name)["cpu_ns_per_pixel"]) for case in cases] for name in names])
 
 
@@ -202,7 +203,7 @@ def sweep_table(results):
         for case in (case for case in results.cases("sweep") if case.startswith(kind)):
             row = results.of(case, OWN)
             rows.append([case, ns(row["cpu_ns_per_pixel"]), f"{row['cpu_ns'] / 1000:.1f}"])
-    return table(["case", "ns a pixel", "microseconds a call"], rows)
+    return table(["case", "ns per pixel", "microseconds per call"], rows)
 
 
 def cores_table(results):
@@ -213,7 +214,11 @@ def cores_table(results):
             if every:
                 rows.append([case, ns(one["wall_ns_per_pixel"]), ns(every["wall_ns_per_pixel"]),
                              ns(every["cpu_ns_per_pixel"])])
-    return table(["case", "one processor, elapsed", "all, elapsed", "all, processor time"], rows) if rows else ""
+    return table(["case", "one CPU, elapsed", "all, elapsed", "all, CPU time"], rows) if rows else ""
+
+
+def origin(bench):
+    return f"{bench['date']}, {bench['processor']}, {bench['processors']} CPUs, {bench['compiler']}"
 
 
 def report(results):
@@ -222,9 +227,8 @@ def report(results):
     kernels = "; ".join(f"{limit_name(limit)}: " + ", ".join(f"{name} {chosen}" for name, chosen in tables.items())
                         for limit, tables in bench["kernels"].items())
     parts = [
-        f"{bench['date']}, {bench['processor']}, {bench['processors']} processors, {bench['compiler']}; {peers}.\n"
-        f"Kernels in use: {kernels}.\n",
-        "Nanoseconds a pixel of output, on one processor:\n", main_table(results), limit_lines(results),
+        textwrap.fill(f"{origin(bench)}; {peers}. Kernels in use: {kernels}.", 120) + "\n",
+        "Nanoseconds per pixel of output, on one CPU:\n", main_table(results),
         "All peers, scaling:\n", peer_table(results, "scale"),
         "All peers, warping:\n", peer_table(results, "warp"),
     ]
@@ -232,7 +236,7 @@ def report(results):
         parts += ["Growth with size:\n", sweep_table(results)]
     cores = cores_table(results)
     if cores:
-        parts += [f"With all {bench['processors']} processors:\n", cores]
+        parts += [f"With all {bench['processors']} CPUs, nanoseconds per pixel:\n", cores]
     return "\n".join(parts)
 
 
@@ -247,10 +251,13 @@ def main():
     folder = pathlib.Path(sys.argv[1])
     bench = gather(folder)
     (folder / "bench.json").write_text(json.dumps(bench, indent=1) + "\n")
-    text = report(Results(bench))
-    print(text)
+    results = Results(bench)
+    numbers = report(results)
+    ratios = f"{origin(bench)}.\n\n{limit_lines(results)}"
+    print(numbers, ratios, sep="\n")
     if "--quick" not in sys.argv:
-        publish(text, pathlib.Path("docs/performance.md"))
+        publish(numbers, pathlib.Path("docs/performance.md"))
+        publish(ratios, pathlib.Path("bench/README.md"))
 
 
 if __name__ == "__main__":

@@ -1,7 +1,7 @@
 #!/bin/sh
 # bench.sh [--quick]: sets up, builds and times the library against its peers, pinned to one processor and once on all;
-# about ten minutes. Prints a table, and writes build-bench/bench.json, docs/images/speed.svg and the measured part
-# of docs/performance.md. With --quick it takes a few numbers in 20 seconds and leaves docs/ alone.
+# about ten minutes. Prints the numbers, and writes build-bench/bench.json, docs/images/speed.svg and the measured parts
+# of docs/performance.md and bench/README.md. With --quick it takes a few numbers in 20 seconds and writes no document.
 set -eu
 cd "$(dirname "$0")/.."
 rounds=6 seconds=0.03 repetitions=2 warps= quick=
