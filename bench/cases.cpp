@@ -7,10 +7,6 @@
 namespace vantor::bench {
 namespace {
 
-using tool::Grid;
-using tool::Point;
-using tool::WarpParts;
-
 std::string name(Size size) {
     return std::to_string(size.width) + 'x' + std::to_string(size.height);
 }
@@ -23,7 +19,7 @@ ScaleCase scaling(Size src, Size dst) {
 Grid mildGrid(Size size) {
     WarpParts parts;
     parts.lens = {-0.005};
-    return makeGrid(tool::WarpMap(parts, size), size);
+    return makeGrid(WarpMap(parts, size), size);
 }
 
 /// Enlarged so far that no side of the source is left by much.
@@ -31,7 +27,7 @@ Grid turnedGrid(Size size, double degrees) {
     WarpParts parts;
     parts.rotate = degrees;
     parts.zoom = degrees == 90 ? static_cast<double>(size.width) / size.height : 1.5;
-    return makeGrid(tool::WarpMap(parts, size), size);
+    return makeGrid(WarpMap(parts, size), size);
 }
 
 /// Four waves across and down, so high that the picture runs backward between them.

@@ -19,7 +19,7 @@ struct ScaleCase {
 struct WarpCase {
     std::string name;
     Size size;
-    std::function<tool::Grid(Size)> makeGrid;
+    std::function<Grid(Size)> makeGrid;
 };
 
 std::vector<ScaleCase> scaleCases();

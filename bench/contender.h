@@ -10,8 +10,6 @@
 
 namespace vantor::bench {
 
-using tool::Grid;
-
 /// One call of what is measured. What comes before it, such as contexts and tables that a program would keep,
 /// is not measured.
 using Work = std::function<void()>;

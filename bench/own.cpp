@@ -1,6 +1,9 @@
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 #include "bench/contender.h"
+#include "hardware/vantorClient/vantor_client.h"
 #include "scaler/interp4.h"
 #include "scaler/interpolate.h"
 
@@ -40,7 +43,14 @@ vantorClient::BufferData record(const Picture& picture) {
     return record;
 }
 
-void warp(const Grid& grid, const Picture& src, Picture& dst) {
+vantorClient::_GDCGrid record(const Grid& grid) {
+    vantorClient::_GDCGrid record;
+    std::copy(std::begin(grid.dX), std::end(grid.dX), record.dX);
+    std::copy(std::begin(grid.dY), std::end(grid.dY), record.dY);
+    return record;
+}
+
+void warp(const vantorClient::_GDCGrid& grid, const Picture& src, Picture& dst) {
     const int32_t status = vantorClient::runGDCGrid(record(dst), record(src), grid,
                                                     hardware::IMAGE_FORMAT_NV12, hardware::GDC_C_MODEL);
     if (status != 0) throw std::runtime_error("runGDCGrid failed");
@@ -58,7 +68,7 @@ Scaler ownScaler() {
 
 Warper ownWarper() {
     return {kOwnName, Filter::FourTaps, [](const Grid& grid, const Picture& src, Picture& dst) -> Work {
-                return [&grid, &src, &dst] { warp(grid, src, dst); };
+                return [grid = record(grid), &src, &dst] { warp(grid, src, dst); };
             }};
 }
 

@@ -6,11 +6,9 @@
 #include <cstdlib>
 #include <memory>
 
-#include "tools/vantor/picture/picture.h"
+#include "geometry/size.h"
 
 namespace vantor::bench {
-
-using tool::Size;
 
 /// Start of planes, and distance of rows where asked for, in bytes: what the widest vectors want.
 constexpr int kAlignment = 64;
