@@ -8,13 +8,14 @@ packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml
 packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3 python3-pytest"
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 integration="make pkg-config"
+peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
 case ${1:-} in
 --all)
     packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
-    packages="$packages g++-s390x-linux-gnu doxygen $integration"
+    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers"
     ;;
 --api) packages="$packages doxygen" ;;
---bench) packages="$packages libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config" ;;
+--bench) packages="$packages $peers" ;;
 --count) packages="$packages $emulated" ;;
 --deb) packages="$packages $integration debootstrap dpkg-dev file git lintian" ;;
 --packages) packages="$packages $integration" ;;
