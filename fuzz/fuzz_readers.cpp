@@ -13,6 +13,7 @@
 #include <string>
 
 #include "fuzz/policy.h"
+#include "geometry/error.h"
 #include "geometry/undistort_map.h"
 #include "geometry/warp_map.h"
 #include "tools/vantor/base/error.h"
@@ -165,7 +166,7 @@ void calibration(const Bytes& bytes) {
     FUZZ_EXPECT(read.size.width > 0 && read.size.height > 0 && read.camera.fx > 0 && read.camera.fy > 0);
     for (const std::optional<double> alpha : {std::optional<double>(), std::optional(0.0), std::optional(1.0)}) {
         const UndistortMap map(read, {fuzz::kMaxSide, fuzz::kMaxSide}, alpha);
-        makeGrid(finiteMap(read.name, map), {fuzz::kMaxSide, fuzz::kMaxSide});
+        makeGrid(finiteMap(map), {fuzz::kMaxSide, fuzz::kMaxSide});
     }
 }
 
@@ -233,6 +234,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0 || data[0] >= std::size(kTargets)) return -1;
     try {
         kTargets[data[0]](Bytes(data + 1, data + size));
-    } catch (const vantor::tool::UserError& error) { expectShowable(error.what()); }
+    } catch (const vantor::tool::UserError& error) {
+        expectShowable(error.what());
+    } catch (const vantor::GeometryError& error) { expectShowable(error.what()); }
     return 0;
 }

@@ -29,7 +29,13 @@ scaler
 processor
 platform/linux
 """.split()
+TOOL = "tools/vantor"
 MAX_ARROWS_OF_TOOL = 25
+LEAVING = ' [style=dashed color="#7f9fc0"]'
+
+
+def is_of_tool(room):
+    return room.startswith(TOOL)
 
 
 def room_of(file):
@@ -57,11 +63,32 @@ def arrows():
     return found
 
 
+def label(room):
+    return "main.cpp" if room == TOOL else room.removeprefix(TOOL + "/")
+
+
+def graph(found):
+    """In Graphviz's language. The tool's rooms stand in one frame; arrows that leave it are dashed."""
+    rooms = [f'"{room}" [label="{label(room)}"]' for room in FLOORS]
+    of_tool = [line for room, line in zip(FLOORS, rooms) if is_of_tool(room)]
+    return "\n".join([
+        "digraph rooms {",
+        'graph [ranksep=0.55 nodesep=0.35 newrank=true bgcolor=white fontname="sans-serif"]',
+        'node [shape=box style="rounded,filled" fillcolor=white fontname="sans-serif"]',
+        'edge [color="#404040" arrowsize=0.7]',
+        f'subgraph cluster_tool {{ label="{TOOL}" labeljust=l style="rounded,filled"',
+        'fillcolor="#eef3fa" color="#7f9fc0"',
+        *of_tool,
+        "}",
+        *[line for line in rooms if line not in of_tool],
+        *[f'"{a}" -> "{b}"{"" if is_of_tool(a) == is_of_tool(b) else LEAVING}' for a, b in sorted(found)],
+        "}",
+    ])
+
+
 def draw(found):
-    lines = ["digraph rooms {", 'node [shape=box style=rounded fontname="sans-serif"]']
-    lines += [f'"{room}"' for room in FLOORS]
-    lines += [f'"{a}" -> "{b}"' for a, b in sorted(found)]
-    dot = subprocess.run(["dot", "-Tsvg"], input="\n".join([*lines, "}"]), check=True, capture_output=True, text=True)
+    subprocess.run([ROOT / "scripts/setup.sh", "--rooms"], check=True)
+    dot = subprocess.run(["dot", "-Tsvg"], input=graph(found), check=True, capture_output=True, text=True)
     DRAWING.write_text(dot.stdout)
 
 
@@ -75,7 +102,7 @@ def check(found):
     for (a, b), includes in found.items():
         if FLOORS.index(a) > FLOORS.index(b):
             faults += [f"points up: {text}" for text in includes]
-    of_tool = [ends for ends in found if all(room.startswith("tools/vantor") for room in ends)]
+    of_tool = [ends for ends in found if all(map(is_of_tool, ends))]
     if len(of_tool) > MAX_ARROWS_OF_TOOL:
         faults.append(f"{len(of_tool)} arrows between the tool's rooms: expected at most {MAX_ARROWS_OF_TOOL}")
     if drawn() != set(found):

@@ -1,7 +1,8 @@
 #!/bin/sh
 # test.sh [--all]: sets up, builds and runs the native tests; with --all the whole matrix: the format of the sources,
-# the generated headers, the platform's real libraries, a build for the device's triple, the installation, valgrind, g++
-# and clang, sanitizers, 32-bit and 64-bit ARM and s390x under the emulator, and a short turn of each fuzzer.
+# the includes between the rooms, the generated headers, the platform's real libraries, a build for the device's triple,
+# the reference of the public headers, the installation, whether what measures still runs, valgrind, g++ and clang,
+# sanitizers, 32-bit and 64-bit ARM and s390x under the emulator, and a short run of each fuzzer.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh "$@"
@@ -22,13 +23,25 @@ run_quietly() {
     sed -n '/tests passed/,$p' "build-$1.log"
 }
 
+# quietly NAME COMMAND...: shows what a command prints only if it fails.
+quietly() {
+    log=build-$1.log
+    echo "== $1"
+    shift
+    "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
+}
+
 run release build
 if [ "${1:-}" = --all ]; then
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+    scripts/rooms.py --check
     scripts/hidl.sh --check
     scripts/conformance.sh
     scripts/android.sh
+    scripts/api.sh
     scripts/packages.sh
+    quietly bench scripts/bench.sh --quick
+    quietly instructions scripts/instructions.sh
     echo "== memcheck"
     scripts/memcheck.sh
     for preset in release-clang asan tsan arm arm64 s390x; do run_quietly "$preset"; done
