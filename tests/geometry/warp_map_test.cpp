@@ -31,7 +31,7 @@ TEST(WarpMap, PartsLeadFromTheOutputToTheSource) {
         EXPECT_NEAR(actual.x, source.x, 1e-9);
         EXPECT_NEAR(actual.y, source.y, 1e-9);
     };
-    WarpParts turn, zoom, shear, shift, lens;
+    WarpParts turn, half, zoom, shear, shift, lens;
     turn.rotate = 90;  // counter-clockwise: what was on the right is on top
     expectSource(turn, {100, 10}, {140, 50});
     zoom.zoom = 2;
@@ -50,6 +50,9 @@ TEST(WarpMap, PartsLeadFromTheOutputToTheSource) {
     expectSource(shear, {110, 70}, {110, 65});
     turn.shift = {10, 0};  // after the turn on the way to the source
     expectSource(turn, {100, 10}, {130, 50});
+    half.rotate = 180;
+    EXPECT_NEAR(WarpMap(half, {101, 77})({1, 2}).x, 100, 1e-9);  // about the middle of an odd picture
+    EXPECT_NEAR(WarpMap(half, {101, 77})({1, 2}).y, 75, 1e-9);
 }
 
 TEST(WarpMap, WholePixelShiftsGiveThePictureBack) {
@@ -109,6 +112,7 @@ TEST(GridReport, CountsPixelsThatAreOffByMoreThanHalf) {
     EXPECT_EQ(error.pixels, size.pixels());
     EXPECT_EQ(error.beyondHalf, 8u * 192);
     EXPECT_DOUBLE_EQ(error.largest, 0.75);
+    EXPECT_NEAR(error.rms, std::sqrt((8 * 0.5625 + 0.25 + 311 * 0.0625) / 320), 1e-12);
     EXPECT_EQ(error.largestX, 0);
 }
 

@@ -171,14 +171,14 @@ def y4m(size, tags=""):
     return f"YUV4MPEG2 W{width} H{height} {tags}\n".encode() + frames
 
 
-def png(width, height, color_type, pixel, depth=8):
-    """A PNG file of equal pixels."""
+def png(width, height, color_type, *pixels, depth=8):
+    """A PNG file with rows of these pixels in turn."""
 
     def chunk(name, content):
         return struct.pack(">I", len(content)) + name + content + struct.pack(">I", zlib.crc32(name + content))
 
     header = struct.pack(">IIBBBBB", width, height, depth, color_type, 0, 0, 0)
-    rows = zlib.compress((b"\0" + bytes(pixel) * width) * height)
+    rows = zlib.compress(b"".join(b"\0" + bytes(pixels[y % len(pixels)]) * width for y in range(height)))
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", rows) + chunk(b"IEND", b"")
 
 

@@ -35,6 +35,7 @@ def test_another_shape_than_the_calibrated_one_is_noted(vantor, chart):
     ("five.yml", "!!opencv-matrix", "[", "", "not a calibration in YAML or XML: "),
     ("five.yml", "", "", "--rotate 2", "several warps: expected one of a grid file"),
     ("five.yml", "", "", "--alpha 1.5", "--alpha 1.500000: expected a number from 0 to 1"),
+    ("five.yml", "", "", "--alpha=-0.5", "--alpha -0.500000: expected a number from 0 to 1"),
     ("fisheye.yml", "", "", "--alpha 1", "lens cannot be straightened as far as the picture's corners; expected alpha 0"),
     ("fisheye.yml", "[ 700.", "[ 500.", "--alpha 0", "lens cannot be straightened as far as the picture's sides"),
 ])

@@ -5,6 +5,7 @@ import os
 import pty
 import random
 import re
+import signal
 import subprocess
 
 import pytest
@@ -23,6 +24,7 @@ def test_tags_and_frames_go_through_a_pipe(vantor, jobs):
     result = vantor(f"scale - -o - --size 24x32 --jobs {jobs}", input=read("clip.y4m"), stderr=subprocess.PIPE)
     assert result.bytes == y4m("24x32", TAGS.replace("A4:3", "A8:3"))
     assert "\r" not in result.text, "progress outside a terminal"
+    assert "interlaced" not in result.text
 
 
 def test_progress_is_shown_in_a_terminal(vantor):
@@ -39,7 +41,10 @@ def test_any_number_of_workers_gives_the_same_hash_on_both_paths(vantor, chart):
     vantor("scale chart.png -o chart.nv12 --size 100%")
     frames = [read("chart.nv12")[: i * 10000].ljust(86400, b"\x80") for i in range(1, 9)]
     write("chart_320x180_8.nv12", b"".join(frames))
-    text = vantor("warp chart_320x180_8.nv12 -o model.nv12 --rotate 9 --jobs 1 --hash", text=", 8 frames, ").text
+    arguments = "warp chart_320x180_8.nv12 -o model.nv12 --rotate 9 --jobs 1 --hash --times times.txt"
+    text = vantor(arguments, text=", 8 frames, ").text
+    each = sum(map(float, read("times.txt").split()[1::2])) / 8
+    assert float(re.search(r"each (\S+) ms", text)[1]) == pytest.approx(each, abs=0.006)  # as both are rounded
     arguments = "warp chart_320x180_8.nv12 -o hw.nv12 --rotate 9 --jobs 4 --backend hardware --verify"
     vantor(f"{arguments} {text.split('hash ')[1]}", text="service) in")
     assert read("hw.nv12") == read("model.nv12")
@@ -86,11 +91,14 @@ def test_padding_is_left_out_and_written_as_zeros(vantor, source, result):
     ("It", "cut.y4m", "x.y4m", "cut.y4m: interlaced; frames are worked on as if they were not"),
     ("", "cut.y4m", "x.png", "x.png: a PNG file holds one frame, and there are more: expected --limit 1"),
     ("", "cut.y4m --yuv-range full", "x.y4m", "--yuv-range full: neither cut.y4m nor x.y4m is RGB"),
+    ("", "cut.y4m --yuv-matrix 709", "x.y4m", "--yuv-matrix 709: neither cut.y4m nor x.y4m is RGB"),
     ("", "cut.y4m --input-stride 50", "x.y4m", "--input-stride 50: cut.y4m is a Y4M file; the option is for raw files"),
     ("", "cut.y4m --output-stride 23", "x.nv12", "--output-stride 23: a 24x16 nv12 picture has 24 bytes a row"),
     ("", "clip.y4m --skip=-1", "x.y4m", "--skip: -1: expected a number of frames, 0 or more"),
     ("", "clip.y4m --limit 0", "x.y4m", "--limit: 0: expected a number of frames, 1 or more"),
     ("", "clip.y4m --skip 4", "x.y4m", "--skip 4: clip.y4m has 3 frames"),
+    ("", "clip.y4m --skip 3", "x.y4m", "clip.y4m: no frame behind the first 3"),
+    ("", "clip.y4m --verify 0123", "x.y4m", "--verify 0123: expected 16 hexadecimal digits"),
 ])
 def test_refused_clips(refuse, tags, arguments, output, text):
     write("cut.y4m", y4m("48x32", tags)[:-100])
@@ -98,9 +106,25 @@ def test_refused_clips(refuse, tags, arguments, output, text):
 
 
 def test_the_whole_frames_of_a_cut_clip_go_out_through_a_pipe(vantor):
-    write("cut.y4m", y4m("48x32", "Ip")[:-100])
+    write("cut.y4m", y4m("48x32", "I?")[:-100])
     result = vantor("scale cut.y4m -o - --size 24x32 --jobs 2", 2, stderr=subprocess.PIPE)
-    assert result.bytes == y4m("24x32", "Ip")[:-1158]
+    assert result.bytes == y4m("24x32", "I?")[:-1158] and "interlaced" not in result.text
+
+
+def test_frames_of_odd_heights_stay_apart(vantor):
+    write("a_96x77.gray", random.Random(1).randbytes(8 * 96 * 77))
+    vantor("warp a_96x77.gray -o b_96x77.gray --zoom 1 --jobs 2")
+    assert read("b_96x77.gray") == read("a_96x77.gray")
+
+
+def test_a_write_that_is_broken_off_goes_on(vantor):
+    vantor("scale clip.y4m -o x.y4m --size 4800x320")
+    tool = vantor.start("scale clip.y4m -o - --size 4800x320")
+    start = tool.stdout.read(1)  # of a frame larger than a pipe
+    tool.send_signal(signal.SIGSTOP)
+    os.waitpid(tool.pid, os.WUNTRACED)
+    tool.send_signal(signal.SIGCONT)
+    assert start + tool.stdout.read() == read("x.y4m") and tool.wait() == 0
 
 
 def test_a_reader_that_goes_is_an_error(vantor):

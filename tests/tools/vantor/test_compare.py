@@ -52,8 +52,8 @@ def test_clips_are_compared_frame_by_frame(vantor, clips):
 
     only = vantor("compare a.y4m b.y4m --skip 1 --limit 1", 1, "differ, first at (7, 5): 20 and 23").text
     assert "frame" not in only
-    y4m("c.y4m", flat(10), flat(20, (5 * WIDTH + 7, 23)), flat(31))
-    vantor("compare a.y4m c.y4m", 1, "first in frame 1 at (7, 5)")
+    y4m("c.y4m", flat(10), flat(20, (5 * WIDTH + 7, 23), (5 * WIDTH + 8, 21)), flat(31))
+    vantor("compare a.y4m c.y4m", 1, "first in frame 1 at (7, 5): 20 and 23; largest difference 3,")
     vantor("compare a.y4m b.y4m --skip 2", text="\nidentical\n")
     vantor("compare a.y4m b.y4m --skip 4", 2, "--skip 4: a.y4m has 3 frames")
 
@@ -98,6 +98,9 @@ def test_the_heat_map_is_of_the_frame_that_differs_most(vantor, clips):
     vantor("compare a.y4m b.y4m --heatmap first.png --limit 1")
     all_frames, two, first = (pathlib.Path(name).read_bytes() for name in ("all.png", "two.png", "first.png"))
     assert all_frames == two != first
+    y4m("b.y4m", flat(10), flat(20, (5 * WIDTH + 7, 23)), flat(30, (0, 31)))
+    vantor("compare a.y4m b.y4m --heatmap all.png", 1)
+    assert pathlib.Path("all.png").read_bytes() == two
 
 
 PADDED = "stride 384 --{0}-slice-height 192"
@@ -109,6 +112,7 @@ PADDED = "stride 384 --{0}-slice-height 192"
         ("a.nv12 a.i420", "--input-size 320x180"),
         ("a.y4m a.nv12", "--input-size 320x180"),
         ("a.nv12 a.y4m", "--input-size 320x180"),
+        ("a.y4m a.nv12", "--input-size 8x8 --other-size 320x180"),
         ("padded.nv21 padded.i420", "--input-size 320x180 --input-" + PADDED.format("input")),
         ("a.nv12 padded.nv21", "--input-size 320x180 --other-" + PADDED.format("other")),
         ("a.nv12 copy.bin", "--input-size 320x180 --other-format nv21 --other-" + PADDED.format("other")),
@@ -144,6 +148,7 @@ def test_options_and_names_that_do_not_fit_are_refused(vantor, clips):
     "name, length, expected",
     [
         ("d_1920x1080.nv12", 3261696, "3261696 = 1984 x 1096 x 3/2, as with --input-stride 1984 --input-slice-height 1096"),
+        ("d_1920x1080.nv12", 3133440, "= 1920 x 1088 x 3/2, as with --input-stride 1920 --input-slice-height 1088"),
         ("d_1920x1080.i420", 6684672, "6684672 = 2 x 2048 x 1088 x 3/2, as with --input-stride 2048"),
         ("d_1000x99.gray", 1024 * 99, "= 1024 x 99, as with --input-stride 1024 --input-slice-height 99"),
         ("d_1920x1080.nv12", 3261698, "a frame is 1920 x 1080 x 3/2; the file has 3261698 bytes"),
@@ -160,6 +165,8 @@ def test_every_frame_of_a_clip_counts(vantor):
     vantor("info five.y4m", text="24x16 i420, 5 frames")
     pathlib.Path("five_24x16.i420").write_bytes(flat(1) * 5)
     assert json.loads(vantor("info five_24x16.i420 --json").text)["frames"] == 5
+    # Through a pipe, in more steps than one.
+    vantor("info - --input-format gray --input-size 1200x1000", text="1200x1000 gray, 3 frames", input=bytes(3600000))
 
 
 @pytest.mark.parametrize("name", ["clip.y4m", "clip_24x16.i420"])

@@ -33,7 +33,8 @@ def test_foreign_files_are_called_what_they_are(vantor, directory, name, start, 
         vantor(command, 2, f"vantor: {name}: {kind}\n")
     (directory / name).rename("named.png")
     if b"PNG" not in start:
-        vantor("info named.png", 2, "named.png: not a PNG file, but " + kind.split(";")[0])
+        text = vantor("info named.png", 2, "named.png: not a PNG file, but " + kind.split(";")[0]).text
+        assert ("named.png named.converted.png" in text) == ("picture" in kind)
         vantor("info -", 2, "standard input: not a Y4M stream, but " + kind.split(";")[0], input=start + bytes(20))
 
 
@@ -64,6 +65,7 @@ def test_what_ends_too_early_is_called_truncated(vantor, directory, chart):
         ("cut.png", whole[:20] + b"!" + whole[21:], "info", "cut.png: not a valid PNG file: IHDR: CRC error"),
         ("cut.y4m", clip[:20], "info", "cut.y4m: the Y4M header is truncated"),
         ("cut.y4m", clip[: clip.index(b"FRAME")] + b"FRAME Ip", "info", "the header of a frame is truncated"),
+        ("cut.y4m", clip.replace(b"FRAME", b"FRAMES"), "info", "frame 0 does not begin with the word FRAME"),
         ("cut.y4m", clip[:-9], "info", "frame 0 (8x8 i420) ends after 87 of 96 bytes: truncated\n"),
         ("cut.vrec", record[:600], "replay", "cut.vrec: not a valid record: the header ends after 558 of"),
         ("cut.vrec", record[:-1], "replay", ": truncated\n"),

@@ -42,8 +42,9 @@ def test_crosscheck_finds_both_paths_identical(vantor, arguments):
     assert vantor(f"crosscheck {arguments} --json").json()["identical"] is True
 
 
-def test_crosscheck_wants_a_request(vantor):
-    vantor("crosscheck chart.png", 2, "expected --size for a scaling request, or")
+@pytest.mark.parametrize("options", ["", "--size 50% --rotate 2"])
+def test_crosscheck_wants_one_request(vantor, options):
+    vantor(f"crosscheck chart.png {options}", 2, "expected --size for a scaling request, or")
 
 
 def test_a_fallback_has_the_same_bytes_and_is_named(vantor, not_sanitized):

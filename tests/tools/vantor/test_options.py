@@ -83,6 +83,8 @@ def test_the_range_tag_of_a_clip_is_heeded(vantor):
 
     full, limited = decoded(" XCOLORRANGE=FULL"), decoded(" XCOLORRANGE=LIMITED")
     assert full == decoded("", "--yuv-range full") != limited
+    vantor("scale x.png -o x.y4m -s 100% --yuv-range full")
+    assert b" XCOLORRANGE=FULL" in pathlib.Path("x.y4m").read_bytes()
     assert limited == decoded("") == decoded(" XCOLORRANGE=FULL", "--yuv-range limited")
 
 

@@ -1,11 +1,12 @@
 """What the tool's reports say: JSON as documented, steps that add up, pages that hold any file name."""
 
+import base64
 import json
 import re
 import subprocess
 
 import pytest
-from conftest import CALIBRATIONS, ROOT
+from conftest import CALIBRATIONS, ROOT, flat, read, write
 
 REPORTS = [
     "scale chart.png -o half.png --size 50% --hash --json",
@@ -71,10 +72,25 @@ def test_the_steps_of_a_pixel_add_up(vantor, chart, position):
     assert sums == 7, lines
 
 
+def page_of(vantor, *arguments):
+    """What a page knows."""
+    vantor(["view", *arguments, "-o", "page.html"])
+    data = re.search(b'<script type="application/json" id="data">(.*?)</script>', read("page.html"), re.S)[1]
+    assert b"<" not in data
+    return json.loads(data)
+
+
 def test_a_page_holds_any_file_name(vantor, chart, directory):
     name = "<!--<script>alert(1)<.png"
     chart.rename(directory / name)
-    vantor(["view", name, "-o", "page.html"])
-    page = (directory / "page.html").read_text()
-    data = re.search('<script type="application/json" id="data">(.*?)</script>', page, re.S)[1]
-    assert "<" not in data and json.loads(data)["pictures"][0]["name"] == name
+    assert page_of(vantor, name)["pictures"][0]["name"] == name
+
+
+def test_a_page_has_each_plane_and_the_mesh(vantor):
+    write("a_96x64.i420", flat("96x64", 1, 2, 3))
+    page = page_of(vantor, "a_96x64.i420", "--shift", "8,4")
+    for plane, value in zip(page["pictures"][0]["planes"], (1, 2, 3)):
+        write("plane.png", base64.b64decode(plane["png"].split(",")[1]))
+        vantor("scale plane.png -o plane.gray --size 100%")
+        assert set(read("plane.gray")) == {value}
+    assert page["mesh"].startswith("M-8.00,-4.00 ") and page["cells"].startswith("M0.00,0.00 ")

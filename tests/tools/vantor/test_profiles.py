@@ -57,6 +57,11 @@ def test_a_png_of_a_png_says_what_that_said_and_nothing_else(vantor, directory, 
     assert chunks((directory / "b.png").read_bytes()) == kept
 
 
+def test_transparency_is_dropped_with_a_note(vantor, directory):
+    (directory / "a.png").write_bytes(png((b"tRNS", bytes(6))))
+    vantor("scale a.png -o b.png --size 4x4", text="note: a.png: alpha dropped")
+
+
 def test_exif_may_follow_the_samples_and_profiles_may_not(vantor, directory):
     (directory / "a.png").write_bytes(png(after=(EXIF, PROFILE)))
     vantor("scale a.png -o b.png --size 4x4")

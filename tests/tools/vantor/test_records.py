@@ -42,6 +42,7 @@ def test_a_replay_gives_the_same(vantor, arguments):
     vantor("replay bug.vrec", text="same", env={"VANTOR_CPU": "plain"})
     vantor(f"record --hashes-only hashes.vrec {arguments} -o again.png")
     vantor(f"replay hashes.vrec --source {arguments.split()[1]}", text="same")
+    assert read("hashes.vrec").endswith(b"\n}\n"), "samples behind the header"
     assert read("plain.png") == read("made.png") == read("again.png"), "record changed the result"
 
 
@@ -52,6 +53,9 @@ def test_hashes_need_their_source(vantor):
     vantor("warp chart.png -o turned.png --rotate 1")
     text = "--source turned.png: as a 320x180 nv12 picture it has the hash"
     vantor("replay hashes.vrec --source turned.png", 2, text)
+    vantor("chart -o high.png --size 320x182")
+    text = "--source high.png 320x182: the record's is a 320x180 nv12 picture"
+    vantor("replay hashes.vrec --source high.png", 2, text)
 
 
 def test_a_refusal_is_recorded(vantor):
@@ -66,6 +70,8 @@ def test_a_record_is_of_one_frame_and_has_its_hash(vantor):
     vantor(arguments, 2, "two_101x77.gray: a record is of one frame: expected --limit 1")
     digest = vantor(f"{arguments} --skip 1 --limit 1 --hash").text.split("; hash ")[1].split()[0]
     assert f'"hash":"{digest}"'.encode() in read("bug.vrec")
+    write("padded_24x16.gray", bytes(16 * 32 - 8))  # one frame, though its last padding is missing
+    vantor("record bug.vrec scale padded_24x16.gray --input-stride 32 -o half.gray --size 50%")
 
 
 def test_a_process_that_ends_leaves_its_request(vantor):
@@ -77,6 +83,8 @@ def test_a_process_that_ends_leaves_its_request(vantor):
 def test_another_result_is_different(vantor, record):
     edit(vantor, rb'("matrix": \[)4096', rb"\g<1>4200")
     assert vantor("replay x.vrec --json", 1).json()["verdict"] == "different"
+    edit(vantor, b'"status":0', b'"status":-1')
+    vantor("replay x.vrec", 1, "recorded: status -1, hash")
 
 
 def test_a_changed_sample_of_the_result_is_found(vantor, record):
@@ -96,6 +104,8 @@ NEST = b'"made_by": ' + b"[" * 60000 + b"]" * 60000 + b","  # as JSON to read, 7
     (rb'("source".*)\[320,', rb"\1[99999,", "source.size[0] 99999: expected a whole number from 4 to 16384"),
     (rb'("source".*)\[320,', rb"\1[319,", "source.size [319,180]: expected even numbers, in nv12"),
     (rb'("source".*)319', rb"\g<1>320", "source.region[2] 320: expected a whole number from 0 to 319"),
+    (rb'("source".*"region":)\[0,0', rb"\1[320,0", "source.region[0] 320: expected a whole number from 0 to 319"),
+    (rb'("source".*"region":)\[0,0,319', rb"\1[16,0,9", "source.region[2] 9: expected a whole number from 16 to 319"),
     (rb"\[4096", b"[%d" % (2**64 - 1), f"matrix[0] {2**64 - 1}: expected a whole number from -32768"),
     (rb"\[4096.*", b"[1.5]", "matrix [1.5]: expected a list of 6"),
     (b"runGDCMatrix", b"rm", 'operation "rm": expected runInterpBicubic, runCSC'),

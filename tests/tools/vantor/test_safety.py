@@ -10,9 +10,10 @@ import pytest
 
 from conftest import CALIBRATIONS
 
-# A title, a newline and a line that looks like the tool's own; DEL, C1, invalid UTF-8, a surrogate; and a harmless é.
-HOSTILE = b"\x1b]0;a\x07\x7f\xc2\x9b1m\nvantor:b\xff\xed\xa0\x80\xc0\x8a\xf5\xe2\x82\xc3\xa9"
-SHOWN = r"\x1b]0;a\x07\x7f\xc2\x9b1m\x0avantor:b\xff\xed\xa0\x80\xc0\x8a\xf5\xe2\x82é"
+# A title, a newline and a line that looks like the tool's own; DEL, C1, invalid UTF-8, a surrogate, overlong forms; and
+# two harmless characters.
+HOSTILE = b"\x1b]0;a\x07\x7f\xc2\x9b1m\nvantor:b\xff\xed\xa0\x80\xc0\x8a\xe0\x82\xa9\xf5\xe2\x82\xc3\xa9\xf0\x9f\x93\xb7"
+SHOWN = r"\x1b]0;a\x07\x7f\xc2\x9b1m\x0avantor:b\xff\xed\xa0\x80\xc0\x8a\xe0\x82\xa9\xf5\xe2\x82é📷"
 NAME = os.fsdecode(HOSTILE)
 WORD = HOSTILE.replace(b"\n", b"")  # where line ends separate
 SHOWN_WORD = SHOWN.replace(r"\x0a", "")
@@ -105,6 +106,7 @@ def test_texts_up_to_the_limit_are_read(vantor):
     ("D: [" + "0," * 101 + "]\n", "D has more than 100 elements"),
     ("? {D: [1]}\n: {D: [2]}\nx: [{D: [3]}, [K: 1]]\nD: {data: [0, 0, 0, 0], x: [1, data: 2]}\n", ""),
     ("D: [1]\nD: [[0, 0], [0, 0]]\n", ""),
+    ("D: [" + "0, " * 12 + "0.1, 0]\n", "tilts the sensor by its last two elements"),
     ("D: [[[1]], 0, 0, 0, 0]\n", "")])  # fmt: skip
 def test_entries_of_yaml(vantor, entries, trouble):
     with open("a.yml", "w") as calibration:
@@ -146,6 +148,7 @@ def test_other_inputs_are_not_replaced(vantor, chart):
     with open("a.y4m", "rb") as clip:
         vantor("scale - -o a.y4m --size 50%", 2, "--output a.y4m: expected another file than /dev/stdin", stdin=clip)
     vantor("warp chart.png -o a.grid --grid ./a.grid", 2, "--output a.grid: expected another file than ./a.grid")
+    vantor("warp chart.png -o x.png --grid a.grid --times ./a.grid", 2, "--times ./a.grid: expected another file than")
     vantor("grid a.grid -o ./a.grid", 2, "--output ./a.grid: expected another file than a.grid")
 
 

@@ -27,14 +27,15 @@ def test_gray_may_have_odd_sizes(vantor):
     write("expected.png", png(31, 17, 0, [100]))
     vantor("scale flat_20x64.gray -o out.png --size 31x17", text="gray to out.png 31x17 gray")
     vantor("compare out.png expected.png", text="Y: equal (527 samples)")
+    vantor("chart -o odd.y4m --size 31x17", 2, "--size 31x17: width and height of a colour picture must be even")
 
 
 def test_rgb_becomes_the_same_nv12_and_i420_and_survives(vantor, chart):
     vantor("scale chart.png -o chart.nv12 --size 320x180", text="rgb to chart.nv12 320x180 nv12: copied")
     vantor("scale chart.png -o chart_320x180.i420 --size 320x180", text="i420: copied")
     vantor("compare chart.nv12 chart_320x180.i420 --input-size 320x180", text="V: equal (14400 samples)")
-    vantor("scale chart.nv12 --input-size 320x180 -o back.png --size 100%")
-    components = vantor("compare chart.png back.png --json", 1).json()["components"]
+    vantor("scale chart.nv12 --input-size 320x180 -o BACK.PNG --size 100%")
+    components = vantor("compare chart.png BACK.PNG --json", 1).json()["components"]
     assert min(component["psnr"] for component in components) > 24  # for rounding and the half size of chroma
 
 
@@ -52,9 +53,16 @@ def test_red_is_as_the_standards_give_it_and_comes_back(vantor, options, color, 
     vantor("compare back.png red.png --tolerance 3")
 
 
+def test_chroma_is_that_of_the_mean_of_four_pixels(vantor):
+    write("rows.png", png(4, 4, 2, [255, 0, 0], [0, 0, 255]))
+    vantor("scale rows.png -o x.i420 --size 4x4 --yuv-matrix 709 --yuv-range full")
+    assert read("x.i420") == (b"\x36" * 4 + b"\x12" * 4) * 2 + bytes([177] * 4 + [186] * 4)
+
+
 def test_reductions_and_enlargements_name_their_filters(vantor, chart):
     vantor("scale chart.png -o half.png --size 160x90", text="reduced (bicubic")
     vantor("scale half.png -o chart_320x180.i420 --size 320x180", text="enlarged (four-tap")
+    vantor("scale half.png -o high.png --size 80x180", text="enlarged (four-tap")
     vantor("scale chart.png -o odd.nv12 --size 33%", text="to odd.nv12 106x60 nv12")
 
 
@@ -65,6 +73,7 @@ def test_reductions_and_enlargements_name_their_filters(vantor, chart):
     ("chart.png --size 15x8", "--size 15x8: width and height of a colour picture must be even"),
     ("6x4.gray --size 8x8 --input-size 6x8", "6x4.gray: frame 0 (6x8 gray) ends after 24 of 48 bytes"),
     ("6x4.gray --size 8x8 --input-size 4x4", "6x4.gray: frame 1 (4x4 gray) ends after 8 of 16 bytes"),
+    ("6x4.gray --size 8x8 --input-size 6x4x", "--input-size 6x4x: expected WIDTHxHEIGHT, such as 1280x720"),
     ("a_gray_nv12.yuv --size 8x8", "a_gray_nv12.yuv: several layouts in the name"),
     (". --input-format gray --input-size 8x8 --size 8x8", ".: a directory, expected a file"),
     ("6x4.gray --size 8x8 --input-format nv16", "--input-format nv16: expected nv12, nv21, i420, gray or y4m"),

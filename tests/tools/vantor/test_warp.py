@@ -39,6 +39,8 @@ def test_the_librarys_log_is_shown_on_request(vantor, chart):
     ("--rotate 2 --matrix 1,2,3,4,5,6", "several warps: expected one of a grid file, --matrix, --calibration, and"),
     ("--matrix 1,2,3", "--matrix 1,2,3: expected 6 numbers set off by commas"),
     ("--matrix 40000,0,0,0,0,0", "--matrix 40000,0,0,0,0,0: expected whole numbers from -32768 to 32767"),
+    ("--matrix 1.5,0,0,0,0,0", "--matrix 1.5,0,0,0,0,0: expected whole numbers from -32768 to 32767"),
+    ("--shift 1,2,", "--shift 1,2,: expected 2 numbers set off by commas"),
     ("--lens 1,2,3,4", "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]"),
 ])
 def test_refused_warps(refuse, chart, arguments, text):
@@ -55,6 +57,7 @@ def test_explain_comes_to_the_librarys_values(vantor, chart, warp):
     text = vantor(f"explain chart.png 160 90 {warp}").text
     values = ", ".join(re.findall(r"([YUV] = \d+)$", text, re.MULTILINE)).replace(" =", "")
     assert values.startswith("Y ") and f"the library's picture has {values} there" in text
+    vantor(f"explain chart.png 161 91 {warp}", text="chroma: that of pixel (160, 90)")
     document = vantor(f"explain chart.png 160 90 {warp} --json").json()
     assert document["library"] == [document[part]["value"] for part in ("luma", "u", "v")]
 

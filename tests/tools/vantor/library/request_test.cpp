@@ -22,6 +22,8 @@ TEST(Request, AFailedFallbackMadeNoPicture) {
     const RequestResult failed = ask(scalingRequest(Backend::Hardware), dst, src);
     EXPECT_NE(failed.status, 0);
     EXPECT_FALSE(failed.isMade);
+    src.planes.luma = from.data();
+    EXPECT_TRUE(ask(scalingRequest(Backend::Hardware), dst, src).isMade);  // and nothing is left of that
 }
 
 }  // namespace
