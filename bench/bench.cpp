@@ -35,7 +35,7 @@ struct Pictures {
     Picture own;
 
     /// How near a contender's result is to this library's: that both have done the same work.
-    double likeness(const Picture& result) const { return psnr(own, result); }
+    double psnrAgainst(const Picture& result) const { return psnr(own, result); }
 };
 
 /// Keeps the pictures of the last case alone: all together would not fit in memory.
@@ -64,7 +64,7 @@ void measure(State& state, const Work& work, Filter filter, const Picture& resul
     for (auto _ : state) work();
     state.SetLabel(filter == Filter::FourTaps ? "four taps" : "");
     state.counters["pixels"] = static_cast<double>(result.size().pixels());
-    state.counters["psnr"] = pictures.likeness(result);
+    state.counters["psnr"] = pictures.psnrAgainst(result);
 }
 
 void addScaling(const std::string& group, const ScaleCase& scaling, const Scaler& scaler, int rowAlignment) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""report.py FOLDER [--quick]: makes FOLDER/bench.json and a report of the runs in FOLDER/runs, which is printed and,
+"""report.py DIRECTORY [--quick]: makes DIRECTORY/bench.json and a report of the runs in DIRECTORY/runs, which is printed and,
 without --quick, put into docs/performance.md."""
 import datetime
 import json
@@ -60,10 +60,10 @@ def processor():
     return f"{names[0] if names else 'unknown'} ({', '.join(sets)})"
 
 
-def gather(folder):
-    """All runs of a folder as one object: what ran where, and the least times."""
+def gather(directory):
+    """All runs of a directory as one object: what ran where, and the least times."""
     rows, tables, context = {}, {}, {}
-    for path in sorted(folder.glob("runs/*.json")):
+    for path in sorted(directory.glob("runs/*.json")):
         run = json.loads(path.read_text())
         context = run["context"]
         tables[context["limit"]] = {name.removeprefix("kernels of "): table
@@ -244,9 +244,9 @@ def publish(text, path):
 
 
 def main():
-    folder = pathlib.Path(sys.argv[1])
-    bench = gather(folder)
-    (folder / "bench.json").write_text(json.dumps(bench, indent=1) + "\n")
+    directory = pathlib.Path(sys.argv[1])
+    bench = gather(directory)
+    (directory / "bench.json").write_text(json.dumps(bench, indent=1) + "\n")
     text = report(Results(bench))
     print(text)
     if "--quick" not in sys.argv:

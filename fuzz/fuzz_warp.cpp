@@ -23,7 +23,7 @@ using Samples = std::vector<uint16_t>;
 constexpr int kNodes = 33;
 constexpr size_t kValues = kNodes * kNodes;
 
-/// Moves of the nodes of one axis: none, one, a slope, noise, or anything.
+/// Displacements of the nodes of one axis: none, one, a slope, noise, or anything.
 void fillNodes(Input& input, int32_t (&nodes)[kValues]) {
     const int kind = input.between(0, 4);
     const int32_t shift = input.ConsumeBool() ? input.any() : input.between(-300000, 300000);
@@ -238,7 +238,7 @@ Bytes fromPlanes(const Samples& planes, size_t luma) {
     return picture;
 }
 
-/// Moves that a matrix (a, b, d, e in 1/4096, c, f in 1/32 pixel) stands for, as drivers make them.
+/// Displacements that a matrix (a, b, d, e in 1/4096, c, f in 1/32 pixel) stands for, as drivers make them.
 void gridOf(const int16_t (&matrix)[6], int width, int height, Grid& grid) {
     double values[9] = {0, 0, 0, 0, 0, 0, 0, 0, 1};
     for (int i = 0; i < 6; ++i) values[i] = matrix[i] / (i % 3 == 2 ? 32.0 : 4096.0);

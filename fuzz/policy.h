@@ -142,7 +142,7 @@ void expectSameOutput(const Bytes& source, size_t outputBytes, Product&& product
 template <typename Kernels, int Count, typename Use>
 void forEachVectorTable(const Kernels* const (&tables)[Count], Use&& use) {
     for (int i = 1; i < Count; ++i) {
-        if (processorHas(tables[i]->set)) use(*tables[i]);
+        if (cpuHas(tables[i]->set)) use(*tables[i]);
     }
 }
 

@@ -14,7 +14,7 @@ build=build-fuzz
 { cmake --preset fuzz && nice cmake --build --preset fuzz -- $(printf 'fuzz_%s ' $fuzzers); } >"$build.log" 2>&1 ||
     { cat "$build.log"; exit 1; }
 
-# pack FOLDER ARCHIVE: the same bytes for the same files.
+# pack DIRECTORY ARCHIVE: the same bytes for the same files.
 pack() {
     tar -C "$1" --sort=name --mtime=@0 --owner=0 --group=0 --numeric-owner -cf - . | gzip -n9 >"$2"
 }

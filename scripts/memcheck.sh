@@ -6,9 +6,9 @@ set -eu
 cd "$(dirname "$0")/.."
 bin=$PWD/build/bin
 tests=$PWD/tests
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-cd "$folder"
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+cd "$directory"
 
 check() {
     program=$1

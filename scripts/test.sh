@@ -6,7 +6,7 @@ set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh "$@"
 
-# run PRESET FOLDER: builds and tests one entry of CMakePresets.json, in its build folder.
+# run PRESET DIRECTORY: builds and tests one entry of CMakePresets.json, in its build directory.
 run() {
     echo "== $1"
     cmake --preset "$1" &&

@@ -44,10 +44,10 @@ public:
         const double samplesPerPixel = static_cast<double>(size.width) / picture.width;
         for (int row = 0; row < 33; ++row) {
             for (int column = 0; column < 33; ++column) {
-                const tool::Point move = nodeMove(grid, row, column, picture);
+                const tool::Point displacement = nodeDisplacement(grid, row, column, picture);
                 positions_.at<cv::Vec2f>(row, column) =
-                    cv::Vec2d(place(column, canvas_.width, frame_.x) + move.x * samplesPerPixel,
-                              place(row, canvas_.height, frame_.y) + move.y * samplesPerPixel);
+                    cv::Vec2d(place(column, canvas_.width, frame_.x) + displacement.x * samplesPerPixel,
+                              place(row, canvas_.height, frame_.y) + displacement.y * samplesPerPixel);
             }
         }
     }

@@ -1,9 +1,9 @@
 #!/bin/sh
-# older_processors_test.sh OBJDUMP ARCHIVE FOLDER: on emulated processors, which fault at an instruction that they do not
-# promise, the programs in FOLDER choose the kernels that these processors have, and give the right bytes.
+# older_processors_test.sh OBJDUMP ARCHIVE DIRECTORY: on emulated processors, which fault at an instruction that they do not
+# promise, the programs in DIRECTORY choose the kernels that these processors have, and give the right bytes.
 set -u
 command -v qemu-x86_64 >/dev/null || exit 77
-folder=$3
+directory=$3
 out=$(mktemp)
 trap 'rm -f "$out"' EXIT
 status=0
@@ -15,7 +15,7 @@ wrong=$("$1" -d "$2" | awk '/file format/ { isAvx2 = /_avx2/ } isAvx2 && /gather
 emulated() {
     program=$1
     shift
-    qemu-x86_64 -cpu "$processor" "$folder/$program" "$@" >>"$out" 2>&1
+    qemu-x86_64 -cpu "$processor" "$directory/$program" "$@" >>"$out" 2>&1
 }
 
 # right ...: the same, and no fault; nor a wrong result, unless the emulator is known for it.

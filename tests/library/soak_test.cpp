@@ -53,8 +53,8 @@ constexpr Request kLeaking = {Kind::Scale, Path::Service, kGray, 64, 48, 32, 24}
 
 vantorClient::_GDCGrid wavyGrid(Random& random) {
     vantorClient::_GDCGrid grid;
-    for (int32_t& move : grid.dX) move = random.between(-20000, 20000);
-    for (int32_t& move : grid.dY) move = random.between(-20000, 20000);
+    for (int32_t& value : grid.dX) value = random.between(-20000, 20000);
+    for (int32_t& value : grid.dY) value = random.between(-20000, 20000);
     return grid;
 }
 

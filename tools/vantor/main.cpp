@@ -36,21 +36,21 @@ void checkEnvironment() {
 
 /// Called where there is no memory, in the middle of anything: of code as well that cannot go on from there,
 /// or would take the trouble for another. So nothing goes on.
-[[noreturn]] void endWithoutMemory() {
+[[noreturn]] void exitOutOfMemory() {
     constexpr char kText[] = "vantor: out of memory\n";
     OutputFile::removeAll();
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kText, sizeof kText - 1);
-    _exit(kTrouble);
+    _exit(kFailed);
 }
 
 /// Before global objects, such as CLI11's, are made.
-[[gnu::constructor(101)]] void watchMemory() {
-    std::set_new_handler(endWithoutMemory);
+[[gnu::constructor(101)]] void installNewHandler() {
+    std::set_new_handler(exitOutOfMemory);
 }
 
 /// Without standard input, output or error, the next file that is opened would take its place and get what is
 /// meant for it. What stands in for a missing one cannot be used.
-void fillStandardStreams() {
+void reopenClosedStreams() {
     for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) >= 0) continue;
         open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
@@ -65,9 +65,9 @@ void finishStandardOutput() {
                     (errno == 0 ? std::string() : std::string(": ") + std::strerror(errno)));
 }
 
-int trouble(const std::string& text) {
+int fail(const std::string& text) {
     printMessage("%s", text.c_str());
-    return kTrouble;
+    return kFailed;
 }
 
 std::vector<CLI::App*> subcommandsOf(CLI::App& app) {
@@ -76,13 +76,13 @@ std::vector<CLI::App*> subcommandsOf(CLI::App& app) {
 
 /// To all commands, which may stand one in another.
 void addQuietOption(CLI::App& command) {
-    command.add_flag_callback("-q,--quiet", beQuiet,
+    command.add_flag_callback("-q,--quiet", setQuiet,
                               "No notes, progress and summary line on standard error; errors only");
     for (CLI::App* inner : subcommandsOf(command)) addQuietOption(*inner);
 }
 
 /// The command whose --help tells what went wrong with the arguments.
-std::string helpfulCommand(const CLI::App& app) {
+std::string commandPath(const CLI::App& app) {
     const CLI::App* command = &app;
     while (!command->get_subcommands().empty()) command = command->get_subcommands().back();
     return command == &app ? "vantor" : "vantor " + command->get_name();
@@ -153,7 +153,7 @@ int runTool(int argc, char** argv) {
     addSelftest(app, run);
     addQuietOption(app);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
-        return trouble(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
+        return fail(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
     }
     try {
         app.parse(argc, argv);
@@ -163,11 +163,11 @@ int runTool(int argc, char** argv) {
             finishStandardOutput();
             return kDone;
         }
-        return trouble(std::string(error.what()) + " (" + helpfulCommand(app) + " --help shows how)");
+        return fail(std::string(error.what()) + " (" + commandPath(app) + " --help shows how)");
     }
     checkEnvironment();
     refuseEmptyValues(app);
-    if (!run && !wantsManual) return trouble("expected a sub-command:" + joined(subcommandNames(app)));
+    if (!run && !wantsManual) return fail("expected a sub-command:" + joined(subcommandNames(app)));
     const int status = run ? run() : printManual(app);
     finishStandardOutput();
     return status;
@@ -180,14 +180,14 @@ int runTool(int argc, char** argv) {
 int main(int argc, char** argv) {
     using namespace vantor::tool;
     std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like any other
-    fillStandardStreams();
+    reopenClosedStreams();
     try {
         return runTool(argc, argv);
     } catch (const UserError& error) {
-        return trouble(error.what());
+        return fail(error.what());
     } catch (const std::bad_alloc&) {
-        return trouble("out of memory");
+        return fail("out of memory");
     } catch (const std::exception& error) {
-        return trouble(error.what());
+        return fail(error.what());
     }
 }

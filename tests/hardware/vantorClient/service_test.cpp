@@ -319,9 +319,9 @@ private:
 
 size_t openDescriptors() {
     size_t count = 0;
-    DIR* folder = opendir("/proc/self/fd");
-    while (readdir(folder) != nullptr) ++count;
-    closedir(folder);
+    DIR* directory = opendir("/proc/self/fd");
+    while (readdir(directory) != nullptr) ++count;
+    closedir(directory);
     return count;
 }
 

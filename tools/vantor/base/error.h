@@ -10,7 +10,7 @@ namespace vantor::tool {
 enum Status : int {
     kDone = 0,       ///< done; for `compare` and `crosscheck`: identical
     kDifferent = 1,  ///< `compare`, `crosscheck`: different; `grid --check`: the grid has faults
-    kTrouble = 2,    ///< it could not be done; standard error says why
+    kFailed = 2,     ///< it could not be done; standard error says why
 };
 
 /// Trouble that the user can mend: the text names the file or option, its value and what was expected.

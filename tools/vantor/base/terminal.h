@@ -22,7 +22,7 @@ void summarize(const std::string& text);
 void note(const std::string& text);
 
 /// --quiet was given: no notes, summary lines and progress.
-void beQuiet();
+void setQuiet();
 bool isQuiet();
 
 /// Puts a text, escaped, in place of the one that it wrote before, in a line of standard error that has no

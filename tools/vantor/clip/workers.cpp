@@ -62,7 +62,7 @@ void Workers::startWorker() {
     const pid_t process = fork();
     if (process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != parent) _exit(kTrouble);
+        if (getppid() != parent) _exit(kFailed);
         close(ends[0]);
         for (const Worker& worker : workers_) close(worker.socket);
         serve(ends[1]);

@@ -57,12 +57,12 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
 namespace {
 
 /// Numbers of frames, which CLI11 would take modulo 2^64.
-CLI::Validator framesFrom(uintmax_t least) {
-    const auto check = [least](const std::string& text) {
+CLI::Validator framesFrom(uintmax_t minimum) {
+    const auto check = [minimum](const std::string& text) {
         const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos && text.size() < 19;
-        return isNumber && std::stoull("0" + text) >= least
+        return isNumber && std::stoull("0" + text) >= minimum
                    ? std::string()
-                   : text + ": expected a number of frames, " + std::to_string(least) + " or more";
+                   : text + ": expected a number of frames, " + std::to_string(minimum) + " or more";
     };
     return CLI::Validator(check, "FRAMES");
 }

@@ -164,7 +164,7 @@ struct WorstFrame {
 void drawHeatmap(const CompareOptions& options, const WorstFrame& frame, bool isClip) {
     const std::string title = "difference of " + options.a + " and " + options.b +
                               (isClip ? ", frame " + std::to_string(frame.number) : "");
-    writeWhole(options.heatmap, heatmap(*frame.a, *frame.b, options.tolerance, title));
+    writeFile(options.heatmap, heatmap(*frame.a, *frame.b, options.tolerance, title));
 }
 
 void countRest(ClipReader& clip, uintmax_t& frames, uintmax_t limit) {

@@ -48,8 +48,8 @@ Size pictureSize(const GridCommand& command) {
 void print(const Findings& findings) {
     const GridReport& report = findings.report;
     printLine("%s, for pictures of %s", findings.what.c_str(), toString(findings.frame).c_str());
-    printLine("moves: %.2f to %.2f pixels across, %.2f to %.2f down", report.leastMove.x,
-              report.largestMove.x, report.leastMove.y, report.largestMove.y);
+    printLine("moves: %.2f to %.2f pixels across, %.2f to %.2f down", report.minDisplacement.x,
+              report.maxDisplacement.x, report.minDisplacement.y, report.maxDisplacement.y);
     printLine("nodes beyond the engine's range: %d of 2178 values", report.nodesBeyondRange);
     printLine("folded cells: %d of 1024", report.foldedCells);
     printLine("outside the source: %.2f %% of the picture", 100 * report.outside);
@@ -68,8 +68,8 @@ void printJson(const Findings& findings) {
     const GridReport& report = findings.report;
     nlohmann::ordered_json json{{"grid", findings.what},
                                 {"size", {findings.frame.width, findings.frame.height}},
-                                {"least_move", {report.leastMove.x, report.leastMove.y}},
-                                {"largest_move", {report.largestMove.x, report.largestMove.y}},
+                                {"least_move", {report.minDisplacement.x, report.minDisplacement.y}},
+                                {"largest_move", {report.maxDisplacement.x, report.maxDisplacement.y}},
                                 {"nodes_beyond_range", report.nodesBeyondRange},
                                 {"folded_cells", report.foldedCells},
                                 {"outside", report.outside}};
@@ -102,7 +102,7 @@ int run(const GridCommand& command) {
     Findings findings{describe(command.warp), frame, examine(warp.grid, frame), {}, warp.camera};
     if (warp.map) findings.error = measureError(warp.grid, warp.map, size, frame);
     if (!command.plot.empty())
-        writeWhole(command.plot, plotGrid(warp.grid, frame, command.exaggerate, findings.what));
+        writeFile(command.plot, plotGrid(warp.grid, frame, command.exaggerate, findings.what));
     if (!command.output.empty()) {
         writeGrid(command.output, warp.grid, findings.what + ", made for pictures of " + toString(frame));
     }

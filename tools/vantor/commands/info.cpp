@@ -47,7 +47,7 @@ void describeBuild(const InfoOptions& options) {
     printLine("vantor %s, library built in", text(facts["tool"]).c_str());
     printLine("built for: %s, by %s", text(facts["built_for"]).c_str(), text(facts["compiler"]).c_str());
     printLine("processor: %s", text(facts["processor"]).c_str());
-    printLine("instruction sets of the processor: %s", words(facts["instruction_sets"]).c_str());
+    printLine("instruction sets of the processor: %s", joinWords(facts["instruction_sets"]).c_str());
     printKernels(facts["kernels"]);
     for (const char* name : {"VANTOR_CPU", "VANTOR_LOG"}) {
         printLine("%s: %s", name, text(facts[name]).c_str());

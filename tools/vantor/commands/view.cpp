@@ -47,7 +47,7 @@ int run(const ViewCommand& command) {
         grid = ViewedGrid{describe(command.warp), gridFrom(command.warp, size, frame), frame};
     }
     const std::vector<uint8_t> page = viewPage(pictures, grid);
-    writeWhole(command.output, page);
+    writeFile(command.output, page);
     char megabytes[32];
     std::snprintf(megabytes, sizeof megabytes, "%.1f MB", static_cast<double>(page.size()) / 1e6);
     summarize(command.output + ": a page of " + megabytes + " for any browser");

@@ -8,11 +8,11 @@
 #include "gdc_model/matrix_grid.h"
 #include "geometry/error.h"
 #include "geometry/grid_report.h"
-#include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/base/numbers.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/io/calibration_file.h"
+#include "tools/vantor/io/grid_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -97,7 +97,8 @@ UndistortMap undistortMap(const Calibration& calibration, Size picture, const Wa
     try {
         return UndistortMap(calibration, picture, options.alpha);
     } catch (const GeometryError& error) {
-        throw UserError("--alpha " + std::to_string(*options.alpha) + ": " + options.calibration + ": " + error.what());
+        throw UserError("--alpha " + std::to_string(*options.alpha) + ": " + options.calibration + ": " +
+                        error.what());
     }
 }
 
@@ -228,7 +229,7 @@ std::string describe(const WarpOptions& options) {
     add("shift", options.shift);
     add("lens", options.lens);
     add("center", options.center);
-    return text.empty() ? "no move" : text;
+    return text.empty() ? "identity" : text;
 }
 
 }  // namespace vantor::tool

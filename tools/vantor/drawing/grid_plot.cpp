@@ -77,13 +77,13 @@ private:
 
     Point drawnNode(int row, int column) const {
         // Far outside is all the same, and drawings are limited.
-        const auto exaggerated = [this](double place, double move, int size) {
-            return std::clamp(place + exaggeration_ * move, -4.0 * size, 5.0 * size);
+        const auto exaggerated = [this](double position, double displacement, int size) {
+            return std::clamp(position + exaggeration_ * displacement, -4.0 * size, 5.0 * size);
         };
-        const Point place = nodePlace(row, column, frame_);
-        const Point move = nodeMove(grid_, row, column, frame_);
-        return drawn(
-            {exaggerated(place.x, move.x, frame_.width), exaggerated(place.y, move.y, frame_.height)});
+        const Point position = nodePosition(row, column, frame_);
+        const Point displacement = nodeDisplacement(grid_, row, column, frame_);
+        return drawn({exaggerated(position.x, displacement.x, frame_.width),
+                      exaggerated(position.y, displacement.y, frame_.height)});
     }
 
     void drawMesh() {
@@ -94,7 +94,8 @@ private:
     void drawArrows() {
         for (int row = 0; row < kGridNodes; ++row) {
             for (int column = 0; column < kGridNodes; ++column) {
-                drawing_.arrow(drawn(nodePlace(row, column, frame_)), drawnNode(row, column), kArrowInk, 1.2);
+                drawing_.arrow(drawn(nodePosition(row, column, frame_)), drawnNode(row, column), kArrowInk,
+                               1.2);
             }
         }
     }
@@ -123,12 +124,13 @@ private:
     /// What the lines mean, and an arrow to measure the others by.
     void drawKey() {
         const double y = 56;
-        const double move = roundLength(120 / (scale_ * std::max(std::abs(exaggeration_), 1e-6)));
+        const double displacement = roundLength(120 / (scale_ * std::max(std::abs(exaggeration_), 1e-6)));
         const Point tail{kLeft, y - kTextSize / 3};
-        const Point head{tail.x + move * scale_ * std::abs(exaggeration_), tail.y};
+        const Point head{tail.x + displacement * scale_ * std::abs(exaggeration_), tail.y};
         drawing_.arrow(tail, head, kArrowInk, 1.2);
         drawing_.text({head.x + 8, y},
-                      "a move of " + inDigits(move) + (move == 1 ? " pixel" : " pixels") +
+                      "displacement of " + inDigits(displacement) +
+                          (displacement == 1 ? " pixel" : " pixels") +
                           (exaggeration_ == 1 ? "" : ", drawn " + inDigits(exaggeration_) + " times as long"),
                       kArrowInk, kTextSize);
         drawing_.text({kLeft, y + 1.6 * kTextSize}, "mesh: where the 32 x 32 cells take their pixels from",

@@ -161,7 +161,7 @@ Entries parseXml(const std::string& text) {
 }
 
 Entries readEntries(const std::string& path) {
-    const std::vector<uint8_t> bytes = readWhole(path, kMaxTextBytes);
+    const std::vector<uint8_t> bytes = readFile(path, kMaxTextBytes);
     const std::string text(bytes.begin(), bytes.end());
     const size_t start = text.find_first_not_of(" \t\r\n");
     try {
@@ -191,8 +191,8 @@ public:
         std::vector<double> values;
         for (const std::string& word : *words) {
             double value = 0;
-            const auto [end, trouble] = std::from_chars(word.data(), word.data() + word.size(), value);
-            if (trouble != std::errc() || end != word.data() + word.size() || !std::isfinite(value)) {
+            const auto [end, problem] = std::from_chars(word.data(), word.data() + word.size(), value);
+            if (problem != std::errc() || end != word.data() + word.size() || !std::isfinite(value)) {
                 fail("has '" + word.substr(0, 40) + "', expected a number", names);
             }
             values.push_back(value);
@@ -202,10 +202,10 @@ public:
 
     const std::string& path() const { return path_; }
 
-    [[noreturn]] void fail(const std::string& trouble, const Words& names) const {
+    [[noreturn]] void fail(const std::string& problem, const Words& names) const {
         std::string others;
         for (size_t i = 1; i < names.size(); ++i) others += (i > 1 ? ", " : " (or ") + names[i];
-        throw UserError(path_ + ": " + names[0] + (others.empty() ? "" : others + ")") + " " + trouble);
+        throw UserError(path_ + ": " + names[0] + (others.empty() ? "" : others + ")") + " " + problem);
     }
 
 private:

@@ -51,7 +51,7 @@ protected:
     virtual std::optional<size_t> take(uint8_t* frame, std::string& tags) = 0;
     /// What there is to say of a frame that ends early, behind an error's text.
     virtual std::string explanation() const { return {}; }
-    [[noreturn]] void failAtFrame(const std::string& trouble) const;
+    [[noreturn]] void failAtFrame(const std::string& problem) const;
 
 private:
     FrameShape shape_;

@@ -23,7 +23,7 @@ public:
     void finish() { file_.finish(); }
 
 private:
-    FileSpec form_;
+    FileSpec fileSpec_;
     FrameShape shape_;
     std::string header_;
     PngChunks chunks_;

@@ -106,7 +106,7 @@ void appendText(const char* name, const int32_t (&table)[kValues], std::string& 
 }  // namespace
 
 Grid readGrid(const std::string& path) {
-    const std::vector<uint8_t> bytes = readWhole(path, kMaxTextBytes);
+    const std::vector<uint8_t> bytes = readFile(path, kMaxTextBytes);
     const bool isText =
         std::all_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c >= ' ' || std::isspace(c); }) &&
         std::none_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c == 0x7F; });
@@ -130,7 +130,7 @@ void writeGrid(const std::string& path, const Grid& grid, const std::string& com
         appendWire(grid.dX, bytes);
         appendWire(grid.dY, bytes);
     }
-    writeWhole(path, bytes);
+    writeFile(path, bytes);
 }
 
 }  // namespace vantor::tool

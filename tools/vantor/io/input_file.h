@@ -42,6 +42,6 @@ uintmax_t lengthOf(const std::string& path);
 constexpr uintmax_t kMaxTextBytes = 512 * 1024;
 
 /// A regular file of at most so many bytes.
-std::vector<uint8_t> readWhole(const std::string& path, uintmax_t maxBytes);
+std::vector<uint8_t> readFile(const std::string& path, uintmax_t maxBytes);
 
 }  // namespace vantor::tool

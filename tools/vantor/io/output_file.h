@@ -32,12 +32,12 @@ private:
     [[noreturn]] void fail() const;
     void openDirectly();
     void openTemporary();
-    void openNamed(const std::string& folder);
-    void giveName();
+    void openNamed(const std::string& directory);
+    void linkTemporary();
     mode_t permissions() const;
 
     std::string name_;       ///< what an error names
-    std::string goal_;       ///< where links lead
+    std::string target_;     ///< where links lead
     std::string temporary_;  ///< its name until it is finished, if it has one
     int descriptor_ = -1;
     bool isDirect_ = false;
@@ -46,7 +46,7 @@ private:
     static OutputFile* first_;
 };
 
-void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes);
+void writeFile(const std::string& path, const std::vector<uint8_t>& bytes);
 
 /// Throws a UserError if what `option` names for writing is one of the other files of a run, by whatever
 /// path; `hint` is the end of its message. "-" is standard output: among the others it says that something

@@ -45,9 +45,9 @@ bool looksLikeSize(const std::string& word) {
 }
 
 template <typename Value>
-void takeOnly(std::optional<Value>& known, const std::optional<Value>& found, const std::string& trouble) {
+void takeOnly(std::optional<Value>& known, const std::optional<Value>& found, const std::string& problem) {
     if (known && found && !(*known == *found))
-        throw UserError(trouble + ": expected one, or an option that decides");
+        throw UserError(problem + ": expected one, or an option that decides");
     if (found) known = found;
 }
 

@@ -97,7 +97,7 @@ private:
             step(*this);
             return;
         }
-        throw UserError(path_ + ": " + trouble());
+        throw UserError(path_ + ": " + problem());
     }
 
     void expectSignature() {
@@ -115,14 +115,14 @@ private:
     }
 
     /// libpng says "Read Error" of all files that give it nothing more.
-    std::string trouble() const {
+    std::string problem() const {
         if (std::ferror(file_.get())) return std::string("cannot read: ") + std::strerror(errno);
         return std::feof(file_.get()) ? "truncated PNG file" : "not a valid PNG file: " + message_;
     }
 
     /// Of those that libpng kept, the first of each name, if it is where it belongs.
     PngChunks chunks() const {
-        for (const auto& [name, trouble] : damaged_) note(path_ + ": " + trouble + ": chunk dropped");
+        for (const auto& [name, problem] : damaged_) note(path_ + ": " + problem + ": chunk dropped");
         PngChunks chunks;
         png_unknown_chunkp kept = nullptr;
         const int count = png_get_unknown_chunks(png_, info_, &kept);

@@ -11,7 +11,7 @@ namespace vantor::tool {
 nlohmann::ordered_json buildFacts();
 
 /// The names of a list, as text.
-std::string words(const nlohmann::ordered_json& list);
+std::string joinWords(const nlohmann::ordered_json& list);
 
 /// The entry "kernels" of these facts.
 void printKernels(const nlohmann::ordered_json& kernels);

@@ -83,7 +83,7 @@ WorkingMemory::WorkingMemory(PixelFormat format, Size size, Backend backend) : l
 }
 
 WorkingPicture WorkingMemory::picture() {
-    WorkingPicture picture{planesIn(packedShape(PixelFormat::Nv12, size_), bytes()), wholeOf(size_),
+    WorkingPicture picture{planesIn(packedShape(PixelFormat::Nv12, size_), bytes()), fullRegion(size_),
                            shared_ ? shared_->descriptor() : -1};
     picture.planes.format = layout_;
     return picture;

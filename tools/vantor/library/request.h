@@ -49,7 +49,7 @@ struct Region {
     int bottom;
 };
 
-inline Region wholeOf(Size size) {
+inline Region fullRegion(Size size) {
     return {0, 0, size.width - 1, size.height - 1};
 }
 
