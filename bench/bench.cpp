@@ -1,4 +1,4 @@
-// vantor-bench: times this library and its peers. Every time is processor time of the whole process, threads
+// vantor-bench: times this library and its peers. Every time is CPU time of the whole process, threads
 // included. Google Benchmark's options choose what runs; names are GROUP/CASE/CONTENDER.
 #include <benchmark/benchmark.h>
 #include <pthread.h>
@@ -146,8 +146,8 @@ void nameTable(const char* family, const Kernels* const (&tables)[Count]) {
                                 instructionSetName(bestTable(tables).set));
 }
 
-/// How many processors this process may run on.
-int usableProcessors() {
+/// How many CPUs this process may run on.
+int usableCpus() {
     cpu_set_t processors;
     return sched_getaffinity(0, sizeof processors, &processors) == 0 ? CPU_COUNT(&processors) : 0;
 }
@@ -159,7 +159,7 @@ void describe(const std::vector<Contender>& peers) {
     nameTable("warp", kWarpTables);
     const char* limit = std::getenv("VANTOR_CPU");
     benchmark::AddCustomContext("limit", limit ? limit : "none");
-    benchmark::AddCustomContext("processors", std::to_string(usableProcessors()));
+    benchmark::AddCustomContext("processors", std::to_string(usableCpus()));
     benchmark::AddCustomContext("compiler", VANTOR_COMPILER);
     for (const Contender& peer : peers) benchmark::AddCustomContext("peer " + peer.library, peer.version);
 }

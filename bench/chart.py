@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""chart.py BENCH.json CHART.svg: draws this library and its peers, one panel a case, in nanoseconds a pixel. On a
+"""chart.py BENCH.json CHART.svg: draws this library and its peers, one panel per case, in nanoseconds per pixel. On a
 ground of its own, so that it is legible on light and dark pages."""
 import json
 import pathlib
@@ -76,7 +76,7 @@ def chart(results):
         rectangle(0.5, 0.5, WIDTH - 1, height - 1, "ground", f'rx="8" stroke="{COLORS["edge"]}"'),
         text(MARGIN, 32, "Nanoseconds a pixel of output, NV12 in and out, one core: shorter is faster", 16,
              weight="bold"),
-        text(MARGIN, 50, "Processor time with all that a call does; each peer with its fastest filter, in warps with all", 12, "faint"),
+        text(MARGIN, 50, "CPU time with all that a call does; each peer with its fastest filter, in warps with all", 12, "faint"),
     ]
     foot = [text(MARGIN, y + 16, f"{bench['processor']}, {bench['date']}, {bench['compiler']}, {tables} kernels", 11, "faint"),
             text(MARGIN, y + 32, versions, 11, "faint"), "</svg>\n"]

@@ -102,7 +102,7 @@ class Results:
         return self.of(case, OWN, limit)["cpu_ns_per_pixel"]
 
     def peers(self, case):
-        """Of a case, on one processor; those that need more than a grid are left out."""
+        """Of a case, on one CPU; those that need more than a grid are left out."""
         return [row for row in self.rows
                 if row["case"] == case and row["processors"] == 1 and row["contender"] not in (OWN, COPY)
                 and not row["contender"].endswith("maps kept")]
@@ -213,7 +213,7 @@ def cores_table(results):
             if every:
                 rows.append([case, ns(one["wall_ns_per_pixel"]), ns(every["wall_ns_per_pixel"]),
                              ns(every["cpu_ns_per_pixel"])])
-    return table(["case", "one processor, elapsed", "all, elapsed", "all, processor time"], rows) if rows else ""
+    return table(["case", "one CPU, elapsed", "all, elapsed", "all, CPU time"], rows) if rows else ""
 
 
 def report(results):
@@ -224,7 +224,7 @@ def report(results):
     parts = [
         f"{bench['date']}, {bench['processor']}, {bench['processors']} processors, {bench['compiler']}; {peers}.\n"
         f"Kernels in use: {kernels}.\n",
-        "Nanoseconds a pixel of output, on one processor:\n", main_table(results), limit_lines(results),
+        "Nanoseconds per pixel of output, on one CPU:\n", main_table(results), limit_lines(results),
         "All peers, scaling:\n", peer_table(results, "scale"),
         "All peers, warping:\n", peer_table(results, "warp"),
     ]
@@ -232,7 +232,7 @@ def report(results):
         parts += ["Growth with size:\n", sweep_table(results)]
     cores = cores_table(results)
     if cores:
-        parts += [f"With all {bench['processors']} processors:\n", cores]
+        parts += [f"With all {bench['processors']} CPUs:\n", cores]
     return "\n".join(parts)
 
 

@@ -1,6 +1,6 @@
 // What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, records, which are run
 // again. Each is read, or refused by an error for the user, which a terminal can show; nothing else may happen. The
-// first byte says what the others are.
+// first byte selects the target for the others.
 #include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -66,7 +66,7 @@ uint32_t bigEndian(const uint8_t* bytes) {
     return value;
 }
 
-/// Makes the checksums of a PNG's chunks right, so that what is behind them is reached.
+/// Repairs the checksums of a PNG's chunks, so that the code behind them is reached.
 void repairChecksums(Bytes& png) {
     for (size_t at = 8; at + 12 <= png.size();) {
         const size_t length = bigEndian(&png[at]);
@@ -196,7 +196,7 @@ std::string firstLine(const std::string& header) {
 }
 
 /// A header and planes, without a first line: all hashes are made right, as a user does who edits a record, so that
-/// what is behind them is reached.
+/// the code behind them is reached.
 void repairedRecord(const Bytes& bytes) {
     std::string text(bytes.begin(), bytes.end());
     const size_t brace = text.find("\n}\n");

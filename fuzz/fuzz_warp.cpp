@@ -45,7 +45,7 @@ struct Axis {
     int size, shifter, scale, invScale, outScale, outStart, outSize;
 };
 
-/// The samples that the core may touch, of which those of odd sizes are a few more than 3 / 2 a pixel.
+/// The samples that the core may touch, of which those of odd sizes are a few more than 3 / 2 per pixel.
 size_t samplesOf(int width, int height) {
     if (width < 1 || height < 1) return 0;
     return static_cast<size_t>(width * height * 5 / 4 + (height - 1) / 2 * width / 2 + (width + 1) / 2);
@@ -132,7 +132,7 @@ void core(Input& input) {
     state.expectSame();
 }
 
-/// Source coordinates of `count` columns, with the room that kernels want behind them.
+/// Source coordinates of `count` columns, with the padding that kernels need after them.
 struct Positions {
     int count;
     std::vector<int32_t> x, y;

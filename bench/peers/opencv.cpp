@@ -38,7 +38,7 @@ public:
     /// `size` is the plane's, `picture` that of the luma.
     PlaneMap(const Grid& grid, Size picture, cv::Size size)
         : positions_(33, 33, CV_32FC2),
-          // Node k stands at k / 32 of the picture, and for cv::resize in the middle of the k-th of 33 cells.
+          // Node k is at k / 32 of the picture, and for cv::resize in the centre of the k-th of 33 cells.
           canvas_(cvRound(size.width * 33 / 32.0), cvRound(size.height * 33 / 32.0)),
           frame_(cv::Point(cvRound(size.width / 64.0), cvRound(size.height / 64.0)), size) {
         const double samplesPerPixel = static_cast<double>(size.width) / picture.width;

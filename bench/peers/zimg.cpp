@@ -30,7 +30,7 @@ zimg_image_format planarFormat(Size size) {
     return format;
 }
 
-/// The chroma of an NV12 picture as two planes, one behind the other.
+/// The chroma of an NV12 picture as two consecutive planes.
 class PlanarChroma {
 public:
     explicit PlanarChroma(Size chroma)

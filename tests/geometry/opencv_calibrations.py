@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """opencv_calibrations.py DIRECTORY: has OpenCV write calibrations, and where its maps lead, for undistort_map_test.
 
-maps.txt has one line a position: file, picture width and height, alpha (none: -1), output x and y, source x and y.
+maps.txt has one line per position: file, picture width and height, alpha (none: -1), output x and y, source x and y.
 """
 import os
 import sys

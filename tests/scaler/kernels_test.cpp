@@ -46,7 +46,7 @@ public:
         row = random.content(table_.tap[count - 1] + 4);
     }
 
-    /// All `outputs` samples a column, filtered where the row touches the guard.
+    /// All `outputs` samples per column, filtered where the row touches the guard.
     template <typename Plan, typename Sample, typename Kernels, typename... More>
     std::vector<Sample> filter(const Kernels& kernels, Guard guard, int outputs, More... more) const {
         GuardedPlane guarded(row, guard);

@@ -34,8 +34,8 @@ void checkEnvironment() {
     }
 }
 
-/// Called where there is no memory, in the middle of anything: of code as well that cannot go on from there,
-/// or would take the trouble for another. So nothing goes on.
+/// Called where there is no memory, possibly inside code that could not recover from it, or would report
+/// another error. So the process exits at once.
 [[noreturn]] void exitOutOfMemory() {
     constexpr char kText[] = "vantor: out of memory\n";
     OutputFile::removeAll();
@@ -48,8 +48,8 @@ void checkEnvironment() {
     std::set_new_handler(exitOutOfMemory);
 }
 
-/// Without standard input, output or error, the next file that is opened would take its place and get what is
-/// meant for it. What stands in for a missing one cannot be used.
+/// A file that is opened while a standard stream is closed would take its place and get what is meant for it.
+/// Closed streams are reopened on /dev/null, in the direction that makes their use fail.
 void reopenClosedStreams() {
     for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) >= 0) continue;
@@ -74,14 +74,14 @@ std::vector<CLI::App*> subcommandsOf(CLI::App& app) {
     return app.get_subcommands([](const CLI::App*) { return true; });
 }
 
-/// To all commands, which may stand one in another.
+/// To all commands, which may be nested.
 void addQuietOption(CLI::App& command) {
     command.add_flag_callback("-q,--quiet", setQuiet,
-                              "No notes, progress and summary line on standard error; errors only");
+                              "Print errors only: no notes, progress or summary lines");
     for (CLI::App* inner : subcommandsOf(command)) addQuietOption(*inner);
 }
 
-/// The command whose --help tells what went wrong with the arguments.
+/// The command whose --help explains the arguments.
 std::string commandPath(const CLI::App& app) {
     const CLI::App* command = &app;
     while (!command->get_subcommands().empty()) command = command->get_subcommands().back();
@@ -104,7 +104,7 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-/// An empty text stands for an option that was not given, so nobody may give one.
+/// An empty value means that an option was not given, so none may be given.
 void refuseEmptyValues(const CLI::App& command) {
     for (const CLI::Option* option : command.get_options()) {
         if (contains(option->results(), "")) {
@@ -123,21 +123,23 @@ int runTool(int argc, char** argv) {
         "vantor SUBCOMMAND --help lists options and examples.\n"
         "\n"
         "Environment:\n"
-        "  VANTOR_CPU=plain|avx2|avx512  the best kernels that may be used\n"
-        "  VANTOR_LOG=off|error|info     what the library logs on standard error; error if not set\n"
+        "  VANTOR_CPU=plain|avx2|avx512  the best instruction set that may be used; default: the CPU's best\n"
+        "  VANTOR_LOG=off|error|info     what the library logs to standard error; default: error\n"
         "\n"
         "Exit status:\n"
-        "  0  done; compare, crosscheck, replay, selftest: the same\n"
-        "  1  compare, crosscheck, replay, selftest: different; scale, warp: not what --verify says; "
-        "grid --check: faults\n"
-        "  2  it could not be done, and standard error says why; a result is written whole or not at all\n"
+        "  0  success; compare, crosscheck, replay, selftest: identical\n"
+        "  1  compare, crosscheck, replay, selftest: different; scale, warp --verify: another hash; grid "
+        "--check: "
+        "faults\n"
+        "  2  error, explained on standard error; files are written atomically, so no partial result is "
+        "left\n"
         "\n"
         "Examples:\n"
         "  vantor chart -o chart.png\n"
         "  vantor scale chart.png -o small.png --size 50%\n"
-        "  vantor warp chart.png -o turned.png --rotate 2");
+        "  vantor warp chart.png -o rotated.png --rotate 2");
     bool wantsManual = false;
-    app.add_flag("--manual", wantsManual, "Write the manual page")->group("");
+    app.add_flag("--manual", wantsManual, "Print the manual page")->group("");
     Run run;
     addScale(app, run);
     addWarp(app, run);
@@ -163,7 +165,7 @@ int runTool(int argc, char** argv) {
             finishStandardOutput();
             return kDone;
         }
-        return fail(std::string(error.what()) + " (" + commandPath(app) + " --help shows how)");
+        return fail(std::string(error.what()) + " (see " + commandPath(app) + " --help)");
     }
     checkEnvironment();
     refuseEmptyValues(app);

@@ -26,7 +26,7 @@ std::vector<double> parseNumbers(const std::string& option, const std::string& t
                                       ? std::to_string(minCount)
                                       : std::to_string(minCount) + " to " + std::to_string(maxCount);
         throw UserError(option + " " + text + ": expected " + count +
-                        (maxCount == 1 ? " number" : " numbers set off by commas"));
+                        (maxCount == 1 ? " number" : " comma-separated numbers"));
     }
     return numbers;
 }

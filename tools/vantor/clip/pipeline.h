@@ -28,7 +28,7 @@ private:
     void* address_;
 };
 
-/// The frames that are on their way, in the order of the clip: each is read, worked on by a worker, and
+/// The frames in flight, in the order of the clip: each is read, worked on by a worker, and
 /// written.
 class Pipeline {
 public:

@@ -24,7 +24,7 @@ bool sendMessage(int socket, const Message& message) {
     return sent == ssize_t{sizeof message};
 }
 
-/// False if the other side has gone.
+/// False if the other side has closed the connection.
 template <typename Message>
 bool receiveMessage(int socket, Message& message) {
     ssize_t received = 0;

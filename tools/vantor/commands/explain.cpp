@@ -101,7 +101,7 @@ std::array<int, 3> libraryResult(const Picture& src, const Request& request, int
     return {c[0].at(x, y), c[1].at(x / 2, y / 2), c[2].at(x / 2, y / 2)};
 }
 
-/// All that leads to the pixel.
+/// All steps of the computation.
 struct Steps {
     std::string warp;
     int column;
@@ -220,15 +220,18 @@ int run(const ExplainCommand& command) {
 
 void addExplain(CLI::App& app, Run& run) {
     auto options = std::make_shared<ExplainCommand>();
-    CLI::App* command = app.add_subcommand("explain", "Show every step of one warped pixel");
-    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)->required();
-    command->add_option("X", options->x, "Output column")->required();
-    command->add_option("Y", options->y, "Output row")->required();
+    CLI::App* command =
+        app.add_subcommand("explain", "Show how one pixel of a warp is computed, step by step");
+    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)
+        ->type_name("FILE")
+        ->required();
+    command->add_option("X", options->x, "Output column")->type_name("")->required();
+    command->add_option("Y", options->y, "Output row")->type_name("")->required();
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
     addFileOptions(*command, options->inputOptions);
-    command->add_flag("--json", options->json, "Write the steps as JSON");
+    command->add_flag("--json", options->json, "Print the steps as JSON");
     command->footer(
         "Examples:\n"
         "  vantor explain photo.png 640 360 --rotate 2\n"

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/vantor/library/request.h"
 #include "geometry/undistort_map.h"
 #include "geometry/warp_map.h"
+#include "tools/vantor/library/request.h"
 
 namespace vantor::tool {
 

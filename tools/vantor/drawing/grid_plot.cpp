@@ -10,10 +10,10 @@
 namespace vantor::tool {
 namespace {
 
-/// Room around the picture, as a part of it, for nodes that point outside.
+/// The margin for nodes that point outside, as a fraction of the picture.
 constexpr double kAround = 0.1;
 
-/// The largest plot, and what stands around it, in pixels of the drawing.
+/// The largest plot, and its margins, in pixels of the drawing.
 constexpr double kPlotWidth = 1400;
 constexpr double kPlotHeight = 1000;
 constexpr double kLeft = 80;
@@ -76,7 +76,7 @@ private:
     }
 
     Point drawnNode(int row, int column) const {
-        // Far outside is all the same, and drawings are limited.
+        // Beyond that nothing is visible, and cairo's coordinates are limited.
         const auto exaggerated = [this](double position, double displacement, int size) {
             return std::clamp(position + exaggeration_ * displacement, -4.0 * size, 5.0 * size);
         };
@@ -140,7 +140,7 @@ private:
     const Grid& grid_;
     Size frame_;
     double exaggeration_;
-    double scale_;  ///< pixels of the drawing a pixel of the picture
+    double scale_;  ///< pixels of the drawing per pixel of the picture
     Point area_;    ///< the plot's size
     double width_;
     Drawing drawing_;

@@ -39,7 +39,7 @@ Picture toGray(const Component& component) {
     return gray;
 }
 
-/// The picture as browsers show it, and its own samples: in that PNG, or, where there is chroma, in one a
+/// The picture as browsers show it, and its own samples: in that PNG, or, where there is chroma, in one per
 /// component.
 Json toJson(const ViewedPicture& viewed) {
     const auto& [name, picture] = viewed;

@@ -21,7 +21,7 @@
 namespace vantor::tool {
 namespace {
 
-/// What a file holds under a name: a scalar is one word, a matrix one word an element.
+/// The value of an entry: a scalar is one word, a matrix one word per element.
 using Words = std::vector<std::string>;
 using Entries = std::map<std::string, Words>;
 
@@ -89,7 +89,7 @@ private:
     void OnDocumentEnd() override {}
     void OnNull(const Mark&, Anchor) override { endNode({}); }
     void OnAlias(const Mark&, Anchor) override {
-        if (entry()) throw UserError(levels_[0].key + " has an alias, expected what it stands for");
+        if (entry()) throw UserError(levels_[0].key + " is an alias, expected its value");
         endNode({});
     }
     void OnScalar(const Mark&, const std::string&, Anchor, const std::string& value) override {
@@ -224,7 +224,7 @@ Camera cameraIn(const CalibrationText& text) {
     return {k[0], k[4], k[2] + 0.5, k[5] + 0.5, k[1]};
 }
 
-/// Straight pictures have the calibration's own camera, or that of --alpha: another one would be ignored.
+/// Undistorted pictures have the calibration's own camera, or that of --alpha: another one would be ignored.
 void refuseOtherView(const CalibrationText& text, const Camera& camera) {
     const std::vector<double> identity{1, 0, 0, 0, 1, 0, 0, 0, 1};
     const std::vector<double> same{
@@ -275,7 +275,7 @@ Lens lensIn(const CalibrationText& text, bool isFisheye) {
     if (count == 4 && !isFisheye && !text.find(kModelNames) && !text.find(kFisheyeNames)) {
         note(text.path() +
              ": four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, "
-             "say --fisheye");
+             "use --fisheye");
     }
     Lens lens;
     lens.isFisheye = isFisheye;
@@ -292,7 +292,7 @@ Size sizeIn(const std::string& path, const CalibrationText& text) {
     } else {
         for (const Words* names : {&kWidthNames, &kHeightNames}) {
             if (!text.find(*names))
-                text.fail("is missing; --calibrated-size WIDTHxHEIGHT says it as well", *names);
+                text.fail("is missing; --calibrated-size WIDTHxHEIGHT can replace it", *names);
             const std::vector<double> side = text.numbers(*names);
             if (side.size() != 1)
                 text.fail("has " + std::to_string(side.size()) + " elements, expected 1", *names);
@@ -303,7 +303,7 @@ Size sizeIn(const std::string& path, const CalibrationText& text) {
         if (side < 1 || side > 1e6 || side != std::trunc(side)) {
             std::ostringstream size;
             size << path << ": picture size of " << sides[0] << " by " << sides[1]
-                 << ": expected whole numbers from 1 to 1000000";
+                 << ": expected integers from 1 to 1000000";
             throw UserError(size.str());
         }
     }

@@ -85,8 +85,8 @@ private:
     std::optional<uintmax_t> length_;  ///< of a regular file
 };
 
-/// A line that begins as given, without its end, byte by byte, so that nothing behind it is taken. `what` is
-/// what an error names.
+/// A line that begins as given, without its end, byte by byte, so that nothing after it is consumed. `what`
+/// is what an error names.
 std::string readLine(InputFile& file, std::string line, const std::string& what) {
     char c = 0;
     while (line.size() < kMaxLineBytes) {
@@ -103,7 +103,6 @@ public:
         : FileReader(std::move(file), packedShape(header.format, header.size), header) {}
 
 private:
-    std::string explanation() const override { return ": truncated"; }
     size_t minBytes() const override { return kFrameLine + shape().bytes(); }
 
     std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
@@ -134,13 +133,13 @@ std::unique_ptr<ClipReader> openY4m(const std::string& path) {
 
 }  // namespace
 
-/// The padding behind a clip's last sample may be missing.
+/// The padding after a clip's last sample may be missing.
 bool ClipReader::read(uint8_t* frame, std::string& tags) {
     const std::optional<size_t> taken = take(frame, tags);
     if (!taken) return false;
     if (*taken < bytesToLastSample(shape_)) {
         failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.format) +
-                    ") ends after " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
+                    ") is truncated: " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
                     " bytes" + explanation());
     }
     ++number_;

@@ -21,10 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// SIGPIPE comes from standard error, where nobody may be left to read a remark.
+/// SIGPIPE comes from standard error, where the reader of a note may have gone.
 constexpr int kFatalSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXCPU};
 
-/// Keeps the signals that end the process waiting: no file is left between two steps that belong together.
+/// Blocks fatal signals: no temporary file is left between two steps that belong together.
 class SignalBlocker {
 public:
     SignalBlocker() {
@@ -41,14 +41,14 @@ private:
     sigset_t before_;
 };
 
-/// A signal handler: calls nothing but what is safe there.
+/// A signal handler: calls async-signal-safe functions only.
 void removeAllAndReraise(int signal) {
     OutputFile::removeAll();
     std::signal(signal, SIG_DFL);
     raise(signal);
 }
 
-/// Where a path leads in the end, so that a link stays and its goal is replaced, or made.
+/// Where a path leads in the end, so that a link stays and its target is replaced, or created.
 fs::path throughLinks(fs::path path) {
     constexpr int kMaxLinks = 40;
     std::error_code ignored;
@@ -74,7 +74,7 @@ std::string directoryOf(const std::string& path) {
     return directory.empty() ? "." : directory.string();
 }
 
-/// By which an open file without a name can be linked to.
+/// The path by which an open file without a name can be linked to.
 std::string linkOf(int descriptor) {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
@@ -130,7 +130,7 @@ void OutputFile::openDirectly() {
 
 void OutputFile::openTemporary() {
     target_ = throughLinks(target_);
-    if (access(target_.c_str(), W_OK) != 0 && errno != ENOENT) fail();  // renaming would not ask
+    if (access(target_.c_str(), W_OK) != 0 && errno != ENOENT) fail();  // renaming would not check
     const std::string directory = directoryOf(target_);
     descriptor_ = open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
     if (descriptor_ >= 0 && access(linkOf(descriptor_).c_str(), F_OK) == 0) return;
@@ -172,7 +172,7 @@ void OutputFile::finish() {
     temporary_.clear();
 }
 
-/// Links cannot take the place of other files; renaming can, but wants a name.
+/// linkat() cannot replace a file; rename() can, but needs a name.
 void OutputFile::linkTemporary() {
     const std::string link = linkOf(descriptor_);
     const std::string start = directoryOf(target_) + "/.vantor-" + std::to_string(getpid()) + "-";
@@ -207,8 +207,7 @@ void expectOtherFile(const std::string& option, const std::string& path,
     for (const std::string& other : others) {
         if (!path.empty() && !other.empty() && isSameFile(path, other)) {
             throw UserError(option + " " + path + ": expected another file than " +
-                            (other == "-" ? "standard output, which has something else to take" : other) +
-                            hint);
+                            (other == "-" ? "standard output, which another output takes" : other) + hint);
         }
     }
 }

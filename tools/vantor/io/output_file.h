@@ -10,8 +10,9 @@
 namespace vantor::tool {
 
 /// A file that gets its path when it is finished, so that a failed or interrupted run leaves the old file, or
-/// none. Until then it has no name, or, on file systems that know no such files, one beside its path. What is
-/// no regular file (a device, a pipe, and "-", standard output) is written to directly.
+/// none. Until then it has no name, or, on file systems without such files, one
+/// beside its path. Anything but a regular file (a device, a pipe, and "-", standard output) is written to
+/// directly.
 class OutputFile {
 public:
     explicit OutputFile(const std::string& path);
@@ -49,7 +50,7 @@ private:
 void writeFile(const std::string& path, const std::vector<uint8_t>& bytes);
 
 /// Throws a UserError if what `option` names for writing is one of the other files of a run, by whatever
-/// path; `hint` is the end of its message. "-" is standard output: among the others it says that something
+/// path; `hint` is the end of its message. "-" is standard output: among the others something
 /// else goes there. Empty names are none.
 void expectOtherFile(const std::string& option, const std::string& path,
                      const std::vector<std::string>& others, const std::string& hint = {});

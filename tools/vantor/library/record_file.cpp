@@ -210,7 +210,7 @@ Request requestFrom(const Field& header) {
     return request;
 }
 
-/// The length and the hash that the first line says of the header.
+/// The header's length and hash, as the first line gives them.
 struct FirstLine {
     size_t headerLength = 0;
     std::string hash;

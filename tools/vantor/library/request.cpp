@@ -43,7 +43,7 @@ double timed(Call&& call) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// As many as may be: the library leaves one or two open with each request of gray pictures.
+/// Raises the limit on descriptors: the library leaves one or two open with each request of gray pictures.
 void allowDescriptors() {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
@@ -51,7 +51,7 @@ void allowDescriptors() {
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// Once in a process.
+/// Once per process.
 void connectToService() {
     static bool isConnected = false;
     if (isConnected) return;
@@ -61,7 +61,7 @@ void connectToService() {
     isConnected = true;
 }
 
-/// Whether the processor did what the service could not. In place of a warp it copies.
+/// Whether the library fell back to the CPU, which in place of a warp copies.
 bool hasFallenBack(const Request& request) {
     return request.operation == Request::Operation::Csc && hasErrorLine("Error occurs") &&
            !hasErrorLine("runInterpBicubic() failed");
