@@ -34,11 +34,12 @@ struct Pictures {
     Picture src;
     Picture own;
 
-    /// How near a contender's result is to this library's: that both have done the same work.
+    /// The PSNR of a contender's result against this library's, which shows that both have done the same
+    /// work.
     double psnrAgainst(const Picture& result) const { return psnr(own, result); }
 };
 
-/// Keeps the pictures of the last case alone: all together would not fit in memory.
+/// Keeps only the pictures of the last case: all together would not fit in memory.
 class Stage {
 public:
     template <typename Prepare>
@@ -60,7 +61,7 @@ private:
 Stage stage;
 
 void measure(State& state, const Work& work, Filter filter, const Picture& result, const Pictures& pictures) {
-    work();  // what a first call fetches and touches is not the question
+    work();  // warm-up: caches, page faults and one-time initialisation
     for (auto _ : state) work();
     state.SetLabel(filter == Filter::FourTaps ? "four taps" : "");
     state.counters["pixels"] = static_cast<double>(result.size().pixels());

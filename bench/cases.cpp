@@ -19,14 +19,14 @@ ScaleCase scaling(Size src, Size dst) {
     return {name(src) + " to " + name(dst), src, dst};
 }
 
-/// A barrel lens taken out: corners move by half a percent of the half diagonal.
+/// Corrects barrel distortion: corners are displaced by half a percent of the half diagonal.
 Grid mildGrid(Size size) {
     WarpParts parts;
     parts.lens = {-0.005};
     return makeGrid(tool::WarpMap(parts, size), size);
 }
 
-/// Enlarged so far that no side of the source is left by much.
+/// Zoomed in so that little lies outside the source.
 Grid turnedGrid(Size size, double degrees) {
     WarpParts parts;
     parts.rotate = degrees;

@@ -10,7 +10,7 @@ from report import BEST, OWN, Results, ns
 
 WIDTH, MARGIN, PANEL_GAP = 960, 24, 32
 TITLE, BAR, BAR_GAP, PANEL_END = 26, 16, 4, 18
-LABEL, VALUE = 186, 44  # room to the left and to the right of bars
+LABEL, VALUE = 186, 44  # margins to the left and to the right of bars
 HEADER, FOOTER = 66, 52
 PANEL_WIDTH = (WIDTH - 2 * MARGIN - PANEL_GAP) / 2
 COLORS = {"ground": "#ffffff", "edge": "#d0d7de", "text": "#1f2328", "faint": "#59636e", "own": "#0b6bcb",
@@ -74,7 +74,7 @@ def chart(results):
         f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {height}" width="{WIDTH}" height="{height}" '
         'font-family="system-ui, -apple-system, Segoe UI, Helvetica, Arial, sans-serif">',
         rectangle(0.5, 0.5, WIDTH - 1, height - 1, "ground", f'rx="8" stroke="{COLORS["edge"]}"'),
-        text(MARGIN, 32, "Nanoseconds a pixel of output, NV12 in and out, one core: shorter is faster", 16,
+        text(MARGIN, 32, "Nanoseconds per pixel of output, NV12 in and out, one core: shorter is faster", 16,
              weight="bold"),
         text(MARGIN, 50, "CPU time with all that a call does; each peer with its fastest filter, in warps with all", 12, "faint"),
     ]

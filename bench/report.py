@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""report.py DIRECTORY [--quick]: makes DIRECTORY/bench.json and a report of the runs in DIRECTORY/runs, which is printed and,
+"""report.py DIRECTORY [--quick]: makes DIRECTORY/bench.json and a report of the runs in DIRECTORY/runs, printed and,
 without --quick, put into docs/performance.md."""
 import datetime
 import json
@@ -9,7 +9,7 @@ import sys
 
 OWN = "Vantor10"
 COPY = "memory copy"
-BEST, AVX2, PLAIN = "none", "avx2", "plain"  # values of VANTOR_CPU; none: all that the processor has
+BEST, AVX2, PLAIN = "none", "avx2", "plain"  # values of VANTOR_CPU; none: all that the CPU has
 MILD = "1920x1080 mild"
 
 # What is wanted: cases (by the beginning of their names), VANTOR_CPU, what the time is divided by, and the largest
@@ -82,7 +82,7 @@ def gather(directory):
 
 
 class Results:
-    """Questions to the object that `gather` makes."""
+    """Queries on the object that `gather` makes."""
 
     def __init__(self, bench):
         self.bench = bench
@@ -112,7 +112,7 @@ class Results:
         return min(peers, key=lambda row: row["cpu_ns_per_pixel"], default=None)
 
     def divisor(self, case, name):
-        """What a limit compares with, in ns a pixel."""
+        """What a limit compares with, in ns per pixel."""
         if name == "any peer":
             return self.fastest(case)["cpu_ns_per_pixel"]
         if name == "four-tap peer":
@@ -121,7 +121,7 @@ class Results:
 
 
 def table(header, rows):
-    """Markdown that is legible as it stands: the first column to the left, the others to the right."""
+    """Markdown that is legible as plain text: the first column left-aligned, the others right-aligned."""
     lines = [header] + rows
     widths = [max(len(line[i]) for line in lines) for i in range(len(header))]
 
@@ -151,7 +151,7 @@ def peer_cell(row):
 
 
 def thread_cost(results, case):
-    """Of a scaling's threads, in ns a pixel: three to enlarge, two times three to reduce."""
+    """Of a scaling's threads, in ns per pixel: three to enlarge, two times three to reduce."""
     src, dst = (int(size.split("x")[0]) for size in case.split(" to "))
     threads = "3" if dst > src else "6"
     return results.of(threads, "create and join")["cpu_ns"] / results.of(case, OWN)["pixels"]

@@ -1,6 +1,6 @@
 // What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, records, which are run
-// again. Each is read, or refused by an error for the user, which a terminal can show; nothing else may happen. The
-// first byte selects the target for the others.
+// again. Each is read, or refused by an error for the user, which a terminal can show safely; nothing else may happen.
+// The first byte selects the target for the others.
 #include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -27,7 +27,7 @@
 
 namespace vantor::fuzz {
 
-/// What is printed of a message is UTF-8 without control characters, and stays as it is if it is printed again.
+/// An escaped message is UTF-8 without control characters, and escaping it again changes nothing.
 static void expectShowable(const std::string& message) {
     const std::string shown = tool::escapeForTerminal(message);
     FUZZ_EXPECT(tool::escapeForTerminal(shown) == shown);
@@ -195,7 +195,7 @@ std::string firstLine(const std::string& header) {
     return "vantor-record 1 " + std::string(8 - length.size(), '0') + length + " " + hash.text() + "\n";
 }
 
-/// A header and planes, without a first line: all hashes are made right, as a user does who edits a record, so that
+/// A header and planes, without a first line: all hashes are repaired, as by a user who edits a record, so that
 /// the code behind them is reached.
 void repairedRecord(const Bytes& bytes) {
     std::string text(bytes.begin(), bytes.end());

@@ -43,7 +43,7 @@ constexpr size_t kMaxReplayBytes = size_t{1} << 18;  ///< of a record's result, 
 
 using Bytes = std::vector<uint8_t>;
 
-/// Ends the run as a finding.
+/// Aborts the run as a finding.
 [[noreturn]] inline void fail(const char* what, int line) {
     std::fprintf(stderr, "fuzz: line %d: not so: %s\n", line, what);
     std::abort();

@@ -1,6 +1,6 @@
 #!/bin/sh
 # fuzz.sh [--renew] [SECONDS]: builds the fuzzers and runs each for SECONDS (60), from the committed corpus on; prints
-# how many inputs each ran and what it covered. Ends with an error on any finding. What it finds, and new inputs, stay in
+# how many inputs each ran and what it covered. Fails on any finding. What it finds, and new inputs, stay in
 # build-fuzz/. The corpus of a fuzzer is fuzz/corpus/NAME.tar.gz, and the inputs that once found something, by their
 # names, in fuzz/corpus/NAME/. With --renew the archive is written again afterwards, with those inputs that add coverage.
 set -eu

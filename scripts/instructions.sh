@@ -1,5 +1,5 @@
 #!/bin/sh
-# instructions.sh: counts executed instructions per pixel of output (chroma: per pair), of each family of kernels, plain and
+# instructions.sh: counts executed instructions per pixel of output (chroma: per pair) of each family of kernels, plain and
 # with the best table, on 32-bit ARM, 64-bit ARM and x86-64 (to AVX2), all under the emulator.
 set -eu
 cd "$(dirname "$0")/.."

@@ -6,7 +6,7 @@ set -eu
 cd "$(dirname "$0")/.."
 source=$PWD
 
-# quietly COMMAND...: shows what a command says only if it fails.
+# quietly COMMAND...: shows the output of a command only if it fails.
 quietly() {
     "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
 }

@@ -1,7 +1,7 @@
 #!/bin/sh
 # test.sh [--all]: sets up, builds and runs the native tests; with --all the whole matrix: the format of the sources,
 # the generated headers, the platform's real libraries, a build for the device's triple, the installation, valgrind, g++
-# and clang, sanitizers, 32-bit and 64-bit ARM and s390x under the emulator, and a short turn of each fuzzer.
+# and clang, sanitizers, 32-bit and 64-bit ARM and s390x under the emulator, and a short run of each fuzzer.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh "$@"
@@ -15,7 +15,7 @@ run() {
         grep -h '^kernel table' "$2/Testing/Temporary/LastTest.log" | sort -u
 }
 
-# run_quietly PRESET: the same, of which only a failure is shown whole.
+# run_quietly PRESET: the same, with full output only on failure.
 run_quietly() {
     (run "$1" "build-$1") >"build-$1.log" 2>&1 || { cat "build-$1.log"; exit 1; }
     head -n 1 "build-$1.log"

@@ -31,8 +31,8 @@ Scaler scaler(const char* name, Filter filter, int luma, int chroma) {
             }};
 }
 
-/// Makes the map of one plane from the positions that a grid's nodes take their samples from. Where positions
-/// go linearly, so does cv::resize, and no identity needs to be added.
+/// Makes the map of one plane from the source positions of a grid's nodes. cv::resize interpolates linearly,
+/// so no identity needs to be added.
 class PlaneMap {
 public:
     /// `size` is the plane's, `picture` that of the luma.

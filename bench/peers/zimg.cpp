@@ -1,4 +1,4 @@
-// zimg is planar: libyuv takes the chroma apart and puts it together again.
+// zimg is planar: libyuv splits the chroma planes and merges them again.
 #include <libyuv.h>
 #include <zimg.h>
 
@@ -117,7 +117,7 @@ std::string version() {
 }  // namespace
 
 Contender zimgContender() {
-    // Without being asked, zimg stays with vectors of 32 bytes.
+    // By default zimg uses vectors of 32 bytes at most.
     return {"zimg",
             version(),
             {scaler("zimg bilinear", Filter::FewerTaps, ZIMG_RESIZE_BILINEAR, ZIMG_CPU_AUTO_64B),

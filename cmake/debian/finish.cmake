@@ -1,4 +1,4 @@
-# Run by cpack over the installed files, before they are packed: what Debian wants of every package.
+# Run by cpack over the installed files, before they are packed: what Debian requires of every package.
 find_program(GZIP gzip REQUIRED)
 set(source ${CMAKE_CURRENT_LIST_DIR}/../..)
 foreach(component LIBRARY DEVELOPMENT TOOL)

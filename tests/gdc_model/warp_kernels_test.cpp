@@ -14,7 +14,7 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 using Positions = std::vector<int32_t>;
 
-/// Calls `check(table)` for each table but the plain one that this processor can run.
+/// Calls `check(table)` for each table but the plain one that this CPU can run.
 template <typename Check>
 void forEachTable(Check&& check) {
     for (const WarpKernels* table : kWarpTables) {

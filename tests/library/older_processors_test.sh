@@ -8,10 +8,10 @@ out=$(mktemp)
 trap 'rm -f "$out"' EXIT
 status=0
 ulimit -c 0  # some faults are expected
-# qemu 7.2 takes an index in register 4 for none; where the compiler chose it, what AVX2 gathers comes out wrong.
+# qemu 7.2 ignores a gather's index in register 4; where the compiler chose it, AVX2 gathers give wrong results.
 wrong=$("$1" -d "$2" | awk '/file format/ { isAvx2 = /_avx2/ } isAvx2 && /gather.*,%[xy]mm4[,)]/ { print "avx2"; exit }')
 
-# emulated PROGRAM [ARGUMENT...]: adds what it says to $out.
+# emulated PROGRAM [ARGUMENT...]: appends its output to $out.
 emulated() {
     program=$1
     shift

@@ -63,7 +63,7 @@ private:
     ColumnTable table_;
 };
 
-/// Each vector table that this processor can run against the plain one, over columns of any number and place.
+/// Each vector table that this CPU can run against the plain one, over columns of any number and position.
 template <typename Plan, typename Sample, typename Kernels, int Count, typename... More>
 void expectSameFilter(const Kernels* const (&tables)[Count], int phases, int outputs, More... more) {
     Random random(seed());

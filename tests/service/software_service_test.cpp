@@ -1,5 +1,5 @@
-// The software service: the processor's bytes for whole pictures, regions, and anything that a client may send or do
-// to its buffers meanwhile.
+// The software service: the same bytes as in software for whole pictures, regions, and anything that a client may send
+// or do to its buffers meanwhile.
 #include "service/software_service.h"
 
 #include <android/log.h>

@@ -137,7 +137,7 @@ int runTool(int argc, char** argv) {
         "Examples:\n"
         "  vantor chart -o chart.png\n"
         "  vantor scale chart.png -o small.png --size 50%\n"
-        "  vantor warp chart.png -o rotated.png --rotate 2");
+        "  vantor warp chart.png -o turned.png --rotate 2");
     bool wantsManual = false;
     app.add_flag("--manual", wantsManual, "Print the manual page")->group("");
     Run run;

@@ -1,4 +1,4 @@
-"""The hardware path, against the processor."""
+"""The hardware path, against the CPU."""
 
 import pytest
 from conftest import read, write
@@ -38,7 +38,7 @@ def test_refusals_are_told(refuse, arguments, text):
 ])
 def test_crosscheck_finds_both_paths_identical(vantor, arguments):
     vantor("scale chart.png -o small_160x90.gray --size 50%")
-    vantor(f"crosscheck {arguments}", text="processor: identical")
+    vantor(f"crosscheck {arguments}", text="software backend: identical")
     assert vantor(f"crosscheck {arguments} --json").json()["identical"] is True
 
 

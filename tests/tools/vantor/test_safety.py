@@ -97,7 +97,7 @@ def test_texts_up_to_the_limit_are_read(vantor):
     for extra in 0, 1:
         with open("long.yml", "w") as calibration:
             calibration.write(text + "#" * (LIMIT - len(text) + extra))
-        vantor("grid --calibration long.yml", 2 * extra, f"long.yml: {LIMIT + 1} bytes" if extra else "moves: ")
+        vantor("grid --calibration long.yml", 2 * extra, f"long.yml: {LIMIT + 1} bytes" if extra else "displacements: ")
 
 
 @pytest.mark.parametrize("entries, trouble", [
@@ -109,7 +109,7 @@ def test_texts_up_to_the_limit_are_read(vantor):
 def test_entries_of_yaml(vantor, entries, trouble):
     with open("a.yml", "w") as calibration:
         calibration.write(K + SIZE + entries)
-    vantor("grid --calibration a.yml", 2 if trouble else 0, trouble or "moves: 0.00 to 0.00")
+    vantor("grid --calibration a.yml", 2 if trouble else 0, trouble or "displacements: 0.00 to 0.00")
 
 
 @pytest.mark.parametrize("arguments, option", [

@@ -102,7 +102,7 @@ void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& argument
         "A request\n"
         "that fails or crashes leaves a record, too. The exit status is that of the scale or warp command.\n"
         "Examples:\n"
-        "  vantor record bug.vrec warp photo.png -o rotated.png --rotate 10\n"
+        "  vantor record bug.vrec warp photo.png -o turned.png --rotate 10\n"
         "  vantor record bug.vrec scale clip.y4m -o small.y4m --size 50% --skip 20 --limit 1\n"
         "  vantor record --hashes-only bug.vrec scale photo.png -o small.png --size 640x480");
 }
