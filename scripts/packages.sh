@@ -11,7 +11,8 @@ quietly() {
     "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
 }
 
-# check NAME COMMAND... DIRECTORY: the examples in the directory give the tool's bytes, one in the library, one on its service.
+# check NAME COMMAND... DIRECTORY: the examples in the directory give the tool's bytes, one in the library, one on its
+# service.
 check() {
     name=$1
     shift

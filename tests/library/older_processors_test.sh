@@ -1,6 +1,6 @@
 #!/bin/sh
-# older_processors_test.sh OBJDUMP ARCHIVE DIRECTORY: on emulated processors, which fault at an instruction that they do not
-# promise, the programs in DIRECTORY choose the kernels that these processors have, and give the right bytes.
+# older_processors_test.sh OBJDUMP ARCHIVE DIRECTORY: on emulated processors, which fault at an instruction that they
+# do not report, the programs in DIRECTORY choose the kernels that these processors have, and give the right bytes.
 set -u
 command -v qemu-x86_64 >/dev/null || exit 77
 directory=$3

@@ -23,7 +23,8 @@ def test_one_name_and_the_old_one(vantor, chart, command, option, backend, path)
     vantor(command)
     assert made == pathlib.Path("x.png").read_bytes()
     text = vantor(command + option + " --json").text
-    assert text.startswith(f"vantor: note: --path is deprecated: use --backend {backend}\n") == option.startswith("--path")
+    deprecated = f"vantor: note: --path is deprecated: use --backend {backend}\n"
+    assert text.startswith(deprecated) == option.startswith("--path")
     report = json.loads(text[text.index("{") : text.rindex("}") + 1])
     assert (report["backend"], report["path"]) == (backend, path)
 
@@ -38,5 +39,6 @@ def test_other_values_are_refused(vantor, chart, options, expected):
 
 
 def test_crosscheck_says_what_the_hardware_path_is_here(vantor, chart):
-    vantor("crosscheck chart.png --rotate 2", text="hardware backend (here the software service) and software backend: identical")
+    text = "hardware backend (here the software service) and software backend: identical"
+    vantor("crosscheck chart.png --rotate 2", text=text)
     vantor("crosscheck --help", text="until\nsomething else sits in its seat")

@@ -56,7 +56,7 @@ def test_hashes_need_their_source(vantor):
 
 def test_a_refusal_is_recorded(vantor):
     arguments = "scale odd_101x77.gray -o x.gray --size 160x90 --backend hardware"
-    vantor(f"record refused.vrec {arguments}", 2, "the hardware path refused")
+    vantor(f"record refused.vrec {arguments}", 2, "the hardware backend refused")
     vantor("replay refused.vrec", text="status -38 (Src width(101)")
 
 

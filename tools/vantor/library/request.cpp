@@ -149,7 +149,7 @@ RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, c
     const RequestResult result = ask(request, dst, src);
     if (watch) watch(request, dst, src, &result);
     if (!result.isMade) {
-        const char* who = request.backend() == Backend::Hardware ? "the hardware path" : "the library";
+        const char* who = request.backend() == Backend::Hardware ? "the hardware backend" : "the library";
         throw UserError(std::string(who) + " refused: " + result.error);
     }
     return result;
@@ -166,8 +166,8 @@ RequestResult runRequest(Picture& dst, const Picture& src, const Request& reques
 
 std::string describe(Backend backend, const std::string& software, const std::string& fallback) {
     if (backend == Backend::Software) return "in " + software;
-    if (fallback.empty()) return "on the hardware path (software service)";
-    return "by the hardware path's fallback (" + fallback + ")";
+    if (fallback.empty()) return "on the hardware backend (software service)";
+    return "by the hardware backend's fallback (" + fallback + ")";
 }
 
 Size warpFrame(const std::string& what, Size picture) {
