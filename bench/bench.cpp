@@ -1,4 +1,4 @@
-// vantor-bench: times this library and its peers. Every time is processor time of the whole process, threads
+// vantor-bench: times this library and its peers. Every time is CPU time of the whole process, threads
 // included. Google Benchmark's options choose what runs; names are GROUP/CASE/CONTENDER.
 #include <benchmark/benchmark.h>
 #include <pthread.h>
@@ -34,11 +34,12 @@ struct Pictures {
     Picture src;
     Picture own;
 
-    /// How near a contender's result is to this library's: that both have done the same work.
-    double likeness(const Picture& result) const { return psnr(own, result); }
+    /// The PSNR of a contender's result against this library's, which shows that both have done the same
+    /// work.
+    double psnrAgainst(const Picture& result) const { return psnr(own, result); }
 };
 
-/// Keeps the pictures of the last case alone: all together would not fit in memory.
+/// Keeps only the pictures of the last case: all together would not fit in memory.
 class Stage {
 public:
     template <typename Prepare>
@@ -60,11 +61,11 @@ private:
 Stage stage;
 
 void measure(State& state, const Work& work, Filter filter, const Picture& result, const Pictures& pictures) {
-    work();  // what a first call fetches and touches is not the question
+    work();  // warm-up: caches, page faults and one-time initialisation
     for (auto _ : state) work();
     state.SetLabel(filter == Filter::FourTaps ? "four taps" : "");
     state.counters["pixels"] = static_cast<double>(result.size().pixels());
-    state.counters["psnr"] = pictures.likeness(result);
+    state.counters["psnr"] = pictures.psnrAgainst(result);
 }
 
 void addScaling(const std::string& group, const ScaleCase& scaling, const Scaler& scaler, int rowAlignment) {
@@ -146,8 +147,8 @@ void nameTable(const char* family, const Kernels* const (&tables)[Count]) {
                                 instructionSetName(bestTable(tables).set));
 }
 
-/// How many processors this process may run on.
-int usableProcessors() {
+/// How many CPUs this process may run on.
+int usableCpus() {
     cpu_set_t processors;
     return sched_getaffinity(0, sizeof processors, &processors) == 0 ? CPU_COUNT(&processors) : 0;
 }
@@ -159,7 +160,7 @@ void describe(const std::vector<Contender>& peers) {
     nameTable("warp", kWarpTables);
     const char* limit = std::getenv("VANTOR_CPU");
     benchmark::AddCustomContext("limit", limit ? limit : "none");
-    benchmark::AddCustomContext("processors", std::to_string(usableProcessors()));
+    benchmark::AddCustomContext("processors", std::to_string(usableCpus()));
     benchmark::AddCustomContext("compiler", VANTOR_COMPILER);
     for (const Contender& peer : peers) benchmark::AddCustomContext("peer " + peer.library, peer.version);
 }

@@ -15,14 +15,14 @@ ScaleCase scaling(Size src, Size dst) {
     return {name(src) + " to " + name(dst), src, dst};
 }
 
-/// A barrel lens taken out: corners move by half a percent of the half diagonal.
+/// Corrects barrel distortion: corners are displaced by half a percent of the half diagonal.
 Grid mildGrid(Size size) {
     WarpParts parts;
     parts.lens = {-0.005};
     return makeGrid(WarpMap(parts, size), size);
 }
 
-/// Enlarged so far that no side of the source is left by much.
+/// Zoomed in so that little lies outside the source.
 Grid turnedGrid(Size size, double degrees) {
     WarpParts parts;
     parts.rotate = degrees;
@@ -32,14 +32,14 @@ Grid turnedGrid(Size size, double degrees) {
 
 /// Four waves across and down, so high that the picture runs backward between them.
 Grid foldingGrid(Size size) {
-    const auto move = [](int node, int side, int invScale) {
+    const auto displacement = [](int node, int side, int invScale) {
         const double pixels = side / 16.0 * std::sin(node * std::acos(-1.0) / 4);
         return static_cast<int32_t>(std::lround(pixels * 256 * 16384 / invScale));
     };
     Grid grid;
     for (int k = 0; k < 33 * 33; ++k) {
-        grid.dX[k] = move(k % 33, size.width, gdcScalesX(size.width).invScale);
-        grid.dY[k] = move(k / 33, size.height, gdcScalesY(size.height).invScale);
+        grid.dX[k] = displacement(k % 33, size.width, gdcScalesX(size.width).invScale);
+        grid.dY[k] = displacement(k / 33, size.height, gdcScalesY(size.height).invScale);
     }
     return grid;
 }

@@ -10,7 +10,7 @@ from report import BEST, OWN, Results, ns
 
 WIDTH, MARGIN, PANEL_GAP = 960, 24, 32
 TITLE, BAR, BAR_GAP, PANEL_END = 26, 16, 4, 18
-LABEL, VALUE = 186, 44  # room to the left and to the right of bars
+LABEL, VALUE = 186, 44  # margins to the left and to the right of bars
 HEADER, FOOTER = 66, 52
 PANEL_WIDTH = (WIDTH - 2 * MARGIN - PANEL_GAP) / 2
 COLORS = {"ground": "#ffffff", "edge": "#d0d7de", "text": "#1f2328", "faint": "#59636e", "own": "#0b6bcb",

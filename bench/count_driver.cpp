@@ -57,7 +57,7 @@ int interp4Nv12(int rows) {
     return interp4(rows, false);
 }
 
-/// Moves of up to some pixels, everywhere different.
+/// Displacements of up to a few pixels, different at every node.
 int warp(int rows) {
     hardware::vantorClient::_GDCGrid grid;
     for (int k = 0; k < 33 * 33; ++k) {

@@ -13,7 +13,7 @@ namespace vantor::bench {
 /// Start of planes, and distance of rows where asked for, in bytes: what the widest vectors want.
 constexpr int kAlignment = 64;
 
-/// Even sizes only. Both planes begin on a multiple of kAlignment bytes, and as many bytes lie behind each.
+/// Even sizes only. Both planes begin on a multiple of kAlignment bytes, and as many bytes follow each.
 class Picture {
 public:
     /// Rows of both planes lie `width` bytes apart, rounded up to a multiple of `rowAlignment`.

@@ -10,7 +10,7 @@ import textwrap
 
 OWN = "Vantor10"
 COPY = "memory copy"
-BEST, AVX2, PLAIN = "none", "avx2", "plain"  # values of VANTOR_CPU; none: all that the processor has
+BEST, AVX2, PLAIN = "none", "avx2", "plain"  # values of VANTOR_CPU; none: all that the CPU has
 MILD = "1920x1080 mild"
 
 # Acceptance ratios: cases (by the beginning of their names), VANTOR_CPU, what the time is divided by, and the maximum
@@ -61,10 +61,10 @@ def processor():
     return f"{names[0] if names else 'unknown'} ({', '.join(sets)})"
 
 
-def gather(folder):
-    """All runs of a folder as one object: what ran where, and the least times."""
+def gather(directory):
+    """All runs of a directory as one object: what ran where, and the least times."""
     rows, tables, context = {}, {}, {}
-    for path in sorted(folder.glob("runs/*.json")):
+    for path in sorted(directory.glob("runs/*.json")):
         run = json.loads(path.read_text())
         context = run["context"]
         tables[context["limit"]] = {name.removeprefix("kernels of "): table
@@ -83,7 +83,7 @@ def gather(folder):
 
 
 class Results:
-    """Questions to the object that `gather` makes."""
+    """Queries on the object that `gather` makes."""
 
     def __init__(self, bench):
         self.bench = bench
@@ -103,7 +103,7 @@ class Results:
         return self.of(case, OWN, limit)["cpu_ns_per_pixel"]
 
     def peers(self, case):
-        """Of a case, on one processor; those that need more than a grid are left out."""
+        """Of a case, on one CPU; those that need more than a grid are left out."""
         return [row for row in self.rows
                 if row["case"] == case and row["processors"] == 1 and row["contender"] not in (OWN, COPY)
                 and not row["contender"].endswith("maps kept")]
@@ -122,7 +122,7 @@ class Results:
 
 
 def table(header, rows):
-    """Markdown that is legible as it stands: the first column to the left, the others to the right."""
+    """Markdown that is legible as plain text: the first column left-aligned, the others right-aligned."""
     lines = [header] + rows
     widths = [max(len(line[i]) for line in lines) for i in range(len(header))]
 

@@ -1,12 +1,12 @@
-# Programs and libraries that are hard to turn against their users: guarded stacks, nothing writable that need not be
-# (all symbols are bound at the start, and their table is then read-only), no executable stack, random addresses.
+# Hardening of programs and libraries: stack protectors, nothing writable that need not be
+# (all symbols are bound at the start, and their table is then read-only), no executable stack, randomised addresses.
 add_compile_options(-fstack-protector-strong)
 add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 include(CheckPIESupported)
 check_pie_supported()
 
 # vantor_fortify(TARGET): checks the library calls of a target, as far as the compiler sees the sizes. That gives the
-# calls other names, so it is not for the library, whose calls can be replaced by name. Sanitizers know better.
+# calls other names, so it is not for the library, whose calls can be replaced by name. Sanitizers check more.
 function(vantor_fortify target)
     if(NOT VANTOR_SANITIZE)
         target_compile_options(${target} PRIVATE

@@ -13,8 +13,8 @@ install(TARGETS vantor_platform LIBRARY DESTINATION ${private_libraries} COMPONE
 
 file(STRINGS cmake/public_headers.txt public_headers)
 foreach(header ${public_headers})
-    get_filename_component(folder ${header} DIRECTORY)
-    install(FILES ${header} DESTINATION ${headers}/${folder} COMPONENT development)
+    get_filename_component(directory ${header} DIRECTORY)
+    install(FILES ${header} DESTINATION ${headers}/${directory} COMPONENT development)
 endforeach()
 
 install(EXPORT Vantor10 NAMESPACE Vantor10:: FILE Vantor10Config.cmake DESTINATION ${cmake_files} COMPONENT development)
@@ -23,7 +23,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/Vantor10ConfigVer
 install(FILES ${PROJECT_BINARY_DIR}/package/Vantor10ConfigVersion.cmake DESTINATION ${cmake_files}
         COMPONENT development)
 
-# The paths start at the file's own folder, so that an installation can be moved.
+# The paths start at the file's own directory, so that an installation can be moved.
 file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
 foreach(name vantor10 vantor10-service)

@@ -1,6 +1,6 @@
 // What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, records, which are run
-// again. Each is read, or refused by an error for the user, which a terminal can show; nothing else may happen. The
-// first byte says what the others are.
+// again. Each is read, or refused by an error for the user, which a terminal can show safely; nothing else may happen.
+// The first byte selects the target for the others.
 #include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -28,7 +28,7 @@
 
 namespace vantor::fuzz {
 
-/// What is printed of a message is UTF-8 without control characters, and stays as it is if it is printed again.
+/// An escaped message is UTF-8 without control characters, and escaping it again changes nothing.
 static void expectShowable(const std::string& message) {
     const std::string shown = tool::escapeForTerminal(message);
     FUZZ_EXPECT(tool::escapeForTerminal(shown) == shown);
@@ -67,8 +67,8 @@ uint32_t bigEndian(const uint8_t* bytes) {
     return value;
 }
 
-/// Makes the checksums of a PNG's chunks right, so that what is behind them is reached.
-void mendChecksums(Bytes& png) {
+/// Repairs the checksums of a PNG's chunks, so that the code behind them is reached.
+void repairChecksums(Bytes& png) {
     for (size_t at = 8; at + 12 <= png.size();) {
         const size_t length = bigEndian(&png[at]);
         if (length > png.size() - at - 12) return;
@@ -119,10 +119,10 @@ void png(const Bytes& bytes) {
     }
 }
 
-void mendedPng(const Bytes& bytes) {
-    Bytes mended = bytes;
-    mendChecksums(mended);
-    png(mended);
+void repairedPng(const Bytes& bytes) {
+    Bytes repaired = bytes;
+    repairChecksums(repaired);
+    png(repaired);
 }
 
 void y4m(const Bytes& bytes) {
@@ -196,9 +196,9 @@ std::string firstLine(const std::string& header) {
     return "vantor-record 1 " + std::string(8 - length.size(), '0') + length + " " + hash.text() + "\n";
 }
 
-/// A header and planes, without a first line: all hashes are made right, as a user does who edits a record, so that
-/// what is behind them is reached.
-void mendedRecord(const Bytes& bytes) {
+/// A header and planes, without a first line: all hashes are repaired, as by a user who edits a record, so that
+/// the code behind them is reached.
+void repairedRecord(const Bytes& bytes) {
     std::string text(bytes.begin(), bytes.end());
     const size_t brace = text.find("\n}\n");
     const size_t end = brace == std::string::npos ? text.size() : brace + 3;
@@ -207,11 +207,11 @@ void mendedRecord(const Bytes& bytes) {
         try {
             return record({whole.begin(), whole.end()});
         } catch (const UserError& error) {
-            const std::string trouble = error.what();
-            const size_t at = trouble.find("their hash is ");
-            const size_t wrong = text.find(trouble.substr(trouble.size() - 16));
+            const std::string message = error.what();
+            const size_t at = message.find("their hash is ");
+            const size_t wrong = text.find(message.substr(trouble.size() - 16));
             if (planes == 0 || at == std::string::npos || wrong == std::string::npos) throw;
-            text.replace(wrong, 16, trouble, at + std::strlen("their hash is "), 16);
+            text.replace(wrong, 16, message, at + std::strlen("their hash is "), 16);
         }
     }
 }
@@ -223,14 +223,14 @@ void message(const Bytes& bytes) { expectShowable({bytes.begin(), bytes.end()});
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     if (!std::setlocale(LC_CTYPE, "C.UTF-8")) return -1;
-    vantor::tool::beQuiet();
+    vantor::tool::setQuiet();
     return std::freopen("/dev/null", "w", stdout) ? setenv("VANTOR_LOG", "off", 1) : -1;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace vantor::fuzz;
-    constexpr void (*kTargets[])(const Bytes&) = {png,         mendedPng, y4m,          raw,    grid,
-                                                  calibration, record,    mendedRecord, message};
+    constexpr void (*kTargets[])(const Bytes&) = {png,    repairedPng,    y4m,    raw, grid, calibration,
+                                                  record, repairedRecord, message};
     if (size == 0 || data[0] >= std::size(kTargets)) return -1;
     try {
         kTargets[data[0]](Bytes(data + 1, data + size));

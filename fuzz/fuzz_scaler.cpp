@@ -21,12 +21,12 @@ ColumnTaps columns(Input& input, ColumnTable& table, int maxColumns, int phases,
     const int count = input.between(1, maxColumns);
     const bool isEven = input.ConsumeBool();
     const double step = input.between(0, 6000) / 256.0;
-    const Bytes moves = input.content(static_cast<size_t>(count));
+    const Bytes offsets = input.content(static_cast<size_t>(count));
     const Bytes places = input.content(static_cast<size_t>(count));
     uint32_t tap = 0;
     for (int i = 0; i < count; ++i) {
         const auto k = static_cast<size_t>(i);
-        tap = isEven ? static_cast<uint32_t>(i * step) : tap + moves[k] % 32;
+        tap = isEven ? static_cast<uint32_t>(i * step) : tap + offsets[k] % 32;
         table.tap[i] = tap * static_cast<uint32_t>(elementStep);
         table.phase[i] = static_cast<uint8_t>(places[k] % phases);
     }

@@ -152,14 +152,14 @@ private:
     /// Puts in other descriptors, or more of them, or takes some away.
     void spoil(Input& input, std::vector<int>& descriptors) {
         static const int kDevice = open("/dev/null", O_RDWR | O_CLOEXEC);
-        static const int kFolder = open("/", O_RDONLY | O_CLOEXEC);
+        static const int kDirectory = open("/", O_RDONLY | O_CLOEXEC);
         isSpoilt = true;
         descriptors.resize(static_cast<size_t>(input.between(0, 3)), descriptors[0]);
         for (int& descriptor : descriptors) {
             const int kind = input.between(0, 7);
             if (kind == 0) descriptor = input.any() | 1 << 20;  // none that is open
             if (kind == 1) descriptor = kDevice;
-            if (kind == 2) descriptor = kFolder;
+            if (kind == 2) descriptor = kDirectory;
         }
     }
 

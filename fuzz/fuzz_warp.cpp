@@ -23,7 +23,7 @@ using Samples = std::vector<uint16_t>;
 constexpr int kNodes = 33;
 constexpr size_t kValues = kNodes * kNodes;
 
-/// Moves of the nodes of one axis: none, one, a slope, noise, or anything.
+/// Displacements of the nodes of one axis: none, one, a slope, noise, or anything.
 void fillNodes(Input& input, int32_t (&nodes)[kValues]) {
     const int kind = input.between(0, 4);
     const int32_t shift = input.ConsumeBool() ? input.any() : input.between(-300000, 300000);
@@ -45,13 +45,13 @@ struct Axis {
     int size, shifter, scale, invScale, outScale, outStart, outSize;
 };
 
-/// The samples that the core may touch, of which those of odd sizes are a few more than 3 / 2 a pixel.
+/// The samples that the core may touch, of which those of odd sizes are a few more than 3 / 2 per pixel.
 size_t samplesOf(int width, int height) {
     if (width < 1 || height < 1) return 0;
     return static_cast<size_t>(width * height * 5 / 4 + (height - 1) / 2 * width / 2 + (width + 1) / 2);
 }
 
-/// What pixels leave behind, as the library's state and the reference's, from zeros on.
+/// The state that pixels leave, of the library and of the reference, starting from zeros.
 class State {
 public:
     State() {
@@ -98,7 +98,7 @@ void walk(reference::GdcState& state, const Axis& x, const Axis& y, const Grid& 
 
 Samples widened(const Bytes& bytes) { return Samples(bytes.begin(), bytes.end()); }
 
-/// The core with any step, place, region and scale.
+/// The core with any step, position, region and scale.
 void core(Input& input) {
     Axis x{input.between(2, kMaxWarpSide), 0, 0, 0, 128, 0, 0};
     Axis y{input.between(2, kMaxWarpSide), 0, 0, 0, 128, 0, 0};
@@ -132,7 +132,7 @@ void core(Input& input) {
     state.expectSame();
 }
 
-/// Source coordinates of `count` columns, with the room that kernels want behind them.
+/// Source coordinates of `count` columns, with the padding that kernels need after them.
 struct Positions {
     int count;
     std::vector<int32_t> x, y;
@@ -181,7 +181,7 @@ Positions positionsOfRow(Input& input, int width, int height) {
     return plain;
 }
 
-/// Positions that no grid makes, near the picture's middle or anywhere.
+/// Positions that no grid makes, near the picture's centre or anywhere.
 Positions anyPositions(Input& input, int width, int height) {
     Positions positions(input.between(1, kWarpRunColumns));
     const int shift = input.between(0, 24);
@@ -238,7 +238,7 @@ Bytes fromPlanes(const Samples& planes, size_t luma) {
     return picture;
 }
 
-/// Moves that a matrix (a, b, d, e in 1/4096, c, f in 1/32 pixel) stands for, as drivers make them.
+/// Displacements that a matrix (a, b, d, e in 1/4096, c, f in 1/32 pixel) represents, as drivers make them.
 void gridOf(const int16_t (&matrix)[6], int width, int height, Grid& grid) {
     double values[9] = {0, 0, 0, 0, 0, 0, 0, 0, 1};
     for (int i = 0; i < 6; ++i) values[i] = matrix[i] / (i % 3 == 2 ? 32.0 : 4096.0);

@@ -31,7 +31,7 @@ constexpr size_t kMargin = 64;
 /// @{
 constexpr int kMaxSide = 200;         ///< of most pictures
 constexpr int kMaxWideSide = 2400;    ///< of some, so that there is more than one strip of columns
-constexpr int kMaxStridePadding = 9;  ///< bytes behind a row
+constexpr int kMaxStridePadding = 9;  ///< bytes after a row
 constexpr int kMaxWarpSide = 32;      ///< of pictures given to the model's core
 constexpr int kMaxWarpWidth = 112;    ///< of pictures given to requests, which take none below 96 x 64
 constexpr int kMaxWarpHeight = 66;
@@ -43,7 +43,7 @@ constexpr size_t kMaxReplayBytes = size_t{1} << 18;  ///< of a record's result, 
 
 using Bytes = std::vector<uint8_t>;
 
-/// Ends the run as a finding.
+/// Aborts the run as a finding.
 [[noreturn]] inline void fail(const char* what, int line) {
     std::fprintf(stderr, "fuzz: line %d: not so: %s\n", line, what);
     std::abort();
@@ -138,11 +138,11 @@ void expectSameOutput(const Bytes& source, size_t outputBytes, Product&& product
     expectSame(actual.data(), expected.data(), outputBytes);
 }
 
-/// Calls `use` with each table but the plain one that this processor can run.
+/// Calls `use` with each table but the plain one that this CPU can run.
 template <typename Kernels, int Count, typename Use>
 void forEachVectorTable(const Kernels* const (&tables)[Count], Use&& use) {
     for (int i = 1; i < Count; ++i) {
-        if (processorHas(tables[i]->set)) use(*tables[i]);
+        if (cpuHas(tables[i]->set)) use(*tables[i]);
     }
 }
 

@@ -35,7 +35,7 @@ constexpr int32_t powerOfTwo(int exponent) {
     return exponent < 0 || exponent > 31 ? 0 : narrow(int64_t{1} << exponent);
 }
 
-/// a / b towards zero; by 0 it is 0, as the processor's divider has it.
+/// a / b towards zero; by 0 it is 0, as ARM's division instruction gives.
 constexpr int32_t divide(int32_t a, int32_t b) {
     return b == 0 ? 0 : narrow(int64_t{a} / b);
 }
@@ -45,7 +45,7 @@ constexpr int32_t clampDisplacement(int32_t value) {
     return std::clamp(value, -4194304, 4194303);
 }
 
-/// Conversion to int32 towards zero; beyond its range the nearest bound, and 0 for no number.
+/// Conversion to int32 towards zero; saturates beyond its range; NaN gives 0.
 inline int32_t saturateToInt(double value) {
     if (!(value == value)) return 0;
     return static_cast<int32_t>(std::clamp(value, -2147483648.0, 2147483647.0));

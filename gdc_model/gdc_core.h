@@ -12,8 +12,8 @@
 /// row reaches further: either picture then takes W x H x 5 / 4 + ((H - 1) / 2 x W) / 2 + (W + 1) / 2 samples
 /// (divisions truncate, from left to right).
 ///
-/// `gridDX` and `gridDY` hold the moves of the 1089 nodes, row by row: a node value v moves by v x invScale /
-/// 16384 in 1/256 source sample. `scaleShifter` and `scale` place an output column (row) in the grid;
+/// `gridDX` and `gridDY` hold the displacements of the 1089 nodes, row by row: a node value v is v x invScale
+/// / 16384 in 1/256 source sample. `scaleShifter` and `scale` map an output column (row) to the grid;
 /// getGridSet computes them and `invScale`. `outScale` is the output step in 1/128 source sample (128 is
 /// 1:1). Columns from outCropStartX and rows from outCropStartY are computed. Pixels from outside the source
 /// are black; sources one sample wide or high, into which no tap folds back, are all that sample; an empty

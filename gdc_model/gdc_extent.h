@@ -1,11 +1,11 @@
-// How many samples a picture has, and how many of it the core touches.
+// How many samples a picture has, and how many of them the core touches.
 #pragma once
 
 #include <cstddef>
 
 namespace vantor {
 
-/// Bytes, or samples, of a 4:2:0 picture, three planes or two; 0 for sizes that are none.
+/// Bytes, or samples, of a 4:2:0 picture, three planes or two; 0 for invalid sizes.
 inline size_t pictureSamples(int width, int height) {
     return width < 1 || height < 1 ? 0 : static_cast<size_t>(width) * static_cast<size_t>(height) * 3 / 2;
 }

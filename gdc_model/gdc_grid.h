@@ -4,19 +4,19 @@
 
 #pragma GCC visibility push(default)
 
-/// A point of a grid; from getGridSet, its move.
+/// A grid node's value; from getGridSet, its displacement.
 struct _pos {
     double x;  ///< to the right
     double y;  ///< down
 };
 
-/// Turns an affine map of a W x H picture, output to source, into the moves of 33 x 33 nodes.
+/// Turns an affine map of a W x H picture, output to source, into the displacements of 33 x 33 nodes.
 ///
 /// `matrix` is nine doubles, row by row: a, b, c; d, e, f, for (x, y) to (a x + b y + c, d x + e y + f) in
-/// pixels; the third row is taken as 0, 0, 1. `grid` takes 1089 points, row by row, as whole numbers: moves
-/// in 1/256 of a virtual frame of 8192 x 6144. Node places and moves are rounded to whole pixels on the way,
-/// and a move of 0 does not give 0: the engine's drivers do the same. The six scale parameters are those that
-/// GdcCore takes. Non-zero `clamp` keeps mapped nodes inside the picture.
+/// pixels; the third row is taken as 0, 0, 1. `grid` takes 1089 points, row by row, as whole numbers:
+/// displacements in 1/256 of a virtual frame of 8192 x 6144. Node positions and displacements are rounded to
+/// whole pixels on the way, and a displacement of 0 does not give 0: the engine's drivers do the same. The
+/// six scale parameters are those that GdcCore takes. Non-zero `clamp` keeps mapped nodes inside the picture.
 void getGridSet(int W, int H, double* matrix, _pos* grid, int* shiftX, int* shiftY, int* scaleX, int* scaleY,
                 int* invScaleX, int* invScaleY, int clamp);
 

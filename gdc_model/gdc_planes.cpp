@@ -13,17 +13,17 @@
 namespace vantor {
 namespace {
 
-/// Calls `move(interleaved, planar)` with the byte offsets of each chroma sample in the two layouts: all of
+/// Calls `copy(interleaved, planar)` with the byte offsets of each chroma sample in the two layouts: all of
 /// U, then all of V.
-template <typename Move>
-void forEachChroma(int W, int H, Move&& move) {
+template <typename Copy>
+void forEachChroma(int W, int H, Copy&& copy) {
     const std::ptrdiff_t luma = std::ptrdiff_t{W} * H;
     const std::ptrdiff_t starts[2] = {luma, luma + std::ptrdiff_t{H / 2} * (W / 2)};
     for (int component = 0; component < 2; ++component) {
         std::ptrdiff_t planar = starts[component];
         for (int row = 0; row < H / 2; ++row) {
             const std::ptrdiff_t interleaved = luma + std::ptrdiff_t{row} * W;
-            for (int column = component; column < W; column += 2) move(interleaved + column, planar++);
+            for (int column = component; column < W; column += 2) copy(interleaved + column, planar++);
         }
     }
 }

@@ -11,7 +11,7 @@
 /// do not overlap.
 void YUV2PlaneTo3Plane(unsigned char* src, unsigned char* dst, int W, int H);
 
-/// The inverse, with the same counts and places.
+/// The inverse, with the same counts and offsets.
 void YUV3PlaneTo2Plane(unsigned char* src, unsigned char* dst, int W, int H);
 
 /// Warps an NV12 picture of W x H by an affine matrix to one of outWidth x outHeight. `matrix` is a, b (in

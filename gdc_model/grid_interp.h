@@ -20,7 +20,7 @@ using GdcGrid = int[kGridNodes][kGridNodes];
 /// Where an output column or row lies in the virtual frame.
 struct VirtualPosition {
     int coordinate;  ///< 0 to 16384 across, 0 to 12288 down
-    int cell;    ///< 1 to 32, between nodes cell - 1 and cell; the frame's very end belongs to the last cell
+    int cell;    ///< 1 to 32, between nodes cell - 1 and cell; the frame's far edge belongs to the last cell
     int within;  ///< 0 to the cell's size, both included
 };
 
@@ -130,19 +130,20 @@ struct GridRow {
     }
 };
 
-/// How far a displacement moves along one axis, in 1/256 sample.
-inline int32_t sourceMove(int32_t invScale, int mirror, int32_t displacement) {
-    const auto move = narrow(hwround(int64_t{invScale} * displacement, 13));
-    return mirror ? wrapSub(0, move) : move;
+/// A displacement along one axis, in 1/256 source sample.
+inline int32_t sourceDisplacement(int32_t invScale, int mirror, int32_t displacement) {
+    const auto samples = narrow(hwround(int64_t{invScale} * displacement, 13));
+    return mirror ? wrapSub(0, samples) : samples;
 }
 
-/// Source coordinate, in 1/256 sample, of output column or row `position` that is not moved.
-inline int32_t unmovedCoordinate(const GdcAxis& axis, int position) {
+/// Source coordinate, in 1/256 sample, of output column or row `position` that is not displaced.
+inline int32_t undisplacedCoordinate(const GdcAxis& axis, int position) {
     return wrapMul(axis.outScale, wrapAdd(wrapMul(2, position), 1));
 }
 
 inline int32_t sourceCoordinate(const GdcAxis& axis, int position, int32_t displacement) {
-    return wrapAdd(sourceMove(axis.invScale, axis.mirror, displacement), unmovedCoordinate(axis, position));
+    return wrapAdd(sourceDisplacement(axis.invScale, axis.mirror, displacement),
+                   undisplacedCoordinate(axis, position));
 }
 
 }  // namespace vantor

@@ -21,8 +21,8 @@ int clampTo(int value, int size) {
     return std::min(std::max(value, 0), wrapSub(size, 1));
 }
 
-/// The move of a node, in whole pixels, in the grid's units.
-int32_t virtualMove(int pixels, int shifter, int scale) {
+/// A displacement of a node by whole pixels, in the grid's units.
+int32_t virtualDisplacement(int pixels, int shifter, int scale) {
     const int odd = wrapAdd(wrapMul(2, pixels), 1);
     const int numerator = wrapAdd(wrapMul(odd, scale), powerOfTwo(shifter + 7));
     return wrapMul(divide(numerator, powerOfTwo(shifter + 8)), 256);
@@ -49,8 +49,8 @@ Grid gridFromMatrix(const double* matrix, int width, int height, bool isClamped)
             nx = clampTo(nx, width);
             ny = clampTo(ny, height);
         }
-        grid.dX[node] = virtualMove(wrapSub(nx, x), scalesX.shifter, scalesX.scale);
-        grid.dY[node] = virtualMove(wrapSub(ny, y), scalesY.shifter, scalesY.scale);
+        grid.dX[node] = virtualDisplacement(wrapSub(nx, x), scalesX.shifter, scalesX.scale);
+        grid.dY[node] = virtualDisplacement(wrapSub(ny, y), scalesY.shifter, scalesY.scale);
     }
     return grid;
 }

@@ -65,8 +65,8 @@ public:
     void run(const OutputPlanes& dst) {
         const int rows = frame_.y.outCropSize;
         const int columns = frame_.x.outCropSize;
-        // With an odd width, the last chroma sample of a row and the first of the next are one: the later
-        // wins.
+        // With an odd width, the last chroma sample of a row and the first of the next share an address: the
+        // later write wins.
         const int tileRows = columns % 2 != 0 ? 1 : kTileRows;
         GridRows grids[kTileRows];
         for (int top = 0; top < rows; top += tileRows) {
@@ -186,7 +186,7 @@ bool overlap(const PlanePair<const uint8_t>& src, const PlanePair<uint8_t>& dst,
            });
 }
 
-/// Three planes behind each other, of `luma` x 3 / 2 bytes, to the output's planes.
+/// Three consecutive planes, of `luma` x 3 / 2 bytes, to the output's planes.
 void copyPlanes(const uint8_t* planes, size_t luma, const PlanePair<uint8_t>& dst) {
     std::copy_n(planes, luma, dst.y);
     if (!dst.uv) return;

@@ -16,13 +16,13 @@ struct PlanePair {
 };
 
 /// Warps a picture of width x height by grids of 33 x 33 nodes and leaves the state of such a run. The
-/// region's luma, then its U, then its V, each packed at the region's own width and with zeros behind, fill
-/// the output's planes in that order, so that only a region of the whole picture makes a picture. A null
-/// `dst.y` leaves the state alone behind.
+/// region's luma, then its U, then its V, each packed at the region's own width and followed by zeros, fill
+/// the output's planes in that order, so that only a region of the whole picture makes a picture. With a null
+/// `dst.y` the run leaves only its state.
 ///
-/// Planes may overlap: the output is then what it is for a source elsewhere. Takes about 8 bytes a column and
-/// 25 KB, and, for overlapping planes and regions of another size, as many bytes as the region has samples,
-/// and the picture at least. Returns false, with nothing written, where there is no memory for these.
+/// Planes may overlap; the output is the same as without overlap. Takes about 8 bytes per column and 25 KB,
+/// and, for overlapping planes and regions of another size, as many bytes as the region has samples, and the
+/// picture at least. Returns false, with nothing written, where there is no memory for these.
 bool warpPicture(int width, int height, const OutputRegion& region, const PlanePair<const uint8_t>& src,
                  const PlanePair<uint8_t>& dst, const int32_t* gridX, const int32_t* gridY) noexcept;
 

@@ -82,7 +82,7 @@ inline ChromaTaps chromaTaps(const SourcePosition& position, int lumaSize) {
 /// Sixteen luma samples, row by row.
 using LumaBlock = std::array<std::array<int32_t, 4>, 4>;
 
-/// The weight of a sample from the product of its two taps: to nearest, halves away from zero.
+/// The weight of a sample from the product of its two taps: to nearest, ties away from zero.
 constexpr int32_t roundedWeight(int32_t product) {
     return (product + 128 + (product >> 31)) >> 8;
 }

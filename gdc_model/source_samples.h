@@ -20,10 +20,10 @@ struct GdcPlanes {
     int stride;
     int chromaStep;
 
-    /// Three planes behind each other.
+    /// Three consecutive planes.
     GdcPlanes(Sample* samples, int width, int height, const GdcSettings& settings)
         : y(samples), u(samples), v(samples), stride(width), chromaStep(1) {
-        // No sample is touched in pictures without any, whatever their sizes say.
+        // Pictures of no samples are never read, whatever their stated size.
         if (width < 1 || height < 1) return;
         const std::ptrdiff_t luma = std::ptrdiff_t{width} * height;
         u += luma;

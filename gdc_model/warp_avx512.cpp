@@ -73,7 +73,7 @@ struct Pixels {
         const Vector atX = V::load(x);
         const Vector atY = V::load(y);
         interior = hasAllTaps(atX, src.width) & hasAllTaps(atY, src.height);
-        // Moved by two samples, so that the index is that of the first tap.
+        // Shifted by two samples, so that the index is that of the first tap.
         const Vector firstX = V::subtract32(atX, V::broadcast32(384));
         const Vector firstY = V::subtract32(atY, V::broadcast32(384));
         fractionX = V::bitAnd(firstX, V::broadcast32(255));

@@ -1,4 +1,4 @@
-// The vector stages of a warp of byte planes, one table an instruction set. All tables give the same bytes.
+// The vector stages of a warp of byte planes, one table per instruction set. All tables give the same bytes.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 namespace vantor {
 
 /// One coordinate of columns that follow each other in one cell of the grid. With u = within[i] (0 to 512)
-/// and q = bulge[i] (0 to 128) of WarpRun, column i is moved by
+/// and q = bulge[i] (0 to 128) of WarpRun, column i is displaced by
 ///   e = ((excess (512 - 2u) + 256) >> 9) + slopeChange
 ///   d = start + ((difference u + 256) >> 9) - ((e q + 1024) >> 11)
 /// and lies at base + i step + ((invScale d + 4096) >> 13), in 1/256 sample.
@@ -19,7 +19,7 @@ struct WarpLine {
     int32_t slopeChange;
     int32_t excess;
     int32_t invScale;
-    int mirror;  ///< non-zero takes the move from the base instead
+    int mirror;  ///< non-zero subtracts the displacement from the base instead
     int32_t base;
     int32_t step;
 };
@@ -42,8 +42,8 @@ struct WarpSource {
     int height;
 };
 
-/// Vector kernels read positions, `within` and `bulge` up to the next multiple of kWarpLanes, whatever stands
-/// there, and so far `positions` may write.
+/// Vector kernels read positions, `within` and `bulge` up to the next multiple of kWarpLanes, whatever is
+/// stored there; `positions` may write as far.
 constexpr int kWarpLanes = 32;
 constexpr int kWarpRunColumns = 256;  ///< at most, in one call of `luma` and `chroma`
 constexpr int kMaxWarpSide = 16384;
@@ -58,7 +58,7 @@ struct WarpKernels {
     void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
-    /// of them is folded, 0 elsewhere. Returns true only if there is no elsewhere.
+    /// of them is folded, 0 elsewhere. Returns true only if that holds for all positions.
     bool (*luma)(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out);
 
     /// Pairs of chroma at every second position, x[0], x[2], ...: the bilinear value where luma has all its

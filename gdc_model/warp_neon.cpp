@@ -34,9 +34,9 @@ public:
         const int32x4_t ex = vrshrq_n_s32(vmlsq_s32(excessAtStart_, u, excessStep_), 9);
         const int32x4_t gx = vrshrq_n_s32(vmulq_s32(vaddq_s32(ex, slopeChange_), q), 11);
         const int32x4_t d = vsubq_s32(vrsraq_n_s32(start_, vmulq_s32(u, difference_), 9), gx);
-        const int32x4_t move = vcombine_s32(vrshrn_n_s64(vmull_s32(vget_low_s32(d), invScale_), 13),
-                                            vrshrn_n_s64(vmull_s32(vget_high_s32(d), invScale_), 13));
-        const int32x4_t position = vaddq_s32(base_, move);
+        const int32x4_t displacement = vcombine_s32(vrshrn_n_s64(vmull_s32(vget_low_s32(d), invScale_), 13),
+                                                    vrshrn_n_s64(vmull_s32(vget_high_s32(d), invScale_), 13));
+        const int32x4_t position = vaddq_s32(base_, displacement);
         base_ = vaddq_s32(base_, step_);
         return position;
     }
@@ -92,7 +92,7 @@ uint16x8_t hasAllTaps(const Wide& position, int size) {
     return vcleq_u16(vreinterpretq_u16_s16(first), vdupq_n_u16(static_cast<uint16_t>(size - 4)));
 }
 
-/// Byte offsets of eight places; those outside `chosen` are at the plane's start.
+/// Byte offsets of eight positions; those outside `chosen` are at the plane's start.
 struct Offsets {
     int32_t at[kGroup];
 
@@ -137,9 +137,9 @@ int16x8_t enlarged(int16x8_t tap64) {
     return vorrq_s16(tap64, vdupq_n_s16(1));
 }
 
-/// Weights of four taps by those of one row: (128 x product + 2^14) >> 15 rounds halves up. Where one factor
-/// is an outer tap (never positive) and the other a centre tap (never negative), halves must go down: the
-/// centre tap is enlarged by 1/64, which moves the product by less than its distance from any other half.
+/// Weights of four taps by those of one row: (128 x product + 2^14) >> 15 rounds ties up. Where one factor
+/// is an outer tap (never positive) and the other a centre tap (never negative), ties must go down: the
+/// centre tap is enlarged by 1/64, which changes the product by less than its distance from any other tie.
 class Weights {
 public:
     explicit Weights(int16x8_t fraction) {

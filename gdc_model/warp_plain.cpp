@@ -22,7 +22,7 @@ void locate(const WarpRun& run, const WarpLine& line, int32_t* out) {
     int32_t base = line.base;
     for (int i = 0; i < run.count; ++i) {
         const int32_t displacement = curve.displacement(run.within[i], run.bulge[i]);
-        out[i] = wrapAdd(base, sourceMove(line.invScale, line.mirror, displacement));
+        out[i] = wrapAdd(base, sourceDisplacement(line.invScale, line.mirror, displacement));
         base = wrapAdd(base, line.step);
     }
 }

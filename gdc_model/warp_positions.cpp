@@ -11,8 +11,8 @@ bool fitsVectors(const GdcAxis& axis) {
     return axis.mirror == 0 && axis.invScale >= 0 && axis.invScale <= kMaxVectorScale;
 }
 
-int32_t unmovedAt(const GdcAxis& axis, int index) {
-    return unmovedCoordinate(axis, wrapAdd(axis.outCropStart, index));
+int32_t undisplacedAt(const GdcAxis& axis, int index) {
+    return undisplacedCoordinate(axis, wrapAdd(axis.outCropStart, index));
 }
 
 VirtualPosition columnPosition(const GdcAxis& axis, int column) {
@@ -70,15 +70,15 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
             curve.start, curve.difference, curve.slopeChange, curve.excess, axis.invScale, axis.mirror, base,
             step};
     };
-    const int32_t unmovedY = unmovedAt(frame_.y, outRow);
+    const int32_t undisplacedY = undisplacedAt(frame_.y, outRow);
     const int32_t stepX = wrapMul(2, frame_.x.outScale);
     auto* cell = std::upper_bound(cells_.get(), cells_.get() + cellCount_, first,
                                   [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
         positions({&within_[static_cast<size_t>(i)], &bulge_[static_cast<size_t>(i)], columns, grids.isShort,
-                   line(grids.x, cell->cell, frame_.x, unmovedAt(frame_.x, i), stepX),
-                   line(grids.y, cell->cell, frame_.y, unmovedY, 0)},
+                   line(grids.x, cell->cell, frame_.x, undisplacedAt(frame_.x, i), stepX),
+                   line(grids.y, cell->cell, frame_.y, undisplacedY, 0)},
                   x + (i - first), y + (i - first));
         i += columns;
     }

@@ -19,12 +19,12 @@ struct GridRows {
     bool isShort;      ///< as in WarpRun
 };
 
-/// What depends on the columns of a region alone: 12 bytes a column.
+/// What depends on the columns of a region alone: 12 bytes per column.
 class WarpPositions {
 public:
     explicit WarpPositions(const GdcFrame& frame);
 
-    /// Whether there was memory for the columns; without, nothing else may be asked.
+    /// Whether there was memory for the columns; if not, nothing else may be called.
     bool isReady() const { return within_ && bulge_ && cells_; }
 
     GridRows row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const;

@@ -1,4 +1,4 @@
-// The arithmetic of the warp in 32-bit and 16-bit lanes, one text for both vector types.
+// The arithmetic of the warp in 32-bit and 16-bit lanes, one source for both vector types.
 #pragma once
 
 #include "gdc_model/warp_kernels.h"
@@ -30,7 +30,8 @@ public:
             V::template shiftRightSigned32<9>(V::subtract32(excessAtStart_, V::multiply32(u, excessStep_)));
         const Vector bulge = rounded<11>(V::multiply32(V::add32(ex, slopeChange_), q));
         const Vector linear = rounded<9>(V::multiply32(u, difference_));
-        const Vector position = V::add32(base_, move(V::subtract32(V::add32(start_, linear), bulge)));
+        const Vector position =
+            V::add32(base_, sourceDisplacement(V::subtract32(V::add32(start_, linear), bulge)));
         base_ = V::add32(base_, step_);
         return position;
     }
@@ -42,7 +43,7 @@ private:
     }
 
     /// 24 bits by 15: the upper 16 bits of d apart from its lower eight, to which the rounding is added.
-    Vector move(Vector d) const {
+    Vector sourceDisplacement(Vector d) const {
         if (isShort) return rounded<13>(V::multiply32(d, invScale_));
         const Vector upper = V::multiplyAdd16(V::template shiftRightSigned32<8>(d), invScale_);
         const Vector lower = V::bitOr(V::bitAnd(d, V::broadcast32(255)), V::broadcast32(4096 << 16));
@@ -103,9 +104,9 @@ struct Taps {
     }
 };
 
-/// The sixteen weights of a pixel: (128 x product + 2^14) >> 15 rounds halves up. Where one factor is an
-/// outer tap (never positive) and the other a centre tap (never negative), halves must go down: the centre
-/// tap is enlarged by 1/64, which moves the product by less than its distance from any other half.
+/// The sixteen weights of a pixel: (128 x product + 2^14) >> 15 rounds ties up. Where one factor is an
+/// outer tap (never positive) and the other a centre tap (never negative), ties must go down: the centre
+/// tap is enlarged by 1/64, which changes the product by less than its distance from any other tie.
 template <typename V>
 class Weights {
 public:

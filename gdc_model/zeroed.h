@@ -8,8 +8,8 @@
 
 namespace vantor {
 
-/// Values of 0. Ends the process where there is no memory: nothing leaves the exported functions by an
-/// exception, and those that return nothing cannot tell.
+/// Values of 0. Aborts where there is no memory: no exception may leave the exported functions, and those
+/// that return nothing cannot report an error.
 template <typename Value>
 std::vector<Value> zeroed(std::size_t count) noexcept {
     return std::vector<Value>(count);

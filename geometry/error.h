@@ -5,7 +5,8 @@
 
 namespace vantor {
 
-/// The text says what cannot be, and what was expected; the caller knows which option or file asked for it.
+/// The message names what is invalid, and what was expected; the caller knows which option or file asked for
+/// it.
 class GeometryError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

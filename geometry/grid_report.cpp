@@ -65,11 +65,13 @@ GridReport examine(const Grid& grid, Size frame) {
     const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyondRange) +
                         std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyondRange);
     GridReport report{};
-    report.leastMove = report.largestMove = nodeMove(grid, 0, 0, frame);
+    report.minDisplacement = report.maxDisplacement = nodeDisplacement(grid, 0, 0, frame);
     for (int index = 1; index < kGridNodes * kGridNodes; ++index) {
-        const Point move = nodeMove(grid, index / kGridNodes, index % kGridNodes, frame);
-        report.leastMove = {std::min(report.leastMove.x, move.x), std::min(report.leastMove.y, move.y)};
-        report.largestMove = {std::max(report.largestMove.x, move.x), std::max(report.largestMove.y, move.y)};
+        const Point displacement = nodeDisplacement(grid, index / kGridNodes, index % kGridNodes, frame);
+        report.minDisplacement = {std::min(report.minDisplacement.x, displacement.x),
+                                  std::min(report.minDisplacement.y, displacement.y)};
+        report.maxDisplacement = {std::max(report.maxDisplacement.x, displacement.x),
+                                  std::max(report.maxDisplacement.y, displacement.y)};
     }
     report.nodesBeyondRange = static_cast<int>(beyond);
     report.foldedCells = countFolded(sourcesOf(grid, frame));

@@ -1,4 +1,4 @@
-// What can be said of a grid without looking at a picture.
+// What a grid does, without looking at a picture.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@ namespace vantor {
 bool isBeyondRange(int32_t value);
 
 struct GridReport {
-    Point leastMove;  ///< of the nodes, in pixels
-    Point largestMove;
+    Point minDisplacement;  ///< of the nodes, in pixels
+    Point maxDisplacement;
     int nodesBeyondRange;  ///< whose half value the engine cannot hold
     int foldedCells;       ///< of 1024: turned over or without area in a corner
     double outside;        ///< share of the output whose source lies outside the picture, 0 to 1
@@ -20,10 +20,10 @@ struct GridReport {
 
 GridReport examine(const Grid& grid, Size frame);
 
-/// How far the positions that the model makes of a grid are from those of the map that the grid stands for,
-/// in pixels, over the output pixels for which either is inside the source.
+/// How far the positions that the model makes of a grid are from those of the map that the grid was made
+/// from, in pixels, over the output pixels for which either is inside the source.
 struct GridError {
-    size_t pixels = 0;  ///< so many
+    size_t pixels = 0;  ///< how many
     double largest = 0;
     int largestX = 0;  ///< the pixel where it is
     int largestY = 0;

@@ -1,4 +1,4 @@
-// The model's own steps, as the tool walks them for whole pictures.
+// The model's own steps, called one by one for whole pictures.
 #pragma once
 
 #include <algorithm>

@@ -62,8 +62,8 @@ bool isProper(const Rectangle& r) {
     return width > 0 && height > 0 && width + height < std::numeric_limits<double>::infinity();
 }
 
-/// The largest rectangle of a shape (its width a height) in another, or the smallest around it, with the same
-/// middle.
+/// The largest rectangle of an aspect ratio (width over height) in another, or the smallest around it, with
+/// the same centre.
 Rectangle shaped(const Rectangle& r, double shape, bool isInside) {
     const bool isWide = r.right - r.left > shape * (r.bottom - r.top);
     const double halfHeight = isWide == isInside ? (r.bottom - r.top) / 2 : (r.right - r.left) / shape / 2;
@@ -82,7 +82,7 @@ Camera cameraFor(const Calibration& calibration, const Camera& camera, Size pict
         throw GeometryError(
             "the lens cannot be straightened as far as the picture's corners; expected alpha 0, or none");
     }
-    if (calibration.lens.isFisheye) {  // stretched by it beyond recognition if both sides were filled
+    if (calibration.lens.isFisheye) {  // filling both sides would stretch it beyond recognition
         const double shape = (picture.width - 1) / camera.fx / ((picture.height - 1) / camera.fy);
         views.inner = shaped(views.inner, shape, true);
         views.outer = shaped(views.outer, shape, false);

@@ -35,7 +35,7 @@ public:
     /// For pictures of a size: the camera is scaled to it, across and down. Without `alpha` the straight
     /// picture has the same camera matrix. `alpha` 0: it shows only what the camera's picture has, as large
     /// as can be; 1: all that it has; between: a blend of both camera matrices. A fisheye's straight picture
-    /// keeps its pixels' shape. Throws a GeometryError where
+    /// keeps its pixel aspect ratio. Throws a GeometryError where
     /// `alpha` asks for what a plane cannot show.
     UndistortMap(const Calibration& calibration, Size picture, std::optional<double> alpha);
 

@@ -67,7 +67,7 @@ Grid makeGrid(const SourceMap& map, Size frame) {
     Grid grid;
     for (int row = 0; row < kGridNodes; ++row) {
         for (int column = 0; column < kGridNodes; ++column) {
-            const Point node = nodePlace(row, column, frame);
+            const Point node = nodePosition(row, column, frame);
             const Point source = map(node);
             const int index = row * kGridNodes + column;
             grid.dX[index] = nodeValue(source.x - node.x, scalesX);
@@ -77,20 +77,20 @@ Grid makeGrid(const SourceMap& map, Size frame) {
     return grid;
 }
 
-Point nodePlace(int row, int column, Size frame) {
+Point nodePosition(int row, int column, Size frame) {
     return {frame.width * column / 32.0, frame.height * row / 32.0};
 }
 
-Point nodeMove(const Grid& grid, int row, int column, Size frame) {
+Point nodeDisplacement(const Grid& grid, int row, int column, Size frame) {
     const int index = row * kGridNodes + column;
     return {grid.dX[index] / unitsPerPixel(gdcScalesX(frame.width)),
             grid.dY[index] / unitsPerPixel(gdcScalesY(frame.height))};
 }
 
 Point nodeSource(const Grid& grid, int row, int column, Size frame) {
-    const Point place = nodePlace(row, column, frame);
-    const Point move = nodeMove(grid, row, column, frame);
-    return {place.x + move.x, place.y + move.y};
+    const Point position = nodePosition(row, column, frame);
+    const Point displacement = nodeDisplacement(grid, row, column, frame);
+    return {position.x + displacement.x, position.y + displacement.y};
 }
 
 }  // namespace vantor

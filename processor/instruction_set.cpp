@@ -32,15 +32,16 @@ InstructionSet lastAllowedSet() {
 }
 
 #if defined(__x86_64__)
-// All that the flags of the kernels' files (CMakeLists.txt) let g++ and clang use. The compilers' own
-// question covers the system's part: it says yes only if the system saves the registers of the set (OSXSAVE,
-// XCR0).
+// All that the flags of the kernels' files (CMakeLists.txt) let g++ and clang use. The compilers'
+// __builtin_cpu_supports covers the operating system's part: it is true only if the system saves the
+// registers of the set (OSXSAVE, XCR0).
 
 bool hasAvx2() {
     return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
 }
 
-/// clang's -mavx512f allows conversions of half floats, but it does not know their name to ask for.
+/// clang's -mavx512f enables half-precision conversions, but its __builtin_cpu_supports does not know the
+/// name f16c.
 bool hasHalfFloats() {
     unsigned eax, ebx, ecx, edx;
     return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_F16C) != 0;
@@ -69,7 +70,7 @@ const char* instructionSetName(InstructionSet set) {
     return "plain";
 }
 
-bool processorHas(InstructionSet set) {
+bool cpuHas(InstructionSet set) {
     if (set == InstructionSet::Plain) return true;
 #if defined(__ARM_NEON)
     if (set == InstructionSet::Neon) return true;
@@ -87,7 +88,7 @@ bool isInstructionSetLimit(const char* name) {
 
 bool isUsable(InstructionSet set) {
     static const InstructionSet lastAllowed = lastAllowedSet();
-    return set <= lastAllowed && processorHas(set);
+    return set <= lastAllowed && cpuHas(set);
 }
 
 }  // namespace vantor

@@ -1,4 +1,4 @@
-// Which instruction sets the processor offers and the user allows. Kernel tables are chosen by this alone.
+// Which instruction sets the CPU offers and the user allows. Kernel tables are chosen by this alone.
 #pragma once
 
 namespace vantor {
@@ -12,15 +12,15 @@ constexpr InstructionSet kInstructionSets[] = {InstructionSet::Plain, Instructio
 /// "plain", "neon", "avx2" or "avx512".
 const char* instructionSetName(InstructionSet set);
 
-/// Whether the processor and the system can run kernels of this set. Avx2 means AVX2 and POPCNT, Avx512
+/// Whether the CPU and the system can run kernels of this set. Avx2 means AVX2 and POPCNT, Avx512
 /// for those, FMA, F16C and AVX-512's F, BW, VL and VBMI together.
-bool processorHas(InstructionSet set);
+bool cpuHas(InstructionSet set);
 
-/// Whether `name` is a value of VANTOR_CPU: "plain", "avx2" or "avx512". Null (unset) is one as well.
+/// Whether `name` is a value of VANTOR_CPU: "plain", "avx2" or "avx512". Null (unset) is valid too.
 bool isInstructionSetLimit(const char* name);
 
-/// Whether the processor has the set and VANTOR_CPU does not rule it out. VANTOR_CPU names the last set that
-/// may be used; it is read once a process, and a value that is no such name is ignored.
+/// Whether the CPU has the set and VANTOR_CPU does not rule it out. VANTOR_CPU names the last set that
+/// may be used; it is read once per process, and any other value is ignored.
 bool isUsable(InstructionSet set);
 
 /// The best usable table of a family. `tables` is in order of preference and begins with the plain one.

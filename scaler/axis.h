@@ -16,7 +16,8 @@ constexpr PositionFormat kPosition64{6, 6};     ///< 1/64 sample, phases of 1/64
 constexpr PositionFormat kPosition32{5, 5};     ///< 1/32 sample, phases of 1/32
 
 /// Output sample i lies at i x step, the step truncated: output 0 samples source 0 exactly, and centres are
-/// not offset. 64 bits, because the source size alone takes all of 32 bits from 2^18 samples on.
+/// not offset. 64 bits, because the source size alone, in this format, needs more than 31 bits from 2^18
+/// samples on.
 class Axis {
 public:
     Axis(int srcSize, int dstSize, PositionFormat format)

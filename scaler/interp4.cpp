@@ -61,7 +61,7 @@ int NV12_Interp4_Interpolate(unsigned char* srcY, unsigned char* srcUV, unsigned
     scaleInterp4Luma({srcY, srcWidth, srcHeight}, {dstY, dstWidth, bandX, endX, rows(bandY, endY)},
                      coefficients, columnAxis, rowAxis);
     if (!lumaOnly) {
-        // With an odd height the last row of the source is not whole.
+        // With an odd height the source's last chroma row is incomplete.
         scaleInterp4Chroma({srcUV, srcWidth, (srcHeight + 1) / 2},
                            {dstUV, dstWidth, bandX, endX / 2, rows(bandY / 2, endY / 2)}, columnAxis,
                            rowAxis);

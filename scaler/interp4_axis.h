@@ -12,7 +12,7 @@ namespace vantor {
 /// Source positions of output columns, or rows, in 1/32 sample, clamped so that four taps fit in the source.
 class Interp4Axis {
 public:
-    /// The step is in 1/262144 sample. Its inner quotient is rounded to single precision, which moves the
+    /// The step is in 1/262144 sample. Its inner quotient is rounded to single precision, which changes the
     /// step by one unit for some pairs of sizes.
     Interp4Axis(int srcSize, int cropStart, int cropSize, int dstSize)
         : srcSize_(srcSize),

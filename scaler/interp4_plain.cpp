@@ -25,7 +25,7 @@ uint32_t product(int a, int b) {
     return static_cast<uint32_t>(a * b);
 }
 
-/// Weights that are none of a filter's may lead beyond 32 bits.
+/// Arbitrary weights may overflow 32 bits.
 uint32_t wrappedSum(const int16_t* const rows[4], const int16_t* weights, int i) {
     return product(weights[0], rows[0][i]) + product(weights[1], rows[1][i]) +
            product(weights[2], rows[2][i]) + product(weights[3], rows[3][i]);

@@ -1,6 +1,6 @@
 #!/bin/sh
 # android.sh: compiles and links the library for the device's triple, with Debian's parts instead of a development kit,
-# and compares what it asks of the device's libraries with platform/android/undefined.txt. Compiles its self-test as well.
+# and compares its undefined symbols with platform/android/undefined.txt. Compiles its self-test as well.
 set -eu
 cd "$(dirname "$0")/.."
 out=$PWD/build-android

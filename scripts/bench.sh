@@ -1,5 +1,5 @@
 #!/bin/sh
-# bench.sh [--quick]: sets up, builds and times the library against its peers, pinned to one processor and once on all;
+# bench.sh [--quick]: sets up, builds and times the library against its peers, pinned to one CPU and once on all;
 # about ten minutes. Prints the numbers, and writes build-bench/bench.json, docs/images/speed.svg and the measured parts
 # of docs/performance.md and bench/README.md. With --quick it takes a few numbers in 20 seconds and writes no document.
 set -eu
@@ -25,7 +25,7 @@ run() {
         { cat "$out/runs/$name.log"; exit 1; }
 }
 
-# The machine may be slower for seconds at a time: all take turns, and the least time of each counts.
+# The machine may be slower for seconds at a time: all take turns, and the minimum time of each counts.
 all="^(threads/|scale/|warp/$warps)"
 own="^(scale/|warp/$warps).*/Vantor10"
 round=1

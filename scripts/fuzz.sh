@@ -1,6 +1,6 @@
 #!/bin/sh
 # fuzz.sh [--renew] [SECONDS]: builds the fuzzers and runs each for SECONDS (60), from the committed corpus on; prints
-# how many inputs each ran and what it covered. Ends with an error on any finding. What it finds, and new inputs, stay in
+# how many inputs each ran and what it covered. Fails on any finding. What it finds, and new inputs, stay in
 # build-fuzz/. The corpus of a fuzzer is fuzz/corpus/NAME.tar.gz, and the inputs that once found something, by their
 # names, in fuzz/corpus/NAME/. With --renew the archive is written again afterwards, with those inputs that add coverage.
 set -eu
@@ -14,7 +14,7 @@ build=build-fuzz
 { cmake --preset fuzz && nice cmake --build --preset fuzz -- $(printf 'fuzz_%s ' $fuzzers); } >"$build.log" 2>&1 ||
     { cat "$build.log"; exit 1; }
 
-# pack FOLDER ARCHIVE: the same bytes for the same files.
+# pack DIRECTORY ARCHIVE: the same bytes for the same files.
 pack() {
     tar -C "$1" --sort=name --mtime=@0 --owner=0 --group=0 --numeric-owner -cf - . | gzip -n9 >"$2"
 }

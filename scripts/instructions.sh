@@ -1,6 +1,6 @@
 #!/bin/sh
-# instructions.sh: counts executed instructions a pixel of output (chroma: a pair), of each family of kernels, plain and
-# with the best table, on 32-bit ARM, 64-bit ARM and x86-64 (to AVX2), all under the emulator.
+# instructions.sh: counts executed instructions per pixel of output (chroma: per pair) of each family of kernels,
+# plain and with the best table, on 32-bit ARM, 64-bit ARM and x86-64 (to AVX2), all under the emulator.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh --count

@@ -1,14 +1,14 @@
 #!/bin/sh
 # memcheck.sh: runs the self-test, the tool on small pictures and the service's tests, as built by scripts/test.sh, under
-# valgrind: no use of memory that was never written, no access to memory that is nobody's, and none lost. With the plain
+# valgrind: no use of uninitialised memory, no invalid access, and no leak. With the plain
 # kernels, and with the best ones that valgrind emulates (AVX2).
 set -eu
 cd "$(dirname "$0")/.."
 bin=$PWD/build/bin
 tests=$PWD/tests
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-cd "$folder"
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+cd "$directory"
 
 check() {
     program=$1

@@ -1,17 +1,18 @@
 #!/bin/sh
-# packages.sh [--deb]: sets up, builds, installs into a folder that is then moved, and builds and runs the examples
+# packages.sh [--deb]: sets up, builds, installs into a directory that is then moved, and builds and runs the examples
 # against it: by find_package, by pkg-config and as a subdirectory. With --deb (as root, about five minutes) it makes
 # the Debian packages instead, in build-deb/, and installs and runs them in a bare Debian system of their own.
 set -eu
 cd "$(dirname "$0")/.."
 source=$PWD
 
-# quietly COMMAND...: shows what a command says only if it fails.
+# quietly COMMAND...: shows the output of a command only if it fails.
 quietly() {
     "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
 }
 
-# check NAME COMMAND... FOLDER: the examples in the folder give the tool's bytes, one in the library, one on its service.
+# check NAME COMMAND... DIRECTORY: the examples in the directory give the tool's bytes, one in the library, one on its
+# service.
 check() {
     name=$1
     shift
@@ -35,7 +36,7 @@ examples() {
     "$vantor" chart -o "$out/chart_1280x720.nv12" --size 1280x720
     "$vantor" scale "$out/chart_1280x720.nv12" -o "$out/expected_640x360.nv12" --size 50%
 
-    # Each header compiles alone, with nothing of this folder, as C++14.
+    # Each header compiles alone, with nothing of this directory, as C++14.
     while read -r header; do
         echo "#include \"$header\"" | g++ -std=c++14 -pedantic-errors -Wall -Wextra -Werror -fsyntax-only \
             -I"$out/moved/include/vantor10" -x c++ -

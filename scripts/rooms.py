@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""rooms.py [--check]: draws the includes between the folders of the product, the rooms, as docs/images/rooms.svg (by
+"""rooms.py [--check]: draws the includes between the directories of the product, the rooms, as docs/images/rooms.svg (by
 Graphviz). With --check it draws nothing, and fails where an include points up or stays hidden: FLOORS lists the rooms
 from the top down, and a file includes files of its own room and of rooms below only. So there is no circle either."""
 
@@ -46,9 +46,9 @@ def room_of(file):
 def included(file):
     """The files of this tree, relative to the root, that a file includes."""
     for name in re.findall(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', (ROOT / file).read_text(), re.M):
-        for folder in "", "platform/linux/include/", "platform/linux/include/generated/":
-            if (ROOT / folder / name).is_file():
-                yield folder + name
+        for directory in "", "platform/linux/include/", "platform/linux/include/generated/":
+            if (ROOT / directory / name).is_file():
+                yield directory + name
 
 
 def arrows():

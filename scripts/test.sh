@@ -7,7 +7,7 @@ set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh "$@"
 
-# run PRESET FOLDER: builds and tests one entry of CMakePresets.json, in its build folder.
+# run PRESET DIRECTORY: builds and tests one entry of CMakePresets.json, in its build directory.
 run() {
     echo "== $1"
     cmake --preset "$1" &&
@@ -16,7 +16,7 @@ run() {
         grep -h '^kernel table' "$2/Testing/Temporary/LastTest.log" | sort -u
 }
 
-# run_quietly PRESET: the same, of which only a failure is shown whole.
+# run_quietly PRESET: the same, with full output only on failure.
 run_quietly() {
     (run "$1" "build-$1") >"build-$1.log" 2>&1 || { cat "build-$1.log"; exit 1; }
     head -n 1 "build-$1.log"

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int32_t kRefused = -22;  // -EINVAL
 
-/// Runs a request; whatever goes wrong becomes a status and a line.
+/// Runs a request; any error becomes a status and a log line.
 template <typename Request>
 int32_t guarded(const char* method, Request&& request) {
     try {
@@ -39,7 +39,7 @@ hardware::vantorClient::BufferData describe(const Nv12& picture) {
     return data;
 }
 
-/// The model has one state in a process, whatever the number of services.
+/// The model has one state per process, whatever the number of services.
 std::mutex modelMutex;
 
 void warp(const Nv12& from, const Nv12& to, const SoftwareService::GdcGrid& grid) {

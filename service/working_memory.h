@@ -9,7 +9,7 @@
 
 namespace vantor {
 
-/// A packed NV12 picture of even size, chroma directly behind luma.
+/// A packed NV12 picture of even size, whose chroma directly follows its luma.
 struct Nv12 {
     uint8_t* luma;
     int width;

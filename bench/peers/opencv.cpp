@@ -31,23 +31,23 @@ Scaler scaler(const char* name, Filter filter, int luma, int chroma) {
             }};
 }
 
-/// Makes the map of one plane from the positions that a grid's nodes take their samples from. Where positions
-/// go linearly, so does cv::resize, and no identity needs to be added.
+/// Makes the map of one plane from the source positions of a grid's nodes. cv::resize interpolates linearly,
+/// so no identity needs to be added.
 class PlaneMap {
 public:
     /// `size` is the plane's, `picture` that of the luma.
     PlaneMap(const Grid& grid, Size picture, cv::Size size)
         : positions_(33, 33, CV_32FC2),
-          // Node k stands at k / 32 of the picture, and for cv::resize in the middle of the k-th of 33 cells.
+          // Node k is at k / 32 of the picture, and for cv::resize in the centre of the k-th of 33 cells.
           canvas_(cvRound(size.width * 33 / 32.0), cvRound(size.height * 33 / 32.0)),
           frame_(cv::Point(cvRound(size.width / 64.0), cvRound(size.height / 64.0)), size) {
         const double samplesPerPixel = static_cast<double>(size.width) / picture.width;
         for (int row = 0; row < 33; ++row) {
             for (int column = 0; column < 33; ++column) {
-                const Point move = nodeMove(grid, row, column, picture);
+                const Point displacement = nodeDisplacement(grid, row, column, picture);
                 positions_.at<cv::Vec2f>(row, column) =
-                    cv::Vec2d(place(column, canvas_.width, frame_.x) + move.x * samplesPerPixel,
-                              place(row, canvas_.height, frame_.y) + move.y * samplesPerPixel);
+                    cv::Vec2d(place(column, canvas_.width, frame_.x) + displacement.x * samplesPerPixel,
+                              place(row, canvas_.height, frame_.y) + displacement.y * samplesPerPixel);
             }
         }
     }

@@ -1,4 +1,4 @@
-// One function a library. CMake compiles those whose library it finds.
+// One function per library. CMake compiles those whose library it finds.
 #pragma once
 
 #include "bench/contender.h"

@@ -1,4 +1,4 @@
-// zimg is planar: libyuv takes the chroma apart and puts it together again.
+// zimg is planar: libyuv splits the chroma planes and merges them again.
 #include <libyuv.h>
 #include <zimg.h>
 
@@ -30,7 +30,7 @@ zimg_image_format planarFormat(Size size) {
     return format;
 }
 
-/// The chroma of an NV12 picture as two planes, one behind the other.
+/// The chroma of an NV12 picture as two consecutive planes.
 class PlanarChroma {
 public:
     explicit PlanarChroma(Size chroma)
@@ -117,7 +117,7 @@ std::string version() {
 }  // namespace
 
 Contender zimgContender() {
-    // Without being asked, zimg stays with vectors of 32 bytes.
+    // By default zimg uses vectors of 32 bytes at most.
     return {"zimg",
             version(),
             {scaler("zimg bilinear", Filter::FewerTaps, ZIMG_RESIZE_BILINEAR, ZIMG_CPU_AUTO_64B),

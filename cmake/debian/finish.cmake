@@ -1,14 +1,14 @@
-# Run by cpack over the installed files, before they are packed: what Debian wants of every package.
+# Run by cpack over the installed files, before they are packed: what Debian requires of every package.
 find_program(GZIP gzip REQUIRED)
 set(source ${CMAKE_CURRENT_LIST_DIR}/../..)
 foreach(component LIBRARY DEVELOPMENT TOOL)
-    string(TOLOWER ${component} folder)
-    set(root ${CPACK_TEMPORARY_DIRECTORY}/${folder})
+    string(TOLOWER ${component} directory)
+    set(root ${CPACK_TEMPORARY_DIRECTORY}/${directory})
     set(share ${root}/usr/share)
     set(name ${CPACK_DEBIAN_${component}_PACKAGE_NAME})
     set(doc ${share}/doc/${name})
     if(component STREQUAL DEVELOPMENT)
-        # One folder for all of it, under the package's name; the licence is in the file "copyright".
+        # One directory for all of it, under the package's name; the licence is in the file "copyright".
         file(RENAME ${share}/doc/Vantor10 ${doc})
         file(REMOVE ${doc}/CHANGELOG.md ${doc}/LICENSE)
     endif()

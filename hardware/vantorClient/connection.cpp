@@ -50,7 +50,7 @@ int32_t vantorClient::init() {
 int32_t vantorClient::deinit() {
     const int32_t before = references.fetch_sub(1, std::memory_order_release);
     VANTOR_LOG_INFO("deinit", vantor::kLineDeinit, "Reference count=(%d)", before - 1);
-    // Only one call too many closes the device, whose descriptor is kept even so.
+    // Only a call beyond init's closes the device, whose descriptor value is kept all the same.
     if (before != 0) return kSuccess;
     if (ion_close(ionDevice) == 0) return kSuccess;
     VANTOR_LOG_ERROR("deinit", vantor::kLineDeinitIon, "ion_close() failed");

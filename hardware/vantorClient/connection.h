@@ -15,7 +15,7 @@ using ClientToken = ::android::sp<::android::hidl::base::V1_0::IBase>;
 extern ::android::sp<service::IVantorService> vantorService;  ///< set by init; null until then
 extern ClientToken scalingToken;                              ///< the last scaling request's; null until then
 extern ClientToken warpingToken;                              ///< the last warping request's; null until then
-/// What a request hands to the service. Ends the process where there is no memory, as the platform does.
+/// What a request hands to the service. Aborts where there is no memory, as the platform does.
 ClientToken newClientToken() noexcept;
 
 extern int32_t ionDevice;  ///< descriptor of the buffer allocator; -1 until init

@@ -69,7 +69,7 @@ bool isUnaligned(const BufferData& image) {
 
 #define SCALE_ERROR(line, ...) VANTOR_LOG_ERROR(kFunction, vantor::line, __VA_ARGS__)
 
-/// Logs the first fault of a request, if any, and tells whether there was none.
+/// Logs the first fault of a request, if any, and returns whether there was none.
 bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     const float scaleW = static_cast<float>(dst.width) / static_cast<float>(src.width);
     const float scaleH = static_cast<float>(dst.height) / static_cast<float>(src.height);
@@ -115,7 +115,7 @@ bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     return false;
 }
 
-/// The processor does what the service did not; that is reported as a failure all the same.
+/// The fallback to the CPU when the service fails; the request still reports failure.
 int32_t fallBack(const BufferData& dst, const BufferData& src, int32_t format) {
     SCALE_ERROR(kLineScaleFallback, "Error occurs, run SW scaler instead");
     if (vantorClient::runInterpBicubic(dst, src, format) != kSuccess) {

@@ -38,7 +38,7 @@ bool isTooLarge(const BufferData& image) {
 
 #define WARP_ERROR(line, ...) VANTOR_LOG_ERROR("runGDCGrid", vantor::line, __VA_ARGS__)
 
-/// Logs the first fault of a request, if any, and tells whether there was none.
+/// Logs the first fault of a request, if any, and returns whether there was none.
 bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     if (isTooSmall(src)) {
         WARP_ERROR(kLineWarpSourceTooSmall,
@@ -71,7 +71,7 @@ bool validate(const BufferData& dst, const BufferData& src, int32_t format) {
     return false;
 }
 
-/// The chroma of a picture whose luma is at `y`: behind it, unless it has an address of its own.
+/// The chroma of a picture whose luma is at `y`: right after it, unless it has an address of its own.
 uint8_t* chromaOf(const BufferData& image, int32_t format) {
     if (format == IMAGE_FORMAT_GRAYSCALE) return nullptr;
     return image.uv ? image.uv : image.y + std::ptrdiff_t{image.width} * image.height;
@@ -86,7 +86,7 @@ int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid,
     }
     const vantor::OutputRegion region(dst.cropLeft, dst.cropTop, dst.cropRight, dst.cropBottom);
     if (!region.isCountable()) return kFailure;
-    // The model runs even when its output has no place: its state can be read.
+    // The model runs even without an output plane: its state can be read.
     vantor::PlanePair<uint8_t> output{};
     if (dst.y != nullptr) output = {dst.y, chromaOf(dst, format)};
     const bool isWarped = vantor::warpPicture(src.width, src.height, region, {src.y, chromaOf(src, format)},
@@ -139,7 +139,7 @@ private:
     service::GdcGrid grid_;
 };
 
-/// What a request does when the service does not: a copy, which is still reported as a failure.
+/// The fallback when the service fails: a copy, which is still reported as a failure.
 int32_t fallBack(const BufferData& dst, const BufferData& src, int32_t format) {
     VANTOR_LOG_ERROR(kHardwareFunction, vantor::kLineWarpFallback,
                      "Error occurs, run SW scaler (memcpy) instead");

@@ -66,7 +66,7 @@ public:
 
     bool isAllocated() const { return mode_ == Mode::Allocated; }
 
-    /// Zeroes the chroma buffer that stands beside an imported gray picture.
+    /// Zeroes the chroma buffer that accompanies an imported gray picture.
     void clearAddedChroma() const {
         if (mode_ == Mode::ImportedGray) std::memset(words_.uv, 0, chroma_);
     }
@@ -160,8 +160,9 @@ private:
     native_handle_t* handle_ = nullptr;
 };
 
-/// Brings a source to its allocated buffer. The luma's length, and the chroma's place, go by the
-/// destination's size: clients of pictures of one size never notice, and for others it is known and kept.
+/// Brings a source to its allocated buffer. The luma's length and the
+/// chroma's offset come from the destination's size, a known hazard for pictures of different sizes that is
+/// kept.
 void copyIn(const Side& src, const Side& dst, const BufferData& image, int32_t format) {
     src.clearAddedChroma();
     if (!src.isAllocated() || image.y == nullptr) return;

@@ -29,7 +29,7 @@ public:
     /// and the chroma plane half as many, rounded down. The library never changes a record.
     struct BufferData {
         uint8_t* y = nullptr;    ///< luma plane
-        uint8_t* uv = nullptr;   ///< chroma plane; null: it starts directly behind the luma plane
+        uint8_t* uv = nullptr;   ///< chroma plane; null: it directly follows the luma plane
         int32_t fdY = -1;        ///< descriptor of a shared buffer with the luma plane; negative: none
         int32_t fdUV = -1;       ///< descriptor of a shared buffer with the chroma plane; negative: none
         int32_t width = 0;       ///< in pixels
@@ -55,12 +55,12 @@ public:
     /// there is no service to call; else no buffer can be allocated, grayscale needs one too, and requests
     /// fall back to the CPU with -38.
     ///
-    /// Counts its calls; the first two connect. Fails with -38, and logs why: no service, no allocator. The
-    /// count is then up all the same.
+    /// Counts its calls; the first two connect. Fails with -38, and logs why: no service, no allocator. It
+    /// has counted the call all the same.
     static int32_t init();
 
-    /// Counts down. Only one call more than init's closes the allocator, whose descriptor is kept even so: a
-    /// later init does not open it again. Fails with -38, and logs it, if that closing fails.
+    /// Counts down. Only one call more than init's closes the allocator; its descriptor value is kept even
+    /// so, and a later init does not open it again. Fails with -38, and logs it, if that closing fails.
     static int32_t deinit();
 
     /// Scales the whole of `src` to the whole of `dst` in software, on three created threads and the
@@ -70,12 +70,12 @@ public:
     /// - If either direction grows: a four-tap table filter for luma, bilinear for chroma.
     /// - Otherwise bicubic for luma, bilinear for chroma.
     ///
-    /// NV12 takes both chroma planes, or neither (both null: each behind its luma). When nothing grows and
-    /// sizes differ, no pointer is checked, and a single null chroma plane is taken to be behind its luma as
+    /// NV12 takes both chroma planes, or neither (both null: each follows its luma). When nothing grows and
+    /// sizes differ, no pointer is checked, and a single null chroma plane is taken to follow its luma as
     /// well.
     ///
     /// WARNING, grayscale: when nothing grows and sizes differ, chroma is read and WRITTEN all the same, in
-    /// the planes `uv`, or behind the luma where those are null. Give both grayscale pictures room for width
+    /// the planes `uv`, or after the luma where those are null. Give both grayscale pictures room for width
     /// x height / 2 more bytes.
     ///
     /// Fails with -38: a format that is neither; NV12, equal sizes or growing, with a null luma plane or
@@ -100,9 +100,9 @@ public:
     /// WARNING, copied pictures of different sizes: the length of the source's luma is taken from `dst`. A
     /// source with a chroma plane of its own, and any grayscale source, reaches the service cut off where
     /// `dst` is smaller; where it is larger, memory beyond the source is read, and memory beyond its buffer
-    /// WRITTEN. NV12 with chroma behind the luma, and given buffers, are sound.
+    /// WRITTEN. NV12 whose chroma follows the luma, and given buffers, are safe.
     ///
-    /// WARNING: allocated buffers stay open for the life of the process, one or two descriptors a request.
+    /// WARNING: allocated buffers stay open for the life of the process, one or two descriptors per request.
     ///
     /// WARNING: the fallback reads and writes through the planes. With given buffers and null planes it
     /// crashes for grayscale and for reductions.
@@ -111,8 +111,8 @@ public:
     /// Warps `src` by a grid to `dst`, which has the same size: 96 x 64 to 8192 x 6144, a multiple of 16
     /// wide, even high. What comes from outside the source is black.
     ///
-    /// `dst`'s region of interest says which pixels are computed: give cropRight = width - 1 and cropBottom =
-    /// height - 1 for all of them.
+    /// `dst`'s region of interest selects the pixels that are computed: give cropRight = width - 1 and
+    /// cropBottom = height - 1 for all of them.
     ///
     /// WARNING: the model packs the region at its own width and then reads that buffer as a whole picture, so
     /// a region of another size than the picture's comes back scrambled. A smaller one is followed by zeros
@@ -120,8 +120,8 @@ public:
     /// height x 3 / 2 samples are taken, so that chroma begins with luma, but all of it takes time and
     /// memory; what lies outside the source is black.
     ///
-    /// NV12 takes each picture's chroma plane, or null for chroma behind the luma. Grayscale leaves chroma
-    /// alone.
+    /// NV12 takes each picture's chroma plane, or null for chroma that follows the luma. Grayscale leaves
+    /// chroma alone.
     ///
     /// GDC_C_MODEL computes on the caller's thread, and in state that all of the process shares: not
     /// thread-safe, one warp at a time per process. GDC_HW computes on the hardware service, with the buffers
@@ -133,15 +133,15 @@ public:
     ///
     /// Fails with -38, and logs why: sizes out of range, different or unaligned, unknown format, target or
     /// pair of descriptors, a null luma plane (NV12 in the model). A region so large that its samples cannot
-    /// be counted in 32 bits fails with -38 and no line, and so does the model where there is no memory: it
-    /// takes some KB, and for overlapping planes and parts of a picture as much as the picture.
+    /// be counted in 32 bits fails with -38 and logs nothing, and so does the model where there is no memory:
+    /// it takes some KB, and for overlapping planes and parts of a picture as much as the picture.
     static int32_t runGDCGrid(const BufferData& dst, const BufferData& src, const _GDCGrid& grid,
                               int32_t format, int32_t target);
 
     /// Warps by an affine matrix: output pixel (x, y) comes from (a x + b y + c, d x + e y + f). `matrix` is
     /// a, b (in 1/4096), c (in 1/32 pixel), d, e, f, never null. The matrix becomes a grid whose nodes have
     /// positions and displacements in whole pixels, so that the picture may wobble by up to half a pixel;
-    /// even the identity moves it by about that much. Everything else is as for runGDCGrid, whose status is
+    /// even the identity shifts it by about that much. Everything else is as for runGDCGrid, whose status is
     /// returned.
     static int32_t runGDCMatrix(const BufferData& dst, const BufferData& src, const int16_t* matrix,
                                 int32_t format, int32_t target);

@@ -1,4 +1,4 @@
-// How the stand-in ends a process where the platform does.
+// How the stand-in aborts where the platform does.
 #pragma once
 
 /// Logs the text as a fatal line and aborts.

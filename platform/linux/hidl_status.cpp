@@ -50,7 +50,7 @@ void return_status::assertOk() const {
     vantorPlatformFatal("HidlStatus", ("a failed call was taken for successful: " + description()).c_str());
 }
 
-// After a move, what was left here meets its rules with the other object.
+// After a move, the obligation to check passes to the other object.
 void return_status::swap(return_status& other) noexcept {
     std::swap(status_, other.status_);
     std::swap(checked_, other.checked_);

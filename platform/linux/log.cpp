@@ -28,7 +28,7 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     va_start(arguments, fmt);
     std::vsnprintf(text, sizeof text, fmt, arguments);
     va_end(arguments);
-    // One call a line, so that lines of several threads do not mix.
+    // One call per line, so that lines of several threads do not mix.
     std::fprintf(stderr, "%c %s: %s\n", letter(prio), tag, text);
     return 1;
 }

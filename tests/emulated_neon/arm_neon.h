@@ -1,4 +1,4 @@
-// NEON on other processors, so that its kernels run natively and under the sanitizers.
+// NEON on other CPUs, so that its kernels run natively and under the sanitizers.
 #pragma once
 
 #undef __ARM_NEON

@@ -14,11 +14,11 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 using Positions = std::vector<int32_t>;
 
-/// Calls `check(table)` for each table but the plain one that this processor can run.
+/// Calls `check(table)` for each table but the plain one that this CPU can run.
 template <typename Check>
 void forEachTable(Check&& check) {
     for (const WarpKernels* table : kWarpTables) {
-        if (table == &kWarpPlain || !processorHas(table->set)) continue;
+        if (table == &kWarpPlain || !cpuHas(table->set)) continue;
         SCOPED_TRACE(instructionSetName(table->set));
         EXPECT_NE(table->positions, kWarpPlain.positions);
         EXPECT_NE(table->luma, kWarpPlain.luma);
@@ -122,7 +122,7 @@ void compare(const WarpSource& src, const Positions& x, const Positions& y, int 
     Bytes expected, actual;
     const bool isAll = run(kWarpPlain, expected);
     for (const WarpKernels* table : kWarpTables) {
-        if (!processorHas(table->set)) continue;
+        if (!cpuHas(table->set)) continue;
         EXPECT_LE(run(*table, actual), isAll);
         ASSERT_TRUE(actual == expected) << instructionSetName(table->set) << " seed " << seed() << " " << src.width
                                         << "x" << src.height << " " << count << " columns";

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""opencv_calibrations.py FOLDER: has OpenCV write calibrations, and where its maps lead, for undistort_map_test.
+"""opencv_calibrations.py DIRECTORY: has OpenCV write calibrations, and where its maps lead, for undistort_map_test.
 
-maps.txt has one line a position: file, picture width and height, alpha (none: -1), output x and y, source x and y.
+maps.txt has one line per position: file, picture width and height, alpha (none: -1), output x and y, source x and y.
 """
 import os
 import sys
@@ -54,10 +54,10 @@ def source_map(name, camera, coefficients, size, alpha):
     return module.initUndistortRectifyMap(camera, coefficients, numpy.eye(3), straight, size, cv2.CV_32FC1)
 
 
-folder = sys.argv[1]
-with open(os.path.join(folder, "maps.txt"), "w") as lines:
+directory = sys.argv[1]
+with open(os.path.join(directory, "maps.txt"), "w") as lines:
     for name, camera, coefficients, (width, height), alpha in CASES:
-        write_calibration(os.path.join(folder, name), camera, coefficients)
+        write_calibration(os.path.join(directory, name), camera, coefficients)
         across, down = source_map(name, camera, coefficients, (width, height), alpha)
         for y in (0, height // 3, height - 1):
             for x in (0, width // 5, width // 2, width - 1):

@@ -16,8 +16,8 @@ namespace {
 
 TEST(UndistortMap, LeadsWhereOpenCvsMapLeads) {
     const char* made = std::getenv("VANTOR_CALIBRATIONS");
-    const std::string folder = made ? made : VANTOR_CALIBRATIONS;
-    std::ifstream lines(folder + "/maps.txt");
+    const std::string directory = made ? made : VANTOR_CALIBRATIONS;
+    std::ifstream lines(directory + "/maps.txt");
     std::string name;
     Size size;
     double alpha;
@@ -25,7 +25,7 @@ TEST(UndistortMap, LeadsWhereOpenCvsMapLeads) {
     int count = 0;
     for (; lines >> name >> size.width >> size.height >> alpha >> output.x >> output.y >> expected.x >> expected.y;
          ++count) {
-        const UndistortMap map(readCalibration(folder + "/" + name, {}), size,
+        const UndistortMap map(readCalibration(directory + "/" + name, {}), size,
                                alpha < 0 ? std::nullopt : std::optional(alpha));
         const Point source = map({output.x + 0.5, output.y + 0.5});
         const double tolerance = alpha < 0 ? 0.001 : alpha < 1 ? 0.1 : 0.5;  // OpenCV inverts the lens in five steps

@@ -93,8 +93,8 @@ TEST(GridReport, CountsWhatIsWrongWithAGrid) {
     parts.shift = {-80, 0};  // a quarter of the picture comes from beyond its right edge
     const GridReport shifted = examine(makeGrid(WarpMap(parts, size), size), size);
     EXPECT_DOUBLE_EQ(shifted.outside, 0.25);
-    EXPECT_DOUBLE_EQ(shifted.leastMove.x, 80);
-    EXPECT_DOUBLE_EQ(shifted.largestMove.y, 0);
+    EXPECT_DOUBLE_EQ(shifted.minDisplacement.x, 80);
+    EXPECT_DOUBLE_EQ(shifted.maxDisplacement.y, 0);
     grid.dX[33 * 5 + 7] = 256 * 16384 / 32 * 2;  // a node two cells to the right: two of its four cells fold
     EXPECT_EQ(examine(grid, size).foldedCells, 2);
     grid.dX[33 * 5 + 7] = 256 * 16384 / 32;  // on its right neighbour: the cells between them are triangles

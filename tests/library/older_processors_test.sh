@@ -1,21 +1,21 @@
 #!/bin/sh
-# older_processors_test.sh OBJDUMP ARCHIVE FOLDER: on emulated processors, which fault at an instruction that they do not
-# promise, the programs in FOLDER choose the kernels that these processors have, and give the right bytes.
+# older_processors_test.sh OBJDUMP ARCHIVE DIRECTORY: on emulated processors, which fault at an instruction that they
+# do not report, the programs in DIRECTORY choose the kernels that these processors have, and give the right bytes.
 set -u
 command -v qemu-x86_64 >/dev/null || exit 77
-folder=$3
+directory=$3
 out=$(mktemp)
 trap 'rm -f "$out"' EXIT
 status=0
 ulimit -c 0  # some faults are expected
-# qemu 7.2 takes an index in register 4 for none; where the compiler chose it, what AVX2 gathers comes out wrong.
+# qemu 7.2 ignores a gather's index in register 4; where the compiler chose it, AVX2 gathers give wrong results.
 wrong=$("$1" -d "$2" | awk '/file format/ { isAvx2 = /_avx2/ } isAvx2 && /gather.*,%[xy]mm4[,)]/ { print "avx2"; exit }')
 
-# emulated PROGRAM [ARGUMENT...]: adds what it says to $out.
+# emulated PROGRAM [ARGUMENT...]: appends its output to $out.
 emulated() {
     program=$1
     shift
-    qemu-x86_64 -cpu "$processor" "$folder/$program" "$@" >>"$out" 2>&1
+    qemu-x86_64 -cpu "$processor" "$directory/$program" "$@" >>"$out" 2>&1
 }
 
 # right ...: the same, and no fault; nor a wrong result, unless the emulator is known for it.

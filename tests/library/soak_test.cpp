@@ -19,7 +19,7 @@ constexpr int kRequests = 60;  // emulated, or slow
 #endif
 
 enum class Kind { Scale, Grid, Matrix };
-enum class Path { Processor, Service };
+enum class Path { Software, Service };
 constexpr int32_t kGray = hardware::IMAGE_FORMAT_GRAYSCALE, kNv12 = hardware::IMAGE_FORMAT_NV12;
 
 struct Request {
@@ -31,34 +31,34 @@ struct Request {
 };
 
 constexpr Request kMixed[] = {
-    {Kind::Scale, Path::Processor, kNv12, 192, 128, 128, 86},   // reduced
-    {Kind::Scale, Path::Service, kNv12, 192, 128, 128, 86},     // as above
-    {Kind::Scale, Path::Processor, kNv12, 192, 128, 96, 64},    // to exactly one half
-    {Kind::Scale, Path::Processor, kNv12, 192, 128, 288, 192},  // enlarged
-    {Kind::Scale, Path::Service, kNv12, 192, 128, 288, 192},    // as above
-    {Kind::Scale, Path::Processor, kNv12, 192, 128, 192, 128},  // copied
-    {Kind::Scale, Path::Processor, kGray, 201, 55, 97, 31},     // odd sizes
-    {Kind::Scale, Path::Processor, kGray, 101, 77, 208, 154},
-    {Kind::Grid, Path::Processor, kNv12, 192, 128, 192, 128},
+    {Kind::Scale, Path::Software, kNv12, 192, 128, 128, 86},   // reduced
+    {Kind::Scale, Path::Service, kNv12, 192, 128, 128, 86},    // as above
+    {Kind::Scale, Path::Software, kNv12, 192, 128, 96, 64},    // to exactly one half
+    {Kind::Scale, Path::Software, kNv12, 192, 128, 288, 192},  // enlarged
+    {Kind::Scale, Path::Service, kNv12, 192, 128, 288, 192},   // as above
+    {Kind::Scale, Path::Software, kNv12, 192, 128, 192, 128},  // copied
+    {Kind::Scale, Path::Software, kGray, 201, 55, 97, 31},     // odd sizes
+    {Kind::Scale, Path::Software, kGray, 101, 77, 208, 154},
+    {Kind::Grid, Path::Software, kNv12, 192, 128, 192, 128},
     {Kind::Grid, Path::Service, kNv12, 192, 128, 192, 128},  // as above
-    {Kind::Grid, Path::Processor, kGray, 96, 64, 96, 64},
-    {Kind::Matrix, Path::Processor, kNv12, 112, 66, 112, 66},
-    {Kind::Matrix, Path::Processor, kGray, 112, 66, 112, 66},
-    {Kind::Scale, Path::Service, kNv12, 101, 77, 64, 48, -38},    // odd sizes are refused
-    {Kind::Scale, Path::Processor, 7, 64, 48, 32, 24, -38},       // as are unknown formats,
-    {Kind::Grid, Path::Processor, kNv12, 192, 128, 96, 64, -38},  // warps of two sizes,
-    {Kind::Matrix, Path::Service, kGray, 88, 66, 88, 66, -38},    // and of small ones
+    {Kind::Grid, Path::Software, kGray, 96, 64, 96, 64},
+    {Kind::Matrix, Path::Software, kNv12, 112, 66, 112, 66},
+    {Kind::Matrix, Path::Software, kGray, 112, 66, 112, 66},
+    {Kind::Scale, Path::Service, kNv12, 101, 77, 64, 48, -38},   // odd sizes are refused
+    {Kind::Scale, Path::Software, 7, 64, 48, 32, 24, -38},       // as are unknown formats,
+    {Kind::Grid, Path::Software, kNv12, 192, 128, 96, 64, -38},  // warps of two sizes,
+    {Kind::Matrix, Path::Service, kGray, 88, 66, 88, 66, -38},   // and of small ones
 };
 constexpr Request kLeaking = {Kind::Scale, Path::Service, kGray, 64, 48, 32, 24};
 
 vantorClient::_GDCGrid wavyGrid(Random& random) {
     vantorClient::_GDCGrid grid;
-    for (int32_t& move : grid.dX) move = random.between(-20000, 20000);
-    for (int32_t& move : grid.dY) move = random.between(-20000, 20000);
+    for (int32_t& value : grid.dX) value = random.between(-20000, 20000);
+    for (int32_t& value : grid.dY) value = random.between(-20000, 20000);
     return grid;
 }
 
-/// The output's bytes; those behind a gray picture's luma are scratch. Both pictures touch a guard.
+/// The output's bytes; those after a gray picture's luma are scratch. Both pictures touch a guard.
 Bytes run(const Request& request, const Bytes& source, const vantorClient::_GDCGrid& grid, Guard guard) {
     constexpr int16_t kMatrix[] = {4000, 300, 50, -300, 4000, -70};
     Bytes from, to;

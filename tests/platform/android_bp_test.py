@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""android_bp_test.py FOLDER MODULE=SOURCE,...: holds every Android.bp below FOLDER to the rules of the platform's build.
+"""android_bp_test.py DIRECTORY MODULE=SOURCE,...: holds every Android.bp below DIRECTORY to the rules of the platform's build.
 
 Each MODULE has to build these sources, which are those of the build on Linux. There is no platform's tree to build in.
 """
@@ -23,33 +23,33 @@ def parse(text):
         raise ValueError(f"neither a module nor a comment: {text[at:].strip()}")
 
 
-def files(folder, patterns):
-    return {path for pattern in patterns for path in folder.glob(pattern)}
+def files(directory, patterns):
+    return {path for pattern in patterns for path in directory.glob(pattern)}
 
 
-def check_paths(folder, module):
+def check_paths(directory, module):
     for key in PATHS:
         value = module.get(key, [])
         for path in [value] if isinstance(value, str) else value:
             if path.startswith("/") or ".." in Path(path).parts:
                 yield f"{key}: {path} leaves the module's directory"
-            elif path != "." and not files(folder, [path]):
+            elif path != "." and not files(directory, [path]):
                 yield f"{key}: {path} does not exist"
     for key in module.keys() & {"include_dirs", "path"}:
-        yield f"{key}: counts from the root of the platform's tree, and this folder may be anywhere in it"
+        yield f"{key}: counts from the root of the platform's tree, and this directory may be anywhere in it"
 
 
-def check_interface(folder, module, roots):
+def check_interface(directory, module, roots):
     package, version = module["name"].split("@")
     root = module["root"]
     if root not in roots:
-        yield f"root {root} is not in this folder"
-    elif roots[root].joinpath(*package.removeprefix(root + ".").split("."), version) != folder:
+        yield f"root {root} is not in this directory"
+    elif roots[root].joinpath(*package.removeprefix(root + ".").split("."), version) != directory:
         yield "its directory is not what its name says"
     for source in module["srcs"]:
         if not re.fullmatch(r"types\.hal|I[A-Z]\w*\.hal", source):
             yield f"srcs: {source} is neither types.hal nor an interface in this directory"
-    if files(folder, module["srcs"]) != files(folder, ["*.hal"]):
+    if files(directory, module["srcs"]) != files(directory, ["*.hal"]):
         yield "srcs: not all of its directory"
 
 
@@ -58,15 +58,15 @@ def check(top, expected):
     modules = [(path, kind, module) for path in paths for kind, module in parse(path.read_text())]
     roots = {module["name"]: path.parent for path, kind, module in modules if kind == "hidl_package_root"}
     for path, kind, module in modules:
-        folder, name = path.parent, module.get("name", "")
-        problems = list(check_paths(folder, module))
-        if kind == "hidl_package_root" and not folder.as_posix().endswith("/" + name.replace(".", "/")):
+        directory, name = path.parent, module.get("name", "")
+        problems = list(check_paths(directory, module))
+        if kind == "hidl_package_root" and not directory.as_posix().endswith("/" + name.replace(".", "/")):
             problems.append("its directory is not what its name says")
         if kind == "hidl_interface":
-            problems += check_interface(folder, module, roots)
+            problems += check_interface(directory, module, roots)
         if name.startswith("android."):
             problems.append("the platform has this module")
-        built = {path.relative_to(top).as_posix() for path in files(folder, module.get("srcs", []))}
+        built = {path.relative_to(top).as_posix() for path in files(directory, module.get("srcs", []))}
         for source in sorted(built ^ expected.pop(name, built)):
             problems.append(f"srcs: {source} is built either here or on Linux, not in both")
         yield from (f"{path}: {kind} {name}: {problem}" for problem in problems)

@@ -29,7 +29,7 @@ TEST(Kernels, UsersLimitTheInstructionSets) {
     const std::string last = limit ? limit : "avx512";
     const int lastSet = last == "plain" ? 0 : last == "avx2" ? 2 : 3;
     for (InstructionSet set : kInstructionSets) {
-        EXPECT_EQ(isUsable(set), processorHas(set) && static_cast<int>(set) <= lastSet) << instructionSetName(set);
+        EXPECT_EQ(isUsable(set), cpuHas(set) && static_cast<int>(set) <= lastSet) << instructionSetName(set);
     }
 }
 
@@ -46,7 +46,7 @@ public:
         row = random.content(table_.tap[count - 1] + 4);
     }
 
-    /// All `outputs` samples a column, filtered where the row touches the guard.
+    /// All `outputs` samples per column, filtered where the row touches the guard.
     template <typename Plan, typename Sample, typename Kernels, typename... More>
     std::vector<Sample> filter(const Kernels& kernels, Guard guard, int outputs, More... more) const {
         GuardedPlane guarded(row, guard);
@@ -63,7 +63,7 @@ private:
     ColumnTable table_;
 };
 
-/// Each vector table that this processor can run against the plain one, over columns of any number and place.
+/// Each vector table that this CPU can run against the plain one, over columns of any number and position.
 template <typename Plan, typename Sample, typename Kernels, int Count, typename... More>
 void expectSameFilter(const Kernels* const (&tables)[Count], int phases, int outputs, More... more) {
     Random random(seed());
@@ -72,7 +72,7 @@ void expectSameFilter(const Kernels* const (&tables)[Count], int phases, int out
         const auto columns = std::make_unique<Columns>(random, count, phases, static_cast<uint32_t>(outputs));
         const auto expected = columns->template filter<Plan, Sample>(*tables[0], Guard::Back, outputs, more...);
         for (const Kernels* table : tables) {
-            if (table == tables[0] || !processorHas(table->set)) continue;
+            if (table == tables[0] || !cpuHas(table->set)) continue;
             ASSERT_NE(table->filterRow, tables[0]->filterRow);
             for (Guard guard : {Guard::Front, Guard::Back}) {
                 ASSERT_EQ((columns->template filter<Plan, Sample>(*table, guard, outputs, more...)), expected)
@@ -110,7 +110,7 @@ void expectSameBlend(const Kernels* const (&tables)[Count], const std::vector<Sa
         GuardedPlane expected(columns * samplesPerColumn, Guard::Back), out(columns * samplesPerColumn, Guard::Back);
         tables[0]->blendRows(rows, weight, expected.data(), static_cast<int>(columns));
         for (const Kernels* table : tables) {
-            if (table == tables[0] || !processorHas(table->set)) continue;
+            if (table == tables[0] || !cpuHas(table->set)) continue;
             ASSERT_NE(table->blendRows, tables[0]->blendRows);
             table->blendRows(rows, weight, out.data(), static_cast<int>(columns));
             ASSERT_EQ(out.bytes(), expected.bytes()) << instructionSetName(table->set);
@@ -165,7 +165,7 @@ TEST(Kernels, VectorTablesBlendRowsAsThePlainOnesDo) {
     GuardedPlane expected(65536, Guard::Back), out(65536, Guard::Back);
     kInterp4Plain.roundRow(words.data(), expected.data(), 65536);
     for (const Interp4Kernels* table : kInterp4Tables) {
-        if (!processorHas(table->set)) continue;
+        if (!cpuHas(table->set)) continue;
         table->roundRow(words.data(), out.data(), 65536);
         EXPECT_EQ(out.bytes(), expected.bytes());
     }

@@ -29,7 +29,7 @@ int interp4Position(int srcCrop, int sample, int64_t step, int srcSize) {
 int lastChroma(int srcSize) { return srcSize < 4 ? 0 : (srcSize - 1) / 2; }
 
 // H of one component of a row, a and b at bytes left and right of it. An odd-sized plane ends inside the last
-// pair or row: a missing b repeats a, for a missing a the row above stands in, and a plane without any is neutral.
+// pair or row: a missing b repeats a, a missing a is replaced by the row above, and a plane without any is neutral.
 int chromaH(const uint8_t* plane, int64_t planeSize, int row, int rowBytes, int left, int right, int fx) {
     while (row > 0 && int64_t{row} * rowBytes + left >= planeSize) --row;
     const int64_t start = int64_t{row} * rowBytes;

@@ -1,5 +1,5 @@
-// The software service: the processor's bytes for whole pictures, regions, and anything that a client may send or do
-// to its buffers meanwhile.
+// The software service: the same bytes as in software for whole pictures, regions, and anything that a client may send
+// or do to its buffers meanwhile.
 #include "service/software_service.h"
 
 #include <android/log.h>
@@ -90,9 +90,9 @@ struct Shared {
     uint8_t* bytes;
 };
 
-size_t entries(const char* folder) {
+size_t entries(const char* directory) {
     size_t count = 0;
-    DIR* open = opendir(folder);
+    DIR* open = opendir(directory);
     while (readdir(open) != nullptr) ++count;
     closedir(open);
     return count;
@@ -338,13 +338,13 @@ TEST_F(Direct, SurvivesAnyFailingAllocation) {
     from.setTo(handle({dup(src.fd)}), true);
     to.setTo(handle({dup(dst.fd)}), true);
     Picture picture(96, 64);
-    const vantorClient::_GDCGrid noMove{};
+    const vantorClient::_GDCGrid identity{};
     const size_t descriptors = entries("/proc/self/fd");
     const std::vector<std::function<int32_t()>> requests{
         [&] { return int32_t{service->runCSC(kWhole, to, kWhole, from, nullptr)}; },
         [&] { return int32_t{service->runGDC(kWhole, to, kWhole, from, still, nullptr)}; },
         [&] {  // in place, which takes a picture's memory
-            return vantorClient::runGDCGrid(picture.data, picture.data, noMove, 1, hardware::GDC_C_MODEL);
+            return vantorClient::runGDCGrid(picture.data, picture.data, identity, 1, hardware::GDC_C_MODEL);
         }};
     for (size_t i = 0; i < requests.size(); ++i) {
         const std::vector<uint8_t> before = picture.bytes;

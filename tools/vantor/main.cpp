@@ -34,23 +34,23 @@ void checkEnvironment() {
     }
 }
 
-/// Called where there is no memory, in the middle of anything: of code as well that cannot go on from there,
-/// or would take the trouble for another. So nothing goes on.
-[[noreturn]] void endWithoutMemory() {
+/// Called where there is no memory, possibly inside code that could not recover from it, or would report
+/// another error. So the process exits at once.
+[[noreturn]] void exitOutOfMemory() {
     constexpr char kText[] = "vantor: out of memory\n";
     OutputFile::removeAll();
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kText, sizeof kText - 1);
-    _exit(kTrouble);
+    _exit(kFailed);
 }
 
 /// Before global objects, such as CLI11's, are made.
-[[gnu::constructor(101)]] void watchMemory() {
-    std::set_new_handler(endWithoutMemory);
+[[gnu::constructor(101)]] void installNewHandler() {
+    std::set_new_handler(exitOutOfMemory);
 }
 
-/// Without standard input, output or error, the next file that is opened would take its place and get what is
-/// meant for it. What stands in for a missing one cannot be used.
-void fillStandardStreams() {
+/// A file that is opened while a standard stream is closed would take its place and get what is meant for it.
+/// Closed streams are reopened on /dev/null, in the direction that makes their use fail.
+void reopenClosedStreams() {
     for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) >= 0) continue;
         open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
@@ -65,24 +65,24 @@ void finishStandardOutput() {
                     (errno == 0 ? std::string() : std::string(": ") + std::strerror(errno)));
 }
 
-int trouble(const std::string& text) {
+int fail(const std::string& text) {
     printMessage("%s", text.c_str());
-    return kTrouble;
+    return kFailed;
 }
 
 std::vector<CLI::App*> subcommandsOf(CLI::App& app) {
     return app.get_subcommands([](const CLI::App*) { return true; });
 }
 
-/// To all commands, which may stand one in another.
+/// To all commands, which may be nested.
 void addQuietOption(CLI::App& command) {
-    command.add_flag_callback("-q,--quiet", beQuiet,
-                              "No notes, progress and summary line on standard error; errors only");
+    command.add_flag_callback("-q,--quiet", setQuiet,
+                              "Print errors only: no notes, progress or summary lines");
     for (CLI::App* inner : subcommandsOf(command)) addQuietOption(*inner);
 }
 
-/// The command whose --help tells what went wrong with the arguments.
-std::string helpfulCommand(const CLI::App& app) {
+/// The command whose --help explains the arguments.
+std::string commandPath(const CLI::App& app) {
     const CLI::App* command = &app;
     while (!command->get_subcommands().empty()) command = command->get_subcommands().back();
     return command == &app ? "vantor" : "vantor " + command->get_name();
@@ -104,7 +104,7 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-/// An empty text stands for an option that was not given, so nobody may give one.
+/// An empty value means that an option was not given, so none may be given.
 void refuseEmptyValues(const CLI::App& command) {
     for (const CLI::Option* option : command.get_options()) {
         if (contains(option->results(), "")) {
@@ -123,21 +123,23 @@ int runTool(int argc, char** argv) {
         "vantor SUBCOMMAND --help lists options and examples.\n"
         "\n"
         "Environment:\n"
-        "  VANTOR_CPU=plain|avx2|avx512  the best kernels that may be used\n"
-        "  VANTOR_LOG=off|error|info     what the library logs on standard error; error if not set\n"
+        "  VANTOR_CPU=plain|avx2|avx512  the best instruction set that may be used; default: the CPU's best\n"
+        "  VANTOR_LOG=off|error|info     what the library logs to standard error; default: error\n"
         "\n"
         "Exit status:\n"
-        "  0  done; compare, crosscheck, replay, selftest: the same\n"
-        "  1  compare, crosscheck, replay, selftest: different; scale, warp: not what --verify says; "
-        "grid --check: faults\n"
-        "  2  it could not be done, and standard error says why; a result is written whole or not at all\n"
+        "  0  success; compare, crosscheck, replay, selftest: identical\n"
+        "  1  compare, crosscheck, replay, selftest: different; scale, warp --verify: another hash; grid "
+        "--check: "
+        "faults\n"
+        "  2  error, explained on standard error; files are written atomically, so no partial result is "
+        "left\n"
         "\n"
         "Examples:\n"
         "  vantor chart -o chart.png\n"
         "  vantor scale chart.png -o small.png --size 50%\n"
         "  vantor warp chart.png -o turned.png --rotate 2");
     bool wantsManual = false;
-    app.add_flag("--manual", wantsManual, "Write the manual page")->group("");
+    app.add_flag("--manual", wantsManual, "Print the manual page")->group("");
     Run run;
     addScale(app, run);
     addWarp(app, run);
@@ -153,7 +155,7 @@ int runTool(int argc, char** argv) {
     addSelftest(app, run);
     addQuietOption(app);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
-        return trouble(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
+        return fail(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
     }
     try {
         app.parse(argc, argv);
@@ -163,11 +165,11 @@ int runTool(int argc, char** argv) {
             finishStandardOutput();
             return kDone;
         }
-        return trouble(std::string(error.what()) + " (" + helpfulCommand(app) + " --help shows how)");
+        return fail(std::string(error.what()) + " (see " + commandPath(app) + " --help)");
     }
     checkEnvironment();
     refuseEmptyValues(app);
-    if (!run && !wantsManual) return trouble("expected a sub-command:" + joined(subcommandNames(app)));
+    if (!run && !wantsManual) return fail("expected a sub-command:" + joined(subcommandNames(app)));
     const int status = run ? run() : printManual(app);
     finishStandardOutput();
     return status;
@@ -180,14 +182,14 @@ int runTool(int argc, char** argv) {
 int main(int argc, char** argv) {
     using namespace vantor::tool;
     std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like any other
-    fillStandardStreams();
+    reopenClosedStreams();
     try {
         return runTool(argc, argv);
     } catch (const UserError& error) {
-        return trouble(error.what());
+        return fail(error.what());
     } catch (const std::bad_alloc&) {
-        return trouble("out of memory");
+        return fail("out of memory");
     } catch (const std::exception& error) {
-        return trouble(error.what());
+        return fail(error.what());
     }
 }

@@ -164,7 +164,7 @@ TEST_F(Transcript, EqualSizesAreCopiedWithoutThreads) {
 }
 
 TEST_F(Transcript, ChromaGoesWhereThePlanesSay) {
-    // Reduced: a null chroma plane lies behind its luma, each for itself, for gray as well. Enlarged: gray has none.
+    // Reduced: a null chroma plane follows its luma, each for itself, for gray as well. Enlarged: gray has none.
     for (const int width : {16, 64}) {
         for (const int format : {IMAGE_FORMAT_GRAYSCALE, IMAGE_FORMAT_NV12}) {
             Image src(32, 16, 90), dst(width, 16, 0);

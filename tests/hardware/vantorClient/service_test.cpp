@@ -1,5 +1,5 @@
 // The service requests call by call. The program replaces every platform call that the library makes, records
-// it, and lets any one fail; a walker says what calls and log lines must come of that.
+// it, and lets any one fail; a walker predicts the calls and log lines that follow.
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -31,7 +31,7 @@ std::string failingCall;
 int failingTurn = 0;  // counted from 1
 std::map<std::string, int> turns;
 
-/// Notes a call and tells whether it is to fail.
+/// Records a call and returns whether it is to fail.
 bool record(const std::string& call, const std::string& argument = "") {
     events.push_back(argument.empty() ? call : call + " " + argument);
     return ++turns[call] == failingTurn && call == failingCall;
@@ -319,9 +319,9 @@ private:
 
 size_t openDescriptors() {
     size_t count = 0;
-    DIR* folder = opendir("/proc/self/fd");
-    while (readdir(folder) != nullptr) ++count;
-    closedir(folder);
+    DIR* directory = opendir("/proc/self/fd");
+    while (readdir(directory) != nullptr) ++count;
+    closedir(directory);
     return count;
 }
 
@@ -358,7 +358,7 @@ protected:
 };
 
 TEST_F(ServiceRequests, GoAsTheWalkerSaysForEveryDescriptorPairAndEveryFailingCall) {
-    constexpr int kGiven = 1000;  // stands for a descriptor of the caller's
+    constexpr int kGiven = 1000;  // in place of a descriptor of the caller's
     const int pairs[][2] = {{kGiven, kGiven}, {kGiven, -1}, {-1, -1}, {-1, kGiven}, {-2, -2}, {kGiven, -2}, {-5, -3}};
     const char* calls[] = {"", "ion_alloc_fd", "munmap", "native_handle_create", "native_handle_delete", "service"};
     int requests = 0;
@@ -384,7 +384,7 @@ TEST_F(ServiceRequests, GoAsTheWalkerSaysForEveryDescriptorPairAndEveryFailingCa
                     Walker walker(kind, dst.data, src.data, format == 0);
                     ASSERT_EQ(walker.run(), status);
                     ASSERT_EQ(events, walker.expected) << call << " " << failingTurn;
-                    ASSERT_TRUE(!walker.fellBack || dst.bytes[6143] == 1);  // the processor copied
+                    ASSERT_TRUE(!walker.fellBack || dst.bytes[6143] == 1);  // the library copied
                     EXPECT_EQ(openDescriptors(), before + static_cast<size_t>(given) + walker.leaked);
                     ++requests;
                     const bool isOver = turns[failingCall] < failingTurn;

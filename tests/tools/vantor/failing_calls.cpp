@@ -36,10 +36,10 @@ void* realloc(void* memory, size_t size) { return fails() ? nullptr : __libc_rea
 int open(const char* path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);
-    const unsigned rights = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, unsigned) : 0;
+    const unsigned mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
     if ((flags & O_TMPFILE) == O_TMPFILE && getenv("FAIL_TMPFILE")) return errno = EOPNOTSUPP, -1;
-    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, rights));
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
 std::new_handler _ZSt15set_new_handlerPFvvE(std::new_handler handler) {

@@ -1,4 +1,4 @@
-"""--backend, its old spelling, and what crosscheck says of the hardware path."""
+"""--backend, its old spelling, and what crosscheck reports of the hardware backend."""
 
 import json
 import pathlib
@@ -23,7 +23,8 @@ def test_one_name_and_the_old_one(vantor, chart, command, option, backend, path)
     vantor(command)
     assert made == pathlib.Path("x.png").read_bytes()
     text = vantor(command + option + " --json").text
-    assert text.startswith(f"vantor: note: --path: now --backend {backend}\n") == option.startswith("--path")
+    deprecated = f"vantor: note: --path is deprecated: use --backend {backend}\n"
+    assert text.startswith(deprecated) == option.startswith("--path")
     report = json.loads(text[text.index("{") : text.rindex("}") + 1])
     assert (report["backend"], report["path"]) == (backend, path)
 
@@ -31,12 +32,13 @@ def test_one_name_and_the_old_one(vantor, chart, command, option, backend, path)
 @pytest.mark.parametrize(
     "options, expected",
     [("--backend fpga", "--backend fpga: expected software or hardware"), ("--backend hw", "--backend hw: expected"),
-     ("--backend hardware --path hw", "--path: now --backend")],
+     ("--backend hardware --path hw", "--path is the old name of --backend")],
 )  # fmt: skip
 def test_other_values_are_refused(vantor, chart, options, expected):
     vantor(SCALE + options, 2, expected)
 
 
 def test_crosscheck_says_what_the_hardware_path_is_here(vantor, chart):
-    vantor("crosscheck chart.png --rotate 2", text="hardware path (here the software service) and processor: identical")
+    text = "hardware backend (here the software service) and software backend: identical"
+    vantor("crosscheck chart.png --rotate 2", text=text)
     vantor("crosscheck --help", text="until\nsomething else sits in its seat")

@@ -7,7 +7,7 @@ import pytest
 
 CAMERA = "image_width: 640\nimage_height: 480\ncamera_matrix: [500, 0, 320, 0, 500, 240, 0, 0, 1]\n"
 FOUR = "[0.02, -0.01, 0.004, -0.001]"
-NOTE = "note: camera.yml: four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, say --fisheye"
+NOTE = "note: camera.yml: four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, use --fisheye"
 
 
 @pytest.mark.parametrize(

@@ -84,11 +84,11 @@ def test_padding_is_left_out_and_written_as_zeros(vantor, source, result):
 
 
 @pytest.mark.parametrize("tags, arguments, output, text", [
-    ("F25:1", "cut.y4m", "x.y4m", "cut.y4m: frame 2 (48x32 i420) ends after 2204 of 2304 bytes"),
+    ("F25:1", "cut.y4m", "x.y4m", "cut.y4m: frame 2 (48x32 i420) is truncated: 2204 of 2304 bytes"),
     ("C422", "cut.y4m", "x.y4m",
      "Y4M sample format C422: expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or"),
     ("H99999", "cut.y4m", "x.y4m", "cut.y4m: Y4M 48x99999: width and height must be from 4 to 16384"),
-    ("It", "cut.y4m", "x.y4m", "cut.y4m: interlaced; frames are worked on as if they were not"),
+    ("It", "cut.y4m", "x.y4m", "cut.y4m: interlaced; frames are processed as if progressive"),
     ("", "cut.y4m", "x.png", "x.png: a PNG file holds one frame, and there are more: expected --limit 1"),
     ("", "cut.y4m --yuv-range full", "x.y4m", "--yuv-range full: neither cut.y4m nor x.y4m is RGB"),
     ("", "cut.y4m --yuv-matrix 709", "x.y4m", "--yuv-matrix 709: neither cut.y4m nor x.y4m is RGB"),

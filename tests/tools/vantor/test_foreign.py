@@ -47,8 +47,8 @@ def test_whether_a_file_is_there_comes_first(vantor, directory, chart):
     vantor("info shots", 2, f"shots: a directory, expected a file; this makes a clip of its PNG files: "
            f"ffmpeg -pattern_type glob -i 'shots/*.png' {PIPE}")
     vantor("warp chart.png -o x.png --grid shots", 2, "shots: a directory: expected a regular file")
-    vantor("info plain.dat", 2, "plain.dat: layout unknown: expected a name ending in .png")
-    vantor("scale chart.png -o none.dat --size 50%", 2, "none.dat: layout unknown")
+    vantor("info plain.dat", 2, "plain.dat: format unknown: expected a name ending in .png")
+    vantor("scale chart.png -o none.dat --size 50%", 2, "none.dat: format unknown")
 
 
 def test_what_ends_too_early_is_called_truncated(vantor, directory, chart):
@@ -66,10 +66,10 @@ def test_what_ends_too_early_is_called_truncated(vantor, directory, chart):
         ("cut.y4m", clip[:20], "info", "cut.y4m: the Y4M header is truncated"),
         ("cut.y4m", clip[: clip.index(b"FRAME")] + b"FRAME Ip", "info", "the header of a frame is truncated"),
         ("cut.y4m", clip.replace(b"FRAME", b"FRAMES"), "info", "frame 0 does not begin with the word FRAME"),
-        ("cut.y4m", clip[:-9], "info", "frame 0 (8x8 i420) ends after 87 of 96 bytes: truncated\n"),
+        ("cut.y4m", clip[:-9], "info", "frame 0 (8x8 i420) is truncated: 87 of 96 bytes\n"),
         ("cut.vrec", record[:600], "replay", "cut.vrec: not a valid record: the header ends after 558 of"),
         ("cut.vrec", record[:-1], "replay", ": truncated\n"),
-        ("cut.txt", grid[:1000], "grid", "cut.txt: not a grid: line "),
+        ("cut.txt", grid[:1000], "grid", "cut.txt: not a grid file: line "),
         ("cut.txt", grid[:1000].rsplit(maxsplit=1)[0], "grid", "truncated, expected a number"),
     ]:
         (directory / name).write_bytes(content)

@@ -45,12 +45,12 @@ def test_text_may_have_as_many_bytes_as_the_wire_form(vantor):
     first, _, rest = read("long.txt").split(b"\n", 2)
     write("long.txt", first + b"\n#" + b"x" * (8712 - len(first + rest) - 3) + b"\n" + rest)
     assert len(read("long.txt")) == 8712
-    vantor("grid long.txt", text="moves: 0.00 to 0.00")
+    vantor("grid long.txt", text="displacements: 0.00 to 0.00")
 
 
 def test_what_is_no_grid_is_refused(vantor, chart, turn):
-    vantor("grid chart.png", 2, "chart.png: not a grid: ")
+    vantor("grid chart.png", 2, "chart.png: not a grid file: ")
     write("more.txt", read("turn.txt") + b"7\n")
-    vantor("grid more.txt", 2, "more.txt: not a grid: line 71: '7', expected the end")
+    vantor("grid more.txt", 2, "more.txt: not a grid file: line 71: '7', expected the end")
     write("broken.txt", read("turn.txt").replace(b"dY", b"dZ"))
-    vantor("warp chart.png -o x.png --grid broken.txt", 2, "broken.txt: not a grid: line 37: 'dZ', expected dY")
+    vantor("warp chart.png -o x.png --grid broken.txt", 2, "broken.txt: not a grid file: line 37: 'dZ', expected dY")

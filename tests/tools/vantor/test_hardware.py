@@ -1,4 +1,4 @@
-"""The hardware path, against the processor."""
+"""The hardware backend, against the CPU."""
 
 import pytest
 from conftest import read, write
@@ -11,10 +11,10 @@ def pictures(vantor, chart):
 
 def test_the_results_are_the_processors(vantor):
     vantor("scale chart.png -o x.png --size 50%")
-    vantor("scale chart.png -o hw.png --size 50% --backend hardware", text="as nv12 on the hardware path (software service)")
+    vantor("scale chart.png -o hw.png --size 50% --backend hardware", text="as nv12 on the hardware backend (software service)")
     assert read("hw.png") == read("x.png")
     vantor("warp odd_101x77.gray -o x.gray --shift 5,5")
-    vantor("warp odd_101x77.gray -o hw.gray --shift 5,5 --backend hardware", text="as gray on the hardware path")
+    vantor("warp odd_101x77.gray -o hw.gray --shift 5,5 --backend hardware", text="as gray on the hardware backend")
     assert read("hw.gray") == read("x.gray")
 
 
@@ -38,7 +38,7 @@ def test_refusals_are_told(refuse, arguments, text):
 ])
 def test_crosscheck_finds_both_paths_identical(vantor, arguments):
     vantor("scale chart.png -o small_160x90.gray --size 50%")
-    vantor(f"crosscheck {arguments}", text="processor: identical")
+    vantor(f"crosscheck {arguments}", text="software backend: identical")
     assert vantor(f"crosscheck {arguments} --json").json()["identical"] is True
 
 
@@ -50,7 +50,7 @@ def test_crosscheck_wants_one_request(vantor, options):
 def test_a_fallback_has_the_same_bytes_and_is_named(vantor, not_sanitized):
     vantor("scale chart.png -o expected.gray --size 160x90")
     # Descriptors enough for the result, the allocator and two pictures, and no more.
-    text = "as gray by the hardware path's fallback (ion_alloc_fd(6) failed)"
+    text = "as gray by the hardware backend's fallback (ion_alloc_fd(6) failed)"
     vantor("scale chart.png -o x.gray --size 160x90 --backend hardware", text=text, under="prlimit --nofile=7")
     assert read("x.gray") == read("expected.gray")
 
@@ -59,4 +59,4 @@ def test_gray_warps_of_a_clip_leave_two_descriptors_open_each(vantor, not_saniti
     write("many_96x64.gray", bytes(300 * 96 * 64))
     arguments = "warp many_96x64.gray -o x.gray --rotate 9 --backend hardware --jobs 1"
     vantor(arguments, text="software service) in", under="prlimit --nofile=256:")  # which it may raise
-    vantor(arguments, 2, "the hardware path refused: ion_alloc_fd", under="prlimit --nofile=24")
+    vantor(arguments, 2, "the hardware backend refused: ion_alloc_fd", under="prlimit --nofile=24")

@@ -60,7 +60,7 @@ def test_quiet_leaves_errors_and_what_was_asked_for(vantor, chart):
     assert vantor("scale chart.png -o x.png -s 50% -q --hash").text.startswith("vantor: hash ")
     vantor("scale none.png -o x.png -s 50% -q", 2, "none.png: No such file")
     vantor("scale chart.png -o x.png -s 50% -q --verify 0123456789abcdef", 1, "--verify 0123456789abcdef: the result")
-    assert vantor("crosscheck chart.png -s 33% -q").text.startswith("hardware path")
+    assert vantor("crosscheck chart.png -s 33% -q").text.startswith("hardware backend")
 
 
 def test_other_names_of_matrices_and_ranges(vantor, chart):
@@ -94,7 +94,7 @@ def test_the_range_tag_of_a_clip_is_heeded(vantor):
 )  # fmt: skip
 def test_errors_in_options_name_the_help_that_tells(vantor, chart, command):
     words = command.split()
-    hint = f"(vantor {words[2] if words[0] == 'record' else words[0]} --help shows how)"
+    hint = f"(see vantor {words[2] if words[0] == 'record' else words[0]} --help)"
     for option, text in ("--alpha 1", "--alpha requires --calibration"), ("--fisheye", "--fisheye requires"), \
                         ("--sise", "not expected: --sise"):  # fmt: skip
         assert hint in vantor(f"{command} {option}", 2, text).text

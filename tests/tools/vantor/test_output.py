@@ -31,7 +31,7 @@ def test_what_is_written_is_another_file_than_all_else(vantor, chart, option, fi
     assert sorted(os.listdir()) == files and read("chart.png") == read("back.png")
 
 
-def test_a_new_file_has_usual_rights_and_a_replaced_one_keeps_its_own(vantor, chart):
+def test_a_new_file_has_usual_permissions_and_a_replaced_one_keeps_its_own(vantor, chart):
     vantor("scale chart.png -o half.png --size 50%", umask=0o27)
     assert stat.S_IMODE(os.stat("half.png").st_mode) == 0o640
     os.chmod("half.png", 0o600)

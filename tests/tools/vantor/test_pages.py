@@ -57,8 +57,8 @@ def test_the_steps_of_a_pixel_add_up(vantor, chart, position):
             assert (position * (step * scale >> 7) + (1 << half)) >> bits == result, line
             assert bits == half + 1
         elif found := re.match(r".*; \((\d+) x (-?\d+)\) rounded by 13 bits \+ (\d+) x (\d+) = (-?\d+) \((-?[\d.]+) ", line):
-            scale, move, step, position, result = map(int, found.groups()[:5])
-            assert (scale * move + 4096 >> 13) + step * position == result, line
+            scale, displacement, step, position, result = map(int, found.groups()[:5])
+            assert (scale * displacement + 4096 >> 13) + step * position == result, line
             assert f"{result / 256:.4f}" == found[6], line
         elif found := re.match(r"  [UV]: (.*), rounded by 9 bits; . = (\d+)", line):
             assert eval(found[1].replace("x", "*")) + 256 >> 9 == int(found[2]), line

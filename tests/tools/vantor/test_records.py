@@ -60,14 +60,14 @@ def test_hashes_need_their_source(vantor):
 
 def test_a_refusal_is_recorded(vantor):
     arguments = "scale odd_101x77.gray -o x.gray --size 160x90 --backend hardware"
-    vantor(f"record refused.vrec {arguments}", 2, "the hardware path refused")
+    vantor(f"record refused.vrec {arguments}", 2, "the hardware backend refused")
     vantor("replay refused.vrec", text="status -38 (Src width(101)")
 
 
 def test_a_record_is_of_one_frame_and_has_its_hash(vantor):
     write("two_101x77.gray", read("odd_101x77.gray") * 2)
     arguments = "record bug.vrec scale two_101x77.gray -o half.gray --size 50%"
-    vantor(arguments, 2, "two_101x77.gray: a record is of one frame: expected --limit 1")
+    vantor(arguments, 2, "two_101x77.gray: a record holds one frame: expected --limit 1")
     digest = vantor(f"{arguments} --skip 1 --limit 1 --hash").text.split("; hash ")[1].split()[0]
     assert f'"hash":"{digest}"'.encode() in read("bug.vrec")
     write("padded_24x16.gray", bytes(16 * 32 - 8))  # one frame, though its last padding is missing
@@ -77,7 +77,7 @@ def test_a_record_is_of_one_frame_and_has_its_hash(vantor):
 def test_a_process_that_ends_leaves_its_request(vantor):
     # It ends where it would write the result.
     vantor.run("record ended.vrec warp chart.png -o x.png --rotate 1", under="prlimit --fsize=122880")
-    vantor("replay ended.vrec", 1, "recorded: the request did not end")
+    vantor("replay ended.vrec", 1, "recorded: the request did not complete")
 
 
 def test_another_result_is_different(vantor, record):

@@ -22,7 +22,7 @@ SIZE = "image_size: [320, 180]\n"
 LIMIT = 524288
 
 
-def expect_harmless(result):
+def expect_escaped(result):
     assert not re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f]", result.bytes.decode()), result.bytes
 
 
@@ -56,16 +56,16 @@ def test_nothing_speaks_to_the_terminal(vantor, chart, arguments, status, shown)
         grid.write(b"\xc2\x9b\xff")
     vantor(["grid", "--zoom", "1", "--size", "320x180", "-o", NAME + ".grid"])
     result = vantor(arguments, status, shown.replace("]", "") if "value.yml" in arguments else shown)
-    expect_harmless(result)
+    expect_escaped(result)
     if os.path.exists("made.txt"):
         assert SHOWN in open("made.txt", encoding="utf-8").read()
 
 
 def test_environment_and_records_are_harmless(vantor, chart):
-    expect_harmless(vantor("info", 2, f"VANTOR_CPU={SHOWN}: expected", env={"VANTOR_CPU": NAME}))
+    expect_escaped(vantor("info", 2, f"VANTOR_CPU={SHOWN}: expected", env={"VANTOR_CPU": NAME}))
     vantor(["record", "a.vrec", "scale", "chart.png", "-o", NAME + ".png", "--size", "8x8"], text=SHOWN)
     result = vantor("replay a.vrec --json")
-    expect_harmless(result)
+    expect_escaped(result)
     assert any("\u009b1m" in word for word in json.loads(result.text)["recorded_by"]["arguments"])
 
 
@@ -98,7 +98,7 @@ def test_texts_up_to_the_limit_are_read(vantor):
     for extra in 0, 1:
         with open("long.yml", "w") as calibration:
             calibration.write(text + "#" * (LIMIT - len(text) + extra))
-        vantor("grid --calibration long.yml", 2 * extra, f"long.yml: {LIMIT + 1} bytes" if extra else "moves: ")
+        vantor("grid --calibration long.yml", 2 * extra, f"long.yml: {LIMIT + 1} bytes" if extra else "displacements: ")
 
 
 @pytest.mark.parametrize("entries, trouble", [
@@ -111,7 +111,7 @@ def test_texts_up_to_the_limit_are_read(vantor):
 def test_entries_of_yaml(vantor, entries, trouble):
     with open("a.yml", "w") as calibration:
         calibration.write(K + SIZE + entries)
-    vantor("grid --calibration a.yml", 2 if trouble else 0, trouble or "moves: 0.00 to 0.00")
+    vantor("grid --calibration a.yml", 2 if trouble else 0, trouble or "displacements: 0.00 to 0.00")
 
 
 @pytest.mark.parametrize("arguments, option", [

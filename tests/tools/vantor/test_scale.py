@@ -71,20 +71,20 @@ def test_reductions_and_enlargements_name_their_filters(vantor, chart):
     ("chart.png --size -50%", "--size -50%: expected a positive percentage"),
     ("chart.png --size 3x8", "--size 3x8: width and height must be from 4 to 16384"),
     ("chart.png --size 15x8", "--size 15x8: width and height of a colour picture must be even"),
-    ("6x4.gray --size 8x8 --input-size 6x8", "6x4.gray: frame 0 (6x8 gray) ends after 24 of 48 bytes"),
-    ("6x4.gray --size 8x8 --input-size 4x4", "6x4.gray: frame 1 (4x4 gray) ends after 8 of 16 bytes"),
+    ("6x4.gray --size 8x8 --input-size 6x8", "6x4.gray: frame 0 (6x8 gray) is truncated: 24 of 48 bytes"),
+    ("6x4.gray --size 8x8 --input-size 4x4", "6x4.gray: frame 1 (4x4 gray) is truncated: 8 of 16 bytes"),
     ("6x4.gray --size 8x8 --input-size 6x4x", "--input-size 6x4x: expected WIDTHxHEIGHT, such as 1280x720"),
     ("a_gray_nv12.yuv --size 8x8", "a_gray_nv12.yuv: several layouts in the name"),
     (". --input-format gray --input-size 8x8 --size 8x8", ".: a directory, expected a file"),
     ("6x4.gray --size 8x8 --input-format nv16", "--input-format nv16: expected nv12, nv21, i420, gray or y4m"),
-    ("clip.yuv --size 8x8", "clip.yuv: layout unknown: expected a name ending in"),
+    ("clip.yuv --size 8x8", "clip.yuv: format unknown: expected a name ending in"),
     ("clip.nv12 --size 8x8", "clip.nv12: size unknown"),
     ("clip_5x4.nv12 --size 8x8", "clip_5x4.nv12 5x4: width and height of a picture in nv12 must be even"),
     ("none.png --size 8x8", "none.png: No such file or directory"),
     ("cut.png --size 8x8", "cut.png: truncated PNG file"),
     ("deep.png --size 8x8", "deep.png: 16 bits per sample: at most 8 expected"),
     ("chart.png --size 8x8 --input-size 4x4", "--input-size 4x4: chart.png is a PNG file"),
-    ("chart.png --size 8x8 --sise 8x8", "--sise (vantor scale --help shows how)"),
+    ("chart.png --size 8x8 --sise 8x8", "--sise (see vantor scale --help)"),
 ])
 def test_refusals_say_what_was_wrong_and_what_was_expected(refuse, chart, arguments, text):
     write("6x4.gray", flat("6x4", 0))
@@ -96,4 +96,4 @@ def test_refusals_say_what_was_wrong_and_what_was_expected(refuse, chart, argume
 
 
 def test_a_size_in_the_outputs_name_holds(refuse, chart):
-    refuse("scale chart.png --size 8x8", "--size 8x8: the output's name says 16x8", output="out_16x8.nv12")
+    refuse("scale chart.png --size 8x8", "--size 8x8: the output's name gives 16x8", output="out_16x8.nv12")

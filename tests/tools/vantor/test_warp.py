@@ -37,10 +37,10 @@ def test_the_librarys_log_is_shown_on_request(vantor, chart):
 @pytest.mark.parametrize("arguments, text", [
     ("", "expected one of --matrix, --grid, --calibration, or a warp"),
     ("--rotate 2 --matrix 1,2,3,4,5,6", "several warps: expected one of a grid file, --matrix, --calibration, and"),
-    ("--matrix 1,2,3", "--matrix 1,2,3: expected 6 numbers set off by commas"),
-    ("--matrix 40000,0,0,0,0,0", "--matrix 40000,0,0,0,0,0: expected whole numbers from -32768 to 32767"),
-    ("--matrix 1.5,0,0,0,0,0", "--matrix 1.5,0,0,0,0,0: expected whole numbers from -32768 to 32767"),
-    ("--shift 1,2,", "--shift 1,2,: expected 2 numbers set off by commas"),
+    ("--matrix 1,2,3", "--matrix 1,2,3: expected 6 comma-separated numbers"),
+    ("--matrix 40000,0,0,0,0,0", "--matrix 40000,0,0,0,0,0: expected integers from -32768 to 32767"),
+    ("--matrix 1.5,0,0,0,0,0", "--matrix 1.5,0,0,0,0,0: expected integers from -32768 to 32767"),
+    ("--shift 1,2,", "--shift 1,2,: expected 2 comma-separated numbers"),
     ("--lens 1,2,3,4", "--lens 1,2,3,4: expected K1[,K2[,K3[,P1,P2]]]"),
 ])
 def test_refused_warps(refuse, chart, arguments, text):
@@ -68,8 +68,8 @@ def test_explain_takes_pixels_of_the_picture(vantor, chart):
 
 def test_a_page_is_of_pictures_of_one_size_and_needs_nothing_else(vantor, chart, refuse):
     vantor("grid --rotate 2 --size 320x180 -o turn.txt")
-    vantor("view chart.png chart.png --grid turn.txt -o page.html", text="a page of")
+    vantor("view chart.png chart.png --grid turn.txt -o page.html", text="HTML viewer")
     assert not re.search(b"https?://", read("page.html"))
     vantor("scale chart.png -o half.png --size 50%")
-    text = "cannot be laid over each other: chart.png is 320x180, half.png is 160x90"
+    text = "expected pictures of one size: chart.png is 320x180, half.png is 160x90"
     refuse("view chart.png half.png", text, output="page.html")

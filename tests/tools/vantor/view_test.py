@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""view_test.py VANTOR: the page of vantor view in a headless browser. VANTOR_SCREENSHOTS=FOLDER keeps what it saw."""
+"""view_test.py VANTOR: the page of vantor view in a headless browser. VANTOR_SCREENSHOTS=DIRECTORY keeps what it saw."""
 import os
 import random
 import shutil
@@ -20,14 +20,14 @@ if not (webdriver and shutil.which("chromedriver")):
     sys.exit(77)
 
 WIDTH, HEIGHT = 96, 64
-folder = tempfile.TemporaryDirectory()
+directory = tempfile.TemporaryDirectory()
 nv12, gray = random.randbytes(WIDTH * HEIGHT * 3 // 2), random.randbytes(WIDTH * HEIGHT)
 for name, content in (("a_96x64.nv12", nv12), ("b_96x64.gray", gray)):
-    with open(os.path.join(folder.name, name), "wb") as file:
+    with open(os.path.join(directory.name, name), "wb") as file:
         file.write(content)
 vantor = os.path.abspath(sys.argv[1])
 for arguments in ("scale b_96x64.gray -o b.png --size 100%", "view a_96x64.nv12 b.png --shift 8,4 -o page.html"):
-    subprocess.run([vantor] + arguments.split(), cwd=folder.name, check=True)
+    subprocess.run([vantor] + arguments.split(), cwd=directory.name, check=True)
 
 options = webdriver.ChromeOptions()
 for option in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1000,800"):
@@ -54,7 +54,7 @@ def element(name):
 
 
 try:
-    browser.get("file://" + os.path.join(folder.name, "page.html"))
+    browser.get("file://" + os.path.join(directory.name, "page.html"))
     WebDriverWait(browser, 60).until(lambda b: b.find_element(By.TAG_NAME, "body").get_attribute("data-ready"))
     see("fit")
     expect_values(WIDTH // 2, HEIGHT // 2)

@@ -1,4 +1,4 @@
-// What the tool says when it cannot do what was asked.
+// Errors that users see.
 #pragma once
 
 #include <stdexcept>
@@ -8,12 +8,12 @@ namespace vantor::tool {
 
 /// Exit statuses of all sub-commands.
 enum Status : int {
-    kDone = 0,       ///< done; for `compare` and `crosscheck`: identical
+    kDone = 0,       ///< success; for `compare` and `crosscheck`: identical
     kDifferent = 1,  ///< `compare`, `crosscheck`: different; `grid --check`: the grid has faults
-    kTrouble = 2,    ///< it could not be done; standard error says why
+    kFailed = 2,     ///< an error; standard error has the reason
 };
 
-/// Trouble that the user can mend: the text names the file or option, its value and what was expected.
+/// An error that the user can fix: the text names the file or option, its value and what was expected.
 class UserError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

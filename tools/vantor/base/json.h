@@ -7,7 +7,7 @@
 
 namespace vantor::tool {
 
-/// In ASCII, so that nothing in it speaks to a terminal. What is not UTF-8, as file names may be, is
+/// In ASCII, so that nothing in it controls a terminal. What is not UTF-8, as file names may be, is
 /// replaced. A negative indentation gives one line.
 inline std::string toText(const nlohmann::ordered_json& json, int indentation) {
     return json.dump(indentation, ' ', true, nlohmann::json::error_handler_t::replace);

@@ -7,8 +7,8 @@
 
 namespace vantor::tool {
 
-std::vector<double> parseNumbers(const std::string& option, const std::string& text, size_t least,
-                                 size_t most) {
+std::vector<double> parseNumbers(const std::string& option, const std::string& text, size_t minCount,
+                                 size_t maxCount) {
     std::vector<double> numbers;
     const char* at = text.data();
     const char* const end = at + text.size();
@@ -21,11 +21,12 @@ std::vector<double> parseNumbers(const std::string& option, const std::string& t
         if (at == end || *at != ',' || at + 1 == end) break;
         ++at;
     }
-    if (at != end || numbers.size() < least || numbers.size() > most) {
-        const std::string count =
-            least == most ? std::to_string(least) : std::to_string(least) + " to " + std::to_string(most);
+    if (at != end || numbers.size() < minCount || numbers.size() > maxCount) {
+        const std::string count = minCount == maxCount
+                                      ? std::to_string(minCount)
+                                      : std::to_string(minCount) + " to " + std::to_string(maxCount);
         throw UserError(option + " " + text + ": expected " + count +
-                        (most == 1 ? " number" : " numbers set off by commas"));
+                        (maxCount == 1 ? " number" : " comma-separated numbers"));
     }
     return numbers;
 }

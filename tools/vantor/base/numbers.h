@@ -6,8 +6,8 @@
 
 namespace vantor::tool {
 
-/// Finite numbers set off by commas: `least` to `most` of them, or an error that names the option.
-std::vector<double> parseNumbers(const std::string& option, const std::string& text, size_t least,
-                                 size_t most);
+/// `minCount` to `maxCount` finite comma-separated numbers, or an error that names the option.
+std::vector<double> parseNumbers(const std::string& option, const std::string& text, size_t minCount,
+                                 size_t maxCount);
 
 }  // namespace vantor::tool

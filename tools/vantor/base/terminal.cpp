@@ -101,7 +101,7 @@ void note(const std::string& text) {
     summarize("note: " + text);
 }
 
-void beQuiet() {
+void setQuiet() {
     quiet = true;
 }
 

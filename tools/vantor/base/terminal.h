@@ -1,11 +1,11 @@
-// What the tool says: each line that a terminal may show leaves through here.
+// All output that a terminal may show passes through here.
 #pragma once
 
 #include <string>
 
 namespace vantor::tool {
 
-/// The text with \xNN for each byte by which a file or a name could speak to the terminal: control characters
+/// The text with \xNN for each byte by which a file or a name could control the terminal: control characters
 /// (C0, DEL and C1, line ends too) and what is not UTF-8.
 std::string escapeForTerminal(const std::string& text);
 
@@ -22,7 +22,7 @@ void summarize(const std::string& text);
 void note(const std::string& text);
 
 /// --quiet was given: no notes, summary lines and progress.
-void beQuiet();
+void setQuiet();
 bool isQuiet();
 
 /// Puts a text, escaped, in place of the one that it wrote before, in a line of standard error that has no

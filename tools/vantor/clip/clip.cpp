@@ -21,7 +21,7 @@ Clip::Clip(const ClipOptions& options)
       reader_(openClip(inputSpec(options.input, options.inputOptions))) {
     if (!options.verify.empty() && !PictureHash::isText(options.verify)) {
         throw UserError("--verify " + options.verify +
-                        ": expected 16 hexadecimal digits, as --hash says them");
+                        ": expected 16 hexadecimal digits, as --hash prints them");
     }
     const std::string report = options.json ? "-" : "";
     const std::string input = options.input == "-" ? "/dev/stdin" : options.input;
@@ -31,7 +31,7 @@ Clip::Clip(const ClipOptions& options)
     }
     expectOtherFile("--times", options.timesFile, {input, options.output, report});
     if (reader_->header() && reader_->header()->isInterlaced()) {
-        note(options.input + ": interlaced; frames are worked on as if they were not");
+        note(options.input + ": interlaced; frames are processed as if progressive");
     }
 }
 
@@ -86,7 +86,7 @@ size_t Clip::jobs() const {
 ClipTotals Clip::processFrames(const FramePlan& plan) {
     skipFrames(*reader_, options_.part.skip);
     if (plan.watch && framesLeft() != std::optional<uintmax_t>(1)) {
-        throw UserError(options_.input + ": a record is of one frame: expected --limit 1");
+        throw UserError(options_.input + ": a record holds one frame: expected --limit 1");
     }
     Pipeline pipeline(plan, jobs());
     if (outputSpec_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
@@ -113,7 +113,7 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
         progress.show(totals.frames, all);
     };
 
-    std::exception_ptr readTrouble;  // thrown when the frames before it are written
+    std::exception_ptr readError;  // thrown when the frames before it are written
     uintmax_t left = options_.part.limit.value_or(UINTMAX_MAX);
     while (left > 0 || !pipeline.isEmpty()) {
         if (left == 0 || pipeline.isDue(*reader_)) {
@@ -124,12 +124,12 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
         try {
             isRead = pipeline.read(*reader_);
         } catch (const UserError&) {
-            readTrouble = std::current_exception();
+            readError = std::current_exception();
         }
         left = isRead ? left - 1 : 0;
         if (isRead) pipeline.start();
     }
-    if (readTrouble) std::rethrow_exception(readTrouble);
+    if (readError) std::rethrow_exception(readError);
     if (totals.frames == 0)
         throw UserError(
             options_.input + ": no frame" +
@@ -142,13 +142,13 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
 }
 
 int Clip::process(const FrameShape& written, Size src, Size dst, const Request& request,
-                  const std::string& what, const std::string& processor) {
+                  const std::string& what, const std::string& where) {
     const FramePlan plan{reader_->shape(), written, working(), src, dst, request, color(), options_.watch};
     const ClipTotals totals = processFrames(plan);
     if (options_.json) {
         reportJson(options_, plan, totals, what);
     } else {
-        report(options_, plan, totals, what, processor);
+        report(options_, plan, totals, what, where);
     }
     if (options_.verify.empty() || options_.verify == totals.hash) return kDone;
     printMessage("--verify %s: the result has %s", options_.verify.c_str(), totals.hash.c_str());

@@ -19,7 +19,7 @@ struct ClipOptions {
     FileOptions outputOptions{"--output", {}, {}};
     bool overwriteInput = false;
     FrameRange part;
-    size_t jobs = 0;  ///< 0: as many as there are processors
+    size_t jobs = 0;  ///< 0: one per CPU
     std::string timesFile;
     bool hash = false;
     std::string verify;
@@ -31,16 +31,16 @@ struct ClipOptions {
 
 constexpr size_t kMaxJobs = 256;
 
-/// What came of a clip.
+/// The result of processing a clip.
 struct ClipTotals {
     uintmax_t frames = 0;
     double milliseconds = 0;  ///< in the library
     double seconds = 0;       ///< all in all
-    std::string fallback;     ///< why the hardware path left the work to the CPU, if it did
+    std::string fallback;     ///< why the hardware backend fell back to the CPU, if it did
     std::string hash;
 };
 
-/// A clip that is to be read, and the file that is to be made of it.
+/// A clip to read, and the file to make of it.
 class Clip {
 public:
     explicit Clip(const ClipOptions& options);
@@ -51,8 +51,8 @@ public:
     /// The shape of frames of a size that are written. `what` is what an error names.
     FrameShape written(const std::string& what, Size size) const;
 
-    /// Makes all frames with `request`, from pictures of `src`'s to pictures of `dst`'s size, and says on
-    /// standard error what was done: `what`, and where, in the path's words. Returns the exit status.
+    /// Makes all frames with `request`, from pictures of `src`'s to pictures of `dst`'s size, and prints a
+    /// summary line, of `what` was done and where, to standard error. Returns the exit status.
     int process(const FrameShape& written, Size src, Size dst, const Request& request,
                 const std::string& what, const std::string& processor);
 

@@ -1,4 +1,4 @@
-// What is said of a clip when it is done.
+// The reports on a finished clip.
 #pragma once
 
 #include "tools/vantor/clip/clip.h"
@@ -9,8 +9,9 @@ namespace vantor::tool {
 void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
                 const std::string& what);
 
-/// The summary line, on standard error. `what` was done, by `processor` where it was done in software.
+/// The summary line, on standard error. `what` was done, by `where` (such as "the software model") unless
+/// on hardware.
 void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
-            const std::string& what, const std::string& processor);
+            const std::string& what, const std::string& where);
 
 }  // namespace vantor::tool

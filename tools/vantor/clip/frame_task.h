@@ -16,13 +16,13 @@ struct FramePlan {
     RequestWatch watch;
 };
 
-/// Not for two threads at a time.
+/// Not thread-safe.
 class FrameTask {
 public:
     explicit FrameTask(const FramePlan& plan);
 
-    /// Makes a frame of the output from one of the input. The library works right on those planes that lie as
-    /// it wants them; only others are copied.
+    /// Makes a frame of the output from one of the input. The library works in place on those planes
+    /// whose layout it takes; only others are copied.
     RequestResult run(uint8_t* read, uint8_t* written);
 
 private:

@@ -16,7 +16,7 @@ SharedMemory::SharedMemory(size_t length)
     : length_(length),
       address_(mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
     if (address_ == MAP_FAILED) {
-        throw UserError("no memory of " + std::to_string(length) +
+        throw UserError("cannot allocate " + std::to_string(length) +
                         " bytes for frames: " + std::strerror(errno));
     }
 }

@@ -28,7 +28,7 @@ private:
     void* address_;
 };
 
-/// The frames that are on their way, in the order of the clip: each is read, worked on by a worker, and
+/// The frames in flight, in the order of the clip: each is read, worked on by a worker, and
 /// written.
 class Pipeline {
 public:
@@ -58,7 +58,8 @@ private:
     uint8_t* input(size_t slot) const { return memory_.bytes() + slot * bytes_; }
     uint8_t* output(size_t slot) const { return input(slot) + readBytes_; }
 
-    /// In a worker. The task is made there: memory for the hardware path would be shared with other workers.
+    /// In a worker. The task is made there: memory for the hardware backend would be shared with other
+    /// workers.
     WorkerMessage work(size_t slot);
 
     size_t readBytes_;

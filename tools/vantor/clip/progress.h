@@ -1,4 +1,4 @@
-// How far a long run is, for those who watch.
+// The progress of a long run.
 #pragma once
 
 #include <chrono>
@@ -7,8 +7,8 @@
 
 namespace vantor::tool {
 
-/// A line on standard error that is rewritten a few times a second, and taken away at the end. Says nothing
-/// where standard error is no terminal.
+/// A line on standard error that is rewritten a few times a second, and erased at the end. Prints
+/// nothing where standard error is not a terminal.
 class Progress {
 public:
     Progress();
@@ -16,7 +16,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// So many frames are done of all, if their number is known.
+    /// Shows the number of frames done, of all if their number is known.
     void show(uintmax_t frames, std::optional<uintmax_t> all);
 
     double seconds() const;

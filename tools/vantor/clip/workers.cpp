@@ -24,7 +24,7 @@ bool sendMessage(int socket, const Message& message) {
     return sent == ssize_t{sizeof message};
 }
 
-/// False if the other side has gone.
+/// False if the other side has closed the connection.
 template <typename Message>
 bool receiveMessage(int socket, Message& message) {
     ssize_t received = 0;
@@ -62,7 +62,7 @@ void Workers::startWorker() {
     const pid_t process = fork();
     if (process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != parent) _exit(kTrouble);
+        if (getppid() != parent) _exit(kFailed);
         close(ends[0]);
         for (const Worker& worker : workers_) close(worker.socket);
         serve(ends[1]);

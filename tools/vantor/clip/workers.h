@@ -1,4 +1,4 @@
-// Processes that work side by side: the model's state is one to a process.
+// Processes that work in parallel: the model has one state per process.
 #pragma once
 
 #include <sys/types.h>
@@ -14,7 +14,7 @@ namespace vantor::tool {
 struct WorkerMessage {
     double milliseconds;
     bool isFailure;
-    char text[500];  ///< why, or a remark
+    char text[500];  ///< why, or a note
 };
 
 /// Each worker does what it is given one by one and in order. They are forked by the constructor, before this

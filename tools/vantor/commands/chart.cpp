@@ -1,4 +1,4 @@
-// vantor chart: a test picture in which scaling faults show.
+// vantor chart: a test picture that shows scaling artefacts.
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -27,13 +27,13 @@ Color gray(double level) {
     return {level, level, level};
 }
 
-/// Rings that get finer towards the rim, where they reach half a cycle a pixel: aliasing shows as false
+/// Rings that get finer towards the rim, where they reach half a cycle per pixel: aliasing shows as false
 /// rings.
 Color zonePlate(double x, double y, double radius) {
     return gray(127.5 + 127.5 * std::cos(3.14159265358979 * (x * x + y * y) / (2 * radius)));
 }
 
-/// 36 spokes: a filter's limit shows as the radius at which they melt.
+/// 36 spokes: the radius at which they blur shows the filter's resolution.
 Color star(double x, double y) {
     return gray(std::sin(36 * std::atan2(y, x)) > 0 ? 235 : 20);
 }
@@ -84,11 +84,17 @@ int run(const ChartOptions& options) {
 
 void addChart(CLI::App& app, Run& run) {
     auto options = std::make_shared<ChartOptions>();
-    CLI::App* command = app.add_subcommand("chart", "Draw a test chart in which scaling faults show");
-    command->add_option("-o,--output", options->output, "Chart; its name says the file type")->required();
-    command->add_option("-s,--size", options->size, "Size of the chart")->capture_default_str();
-    command->add_option("--output-format", options->fileSpec.format,
-                        "Format of a raw chart: nv12, nv21, i420 or gray");
+    CLI::App* command = app.add_subcommand("chart", "Draw a test chart that shows scaling artefacts");
+    command->add_option("-o,--output", options->output, "Chart; its name's extension selects the file type")
+        ->type_name("FILE")
+        ->required();
+    command->add_option("-s,--size", options->size, "Size of the chart")
+        ->type_name("WxH")
+        ->capture_default_str();
+    command
+        ->add_option("--output-format", options->fileSpec.format,
+                     "Format of a raw chart: nv12, nv21, i420 or gray")
+        ->type_name("FORMAT");
     command->footer(
         "Examples:\n"
         "  vantor chart -o chart.png --size 1920x1080\n"

@@ -8,8 +8,8 @@
 namespace vantor::tool {
 namespace {
 
-/// Words, each with the one that it stands for.
-CLI::Validator oneOf(const std::string& name, const std::map<std::string, std::string>& words) {
+/// Accepts the keys of `words`, and replaces each by its value.
+CLI::Validator oneOf(const std::map<std::string, std::string>& words) {
     const auto translate = [words](std::string& text) {
         const auto found = words.find(text);
         if (found == words.end()) {
@@ -20,60 +20,70 @@ CLI::Validator oneOf(const std::string& name, const std::map<std::string, std::s
         text = found->second;
         return std::string();
     };
-    return CLI::Validator(translate, name);
+    return CLI::Validator(translate, "");
 }
 
 }  // namespace
 
 void addClipOptions(CLI::App& command, ClipOptions& options) {
-    command.add_option("IN", options.input, std::string("Picture or clip: ") + kPictureFiles)->required();
-    command.add_option("-o,--output", options.output, "Result; its name says the file type; - is a pipe")
+    command.add_option("IN", options.input, std::string("Picture or clip: ") + kPictureFiles)
+        ->type_name("FILE")
         ->required();
-    command.add_flag("--overwrite-input", options.overwriteInput, "The result may replace the input");
+    command
+        .add_option("-o,--output", options.output,
+                    "Result; its name's extension selects the file type; - is standard output")
+        ->type_name("FILE")
+        ->required();
+    command.add_flag("--overwrite-input", options.overwriteInput, "Allow the result to replace the input");
     addFileOptions(command, options.inputOptions, options.outputOptions);
-    const auto add = [&](const char* group, const char* name, auto& value, const char* text) {
-        return command.add_option(name, value, text)->group(group);
+    const auto add = [&](const char* group, const char* name, auto& value, const char* type,
+                         const char* text) {
+        return command.add_option(name, value, text)->type_name(type)->group(group);
     };
     addFrameRangeOptions(command, options.part);
-    add("Clips", "--jobs", options.jobs, "Frames worked on at a time, if not as many as there are processors")
-        ->check(CLI::Range(size_t{1}, kMaxJobs));
-    add("Clips", "--times", options.timesFile,
-        "Write each frame's number and milliseconds in the library to this file");
-    command.add_flag("--hash", options.hash, "Say the result's hash: what xxh64sum says of a raw file")
-        ->group("Evidence");
-    add("Evidence", "--verify", options.verify, "Exit with status 1 if the result has another hash");
-    command.add_flag("--json", options.json, "Write what was done, and in which time, as JSON")
-        ->group("Evidence");
-    add("RGB", "--yuv-matrix", options.matrix,
-        "Matrix between RGB and YUV: 601 (if not given) or 709; bt601 and bt709 are the same")
-        ->transform(oneOf("MATRIX", {{"601", "601"}, {"709", "709"}, {"bt601", "601"}, {"bt709", "709"}}));
-    add("RGB", "--yuv-range", options.range,
-        "Range of the YUV: limited or full (if not given: what a Y4M file says, or else limited); tv and pc "
-        "are the same")
-        ->transform(
-            oneOf("RANGE", {{"limited", "limited"}, {"full", "full"}, {"tv", "limited"}, {"pc", "full"}}));
+    add("Clips", "--jobs", options.jobs, "N",
+        "Process N frames in parallel, 1 to 256; one per CPU if not given")
+        ->check(CLI::Range(size_t{1}, kMaxJobs).description(""));
+    add("Clips", "--times", options.timesFile, "FILE",
+        "Write each frame's number and its time in the library, in milliseconds, to FILE");
+    command
+        .add_flag("--hash", options.hash,
+                  "Print the result's XXH64 hash, which for a raw file without padding is that of xxh64sum")
+        ->group("Verification");
+    add("Verification", "--verify", options.verify, "HASH",
+        "Exit with status 1 unless the result has this hash");
+    command.add_flag("--json", options.json, "Print a report, with times, as JSON")->group("Verification");
+    add("RGB", "--yuv-matrix", options.matrix, "MATRIX",
+        "Matrix between RGB and YUV: 601 (default) or 709; bt601 and bt709 are synonyms")
+        ->transform(oneOf({{"601", "601"}, {"709", "709"}, {"bt601", "601"}, {"bt709", "709"}}));
+    add("RGB", "--yuv-range", options.range, "RANGE",
+        "Range of YUV: limited or full; by default that of a Y4M file's header, else limited; tv and pc are "
+        "synonyms")
+        ->transform(oneOf({{"limited", "limited"}, {"full", "full"}, {"tv", "limited"}, {"pc", "full"}}));
 }
 
 namespace {
 
-/// Numbers of frames, which CLI11 would take modulo 2^64.
-CLI::Validator framesFrom(uintmax_t least) {
-    const auto check = [least](const std::string& text) {
+/// Frame counts: CLI11 itself would accept them modulo 2^64.
+CLI::Validator framesFrom(uintmax_t minimum) {
+    const auto check = [minimum](const std::string& text) {
         const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos && text.size() < 19;
-        return isNumber && std::stoull("0" + text) >= least
+        return isNumber && std::stoull("0" + text) >= minimum
                    ? std::string()
-                   : text + ": expected a number of frames, " + std::to_string(least) + " or more";
+                   : text + ": expected a number of frames, " + std::to_string(minimum) + " or more";
     };
-    return CLI::Validator(check, "FRAMES");
+    return CLI::Validator(check, "");
 }
 
 }  // namespace
 
 void addFrameRangeOptions(CLI::App& command, FrameRange& range) {
-    command.add_option("--skip", range.skip, "Leave out this many frames at the beginning")
+    command.add_option("--skip", range.skip, "Skip the first N frames")
+        ->type_name("N")
         ->check(framesFrom(0))
         ->group("Clips");
-    command.add_option("--limit", range.limit, "Take at most this many frames")
+    command.add_option("--limit", range.limit, "Process at most N frames")
+        ->type_name("N")
         ->check(framesFrom(1))
         ->group("Clips");
 }

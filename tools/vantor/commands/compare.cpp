@@ -31,7 +31,7 @@ struct CompareOptions {
     bool json = false;
 };
 
-/// What came of all frames.
+/// The result over all frames.
 struct Comparison {
     Differences differences;
     uintmax_t framesOfA = 0;
@@ -52,7 +52,7 @@ struct Comparison {
     }
 };
 
-/// Says what there is to say on standard output, of frames as they come.
+/// Prints the results to standard output, frame by frame.
 class Report {
 public:
     virtual ~Report() = default;
@@ -108,7 +108,7 @@ private:
     bool isFirst_ = true;
 };
 
-/// One object, of which the list of frames is written as they come, so that none is kept.
+/// One object, whose list of frames is written frame by frame, so that none is kept in memory.
 class JsonReport : public Report {
 public:
     explicit JsonReport(const CompareOptions& options) : options_(options) {}
@@ -164,7 +164,7 @@ struct WorstFrame {
 void drawHeatmap(const CompareOptions& options, const WorstFrame& frame, bool isClip) {
     const std::string title = "difference of " + options.a + " and " + options.b +
                               (isClip ? ", frame " + std::to_string(frame.number) : "");
-    writeWhole(options.heatmap, heatmap(*frame.a, *frame.b, options.tolerance, title));
+    writeFile(options.heatmap, heatmap(*frame.a, *frame.b, options.tolerance, title));
 }
 
 void countRest(ClipReader& clip, uintmax_t& frames, uintmax_t limit) {
@@ -216,25 +216,30 @@ int run(const CompareOptions& options) {
 void addCompare(CLI::App& app, Run& run) {
     auto options = std::make_shared<CompareOptions>();
     CLI::App* command =
-        app.add_subcommand("compare", "Tell where and by how much two pictures or clips differ");
-    command->add_option("A", options->a, std::string("Picture or clip: ") + kPictureFiles)->required();
-    command->add_option("B", options->b, "Picture or clip of the same size")->required();
+        app.add_subcommand("compare", "Report where and by how much two pictures or clips differ");
+    command->add_option("A", options->a, std::string("Picture or clip: ") + kPictureFiles)
+        ->type_name("FILE")
+        ->required();
+    command->add_option("B", options->b, "Picture or clip of the same size")->type_name("FILE")->required();
     command
         ->add_option("--tolerance", options->tolerance,
-                     "Largest difference of samples that exit status 0 allows")
-        ->check(CLI::Range(0, 255));
-    command->add_option(
-        "--heatmap", options->heatmap,
-        "PNG to draw the differences to: a colour per doubling, explained below; black where identical");
+                     "Exit with status 0 if no sample differs by more than N, 0 to 255")
+        ->type_name("N")
+        ->check(CLI::Range(0, 255).description(""));
+    command
+        ->add_option(
+            "--heatmap", options->heatmap,
+            "Draw the differences to a PNG file, with a key: one colour per doubling, black where identical")
+        ->type_name("FILE");
     addFrameRangeOptions(*command, options->part);
     addFileOptions(*command, options->fileSpec);
-    command->add_flag("--json", options->json, "Write the result as JSON");
+    command->add_flag("--json", options->json, "Print the result as JSON");
     command->footer(
-        "The --input options hold for B too where it is raw and has no --other option of its own.\n"
-        "Clips are compared frame by frame, numbered from 0, the first in the file. Another number of frames "
-        "is a\n"
-        "difference. The heat map is of the frame that differs most.\n"
-        "Exit status: 0 identical, or within --tolerance; 1 different; 2 trouble.\n"
+        "The --input options apply to B too where it is raw and has no --other option of its own.\n"
+        "Clips are compared frame by frame, numbered from 0, the first in the file. Clips of different "
+        "lengths "
+        "differ.\nThe heat map shows the frame that differs most.\n"
+        "Exit status: 0 identical, or within --tolerance; 1 different; 2 error.\n"
         "Examples:\n"
         "  vantor compare photo.png straight.png --heatmap heat.png\n"
         "  vantor compare frame.nv12 frame.i420 --input-size 1280x720 --json\n"

@@ -62,7 +62,7 @@ int run(const CrosscheckOptions& options) {
     runRequest(fromProcessor, check.src, check.processor);
     const RequestResult result = runRequest(fromHardware, check.src, check.hardware);
     if (!result.fallback().empty()) {
-        throw UserError("nothing to compare: the hardware path fell back to the processor (" +
+        throw UserError("nothing to compare: the hardware backend fell back to the CPU (" +
                         result.fallback() + ")");
     }
     const std::vector<Difference> differences = measure(fromHardware, fromProcessor);
@@ -72,7 +72,7 @@ int run(const CrosscheckOptions& options) {
         printDocument({{"identical", isSame}, {"components", toJson(differences)}});
         return isSame ? kDone : kDifferent;
     }
-    printLine("hardware path (here the software service) and processor: %s",
+    printLine("hardware backend (here the software service) and software backend: %s",
               isSame ? "identical" : "different");
     print(differences);
     return isSame ? kDone : kDifferent;
@@ -84,20 +84,21 @@ void addCrosscheck(CLI::App& app, Run& run) {
     auto options = std::make_shared<CrosscheckOptions>();
     CLI::App* command = app.add_subcommand(
         "crosscheck", "Run a request on both backends, hardware and software, and compare");
-    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)->required();
-    command->add_option("-s,--size", options->size, std::string("Scale to this size, ") + kTargetSizes);
+    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)
+        ->type_name("FILE")
+        ->required();
+    command->add_option("-s,--size", options->size, std::string("Scale to this size, ") + kTargetSizes)
+        ->type_name("SIZE");
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
-    command->add_flag("--json", options->json, "Write the result as JSON");
+    command->add_flag("--json", options->json, "Print the result as JSON");
     addFileOptions(*command, options->fileSpec);
     command->footer(
-        "On a workstation the hardware path leads to the software service, which computes by this library "
-        "too, "
-        "until\n"
-        "something else sits in its seat: so far this checks the exchange of pictures with the service, not "
-        "silicon.\n"
-        "Exit status: 0 identical, 1 different, 2 trouble.\n"
+        "On a workstation the hardware service is the software service, which computes with this library, "
+        "too: "
+        "there\nthis checks the exchange of buffers with the service, not the hardware.\n"
+        "Exit status: 0 identical, 1 different, 2 error.\n"
         "Examples:\n"
         "  vantor crosscheck photo.png --size 50%\n"
         "  vantor crosscheck photo.png --rotate 2");

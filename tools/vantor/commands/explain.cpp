@@ -49,8 +49,8 @@ void explainAxis(const char* name, const GdcAxis& axis, int position, const Virt
               at.within);
 }
 
-void explainMove(const char* name, const GdcAxis& axis, int position, int displacement,
-                 const SourcePosition& source, const std::array<int, 4>& taps) {
+void explainSource(const char* name, const GdcAxis& axis, int position, int displacement,
+                   const SourcePosition& source, const std::array<int, 4>& taps) {
     printLine("  %s: displacement %d; (%d x %d) rounded by 13 bits + %d x %d = %d (%.4f pixels)", name,
               displacement, axis.invScale, displacement, axis.outScale, 2 * position + 1, source.coordinate,
               source.coordinate / 256.0);
@@ -101,7 +101,7 @@ std::array<int, 3> libraryResult(const Picture& src, const Request& request, int
     return {c[0].at(x, y), c[1].at(x / 2, y / 2), c[2].at(x / 2, y / 2)};
 }
 
-/// All that leads to the pixel.
+/// All steps of the computation.
 struct Steps {
     std::string warp;
     int column;
@@ -110,8 +110,8 @@ struct Steps {
     GdcFrame frame;
     VirtualPosition x;
     VirtualPosition y;
-    int moveX;
-    int moveY;
+    int displacementX;
+    int displacementY;
     PixelSource at;
     std::array<int, 3> library;
 
@@ -121,14 +121,14 @@ struct Steps {
 };
 
 void print(const Steps& steps, const GdcSource& src) {
-    const auto& [warp, column, row, size, frame, x, y, moveX, moveY, at, library] = steps;
+    const auto& [warp, column, row, size, frame, x, y, displacementX, displacementY, at, library] = steps;
     printLine("pixel (%d, %d) of %s, warped (%s)", column, row, toString(size).c_str(), warp.c_str());
     printLine("virtual position");
     explainAxis("x", frame.x, column, x);
     explainAxis("y", frame.y, row, y);
     printLine("source position in 1/256 pixel%s", at.inside ? "" : ": outside the picture, so black");
-    explainMove("x", frame.x, column, moveX, at.x, steps.columns());
-    explainMove("y", frame.y, row, moveY, at.y, steps.rows());
+    explainSource("x", frame.x, column, displacementX, at.x, steps.columns());
+    explainSource("y", frame.y, row, displacementY, at.y, steps.rows());
     explainLuma(frame, src, at);
     if (steps.isWithChroma()) {
         printLine("chroma: sample x weight, left and right above, left and right below");
@@ -140,12 +140,12 @@ void print(const Steps& steps, const GdcSource& src) {
     printLine("the library's picture has Y %d, U %d, V %d there", library[0], library[1], library[2]);
 }
 
-Json axisJson(const VirtualPosition& at, int move, const SourcePosition& source,
+Json axisJson(const VirtualPosition& at, int displacement, const SourcePosition& source,
               const std::array<int, 4>& taps) {
     Json json{{"virtual_position", at.coordinate},
               {"cell", at.cell},
               {"within_cell", at.within},
-              {"displacement", move},
+              {"displacement", displacement},
               {"source_position", source.coordinate},
               {"index", source.index},
               {"fraction", source.fraction}};
@@ -174,8 +174,8 @@ Json toJson(const Steps& steps, const GdcSource& src) {
               {"size", {steps.size.width, steps.size.height}},
               {"warp", steps.warp},
               {"inside", at.inside},
-              {"x", axisJson(steps.x, steps.moveX, at.x, steps.columns())},
-              {"y", axisJson(steps.y, steps.moveY, at.y, steps.rows())},
+              {"x", axisJson(steps.x, steps.displacementX, at.x, steps.columns())},
+              {"y", axisJson(steps.y, steps.displacementY, at.y, steps.rows())},
               {"luma", lumaJson(steps.frame, src, at)},
               {"library", steps.library}};
     if (steps.isWithChroma()) {
@@ -220,15 +220,18 @@ int run(const ExplainCommand& command) {
 
 void addExplain(CLI::App& app, Run& run) {
     auto options = std::make_shared<ExplainCommand>();
-    CLI::App* command = app.add_subcommand("explain", "Show every step of one warped pixel");
-    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)->required();
-    command->add_option("X", options->x, "Output column")->required();
-    command->add_option("Y", options->y, "Output row")->required();
+    CLI::App* command =
+        app.add_subcommand("explain", "Show how one pixel of a warp is computed, step by step");
+    command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)
+        ->type_name("FILE")
+        ->required();
+    command->add_option("X", options->x, "Output column")->type_name("")->required();
+    command->add_option("Y", options->y, "Output row")->type_name("")->required();
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
     addFileOptions(*command, options->inputOptions);
-    command->add_flag("--json", options->json, "Write the steps as JSON");
+    command->add_flag("--json", options->json, "Print the steps as JSON");
     command->footer(
         "Examples:\n"
         "  vantor explain photo.png 640 360 --rotate 2\n"

@@ -4,23 +4,28 @@
 
 namespace vantor::tool {
 
-/// The largest stride and height keep a frame's bytes within 32 bits.
+/// The maximum stride and height keep a frame's bytes within 32 bits.
 static void addRawOptions(CLI::App& command, FileOptions& fileSpec, const std::string& files) {
-    const CLI::Range padded(1, 2 * kMaxSide);
-    const auto add = [&](const char* name, auto& value, const std::string& text) {
-        return command.add_option(fileSpec.optionPrefix + name, value, text)->group("Raw files");
+    const CLI::Validator padded = CLI::Range(1, 2 * kMaxSide).description("");
+    const auto add = [&](const char* name, auto& value, const char* type, const std::string& text) {
+        return command.add_option(fileSpec.optionPrefix + name, value, text)
+            ->type_name(type)
+            ->group("Raw files");
     };
-    add("-format", fileSpec.format,
-        "Format of " + files + ": nv12, nv21, i420 or gray; or y4m, whatever the name says");
-    add("-stride", fileSpec.stride, "Bytes from one row of " + files + " to the next")->check(padded);
-    add("-slice-height", fileSpec.sliceHeight, "Rows from the luma plane of " + files + " to the chroma")
+    add("-format", fileSpec.format, "FORMAT",
+        "Format of " + files + ": nv12, nv21, i420, gray or y4m; overrides the file name");
+    add("-stride", fileSpec.stride, "BYTES", "Bytes per row of " + files + ", padding included, up to 32768")
+        ->check(padded);
+    add("-slice-height", fileSpec.sliceHeight, "ROWS",
+        "Rows of the luma plane of " + files + ", padding included, up to 32768")
         ->check(padded);
 }
 
 static void addInputOptions(CLI::App& command, FileOptions& fileSpec, const std::string& file) {
     command
         .add_option(fileSpec.optionPrefix + "-size", fileSpec.size,
-                    "Size of " + file + ", if its name does not say it")
+                    "Size of " + file + ", if not in its name")
+        ->type_name("WxH")
         ->group("Raw files");
     addRawOptions(command, fileSpec, file);
 }

@@ -1,4 +1,4 @@
-// The options that say what picture files are.
+// The options that describe picture files.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -8,9 +8,9 @@
 namespace vantor::tool {
 
 /// What the tool reads, for --help.
-constexpr char kPictureFiles[] = ".png, .y4m, raw .nv12, .nv21, .i420, .gray, .yuv; - is a pipe";
+constexpr char kPictureFiles[] = ".png, .y4m, raw .nv12, .nv21, .i420, .gray, .yuv; - is standard input";
 
-/// The options that say what a raw input, and a raw result, is.
+/// The options that describe a raw input, and a raw result.
 void addFileOptions(CLI::App& command, FileOptions& input);
 void addFileOptions(CLI::App& command, FileOptions& input, FileOptions& output);
 void addFileOptions(CLI::App& command, PairOptions& pair);

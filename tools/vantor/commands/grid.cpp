@@ -28,7 +28,7 @@ struct GridCommand {
     bool json = false;
 };
 
-/// All there is to say of a grid.
+/// What is reported of a grid.
 struct Findings {
     std::string what;
     Size frame;
@@ -48,8 +48,8 @@ Size pictureSize(const GridCommand& command) {
 void print(const Findings& findings) {
     const GridReport& report = findings.report;
     printLine("%s, for pictures of %s", findings.what.c_str(), toString(findings.frame).c_str());
-    printLine("moves: %.2f to %.2f pixels across, %.2f to %.2f down", report.leastMove.x,
-              report.largestMove.x, report.leastMove.y, report.largestMove.y);
+    printLine("displacements: %.2f to %.2f pixels across, %.2f to %.2f down", report.minDisplacement.x,
+              report.maxDisplacement.x, report.minDisplacement.y, report.maxDisplacement.y);
     printLine("nodes beyond the engine's range: %d of 2178 values", report.nodesBeyondRange);
     printLine("folded cells: %d of 1024", report.foldedCells);
     printLine("outside the source: %.2f %% of the picture", 100 * report.outside);
@@ -68,8 +68,8 @@ void printJson(const Findings& findings) {
     const GridReport& report = findings.report;
     nlohmann::ordered_json json{{"grid", findings.what},
                                 {"size", {findings.frame.width, findings.frame.height}},
-                                {"least_move", {report.leastMove.x, report.leastMove.y}},
-                                {"largest_move", {report.largestMove.x, report.largestMove.y}},
+                                {"least_move", {report.minDisplacement.x, report.minDisplacement.y}},
+                                {"largest_move", {report.maxDisplacement.x, report.maxDisplacement.y}},
                                 {"nodes_beyond_range", report.nodesBeyondRange},
                                 {"folded_cells", report.foldedCells},
                                 {"outside", report.outside}};
@@ -102,7 +102,7 @@ int run(const GridCommand& command) {
     Findings findings{describe(command.warp), frame, examine(warp.grid, frame), {}, warp.camera};
     if (warp.map) findings.error = measureError(warp.grid, warp.map, size, frame);
     if (!command.plot.empty())
-        writeWhole(command.plot, plotGrid(warp.grid, frame, command.exaggerate, findings.what));
+        writeFile(command.plot, plotGrid(warp.grid, frame, command.exaggerate, findings.what));
     if (!command.output.empty()) {
         writeGrid(command.output, warp.grid, findings.what + ", made for pictures of " + toString(frame));
     }
@@ -114,21 +114,32 @@ int run(const GridCommand& command) {
 
 void addGrid(CLI::App& app, Run& run) {
     auto options = std::make_shared<GridCommand>();
-    CLI::App* command = app.add_subcommand("grid", "Make, show, check and convert grids for vantor warp");
-    command->add_option("GRID", options->warp.gridFile,
-                        "Grid to read; without it the options below describe one");
+    CLI::App* command =
+        app.add_subcommand("grid", "Make, plot, check and convert grid files for vantor warp");
+    command
+        ->add_option("GRID", options->warp.gridFile,
+                     "Grid file to read; otherwise the options below describe the grid")
+        ->type_name("FILE");
     addWarpOptions(*command, options->warp);
-    command->add_option(
-        "-s,--size", options->size,
-        "Size of the pictures that the grid is for; if not given, the calibration's, or 1920x1080");
-    command->add_option("-o,--output", options->output, "Grid to write: text for .txt, else 8712 bytes");
-    command->add_option("--plot", options->plot,
-                        "PNG to draw the mesh of 32x32 cells and the moves of nodes to");
-    command->add_option("--exaggerate", options->exaggerate, "Multiply moves in the plot")
-        ->check(CLI::Range(0.0, 1e6));
+    command
+        ->add_option("-s,--size", options->size,
+                     "Size of the pictures that the grid is for; by default the calibration's, or 1920x1080")
+        ->type_name("WxH");
+    command
+        ->add_option("-o,--output", options->output,
+                     "Grid file to write: text if it ends in .txt, else binary (8712 bytes)")
+        ->type_name("FILE");
+    command
+        ->add_option("--plot", options->plot,
+                     "Draw the mesh of 32x32 cells and the displacements of its nodes to a PNG file")
+        ->type_name("FILE");
+    command
+        ->add_option("--exaggerate", options->exaggerate, "Scale the displacements in the plot, 0 to 1000000")
+        ->type_name("FACTOR")
+        ->check(CLI::Range(0.0, 1e6).description(""));
     command->add_flag("--check", options->check,
-                      "Exit status 1 for folded cells and values beyond the engine's range");
-    command->add_flag("--json", options->json, "Write the report as JSON");
+                      "Exit with status 1 if cells are folded or values are beyond the engine's range");
+    command->add_flag("--json", options->json, "Print the report as JSON");
     command->footer(
         "Examples:\n"
         "  vantor grid --calibration camera.yml --alpha 0 -o straight.grid --plot mesh.png\n"

@@ -46,15 +46,15 @@ void describeBuild(const InfoOptions& options) {
     if (options.json) return printDocument(facts);
     printLine("vantor %s, library built in", text(facts["tool"]).c_str());
     printLine("built for: %s, by %s", text(facts["built_for"]).c_str(), text(facts["compiler"]).c_str());
-    printLine("processor: %s", text(facts["processor"]).c_str());
-    printLine("instruction sets of the processor: %s", words(facts["instruction_sets"]).c_str());
+    printLine("CPU: %s", text(facts["processor"]).c_str());
+    printLine("CPU instruction sets: %s", joinWords(facts["instruction_sets"]).c_str());
     printKernels(facts["kernels"]);
     for (const char* name : {"VANTOR_CPU", "VANTOR_LOG"}) {
         printLine("%s: %s", name, text(facts[name]).c_str());
     }
-    printLine("limits: pictures of %dx%d to %dx%d, 8 bits a sample; colour in even sizes", kMinSide, kMinSide,
-              kMaxSide, kMaxSide);
-    printLine("RGB conversion: %s, unless chosen", toString(YuvColor()));
+    printLine("limits: pictures of %dx%d to %dx%d, 8 bits per sample; colour in even sizes", kMinSide,
+              kMinSide, kMaxSide, kMaxSide);
+    printLine("RGB conversion: %s by default", toString(YuvColor()));
 }
 
 int run(const InfoOptions& options) {
@@ -66,11 +66,12 @@ int run(const InfoOptions& options) {
 
 void addInfo(CLI::App& app, Run& run) {
     auto options = std::make_shared<InfoOptions>();
-    CLI::App* command =
-        app.add_subcommand("info", "Describe this build and machine, for a bug report, or a picture");
-    command->add_option("PICTURE", options->picture, "Picture or clip to describe instead");
+    CLI::App* command = app.add_subcommand(
+        "info", "Describe this build and machine, as bug reports need it, or a picture file");
+    command->add_option("PICTURE", options->picture, "Picture or clip to describe instead")
+        ->type_name("FILE");
     addFileOptions(*command, options->fileSpec);
-    command->add_flag("--json", options->json, "Write it as JSON");
+    command->add_flag("--json", options->json, "Print the description as JSON");
     command->footer(
         "Examples:\n"
         "  vantor info\n"

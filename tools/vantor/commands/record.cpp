@@ -1,4 +1,4 @@
-// vantor record: runs a scale or a warp, and keeps what it asked of the library and what came of it.
+// vantor record: runs a scale or a warp, and records its request to the library and the result.
 #include <algorithm>
 #include <filesystem>
 #include <memory>
@@ -37,7 +37,7 @@ RecordedPicture recorded(const WorkingPicture& picture, bool hashOnly) {
     return result;
 }
 
-/// Writes the record before the request as well, so that one that ends the process leaves it.
+/// Writes the record before the request as well, so that a crash leaves it, too.
 void record(const RecordCommand& command, const Request& request, const WorkingPicture& dst,
             const WorkingPicture& src, const RequestResult* result) {
     Record record{
@@ -83,10 +83,12 @@ void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& argument
     auto options = std::make_shared<RecordCommand>();
     options->arguments = arguments;
     CLI::App* command = app.add_subcommand(
-        "record", "Run a scale or a warp, and keep what the library was asked and answered in a file");
-    command->add_option("FILE", options->file, "Record to write, such as bug.vrec")->required();
+        "record", "Run vantor scale or warp, and record the library's request and result in a file");
+    command->add_option("FILE", options->file, "Record to write, such as bug.vrec")
+        ->type_name("")
+        ->required();
     command->add_flag("--hashes-only", options->hashesOnly,
-                      "Leave out the pictures' samples: whoever replays the record needs the source");
+                      "Store hashes instead of samples: replaying the record then takes the source picture");
     command->require_subcommand(1);
     const RequestWatch watch = [options](const Request& request, const WorkingPicture& dst,
                                          const WorkingPicture& src, const RequestResult* result) {
@@ -96,10 +98,9 @@ void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& argument
     addScale(*command, run, watch);
     addWarp(*command, run, watch);
     command->footer(
-        "Put \"record FILE\" before the scale or the warp that goes wrong, of one picture or frame. A "
-        "request "
-        "that\n"
-        "fails, or ends the program, leaves a record too. The exit status is that of the scale or the warp.\n"
+        "Put \"record FILE\" before the scale or warp command to be recorded, of a single picture or frame. "
+        "A request\n"
+        "that fails or crashes leaves a record, too. The exit status is that of the scale or warp command.\n"
         "Examples:\n"
         "  vantor record bug.vrec warp photo.png -o turned.png --rotate 10\n"
         "  vantor record bug.vrec scale clip.y4m -o small.y4m --size 50% --skip 20 --limit 1\n"

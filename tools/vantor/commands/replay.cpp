@@ -1,4 +1,4 @@
-// vantor replay: runs a recorded request again, and tells whether the same came of it.
+// vantor replay: runs a recorded request again, and compares the results.
 #include <algorithm>
 #include <memory>
 
@@ -24,7 +24,7 @@ struct ReplayCommand {
     bool json = false;
 };
 
-/// What came of a request, once here and once when it was recorded.
+/// The outcome of a request, when it was recorded or now.
 struct RunEnd {
     std::optional<RequestResult> requestResult;
     std::string hash;  ///< empty if no picture was made
@@ -97,7 +97,7 @@ std::string shortened(const std::string& text) {
 }
 
 std::string describe(const RunEnd& end) {
-    if (!end.requestResult) return "the request did not end";
+    if (!end.requestResult) return "the request did not complete";
     return "status " + std::to_string(end.requestResult->status) +
            (end.hash.empty() ? "" : ", hash " + end.hash) +
            (end.requestResult->error.empty() ? "" : " (" + shortened(end.requestResult->error) + ")");
@@ -110,7 +110,7 @@ Json toJson(const RunEnd& end) {
             {"hash", end.hash.empty() ? Json() : Json(end.hash)}};
 }
 
-/// A short form of who made something.
+/// The version and machine that made something, in short.
 std::string nameOf(const Json& facts) {
     std::string name;
     for (const char* key : {"tool", "built_for", "processor", "VANTOR_CPU"}) {
@@ -154,17 +154,17 @@ int run(const ReplayCommand& command) {
 
 void addReplay(CLI::App& app, Run& run) {
     auto options = std::make_shared<ReplayCommand>();
-    CLI::App* command =
-        app.add_subcommand("replay", "Run a recorded request again: does the same come of it?");
-    command->add_option("FILE", options->file, "Record, as vantor record makes them")->required();
-    command->add_option("--source", options->source,
-                        "Picture that the request was made of, for records of hashes only");
+    CLI::App* command = app.add_subcommand("replay", "Run a recorded request again, and compare the results");
+    command->add_option("FILE", options->file, "Record made by vantor record")->type_name("")->required();
+    command
+        ->add_option("--source", options->source,
+                     "Source picture of the request, for records with hashes only")
+        ->type_name("FILE");
     addFileOptions(*command, options->fileSpec);
-    command->add_flag("--json", options->json, "Write the verdict as JSON");
+    command->add_flag("--json", options->json, "Print the result as JSON");
     command->footer(
-        "Exit status: 0 the same status and bytes, 1 different, 2 it could not be run.\n"
-        "Of pictures that differ, the first sample in every plane is \"first at (column, row): recorded and "
-        "here\".\n"
+        "Exit status: 0 same status and bytes, 1 different, 2 error.\n"
+        "Where pictures differ, \"first at (column, row)\" is followed by the recorded and the new sample.\n"
         "Examples:\n"
         "  vantor replay bug.vrec\n"
         "  VANTOR_CPU=plain vantor replay bug.vrec --json\n"

@@ -41,6 +41,7 @@ void addScale(CLI::App& app, Run& run, const RequestWatch& watch) {
     CLI::App* command = app.add_subcommand("scale", "Scale a picture or a clip to another size");
     addClipOptions(*command, options->clip);
     command->add_option("-s,--size", options->size, std::string("Size of the result, ") + kTargetSizes)
+        ->type_name("SIZE")
         ->required();
     options->backend.addTo(*command);
     command->footer(

@@ -1,4 +1,4 @@
-// vantor selftest: whether the library gives the published bytes on this machine.
+// vantor selftest: checks that the library gives the published bytes on this machine.
 #include "tools/selftest/selftest.h"
 
 #include <cstdio>
@@ -47,10 +47,11 @@ int run(bool json) {
 void addSelftest(CLI::App& app, Run& run) {
     auto json = std::make_shared<bool>(false);
     CLI::App* command = app.add_subcommand(
-        "selftest", "Tell whether this machine gives the published bytes: a hash a request, one over all");
-    command->add_flag("--json", *json, "Write the result as JSON");
+        "selftest",
+        "Check that this machine gives the published results: one hash per request, one over all");
+    command->add_flag("--json", *json, "Print the result as JSON");
     command->footer(
-        "Exit status: 0 all are the published ones, 1 different, 2 trouble.\n"
+        "Exit status: 0 all hashes are the published ones, 1 different, 2 error.\n"
         "Examples:\n"
         "  vantor selftest\n"
         "  VANTOR_CPU=plain vantor selftest --json");

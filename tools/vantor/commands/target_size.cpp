@@ -12,7 +12,7 @@
 namespace vantor::tool {
 namespace {
 
-constexpr char kForms[] = ": expected WIDTHxHEIGHT, such as 1280x720, or 640x, x480, 50% or 50%x25%";
+constexpr char kExpectedSize[] = ": expected WIDTHxHEIGHT, such as 1280x720, or 640x, x480, 50% or 50%x25%";
 
 /// Larger lengths than this, which are refused anyway, would not fit an int.
 constexpr double kBeyondLimits = 1e6;
@@ -27,7 +27,7 @@ struct Side {
     double length(const std::string& what, int source) const {
         if (isPercentage()) return source * percentage(what) / 100;
         const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos && text.size() <= 9;
-        if (!isNumber) throw UserError(what + kForms);
+        if (!isNumber) throw UserError(what + kExpectedSize);
         return std::stoi(text);
     }
 
@@ -36,7 +36,7 @@ private:
         double percent = 0;
         const char* const end = text.data() + text.size() - 1;
         const auto result = std::from_chars(text.data(), end, percent);
-        if (result.ec != std::errc() || result.ptr != end) throw UserError(what + kForms);
+        if (result.ec != std::errc() || result.ptr != end) throw UserError(what + kExpectedSize);
         if (percent > 0 && percent <= 100.0 * kMaxSide) return percent;
         throw UserError(what + ": expected a positive percentage, such as 50%");
     }
@@ -52,7 +52,7 @@ Sides parseSides(const std::string& what, const std::string& text) {
     const size_t cross = text.find('x');
     const Side first{text.substr(0, cross)};
     if (cross == std::string::npos && first.isPercentage()) return {first, first};
-    if (cross == std::string::npos || text.size() == 1) throw UserError(what + kForms);
+    if (cross == std::string::npos || text.size() == 1) throw UserError(what + kExpectedSize);
     return {first, {text.substr(cross + 1)}};
 }
 

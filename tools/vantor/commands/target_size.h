@@ -7,9 +7,8 @@
 
 namespace vantor::tool {
 
-/// What TEXT may be, for --help.
-constexpr char kTargetSizes[] =
-    "such as 1280x720, 640x or x480 (the other side by aspect ratio), 50%, 50%x25%";
+/// The forms of SIZE, for --help.
+constexpr char kTargetSizes[] = "such as 1280x720, 640x or x480 (keeping the aspect ratio), 50%, 50%x25%";
 
 /// The size that --size says for a picture of `source`'s size. Sides that are computed, from a percentage or
 /// by aspect ratio, are rounded to multiples of `step`, with a note where that is not the nearest whole

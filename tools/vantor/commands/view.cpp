@@ -1,4 +1,4 @@
-// vantor view: a page to look at one picture or two, and at a grid.
+// vantor view: an HTML viewer of one or two pictures, and of a grid.
 #include <memory>
 
 #include "tools/vantor/base/error.h"
@@ -28,7 +28,7 @@ std::vector<ViewedPicture> picturesOf(const ViewCommand& command) {
         return {{command.a, readPicture(a)}, {command.b, readPicture(b)}};
     }
     if (command.fileSpec.second.isGiven())
-        throw UserError("--other-format and its like: expected a second picture, B");
+        throw UserError("the --other options describe a second picture: expected B");
     return {{command.a, readPicture(inputSpec(command.a, command.fileSpec.first))}};
 }
 
@@ -38,7 +38,7 @@ int run(const ViewCommand& command) {
     const std::vector<ViewedPicture> pictures = picturesOf(command);
     const Size size = pictures[0].picture.size;
     if (!(pictures.back().picture.size == size)) {
-        throw UserError("cannot be laid over each other: " + command.a + " is " + toString(size) + ", " +
+        throw UserError("expected pictures of one size: " + command.a + " is " + toString(size) + ", " +
                         command.b + " is " + toString(pictures.back().picture.size));
     }
     std::optional<ViewedGrid> grid;
@@ -47,10 +47,10 @@ int run(const ViewCommand& command) {
         grid = ViewedGrid{describe(command.warp), gridFrom(command.warp, size, frame), frame};
     }
     const std::vector<uint8_t> page = viewPage(pictures, grid);
-    writeWhole(command.output, page);
+    writeFile(command.output, page);
     char megabytes[32];
     std::snprintf(megabytes, sizeof megabytes, "%.1f MB", static_cast<double>(page.size()) / 1e6);
-    summarize(command.output + ": a page of " + megabytes + " for any browser");
+    summarize(command.output + ": HTML viewer, " + megabytes);
     return kDone;
 }
 
@@ -59,16 +59,22 @@ int run(const ViewCommand& command) {
 void addView(CLI::App& app, Run& run) {
     auto options = std::make_shared<ViewCommand>();
     CLI::App* command =
-        app.add_subcommand("view", "Make a page to look at one picture or two, and at a grid");
-    command->add_option("A", options->a, std::string("Picture: ") + kPictureFiles)->required();
-    command->add_option("B", options->b,
-                        "Picture of the same size, shown right of a divider; such as A warped");
-    command->add_option("-o,--output", options->output, "HTML file, whole in itself")->required();
+        app.add_subcommand("view", "Make an HTML viewer of one or two pictures, and of a grid");
+    command->add_option("A", options->a, std::string("Picture: ") + kPictureFiles)
+        ->type_name("FILE")
+        ->required();
+    command
+        ->add_option("B", options->b,
+                     "Picture of the same size, such as A warped, shown to the right of a divider")
+        ->type_name("FILE");
+    command->add_option("-o,--output", options->output, "HTML file to write; it is self-contained")
+        ->type_name("FILE")
+        ->required();
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addFileOptions(*command, options->fileSpec);
     command->footer(
-        "The --input options hold for B too where it is raw and has no --other option of its own.\n"
+        "The --input options apply to B too where it is raw and has no --other option of its own.\n"
         "Examples:\n"
         "  vantor view photo.png straight.png --grid lens.grid -o page.html\n"
         "  vantor view photo.png --rotate 2 -o page.html");

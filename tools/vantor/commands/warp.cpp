@@ -1,4 +1,4 @@
-// vantor warp: rotate, undistort or otherwise move the pixels of pictures.
+// vantor warp: rotates, undistorts or otherwise warps pictures.
 #include <memory>
 
 #include "tools/vantor/base/error.h"
@@ -42,17 +42,16 @@ int run(const WarpCommand& command) {
 void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
     auto options = std::make_shared<WarpCommand>();
     options->clip.watch = watch;
-    CLI::App* command =
-        app.add_subcommand("warp", "Rotate, undistort or otherwise move the pixels of a picture or a clip");
+    CLI::App* command = app.add_subcommand("warp", "Rotate, undistort or otherwise warp a picture or a clip");
     addClipOptions(*command, options->clip);
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
     options->backend.addTo(*command);
     command->footer(
-        "A described warp goes from an output position to its source through --rotate, --zoom, --shear, "
-        "--shift\n"
-        "and --lens in this order, around --center.\n"
+        "A described warp maps an output position to its source by --rotate, --zoom, --shear, --shift and "
+        "--lens,\n"
+        "in this order, around --center.\n"
         "Examples:\n"
         "  vantor warp photo.png -o turned.png --rotate 2 --zoom 1.05\n"
         "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"

@@ -48,7 +48,7 @@ std::array<int16_t, 6> parseMatrix(const std::string& text) {
     const std::vector<double> numbers = parseNumbers("--matrix", text, 6, 6);
     for (size_t i = 0; i < 6; ++i) {
         if (numbers[i] != std::trunc(numbers[i]) || numbers[i] < INT16_MIN || numbers[i] > INT16_MAX) {
-            throw UserError("--matrix " + text + ": expected whole numbers from -32768 to 32767");
+            throw UserError("--matrix " + text + ": expected integers from -32768 to 32767");
         }
         matrix[i] = static_cast<int16_t>(numbers[i]);
     }
@@ -61,7 +61,7 @@ Calibration calibrationOf(const WarpOptions& options) {
     return readCalibration(options.calibration, hints);
 }
 
-/// Pictures of another shape may as well have been cropped, which nobody could tell from the size.
+/// Pictures of another aspect ratio may have been cropped instead, which their size cannot tell.
 void noteShape(const std::string& file, const Calibration& calibration, Size picture) {
     const auto [width, height] = calibration.size;
     const double expected = static_cast<double>(height) * picture.width / width;
@@ -70,7 +70,7 @@ void noteShape(const std::string& file, const Calibration& calibration, Size pic
          toString(picture) + ": taken as stretched, not cropped");
 }
 
-/// One way to say which warp, and a value that there can be.
+/// Exactly one description of the warp, with values in range.
 void checkOptions(const WarpOptions& options) {
     if (options.waysGiven() > 1) {
         throw UserError(
@@ -119,7 +119,7 @@ Grid withBytesSwapped(Grid grid) {
     return grid;
 }
 
-/// Grids of use have few such nodes, if any.
+/// Useful grids have few such nodes, if any.
 void noteRange(const std::string& file, const Grid& grid) {
     const int beyond = nodesBeyondRange(grid);
     if (2 * beyond <= kGridNodes * kGridNodes) return;
@@ -138,42 +138,55 @@ bool WarpOptions::hasParts() const {
 
 void addWarpOptions(CLI::App& command, WarpOptions& options) {
     CLI::Option* calibration =
-        command.add_option("--calibration", options.calibration,
-                           "Straighten the pictures of a camera: OpenCV's calibration, YAML or XML");
+        command
+            .add_option("--calibration", options.calibration,
+                        "Undistort the pictures of a camera: OpenCV's calibration, YAML or XML")
+            ->type_name("FILE");
     command
-        .add_option("--alpha", options.alpha,
-                    "0: only what the camera's picture has; 1: all that it has; between: a blend; without: "
-                    "with the same camera matrix")
+        .add_option(
+            "--alpha", options.alpha,
+            "Camera matrix of the result: 0 shows valid pixels only, 1 the whole picture, between is a "
+            "blend; by default the calibration's own")
+        ->type_name("0..1")
         ->needs(calibration);
     command
-        .add_flag("--fisheye", options.isFisheye, "The calibration is a fisheye's, though it does not say so")
+        .add_flag("--fisheye", options.isFisheye,
+                  "Take the calibration as a fisheye's, although the file does not say so")
         ->needs(calibration);
     command
         .add_option("--calibrated-size", options.calibratedSize,
-                    "Size of the pictures that the calibration was made with, if it does not say so")
+                    "Size of the pictures that the calibration was made with, if not in the file")
+        ->type_name("WxH")
         ->needs(calibration);
     options.parts = {
-        command.add_option("--rotate", options.rotate, "Turn by degrees, counter-clockwise"),
-        command.add_option("--zoom", options.zoom, "Enlarge by a factor"),
-        command.add_option("--shear", options.shear,
-                           "X,Y: pixels to the right a pixel down, and down a pixel to the right"),
-        command.add_option("--shift", options.shift, "X,Y: move by pixels to the right and down"),
-        command.add_option(
-            "--lens", options.lens,
-            "K1[,K2[,K3[,P1,P2]]]: take out a lens's distortion; radii in halves of the diagonal"),
-        command.add_option("--center", options.center,
-                           "X,Y: the middle of all that, in pixels; the picture's if not given")};
+        command.add_option("--rotate", options.rotate, "Rotate counter-clockwise")->type_name("DEGREES"),
+        command.add_option("--zoom", options.zoom, "Enlarge by this factor")->type_name("FACTOR"),
+        command
+            .add_option("--shear", options.shear,
+                        "Shear by X pixels right per pixel down, and Y pixels down per pixel right")
+            ->type_name("X,Y"),
+        command.add_option("--shift", options.shift, "Shift by X pixels right and Y down")->type_name("X,Y"),
+        command
+            .add_option("--lens", options.lens,
+                        "Correct lens distortion; radii are in units of half the diagonal")
+            ->type_name("K1[,K2[,K3[,P1,P2]]]"),
+        command
+            .add_option("--center", options.center,
+                        "Centre of the transform, in pixels; by default the picture's centre")
+            ->type_name("X,Y")};
 }
 
 void addGridOption(CLI::App& command, WarpOptions& options) {
-    command.add_option("--grid", options.gridFile, "Grid file, as vantor grid makes them");
+    command.add_option("--grid", options.gridFile, "Grid file, such as vantor grid makes")->type_name("FILE");
 }
 
 void addMatrixOption(CLI::App& command, WarpOptions& options) {
-    command.add_option(
-        "--matrix", options.matrix,
-        "a,b,c,d,e,f: output (x, y) comes from (a x + b y + c, d x + e y + f); whole numbers, a, b, d, e "
-        "in 1/4096 and c, f in 1/32 pixel");
+    command
+        .add_option("--matrix", options.matrix,
+                    "Output (x, y) comes from (A x + B y + C, D x + E y + F); integers, A, B, D, E in 1/4096 "
+                    "and C, F in "
+                    "1/32 pixel")
+        ->type_name("A,B,C,D,E,F");
 }
 
 Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
@@ -229,7 +242,7 @@ std::string describe(const WarpOptions& options) {
     add("shift", options.shift);
     add("lens", options.lens);
     add("center", options.center);
-    return text.empty() ? "no move" : text;
+    return text.empty() ? "identity" : text;
 }
 
 }  // namespace vantor::tool

@@ -17,8 +17,8 @@ cairo_status_t append(void* bytes, const unsigned char* data, unsigned int lengt
     return CAIRO_STATUS_SUCCESS;
 }
 
-/// cairo leaves things out, or ends the process, where there is no memory: so there must be more than it
-/// takes.
+/// cairo drops drawing operations, or aborts, where there is no memory: so more than it takes must be
+/// available.
 cairo_surface_t* newSurface(int width, int height) {
     constexpr size_t kBesidesPixels = size_t{8} << 20;
     const size_t pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
@@ -57,7 +57,7 @@ void Drawing::rectangle(Point corner, Point size, uint32_t color) {
 
 void Drawing::line(const std::vector<Point>& points, uint32_t color, double width) {
     ink(color);
-    cairo_new_path(cairo_.get());  // text leaves a point behind
+    cairo_new_path(cairo_.get());  // text sets a current point
     for (const Point& point : points) cairo_line_to(cairo_.get(), point.x, point.y);
     cairo_set_line_width(cairo_.get(), width);
     width > 0 ? cairo_stroke(cairo_.get()) : cairo_fill(cairo_.get());
@@ -70,7 +70,7 @@ void Drawing::arrow(Point from, Point to, uint32_t color, double width) {
 
 void Drawing::text(Point at, const std::string& text, uint32_t color, double size, Align align) {
     ink(color);
-    // cairo's own letters look the same on every machine.
+    // cairo's built-in font looks the same on every machine.
     cairo_select_font_face(cairo_.get(), "@cairo:sans-serif", CAIRO_FONT_SLANT_NORMAL,
                            CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(cairo_.get(), size);

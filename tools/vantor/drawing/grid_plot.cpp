@@ -10,10 +10,10 @@
 namespace vantor::tool {
 namespace {
 
-/// Room around the picture, as a part of it, for nodes that point outside.
+/// The margin for nodes that point outside, as a fraction of the picture.
 constexpr double kAround = 0.1;
 
-/// The largest plot, and what stands around it, in pixels of the drawing.
+/// The largest plot, and its margins, in pixels of the drawing.
 constexpr double kPlotWidth = 1400;
 constexpr double kPlotHeight = 1000;
 constexpr double kLeft = 80;
@@ -76,14 +76,14 @@ private:
     }
 
     Point drawnNode(int row, int column) const {
-        // Far outside is all the same, and drawings are limited.
-        const auto exaggerated = [this](double place, double move, int size) {
-            return std::clamp(place + exaggeration_ * move, -4.0 * size, 5.0 * size);
+        // Beyond that nothing is visible, and cairo's coordinates are limited.
+        const auto exaggerated = [this](double position, double displacement, int size) {
+            return std::clamp(position + exaggeration_ * displacement, -4.0 * size, 5.0 * size);
         };
-        const Point place = nodePlace(row, column, frame_);
-        const Point move = nodeMove(grid_, row, column, frame_);
-        return drawn(
-            {exaggerated(place.x, move.x, frame_.width), exaggerated(place.y, move.y, frame_.height)});
+        const Point position = nodePosition(row, column, frame_);
+        const Point displacement = nodeDisplacement(grid_, row, column, frame_);
+        return drawn({exaggerated(position.x, displacement.x, frame_.width),
+                      exaggerated(position.y, displacement.y, frame_.height)});
     }
 
     void drawMesh() {
@@ -94,7 +94,8 @@ private:
     void drawArrows() {
         for (int row = 0; row < kGridNodes; ++row) {
             for (int column = 0; column < kGridNodes; ++column) {
-                drawing_.arrow(drawn(nodePlace(row, column, frame_)), drawnNode(row, column), kArrowInk, 1.2);
+                drawing_.arrow(drawn(nodePosition(row, column, frame_)), drawnNode(row, column), kArrowInk,
+                               1.2);
             }
         }
     }
@@ -123,12 +124,13 @@ private:
     /// What the lines mean, and an arrow to measure the others by.
     void drawKey() {
         const double y = 56;
-        const double move = roundLength(120 / (scale_ * std::max(std::abs(exaggeration_), 1e-6)));
+        const double displacement = roundLength(120 / (scale_ * std::max(std::abs(exaggeration_), 1e-6)));
         const Point tail{kLeft, y - kTextSize / 3};
-        const Point head{tail.x + move * scale_ * std::abs(exaggeration_), tail.y};
+        const Point head{tail.x + displacement * scale_ * std::abs(exaggeration_), tail.y};
         drawing_.arrow(tail, head, kArrowInk, 1.2);
         drawing_.text({head.x + 8, y},
-                      "a move of " + inDigits(move) + (move == 1 ? " pixel" : " pixels") +
+                      "displacement of " + inDigits(displacement) +
+                          (displacement == 1 ? " pixel" : " pixels") +
                           (exaggeration_ == 1 ? "" : ", drawn " + inDigits(exaggeration_) + " times as long"),
                       kArrowInk, kTextSize);
         drawing_.text({kLeft, y + 1.6 * kTextSize}, "mesh: where the 32 x 32 cells take their pixels from",
@@ -138,7 +140,7 @@ private:
     const Grid& grid_;
     Size frame_;
     double exaggeration_;
-    double scale_;  ///< pixels of the drawing a pixel of the picture
+    double scale_;  ///< pixels of the drawing per pixel of the picture
     Point area_;    ///< the plot's size
     double width_;
     Drawing drawing_;

@@ -39,7 +39,7 @@ Picture toGray(const Component& component) {
     return gray;
 }
 
-/// The picture as browsers show it, and its own samples: in that PNG, or, where there is chroma, in one a
+/// The picture as browsers show it, and its own samples: in that PNG, or, where there is chroma, in one per
 /// component.
 Json toJson(const ViewedPicture& viewed) {
     const auto& [name, picture] = viewed;
@@ -80,7 +80,7 @@ std::string arrowsPath(const ViewedGrid& viewed) {
     std::string path;
     for (int row = 0; row < kGridNodes; ++row) {
         for (int column = 0; column < kGridNodes; ++column) {
-            const Point from = nodePlace(row, column, viewed.frame);
+            const Point from = nodePosition(row, column, viewed.frame);
             const Point to = nodeSource(viewed.grid, row, column, viewed.frame);
             if (from.x == to.x && from.y == to.y) continue;
             path += toPath({from, to}) + toPath(arrowHead(from, to, headLength)) + "Z";
@@ -106,7 +106,7 @@ std::vector<uint8_t> viewPage(const std::vector<ViewedPicture>& pictures,
                               : ": mesh: where its cells come from; arrows: from a node to its source");
         json["mesh"] =
             meshPath([&](int row, int column) { return nodeSource(grid->grid, row, column, grid->frame); });
-        json["cells"] = meshPath([&](int row, int column) { return nodePlace(row, column, grid->frame); });
+        json["cells"] = meshPath([&](int row, int column) { return nodePosition(row, column, grid->frame); });
         json["arrows"] = arrowsPath(*grid);
     }
     std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -1,4 +1,4 @@
-// Pages that show pictures and a grid in a browser.
+// HTML viewers of pictures and a grid.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ struct ViewedGrid {
     Size frame;
 };
 
-/// One HTML file that needs nothing else: one picture or two of one size, as PNG, with the samples of their
+/// One self-contained HTML file: one picture or two of one size, as PNG, with the samples of their
 /// own format; and a grid's mesh and arrows as paths in pixels.
 std::vector<uint8_t> viewPage(const std::vector<ViewedPicture>& pictures,
                               const std::optional<ViewedGrid>& grid);

@@ -21,7 +21,7 @@
 namespace vantor::tool {
 namespace {
 
-/// What a file holds under a name: a scalar is one word, a matrix one word an element.
+/// The value of an entry: a scalar is one word, a matrix one word per element.
 using Words = std::vector<std::string>;
 using Entries = std::map<std::string, Words>;
 
@@ -89,7 +89,7 @@ private:
     void OnDocumentEnd() override {}
     void OnNull(const Mark&, Anchor) override { endNode({}); }
     void OnAlias(const Mark&, Anchor) override {
-        if (entry()) throw UserError(levels_[0].key + " has an alias, expected what it stands for");
+        if (entry()) throw UserError(levels_[0].key + " is an alias, expected its value");
         endNode({});
     }
     void OnScalar(const Mark&, const std::string&, Anchor, const std::string& value) override {
@@ -161,7 +161,7 @@ Entries parseXml(const std::string& text) {
 }
 
 Entries readEntries(const std::string& path) {
-    const std::vector<uint8_t> bytes = readWhole(path, kMaxTextBytes);
+    const std::vector<uint8_t> bytes = readFile(path, kMaxTextBytes);
     const std::string text(bytes.begin(), bytes.end());
     const size_t start = text.find_first_not_of(" \t\r\n");
     try {
@@ -191,8 +191,8 @@ public:
         std::vector<double> values;
         for (const std::string& word : *words) {
             double value = 0;
-            const auto [end, trouble] = std::from_chars(word.data(), word.data() + word.size(), value);
-            if (trouble != std::errc() || end != word.data() + word.size() || !std::isfinite(value)) {
+            const auto [end, problem] = std::from_chars(word.data(), word.data() + word.size(), value);
+            if (problem != std::errc() || end != word.data() + word.size() || !std::isfinite(value)) {
                 fail("has '" + word.substr(0, 40) + "', expected a number", names);
             }
             values.push_back(value);
@@ -202,10 +202,10 @@ public:
 
     const std::string& path() const { return path_; }
 
-    [[noreturn]] void fail(const std::string& trouble, const Words& names) const {
+    [[noreturn]] void fail(const std::string& problem, const Words& names) const {
         std::string others;
         for (size_t i = 1; i < names.size(); ++i) others += (i > 1 ? ", " : " (or ") + names[i];
-        throw UserError(path_ + ": " + names[0] + (others.empty() ? "" : others + ")") + " " + trouble);
+        throw UserError(path_ + ": " + names[0] + (others.empty() ? "" : others + ")") + " " + problem);
     }
 
 private:
@@ -224,7 +224,7 @@ Camera cameraIn(const CalibrationText& text) {
     return {k[0], k[4], k[2] + 0.5, k[5] + 0.5, k[1]};
 }
 
-/// Straight pictures have the calibration's own camera, or that of --alpha: another one would be ignored.
+/// Undistorted pictures have the calibration's own camera, or that of --alpha: another one would be ignored.
 void refuseOtherView(const CalibrationText& text, const Camera& camera) {
     const std::vector<double> identity{1, 0, 0, 0, 1, 0, 0, 0, 1};
     const std::vector<double> same{
@@ -275,7 +275,7 @@ Lens lensIn(const CalibrationText& text, bool isFisheye) {
     if (count == 4 && !isFisheye && !text.find(kModelNames) && !text.find(kFisheyeNames)) {
         note(text.path() +
              ": four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, "
-             "say --fisheye");
+             "use --fisheye");
     }
     Lens lens;
     lens.isFisheye = isFisheye;
@@ -292,7 +292,7 @@ Size sizeIn(const std::string& path, const CalibrationText& text) {
     } else {
         for (const Words* names : {&kWidthNames, &kHeightNames}) {
             if (!text.find(*names))
-                text.fail("is missing; --calibrated-size WIDTHxHEIGHT says it as well", *names);
+                text.fail("is missing; --calibrated-size WIDTHxHEIGHT can replace it", *names);
             const std::vector<double> side = text.numbers(*names);
             if (side.size() != 1)
                 text.fail("has " + std::to_string(side.size()) + " elements, expected 1", *names);
@@ -303,7 +303,7 @@ Size sizeIn(const std::string& path, const CalibrationText& text) {
         if (side < 1 || side > 1e6 || side != std::trunc(side)) {
             std::ostringstream size;
             size << path << ": picture size of " << sides[0] << " by " << sides[1]
-                 << ": expected whole numbers from 1 to 1000000";
+                 << ": expected integers from 1 to 1000000";
             throw UserError(size.str());
         }
     }

@@ -8,10 +8,10 @@
 
 namespace vantor::tool {
 
-/// What the user says of a calibration beside its file.
+/// What the user's options add to a calibration file.
 struct CalibrationHints {
-    bool isFisheye = false;    ///< even if the file does not say so
-    std::optional<Size> size;  ///< of the pictures it was made with; wins over the file
+    bool isFisheye = false;    ///< even if the file does not declare it
+    std::optional<Size> size;  ///< of the pictures it was made with; overrides the file
 };
 
 /// Reads YAML or XML: a 3 x 3 camera matrix, 4, 5, 8 or 12 distortion coefficients (or 14 without tilt; 4 for

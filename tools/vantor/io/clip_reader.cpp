@@ -12,7 +12,7 @@
 namespace vantor::tool {
 namespace {
 
-constexpr size_t kLongestLine = 4096;
+constexpr size_t kMaxLineBytes = 4096;
 constexpr const char* kFrameMagic = "FRAME";
 constexpr size_t kFrameLine = 6;  ///< where it has no tags
 
@@ -52,13 +52,13 @@ public:
     int descriptor() const override { return file_->descriptor(); }
     std::optional<uintmax_t> framesLeft() const override {
         const std::optional<uintmax_t> bytes = file_->bytesLeft();
-        return bytes ? std::optional((*bytes + leastBytes() - 1) / leastBytes()) : std::nullopt;
+        return bytes ? std::optional((*bytes + minBytes() - 1) / minBytes()) : std::nullopt;
     }
 
 protected:
     InputFile& file() { return *file_; }
     /// That a frame takes in the file.
-    virtual size_t leastBytes() const { return shape().bytes(); }
+    virtual size_t minBytes() const { return shape().bytes(); }
     size_t takeSamples(uint8_t* frame) {
         return frame ? file_->read(frame, shape().bytes()) : file_->skip(shape().bytes());
     }
@@ -85,16 +85,16 @@ private:
     std::optional<uintmax_t> length_;  ///< of a regular file
 };
 
-/// A line that begins as given, without its end, byte by byte, so that nothing behind it is taken. `what` is
-/// what an error names.
+/// A line that begins as given, without its end, byte by byte, so that nothing after it is consumed. `what`
+/// is what an error names.
 std::string readLine(InputFile& file, std::string line, const std::string& what) {
     char c = 0;
-    while (line.size() < kLongestLine) {
+    while (line.size() < kMaxLineBytes) {
         if (file.read(&c, 1) == 0) throw UserError(what + " is truncated");
         if (c == '\n') return line;
         line += c;
     }
-    throw UserError(what + " is longer than " + std::to_string(kLongestLine) + " bytes");
+    throw UserError(what + " is longer than " + std::to_string(kMaxLineBytes) + " bytes");
 }
 
 class Y4mReader : public FileReader {
@@ -103,8 +103,7 @@ public:
         : FileReader(std::move(file), packedShape(header.format, header.size), header) {}
 
 private:
-    std::string explanation() const override { return ": truncated"; }
-    size_t leastBytes() const override { return kFrameLine + shape().bytes(); }
+    size_t minBytes() const override { return kFrameLine + shape().bytes(); }
 
     std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
         char magic[kFrameLine] = {};
@@ -134,21 +133,21 @@ std::unique_ptr<ClipReader> openY4m(const std::string& path) {
 
 }  // namespace
 
-/// The padding behind a clip's last sample may be missing.
+/// The padding after a clip's last sample may be missing.
 bool ClipReader::read(uint8_t* frame, std::string& tags) {
     const std::optional<size_t> taken = take(frame, tags);
     if (!taken) return false;
     if (*taken < bytesToLastSample(shape_)) {
         failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.format) +
-                    ") ends after " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
+                    ") is truncated: " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
                     " bytes" + explanation());
     }
     ++number_;
     return true;
 }
 
-void ClipReader::failAtFrame(const std::string& trouble) const {
-    throw UserError(name() + ": frame " + std::to_string(number_) + " " + trouble);
+void ClipReader::failAtFrame(const std::string& problem) const {
+    throw UserError(name() + ": frame " + std::to_string(number_) + " " + problem);
 }
 
 std::optional<Picture> readFrame(ClipReader& clip) {

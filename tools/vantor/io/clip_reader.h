@@ -1,4 +1,4 @@
-// Clips, frame by frame: PNG (a clip of one), Y4M, and raw frames one behind the other.
+// Clips, frame by frame: PNG (a clip of one), Y4M, and consecutive raw frames.
 #pragma once
 
 #include <memory>
@@ -26,10 +26,10 @@ public:
         return none;
     }
 
-    /// Reads the next frame, of shape().bytes() bytes, and the tags of a Y4M frame as they stand in its
-    /// header. False where the clip ends; an error where a frame does.
+    /// Reads the next frame, of shape().bytes() bytes, and the tags of a Y4M frame as its header
+    /// has them. False where the clip ends; an error where a frame does.
     bool read(uint8_t* frame, std::string& tags);
-    /// Passes over the next frame. False where the clip ends.
+    /// Skips the next frame. False where the clip ends.
     bool skip() {
         std::string unused;
         return read(nullptr, unused);
@@ -37,7 +37,7 @@ public:
 
     /// What an error names.
     virtual std::string name() const = 0;
-    /// What can be waited for until there is more to read; negative if there always is.
+    /// A descriptor to poll for more to read; negative if there always is.
     virtual int descriptor() const { return -1; }
     /// An upper bound of the frames that are left, near to their number; nothing if it is not known.
     virtual std::optional<uintmax_t> framesLeft() const = 0;
@@ -46,12 +46,12 @@ protected:
     explicit ClipReader(FrameShape shape, std::optional<Y4mHeader> header = {})
         : shape_(shape), header_(std::move(header)) {}
 
-    /// Of the next frame, the bytes that are there, up to all of them. `frame` null passes over them. Nothing
+    /// Of the next frame, the bytes that are there, up to all of them. A null `frame` skips them. Nothing
     /// where the clip ends.
     virtual std::optional<size_t> take(uint8_t* frame, std::string& tags) = 0;
-    /// What there is to say of a frame that ends early, behind an error's text.
+    /// How an error about a truncated frame goes on.
     virtual std::string explanation() const { return {}; }
-    [[noreturn]] void failAtFrame(const std::string& trouble) const;
+    [[noreturn]] void failAtFrame(const std::string& problem) const;
 
 private:
     FrameShape shape_;
@@ -62,7 +62,7 @@ private:
 /// The next frame without padding; nothing where the clip ends.
 std::optional<Picture> readFrame(ClipReader& clip);
 
-/// Passes over frames, of which an error says if the clip has fewer.
+/// Skips frames; an error if the clip has fewer.
 void skipFrames(ClipReader& clip, uintmax_t count);
 
 /// Opens a clip and reads what comes before its frames.

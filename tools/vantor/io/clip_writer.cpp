@@ -8,7 +8,7 @@ namespace vantor::tool {
 
 ClipWriter::ClipWriter(const FileSpec& fileSpec, const FrameShape& shape, const Y4mHeader& header,
                        PngChunks chunks)
-    : form_(fileSpec),
+    : fileSpec_(fileSpec),
       shape_(shape),
       header_(toLine(header)),
       chunks_(std::move(chunks)),
@@ -16,16 +16,17 @@ ClipWriter::ClipWriter(const FileSpec& fileSpec, const FrameShape& shape, const 
 
 void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
     const bool isFirst = std::exchange(isFirst_, false);
-    if (form_.type == FileType::Y4m) {
+    if (fileSpec_.type == FileType::Y4m) {
         file_.write((isFirst ? header_ : std::string()) + "FRAME" + tags + "\n", frame, shape_.bytes());
-    } else if (form_.type == FileType::Raw) {
+    } else if (fileSpec_.type == FileType::Raw) {
         file_.write(frame, shape_.bytes());
     } else if (isFirst) {
         const std::vector<uint8_t> png =
-            encodePng(form_.path, {shape_.format, shape_.size, {frame, frame + shape_.bytes()}}, chunks_);
+            encodePng(fileSpec_.path, {shape_.format, shape_.size, {frame, frame + shape_.bytes()}}, chunks_);
         file_.write(png.data(), png.size());
     } else {
-        throw UserError(form_.path + ": a PNG file holds one frame, and there are more: expected --limit 1");
+        throw UserError(fileSpec_.path +
+                        ": a PNG file holds one frame, and there are more: expected --limit 1");
     }
 }
 

@@ -10,7 +10,7 @@
 
 namespace vantor::tool {
 
-/// Files appear whole, when finished, or not at all; pipes get each frame as it comes.
+/// Files are written atomically; pipes get each frame as it comes.
 class ClipWriter {
 public:
     /// `header` is for Y4M, `chunks` are for PNG.
@@ -23,7 +23,7 @@ public:
     void finish() { file_.finish(); }
 
 private:
-    FileSpec form_;
+    FileSpec fileSpec_;
     FrameShape shape_;
     std::string header_;
     PngChunks chunks_;

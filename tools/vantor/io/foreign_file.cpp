@@ -20,7 +20,7 @@ using namespace std::string_view_literals;
 enum class Remedy { Picture, Heif, Clip, Name };
 
 struct Kind {
-    size_t at;  ///< in the file, of what it is known by
+    size_t at;  ///< offset of the signature
     std::string_view mark;
     const char* name;
     Remedy remedy;

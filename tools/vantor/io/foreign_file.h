@@ -1,4 +1,4 @@
-// Files of other programs, recognized so that an error can say what they are and what converts them.
+// Files of other programs, recognized so that an error can name them and the command that converts them.
 #pragma once
 
 #include <cstddef>

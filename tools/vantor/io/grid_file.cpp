@@ -39,7 +39,7 @@ void appendWire(const int32_t (&table)[kValues], std::vector<uint8_t>& bytes) {
     }
 }
 
-/// The words of a text grid one by one, comments left out, with the lines they stand in.
+/// The words of a text grid one by one, comments left out, with their line numbers.
 class GridText {
 public:
     GridText(const std::string& path, const std::string& text) : path_(path), text_(text) {}
@@ -73,10 +73,10 @@ public:
 
 private:
     [[noreturn]] void fail(const std::string& word, const std::string& expected) const {
-        throw UserError(path_ + ": not a grid: line " + std::to_string(line_) + ": " +
-                        (word.empty() ? "truncated" : "'" + word.substr(0, 40) + "'") + ", expected " +
-                        expected +
-                        " (a grid is text with dX and dY of 33 x 33 numbers each, or has 8712 bytes)");
+        throw UserError(
+            path_ + ": not a grid file: line " + std::to_string(line_) + ": " +
+            (word.empty() ? "truncated" : "'" + word.substr(0, 40) + "'") + ", expected " + expected +
+            " (a grid file is text, dX and dY with 33 x 33 numbers each, or 8712 bytes of binary data)");
     }
 
     std::string path_;
@@ -106,23 +106,24 @@ void appendText(const char* name, const int32_t (&table)[kValues], std::string& 
 }  // namespace
 
 Grid readGrid(const std::string& path) {
-    const std::vector<uint8_t> bytes = readWhole(path, kMaxTextBytes);
+    const std::vector<uint8_t> bytes = readFile(path, kMaxTextBytes);
     const bool isText =
         std::all_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c >= ' ' || std::isspace(c); }) &&
         std::none_of(bytes.begin(), bytes.end(), [](uint8_t c) { return c == 0x7F; });
-    // A text may well have as many bytes as the wire form; a wire form without any control character is no
+    // A text can have as many bytes as the binary form; binary data without any control character is not a
     // grid.
     if (isText) return fromText(path, bytes);
     if (bytes.size() == sizeof(Grid)) return fromWire(bytes);
-    throw UserError(path + ": not a grid: " + std::to_string(bytes.size()) +
+    throw UserError(path + ": not a grid file: " + std::to_string(bytes.size()) +
                     " bytes that are not text, expected " + std::to_string(sizeof(Grid)));
 }
 
 void writeGrid(const std::string& path, const Grid& grid, const std::string& comment) {
     std::vector<uint8_t> bytes;
     if (std::filesystem::path(path).extension() == ".txt") {
-        std::string text = "# Moves of 33 x 33 grid nodes in 1/256 of a virtual frame of 8192 x 6144.\n# " +
-                           escapeForTerminal(comment) + "\n";
+        std::string text =
+            "# Displacements of 33 x 33 grid nodes in 1/256 of a virtual frame of 8192 x 6144.\n# " +
+            escapeForTerminal(comment) + "\n";
         appendText("dX", grid.dX, text);
         appendText("dY", grid.dY, text);
         bytes.assign(text.begin(), text.end());
@@ -130,7 +131,7 @@ void writeGrid(const std::string& path, const Grid& grid, const std::string& com
         appendWire(grid.dX, bytes);
         appendWire(grid.dY, bytes);
     }
-    writeWhole(path, bytes);
+    writeFile(path, bytes);
 }
 
 }  // namespace vantor::tool

@@ -82,7 +82,7 @@ uintmax_t lengthOf(const std::string& path) {
     return length;
 }
 
-std::vector<uint8_t> readWhole(const std::string& path, uintmax_t maxBytes) {
+std::vector<uint8_t> readFile(const std::string& path, uintmax_t maxBytes) {
     const uintmax_t length = lengthOf(path);
     if (length > maxBytes) {
         throw UserError(path + ": " + std::to_string(length) + " bytes: expected at most " +

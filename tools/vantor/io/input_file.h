@@ -19,7 +19,7 @@ public:
     /// Reads up to `count` bytes, fewer only where the file ends.
     size_t read(void* bytes, size_t count);
 
-    /// Passes over up to `count` bytes, fewer only where the file ends.
+    /// Skips up to `count` bytes, fewer only where the file ends.
     size_t skip(size_t count);
 
     /// What an error names.
@@ -35,13 +35,13 @@ private:
     uintmax_t position_ = 0;
 };
 
-/// The file's length. Refuses what is no readable regular file.
+/// The file's length. Refuses anything but a readable regular file.
 uintmax_t lengthOf(const std::string& path);
 
 /// Of a text, which takes time and memory by its length: a grid or a calibration.
 constexpr uintmax_t kMaxTextBytes = 512 * 1024;
 
 /// A regular file of at most so many bytes.
-std::vector<uint8_t> readWhole(const std::string& path, uintmax_t maxBytes);
+std::vector<uint8_t> readFile(const std::string& path, uintmax_t maxBytes);
 
 }  // namespace vantor::tool

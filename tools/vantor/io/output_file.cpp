@@ -21,34 +21,34 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// SIGPIPE comes from standard error, where nobody may be left to read a remark.
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXCPU};
+/// SIGPIPE comes from standard error, where the reader of a note may have gone.
+constexpr int kFatalSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXCPU};
 
-/// Keeps the signals that end the process waiting: no file is left between two steps that belong together.
-class SignalsHeld {
+/// Blocks fatal signals: no temporary file is left between two steps that belong together.
+class SignalBlocker {
 public:
-    SignalsHeld() {
+    SignalBlocker() {
         sigset_t signals;
         sigemptyset(&signals);
-        for (int signal : kEndingSignals) sigaddset(&signals, signal);
+        for (int signal : kFatalSignals) sigaddset(&signals, signal);
         sigprocmask(SIG_BLOCK, &signals, &before_);
     }
-    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsHeld(const SignalsHeld&) = delete;
-    SignalsHeld& operator=(const SignalsHeld&) = delete;
+    ~SignalBlocker() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    SignalBlocker(const SignalBlocker&) = delete;
+    SignalBlocker& operator=(const SignalBlocker&) = delete;
 
 private:
     sigset_t before_;
 };
 
-/// A signal handler: calls nothing but what is safe there.
-void removeAllAndEnd(int signal) {
+/// A signal handler: calls async-signal-safe functions only.
+void removeAllAndReraise(int signal) {
     OutputFile::removeAll();
     std::signal(signal, SIG_DFL);
     raise(signal);
 }
 
-/// Where a path leads in the end, so that a link stays and its goal is replaced, or made.
+/// Where a path leads in the end, so that a link stays and its target is replaced, or created.
 fs::path throughLinks(fs::path path) {
     constexpr int kMaxLinks = 40;
     std::error_code ignored;
@@ -69,12 +69,12 @@ bool isSameFile(const std::string& a, const std::string& b) {
     return fs::equivalent(a, b, ignored) || whole(a) == whole(b);
 }
 
-std::string folderOf(const std::string& path) {
-    const fs::path folder = fs::path(path).parent_path();
-    return folder.empty() ? "." : folder.string();
+std::string directoryOf(const std::string& path) {
+    const fs::path directory = fs::path(path).parent_path();
+    return directory.empty() ? "." : directory.string();
 }
 
-/// By which an open file without a name can be linked to.
+/// The path by which an open file without a name can be linked to.
 std::string linkOf(int descriptor) {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
@@ -93,7 +93,8 @@ void advance(iovec (&parts)[2], size_t done) {
 
 OutputFile* OutputFile::first_ = nullptr;
 
-OutputFile::OutputFile(const std::string& path) : name_(path == "-" ? "standard output" : path), goal_(path) {
+OutputFile::OutputFile(const std::string& path)
+    : name_(path == "-" ? "standard output" : path), target_(path) {
     struct stat old {};
     const bool exists = path != "-" && stat(path.c_str(), &old) == 0;
     if (path != "-" && !exists && errno != ENOENT) fail();
@@ -119,8 +120,8 @@ void OutputFile::fail() const {
 
 void OutputFile::openDirectly() {
     isDirect_ = true;
-    descriptor_ =
-        goal_ == "-" ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0) : open(goal_.c_str(), O_WRONLY | O_CLOEXEC);
+    descriptor_ = target_ == "-" ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+                                 : open(target_.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor_ < 0) fail();
     if (isatty(descriptor_)) throw UserError(name_ + ": expected a file or a pipe, not a terminal");
     std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error like any other
@@ -128,24 +129,24 @@ void OutputFile::openDirectly() {
 }
 
 void OutputFile::openTemporary() {
-    goal_ = throughLinks(goal_);
-    if (access(goal_.c_str(), W_OK) != 0 && errno != ENOENT) fail();  // renaming would not ask
-    const std::string folder = folderOf(goal_);
-    descriptor_ = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    target_ = throughLinks(target_);
+    if (access(target_.c_str(), W_OK) != 0 && errno != ENOENT) fail();  // renaming would not check
+    const std::string directory = directoryOf(target_);
+    descriptor_ = open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
     if (descriptor_ >= 0 && access(linkOf(descriptor_).c_str(), F_OK) == 0) return;
     if (descriptor_ >= 0) close(descriptor_);
-    openNamed(folder);
+    openNamed(directory);
 }
 
-void OutputFile::openNamed(const std::string& folder) {
-    std::string name = folder + "/.vantor-XXXXXX";
-    const SignalsHeld held;
+void OutputFile::openNamed(const std::string& directory) {
+    std::string name = directory + "/.vantor-XXXXXX";
+    const SignalBlocker blocker;
     descriptor_ = mkostemp(name.data(), O_CLOEXEC);
     if (descriptor_ < 0) fail();
     temporary_ = std::move(name);
     next_ = std::exchange(first_, this);
-    for (int signal : kEndingSignals) {
-        if (std::signal(signal, removeAllAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
+    for (int signal : kFatalSignals) {
+        if (std::signal(signal, removeAllAndReraise) == SIG_IGN) std::signal(signal, SIG_IGN);
     }
 }
 
@@ -164,17 +165,17 @@ void OutputFile::write(const std::string& head, const uint8_t* bytes, size_t cou
 
 void OutputFile::finish() {
     if (!isDirect_ && fchmod(descriptor_, permissions()) != 0) fail();
-    const SignalsHeld held;
-    if (!isDirect_ && temporary_.empty()) giveName();
+    const SignalBlocker blocker;
+    if (!isDirect_ && temporary_.empty()) linkTemporary();
     if (close(std::exchange(descriptor_, -1)) != 0) fail();
-    if (!isDirect_ && std::rename(temporary_.c_str(), goal_.c_str()) != 0) fail();
+    if (!isDirect_ && std::rename(temporary_.c_str(), target_.c_str()) != 0) fail();
     temporary_.clear();
 }
 
-/// Links cannot take the place of other files; renaming can, but wants a name.
-void OutputFile::giveName() {
+/// linkat() cannot replace a file; rename() can, but needs a name.
+void OutputFile::linkTemporary() {
     const std::string link = linkOf(descriptor_);
-    const std::string start = folderOf(goal_) + "/.vantor-" + std::to_string(getpid()) + "-";
+    const std::string start = directoryOf(target_) + "/.vantor-" + std::to_string(getpid()) + "-";
     for (int i = 0; temporary_.empty(); ++i) {
         std::string name = start + std::to_string(i);
         if (linkat(AT_FDCWD, link.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
@@ -189,13 +190,13 @@ void OutputFile::giveName() {
 /// meant for the old content.
 mode_t OutputFile::permissions() const {
     struct stat old {};
-    if (stat(goal_.c_str(), &old) == 0 && old.st_uid == geteuid()) return old.st_mode & 0777;
+    if (stat(target_.c_str(), &old) == 0 && old.st_uid == geteuid()) return old.st_mode & 0777;
     const mode_t mask = umask(0);
     umask(mask);
     return 0666 & ~mask;
 }
 
-void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes) {
+void writeFile(const std::string& path, const std::vector<uint8_t>& bytes) {
     OutputFile file(path);
     file.write(bytes.data(), bytes.size());
     file.finish();
@@ -206,8 +207,7 @@ void expectOtherFile(const std::string& option, const std::string& path,
     for (const std::string& other : others) {
         if (!path.empty() && !other.empty() && isSameFile(path, other)) {
             throw UserError(option + " " + path + ": expected another file than " +
-                            (other == "-" ? "standard output, which has something else to take" : other) +
-                            hint);
+                            (other == "-" ? "standard output, which another output takes" : other) + hint);
         }
     }
 }

@@ -10,8 +10,9 @@
 namespace vantor::tool {
 
 /// A file that gets its path when it is finished, so that a failed or interrupted run leaves the old file, or
-/// none. Until then it has no name, or, on file systems that know no such files, one beside its path. What is
-/// no regular file (a device, a pipe, and "-", standard output) is written to directly.
+/// none. Until then it has no name, or, on file systems without such files, one
+/// beside its path. Anything but a regular file (a device, a pipe, and "-", standard output) is written to
+/// directly.
 class OutputFile {
 public:
     explicit OutputFile(const std::string& path);
@@ -32,12 +33,12 @@ private:
     [[noreturn]] void fail() const;
     void openDirectly();
     void openTemporary();
-    void openNamed(const std::string& folder);
-    void giveName();
+    void openNamed(const std::string& directory);
+    void linkTemporary();
     mode_t permissions() const;
 
     std::string name_;       ///< what an error names
-    std::string goal_;       ///< where links lead
+    std::string target_;     ///< where links lead
     std::string temporary_;  ///< its name until it is finished, if it has one
     int descriptor_ = -1;
     bool isDirect_ = false;
@@ -46,10 +47,10 @@ private:
     static OutputFile* first_;
 };
 
-void writeWhole(const std::string& path, const std::vector<uint8_t>& bytes);
+void writeFile(const std::string& path, const std::vector<uint8_t>& bytes);
 
 /// Throws a UserError if what `option` names for writing is one of the other files of a run, by whatever
-/// path; `hint` is the end of its message. "-" is standard output: among the others it says that something
+/// path; `hint` is the end of its message. "-" is standard output: among the others something
 /// else goes there. Empty names are none.
 void expectOtherFile(const std::string& option, const std::string& path,
                      const std::vector<std::string>& others, const std::string& hint = {});

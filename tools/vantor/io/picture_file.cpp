@@ -45,9 +45,9 @@ bool looksLikeSize(const std::string& word) {
 }
 
 template <typename Value>
-void takeOnly(std::optional<Value>& known, const std::optional<Value>& found, const std::string& trouble) {
+void takeOnly(std::optional<Value>& known, const std::optional<Value>& found, const std::string& problem) {
     if (known && found && !(*known == *found))
-        throw UserError(trouble + ": expected one, or an option that decides");
+        throw UserError(problem + ": expected one, or an option that decides");
     if (found) known = found;
 }
 
@@ -86,7 +86,7 @@ FileOptions completed(FileOptions own, const FileOptions& first) {
     return own;
 }
 
-/// As far as name and options say.
+/// As far as name and options tell.
 FileSpec fileSpecOf(const std::string& path, const FileOptions& options) {
     FileSpec fileSpec;
     fileSpec.path = path;
@@ -121,7 +121,7 @@ FileSpec fileSpecOf(const std::string& path, const FileOptions& options) {
 void expectFormat(const FileSpec& fileSpec) {
     if (fileSpec.type != FileType::Raw || fileSpec.format) return;
     throw UserError(fileSpec.path +
-                    ": layout unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
+                    ": format unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
                     "or with one of these words as in clip_1280x720_nv12.yuv, or " +
                     fileSpec.options.optionPrefix + "-format nv12, nv21, i420, gray or y4m");
 }
@@ -190,7 +190,7 @@ FrameShape rawShape(const FileSpec& fileSpec, const std::string& what, PixelForm
 Picture readPicture(const FileSpec& fileSpec) {
     const std::unique_ptr<ClipReader> clip = openClip(fileSpec);
     std::optional<Picture> picture = readFrame(*clip);
-    if (!picture) throw UserError(fileSpec.path + ": expected a picture, and it is empty");
+    if (!picture) throw UserError(fileSpec.path + ": the file is empty, expected a picture");
     if (clip->skip()) {
         throw UserError(fileSpec.path +
                         ": more than one frame, expected one (vantor scale --size 100% --skip N --limit 1 " +
@@ -206,8 +206,8 @@ PixelFormat writtenFormat(const FileSpec& fileSpec, PixelFormat read) {
 
 FrameShape writtenShape(const FileSpec& fileSpec, const std::string& what, PixelFormat format, Size size) {
     if (fileSpec.size && !(*fileSpec.size == size)) {
-        throw UserError(what + " " + toString(size) + ": the output's name says " + toString(*fileSpec.size) +
-                        " (" + fileSpec.path + ")");
+        throw UserError(what + " " + toString(size) + ": the output's name gives " +
+                        toString(*fileSpec.size) + " (" + fileSpec.path + ")");
     }
     return fileSpec.type == FileType::Raw ? rawShape(fileSpec, what, format, size)
                                           : packedShape(format, size);

@@ -12,7 +12,7 @@ namespace vantor::tool {
 
 enum class FileType { Png, Y4m, Raw };
 
-/// What the user says of a file with options; empty or 0 where not given. `optionPrefix` is "--input" or
+/// What options tell of a file; empty or 0 where not given. `optionPrefix` is "--input" or
 /// "--output", or "--other" for the second of two inputs.
 struct FileOptions {
     std::string optionPrefix;
@@ -30,7 +30,7 @@ struct PairOptions {
     FileOptions second{"--other", {}, {}};
 };
 
-/// What is known of a picture file from its name and from options. PNG and Y4M files say the rest themselves.
+/// What is known of a picture file from its name and from options. PNG and Y4M headers have the rest.
 struct FileSpec {
     std::string path;  ///< "-" for standard input or output
     FileType type = FileType::Raw;
@@ -44,17 +44,17 @@ bool isPngName(const std::string& path);
 /// Refuses other names of pictures that are drawn. Empty names are none.
 void expectPngName(const std::string& option, const std::string& path);
 
-/// Works out what an input is. PixelFormat and size are words of the name, set off by "_", "-" or ".", as in
-/// clip_1280x720_nv12.yuv or still-640x480.gray; options win over the name. "-" is Y4M if no option says
+/// Works out what an input is. Format and size are parts of the name, separated by "_", "-" or ".", as in
+/// clip_1280x720_nv12.yuv or still-640x480.gray; options override the name. "-" is Y4M unless an option tells
 /// otherwise. Refuses names that leave the format of a raw file open; before that, a file that does not
-/// exist, a directory, and a file that is known to be another program's.
+/// exist, a directory, and a file of a known foreign format.
 FileSpec inputSpec(const std::string& path, const FileOptions& options);
 
 /// The same for an output.
 FileSpec outputSpec(const std::string& path, const FileOptions& options);
 
-/// The forms of both. What a raw second file has no option of its own for is as the first's options say; of a
-/// raw file and another, the first's options speak of the raw one.
+/// The specs of both. A raw second file takes the first's options where it has none of its own; of a raw file
+/// and another, the first's options describe the raw one.
 std::pair<FileSpec, FileSpec> inputSpecs(const std::string& first, const std::string& second,
                                          const PairOptions& options);
 
@@ -76,7 +76,7 @@ FrameShape writtenShape(const FileSpec& fileSpec, const std::string& what, Pixel
 /// Refuses odd sizes of pictures in colour, which the library does not make. `what` is what an error names.
 void checkEven(const std::string& what, Size size);
 
-/// Writes a picture in its own format. The file appears whole or not at all.
+/// Writes a picture in its own format, atomically.
 void writePicture(const FileSpec& fileSpec, const Picture& picture);
 
 }  // namespace vantor::tool

@@ -5,8 +5,8 @@
 
 namespace vantor::tool {
 
-/// Lets a pipe hold as much as users may give it by default: frames then go through with few changes between
-/// processes. Does nothing to what is no pipe.
+/// Enlarges a pipe's buffer to the default limit for users, so that frames pass with few context switches.
+/// Leaves anything but a pipe alone.
 inline void enlargePipe(int descriptor) {
     constexpr int kMaxByDefault = 1 << 20;
     fcntl(descriptor, F_SETPIPE_SZ, kMaxByDefault);

@@ -27,8 +27,8 @@ bool isKept(const std::string& name) {
     return name.size() == 4 && names.find(name) != std::string_view::npos;
 }
 
-/// Has libpng keep those chunks as they are and, in a file that is read, pass over all others that the
-/// picture does not need: it would take as much memory for them as they claim to need.
+/// Has libpng keep those chunks as they are and, in a file that is read, skip all others that the picture
+/// does not need: it would take as much memory for them as they claim to need.
 void keepChunks(png_structp png) {
     png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_ALWAYS, reinterpret_cast<png_const_bytep>(kKeptChunks),
@@ -36,7 +36,7 @@ void keepChunks(png_structp png) {
 }
 
 /// One PNG being read. libpng leaves its functions by longjmp on an error, so each call into it that may fail
-/// stands in a `guarded` step, which holds nothing that needs destruction.
+/// is made in a `guarded` step, which holds nothing that needs destruction.
 class PngReader {
 public:
     explicit PngReader(const std::string& path)
@@ -85,7 +85,7 @@ private:
         static_cast<PngReader*>(png_get_error_ptr(png))->message_ = message;
         png_longjmp(png, 1);
     }
-    /// "iCCP: CRC error", say.
+    /// Such as "iCCP: CRC error".
     static void onWarning(png_structp png, png_const_charp message) {
         const std::string text = message;
         const std::string name = text.substr(0, text.find(':'));
@@ -97,7 +97,7 @@ private:
             step(*this);
             return;
         }
-        throw UserError(path_ + ": " + trouble());
+        throw UserError(path_ + ": " + problem());
     }
 
     void expectSignature() {
@@ -114,15 +114,15 @@ private:
         return bytes.substr(0, done);
     }
 
-    /// libpng says "Read Error" of all files that give it nothing more.
-    std::string trouble() const {
+    /// libpng reports "Read Error" for every truncated file.
+    std::string problem() const {
         if (std::ferror(file_.get())) return std::string("cannot read: ") + std::strerror(errno);
         return std::feof(file_.get()) ? "truncated PNG file" : "not a valid PNG file: " + message_;
     }
 
     /// Of those that libpng kept, the first of each name, if it is where it belongs.
     PngChunks chunks() const {
-        for (const auto& [name, trouble] : damaged_) note(path_ + ": " + trouble + ": chunk dropped");
+        for (const auto& [name, problem] : damaged_) note(path_ + ": " + problem + ": chunk dropped");
         PngChunks chunks;
         png_unknown_chunkp kept = nullptr;
         const int count = png_get_unknown_chunks(png_, info_, &kept);
@@ -156,7 +156,7 @@ private:
     png_infop info_;
     std::vector<png_bytep> rows_;
     std::string message_;
-    std::map<std::string, std::string> damaged_;  ///< chunks, and what libpng says of them
+    std::map<std::string, std::string> damaged_;  ///< chunks, and libpng's messages
 };
 
 /// One PNG being written, to memory; as with `PngReader`.

@@ -9,7 +9,7 @@
 
 namespace vantor::tool {
 
-/// A chunk that says what samples mean or how to hold the picture: a colour profile, say.
+/// A chunk about the meaning of samples or the orientation of the picture, such as a colour profile.
 struct PngChunk {
     std::string name;
     std::vector<uint8_t> bytes;
@@ -30,8 +30,8 @@ PngPicture readPng(const std::string& path);
 /// The PNG file of a gray or RGB picture, with these chunks and no others. `path` is what an error names.
 std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture, const PngChunks& chunks = {});
 
-/// Says in a note which chunks, read from `source`, a file of another type cannot hold. sRGB is what
-/// everybody takes for granted.
+/// Prints a note naming the chunks, read from `source`, that a file of another type cannot hold; not for
+/// sRGB, which is the default everywhere.
 void noteDropped(const std::string& source, const PngChunks& chunks, const std::string& output);
 
 }  // namespace vantor::tool

@@ -12,8 +12,8 @@ namespace vantor::tool {
 /// The sum that gives a frame's bytes, such as "1984 x 1096 x 3/2".
 std::string sumOf(const FrameShape& shape);
 
-/// What to say of a raw file with a frame that ends early: how its bytes are counted and, if its length is
-/// known and a padding of rows and planes gives it, the options that say so. `optionPrefix` begins their
+/// Explains a truncated frame of a raw file: how its bytes are counted and, if its length is
+/// known and a padding of rows and planes gives it, the options for it. `optionPrefix` begins their
 /// names.
 std::string explainLength(const FrameShape& shape, std::optional<uintmax_t> length,
                           const std::string& optionPrefix);

@@ -37,7 +37,7 @@ PixelFormat parseFormat(const std::string& name, const std::string& tag) {
                     "converts by -pix_fmt yuv420p");
 }
 
-/// "A1:1" as a ratio; nothing where it is another tag, or says that the shape is not known.
+/// "A1:1" as a ratio; nothing where it is another tag, or the aspect ratio is unknown.
 std::optional<std::pair<int64_t, int64_t>> parsePixelShape(const std::string& tag) {
     int32_t width = 0;
     int32_t height = 0;

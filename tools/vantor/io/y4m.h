@@ -12,11 +12,11 @@ namespace vantor::tool {
 struct Y4mHeader {
     Size size;
     PixelFormat format = PixelFormat::I420;  ///< or gray
-    std::vector<std::string> tags{};         ///< all others as they stand, known or not
+    std::vector<std::string> tags{};         ///< all others, unchanged, known or not
 
-    /// What the tag XCOLORRANGE says, if it is there.
+    /// The value of the tag XCOLORRANGE, if present.
     std::optional<bool> isFullRange() const;
-    /// Whether the tag I says that frames are made of two fields.
+    /// Whether the tag I declares interlaced frames.
     bool isInterlaced() const;
 };
 
@@ -30,7 +30,8 @@ Y4mHeader parseY4mHeader(const std::string& name, const std::string& line);
 std::string toLine(const Y4mHeader& header);
 
 /// The header of what is made of a clip with this header: tags are carried over, but for the place of chroma
-/// where it is dropped or new, and the pixels' shape, which keeps the picture's.
+/// where it is dropped or new, and the pixel aspect ratio, which keeps the
+/// picture's aspect ratio.
 Y4mHeader derivedHeader(const Y4mHeader& from, PixelFormat format, Size size);
 
 /// A header for frames of which only this is known.

@@ -16,7 +16,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string processorName() {
+std::string cpuName() {
     std::ifstream file("/proc/cpuinfo");
     for (std::string line; std::getline(file, line);) {
         const size_t colon = line.find(": ");
@@ -25,10 +25,10 @@ std::string processorName() {
     return "unknown";
 }
 
-Json processorSets() {
+Json cpuInstructionSets() {
     Json names = Json::array();
     for (InstructionSet set : kInstructionSets) {
-        if (processorHas(set)) names.push_back(instructionSetName(set));
+        if (cpuHas(set)) names.push_back(instructionSetName(set));
     }
     return names;
 }
@@ -52,8 +52,8 @@ Json buildFacts() {
             {"library", VANTOR_VERSION},
             {"built_for", VANTOR_TARGET},
             {"compiler", VANTOR_COMPILER},
-            {"processor", processorName()},
-            {"instruction_sets", processorSets()},
+            {"processor", cpuName()},
+            {"instruction_sets", cpuInstructionSets()},
             {"kernels",
              {{"bicubic luma", family(kBicubicLumaTables)},
               {"bilinear chroma", family(kBilinearChromaTruncatedTables)},
@@ -64,7 +64,7 @@ Json buildFacts() {
             {"VANTOR_LOG", variable("VANTOR_LOG")}};
 }
 
-std::string words(const Json& list) {
+std::string joinWords(const Json& list) {
     std::string text;
     for (const std::string word : list) text += (text.empty() ? "" : ", ") + word;
     return text;
@@ -73,7 +73,7 @@ std::string words(const Json& list) {
 void printKernels(const Json& kernels) {
     printLine("kernels:");
     for (const auto& [name, family] : kernels.items()) {
-        printLine("  %-16s compiled %s; in use %s", name.c_str(), words(family["compiled"]).c_str(),
+        printLine("  %-16s compiled %s; in use %s", name.c_str(), joinWords(family["compiled"]).c_str(),
                   family["in_use"].get<std::string>().c_str());
     }
 }

@@ -6,12 +6,12 @@
 
 namespace vantor::tool {
 
-/// Versions, target, compiler, processor, instruction sets, the kernels in use, and the variables that choose
+/// Versions, target, compiler, CPU, instruction sets, the kernels in use, and the variables that choose
 /// them.
 nlohmann::ordered_json buildFacts();
 
-/// The names of a list, as text.
-std::string words(const nlohmann::ordered_json& list);
+/// The names of a list, separated by spaces.
+std::string joinWords(const nlohmann::ordered_json& list);
 
 /// The entry "kernels" of these facts.
 void printKernels(const nlohmann::ordered_json& kernels);

@@ -12,7 +12,7 @@ namespace {
 
 std::vector<std::string> errorLines;
 
-/// The text behind "file:function():line ".
+/// The text after "file:function():line ".
 std::string message(const std::string& line) {
     const size_t call = line.find("():");
     return call == std::string::npos ? line : line.substr(line.find(' ', call) + 1);
@@ -20,7 +20,7 @@ std::string message(const std::string& line) {
 
 }  // namespace
 
-/// Stands before the platform's own logger, and hands every line on to it.
+/// Wraps the platform's own logger, and passes every line on to it.
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     char text[1024];
     va_list arguments;

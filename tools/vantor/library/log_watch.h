@@ -1,4 +1,4 @@
-// The error lines that the library and the service logged, which say why a request failed.
+// The error lines that the library and the service logged, which tell why a request failed.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace vantor::tool {
 /// Forgets the lines so far.
 void clearErrorLines();
 
-/// The first error line since then, which is the cause of those behind it; empty if there was none.
+/// The first error line since then, which is the cause of those after it; empty if there was none.
 std::string firstErrorLine();
 
 /// Whether a line since then contains `text`.

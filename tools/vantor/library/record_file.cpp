@@ -19,7 +19,7 @@ using Operation = Request::Operation;
 
 constexpr int kVersion = 1;
 constexpr size_t kFirstLine = sizeof "vantor-record 1 00012345 0123456789abcdef\n" - 1;
-constexpr size_t kLongestHeader = 128 * 1024;
+constexpr size_t kMaxHeaderBytes = 128 * 1024;
 constexpr int kDeepestHeader = 8;  ///< objects and lists around a value
 constexpr Operation kOperations[] = {Operation::InterpBicubic, Operation::Csc, Operation::GdcGrid,
                                      Operation::GdcMatrix};
@@ -91,8 +91,8 @@ std::string textOf(const Json& header) {
 
 // Reading.
 
-[[noreturn]] void refuse(const std::string& path, const std::string& trouble) {
-    throw UserError(path + ": not a valid record: " + trouble);
+[[noreturn]] void refuse(const std::string& path, const std::string& problem) {
+    throw UserError(path + ": not a valid record: " + problem);
 }
 
 /// A value of the header and the name by which an error calls it.
@@ -210,7 +210,7 @@ Request requestFrom(const Field& header) {
     return request;
 }
 
-/// The length and the hash that the first line says of the header.
+/// The header's length and hash, as the first line gives them.
 struct FirstLine {
     size_t headerLength = 0;
     std::string hash;
@@ -234,9 +234,9 @@ FirstLine readFirstLine(InputFile& file) {
                         ": not a record: expected a first line 'vantor-record 1 LENGTH HASH' of " +
                         std::to_string(kFirstLine) + " bytes");
     }
-    if (first.headerLength > kLongestHeader) {
+    if (first.headerLength > kMaxHeaderBytes) {
         refuse(file.name(), "header of " + std::to_string(first.headerLength) + " bytes: expected at most " +
-                                std::to_string(kLongestHeader));
+                                std::to_string(kMaxHeaderBytes));
     }
     return first;
 }
@@ -300,9 +300,9 @@ const char* targetName(int32_t target) {
 
 void writeRecord(const std::string& path, const Record& record) {
     const std::string header = textOf(headerOf(record));
-    if (header.size() > kLongestHeader) {
+    if (header.size() > kMaxHeaderBytes) {
         throw UserError(path + ": a header of " + std::to_string(header.size()) + " bytes: at most " +
-                        std::to_string(kLongestHeader) + " fit; shorten the arguments");
+                        std::to_string(kMaxHeaderBytes) + " fit; shorten the arguments");
     }
     const auto* bytes = reinterpret_cast<const uint8_t*>(header.data());
     char line[kFirstLine + 1];

@@ -23,15 +23,15 @@ struct Record {
     PixelFormat format;  ///< Nv12 or Gray
     RecordedPicture source;
     RecordedPicture result;
-    std::optional<RequestResult> requestResult;  ///< none: the request did not end
+    std::optional<RequestResult> requestResult;  ///< none: the request did not complete
     nlohmann::ordered_json madeBy;               ///< the build, the machine and the arguments
 };
 
-/// The file appears whole or not at all. Its form stands in docs/records.md.
+/// Written atomically; docs/records.md describes the format.
 void writeRecord(const std::string& path, const Record& record);
 
-/// Refuses files that are damaged, cut off, or no records: every length is checked before memory is taken for
-/// it, and every hash before the record is used.
+/// Refuses files that are damaged, truncated, or not records: every length is checked before memory is taken
+/// for it, and every hash before the record is used.
 Record readRecord(const std::string& path);
 
 /// The names of a request's parts, as files and reports have them.

@@ -43,7 +43,7 @@ double timed(Call&& call) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// As many as may be: the library leaves one or two open with each request of gray pictures.
+/// Raises the limit on descriptors: the library leaves one or two open with each request of gray pictures.
 void allowDescriptors() {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
@@ -51,7 +51,7 @@ void allowDescriptors() {
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// Once in a process.
+/// Once per process.
 void connectToService() {
     static bool isConnected = false;
     if (isConnected) return;
@@ -61,7 +61,7 @@ void connectToService() {
     isConnected = true;
 }
 
-/// Whether the processor did what the service could not. In place of a warp it copies.
+/// Whether the library fell back to the CPU, which in place of a warp copies.
 bool hasFallenBack(const Request& request) {
     return request.operation == Request::Operation::Csc && hasErrorLine("Error occurs") &&
            !hasErrorLine("runInterpBicubic() failed");
@@ -83,7 +83,7 @@ WorkingMemory::WorkingMemory(PixelFormat format, Size size, Backend backend) : l
 }
 
 WorkingPicture WorkingMemory::picture() {
-    WorkingPicture picture{planesIn(packedShape(PixelFormat::Nv12, size_), bytes()), wholeOf(size_),
+    WorkingPicture picture{planesIn(packedShape(PixelFormat::Nv12, size_), bytes()), fullRegion(size_),
                            shared_ ? shared_->descriptor() : -1};
     picture.planes.format = layout_;
     return picture;
@@ -149,7 +149,7 @@ RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, c
     const RequestResult result = ask(request, dst, src);
     if (watch) watch(request, dst, src, &result);
     if (!result.isMade) {
-        const char* who = request.backend() == Backend::Hardware ? "the hardware path" : "the library";
+        const char* who = request.backend() == Backend::Hardware ? "the hardware backend" : "the library";
         throw UserError(std::string(who) + " refused: " + result.error);
     }
     return result;
@@ -166,8 +166,8 @@ RequestResult runRequest(Picture& dst, const Picture& src, const Request& reques
 
 std::string describe(Backend backend, const std::string& software, const std::string& fallback) {
     if (backend == Backend::Software) return "in " + software;
-    if (fallback.empty()) return "on the hardware path (software service)";
-    return "by the hardware path's fallback (" + fallback + ")";
+    if (fallback.empty()) return "on the hardware backend (software service)";
+    return "by the hardware backend's fallback (" + fallback + ")";
 }
 
 Size warpFrame(const std::string& what, Size picture) {

@@ -17,7 +17,7 @@ namespace vantor::tool {
 /// The format that the library works on for a picture that is read in one format and written in another.
 PixelFormat workingFormat(PixelFormat read, PixelFormat written);
 
-/// What does a request's work.
+/// What computes a request.
 enum class Backend {
     Software,  ///< the scalers or the model, on the CPU
     Hardware,  ///< the service; on a workstation the software service, in this process
@@ -49,7 +49,7 @@ struct Region {
     int bottom;
 };
 
-inline Region wholeOf(Size size) {
+inline Region fullRegion(Size size) {
     return {0, 0, size.width - 1, size.height - 1};
 }
 
@@ -58,10 +58,10 @@ inline Region wholeOf(Size size) {
 struct WorkingPicture {
     Planes planes;
     Region region;
-    int descriptor = -1;  ///< of the shared buffer that holds all planes, for the hardware path
+    int descriptor = -1;  ///< of the shared buffer that holds all planes, for the hardware backend
 };
 
-/// Memory for one, shared if it is for the hardware path.
+/// Memory for one, shared if it is for the hardware backend.
 class WorkingMemory {
 public:
     WorkingMemory(PixelFormat format, Size size, Backend backend);
@@ -76,14 +76,14 @@ private:
     std::optional<SharedBuffer> shared_;
 };
 
-/// What came of a request.
+/// The outcome of a request.
 struct RequestResult {
     int32_t status;
     double milliseconds;
-    bool isMade;        ///< there is a picture; with a status of failure, by the hardware path's fallback
+    bool isMade;  ///< there is a picture; with a failure status, made by the hardware backend's fallback
     std::string error;  ///< the first line that was logged as an error; empty if there was none
 
-    /// Why the hardware path left the work to the CPU; empty if it did not.
+    /// Why the hardware backend fell back to the CPU; empty if it did not.
     std::string fallback() const { return status == 0 ? std::string() : error; }
 };
 
@@ -91,8 +91,8 @@ struct RequestResult {
 using RequestWatch = std::function<void(const Request& request, const WorkingPicture& dst,
                                         const WorkingPicture& src, const RequestResult* result)>;
 
-/// Runs a request of the library from `src` to `dst`, which have the same format. For the hardware path the
-/// service is started first.
+/// Runs a request of the library from `src` to `dst`, which have the same format. For the hardware backend
+/// the service is started first.
 RequestResult ask(const Request& request, const WorkingPicture& dst, const WorkingPicture& src);
 
 /// The same for requests that are to make a picture.
@@ -100,14 +100,14 @@ RequestResult runRequest(const WorkingPicture& dst, const WorkingPicture& src, c
                          const RequestWatch& watch = {});
 RequestResult runRequest(Picture& dst, const Picture& src, const Request& request);
 
-/// What the summary line says of who did the work, such as "in the software model".
+/// Where the work was done, for the summary line, such as "in the software model".
 std::string describe(Backend backend, const std::string& software, const std::string& fallback);
 
 /// The size at which the library warps a picture: the next multiples of 16 and 2. Refuses sizes outside its
 /// limits; `what` is what an error names.
 Size warpFrame(const std::string& what, Size picture);
 
-/// A note says so if the frame is larger than the picture.
+/// Prints a note if the frame is larger than the picture.
 void noteFrame(const std::string& what, Size picture, Size frame);
 
 /// The picture on that frame, in the format that the library works on.

@@ -19,7 +19,7 @@ SharedBuffer::SharedBuffer(size_t length)
     if (address == MAP_FAILED) {
         const std::string reason = std::strerror(errno);
         if (descriptor_ >= 0) close(descriptor_);
-        throw UserError("no shared buffer of " + std::to_string(length) + " bytes: " + reason);
+        throw UserError("cannot allocate a shared buffer of " + std::to_string(length) + " bytes: " + reason);
     }
     bytes_ = static_cast<uint8_t*>(address);
 }

@@ -37,7 +37,7 @@ bool areComparable(const FrameShape& a, const FrameShape& b);
 /// Component by component, of comparable pictures.
 std::vector<Difference> measure(const Picture& a, const Picture& b);
 
-/// What `--json` says of them.
+/// For `--json`.
 nlohmann::ordered_json toJson(const std::vector<Difference>& differences, bool isOfClip = false);
 
 /// A line for each on standard output.

@@ -64,10 +64,10 @@ std::vector<Component> components(const Picture& picture);
 
 /// Converts between any two formats. RGB is taken to and from YUV with the BT.601 matrix in limited range;
 /// gray gets neutral chroma; pictures lose their chroma on the way to gray. On the way to chroma at half the
-/// size, a picture of odd size repeats its last column or row, and a note says so.
+/// size, a picture of odd size repeats its last column or row, with a note.
 Picture convert(Picture picture, PixelFormat format);
 
-/// The size of a picture that is worked on with chroma at half the size; a note says so if it is larger.
+/// The size of a picture that is worked on with chroma at half the size; with a note if it is larger.
 Size evenSize(Size size);
 
 }  // namespace vantor::tool

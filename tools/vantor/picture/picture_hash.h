@@ -1,4 +1,4 @@
-// The hash by which results are told apart.
+// The hash that identifies results.
 #pragma once
 
 #include <xxhash.h>
@@ -12,7 +12,7 @@
 namespace vantor::tool {
 
 /// XXH64, seed 0, of the samples of all frames, packed: for a raw file without padding it is what `xxh64sum`
-/// says of the file. 16 hexadecimal digits.
+/// prints. 16 hexadecimal digits.
 class PictureHash {
 public:
     PictureHash() : state_(XXH64_createState(), &XXH64_freeState) {

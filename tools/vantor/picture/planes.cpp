@@ -19,7 +19,7 @@ size_t area(int stride, int rows) {
     return static_cast<size_t>(stride) * static_cast<size_t>(rows);
 }
 
-/// Of rows that lie one behind the other in a frame.
+/// Consecutive rows of a frame.
 struct Rows {
     uint8_t* first;
     int stride;
@@ -59,7 +59,7 @@ uint8_t toByte(double value) {
     return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
 }
 
-/// For the colours that libyuv does not convert from RGB, or with coefficients that are cut off. Chroma is
+/// For the colours that libyuv does not convert from RGB, or with truncated coefficients. Chroma is
 /// that of the mean of four pixels.
 void rgbToYuv(const Planes& from, const Planes& to, const Weights& weights) {
     const auto pixel = [&](int x, int y) { return from.luma + area(from.lumaStride, y) + 3 * x; };
@@ -100,7 +100,7 @@ void fromRgb(const Planes& from, const Planes& to, const YuvColor& color) {
         libyuv::ARGBToI400(argb.data(), 4 * width, to.luma, to.lumaStride, width, height);
         return;
     }
-    // Not ARGBToNV12: it takes memory of its own, and does not look whether it got it.
+    // Not ARGBToNV12: it allocates memory without checking for failure.
     const Size chroma = from.chromaSize();
     std::vector<uint8_t> u(chroma.pixels());
     std::vector<uint8_t> v(chroma.pixels());

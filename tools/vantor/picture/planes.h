@@ -50,7 +50,7 @@ size_t bytesToLastSample(const FrameShape& shape);
 void forEachStretch(const FrameShape& shape, uint8_t* frame,
                     const std::function<void(const uint8_t* bytes, size_t count)>& use);
 
-/// Which YUV stands for RGB.
+/// Which YUV encodes RGB.
 struct YuvColor {
     bool isBt709 = false;      ///< else BT.601
     bool isFullRange = false;  ///< else luma from 16 to 235 and chroma from 16 to 240
@@ -63,7 +63,7 @@ const char* toString(const YuvColor& color);
 /// column and row. A plane that both share is left alone, but for the repeating.
 void toWorking(const Planes& from, const Planes& to, const YuvColor& color);
 
-/// Makes a frame from the picture that the library made, cut off at the right and below where that is larger.
+/// Makes a frame from the picture that the library made, cropped at the right and below where that is larger.
 /// A plane that both share is left alone. Gray pictures get neutral chroma.
 void fromWorking(const Planes& from, const Planes& to, const YuvColor& color);
 

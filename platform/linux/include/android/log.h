@@ -17,7 +17,7 @@ typedef enum android_LogPriority {
     ANDROID_LOG_SILENT,
 } android_LogPriority;
 
-/// Writes one line to standard error: "E VANTOR_CLIENT: text". The environment's VANTOR_LOG says which lines:
+/// Writes one line to standard error: "E VANTOR_CLIENT: text". The environment's VANTOR_LOG selects lines:
 /// "off" none, "error" (the default, also for any other value) errors, "info" all from information on.
 /// Returns 1 if the line was written and 0 if not.
 int __android_log_print(int prio, const char* tag, const char* fmt, ...)

@@ -25,7 +25,7 @@ struct IBase;
 
 namespace hardware {
 
-/// Hears of the death of a remote service.
+/// Is notified of the death of a remote service.
 struct hidl_death_recipient : public virtual RefBase {
     virtual void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) = 0;
 };
@@ -33,7 +33,7 @@ struct hidl_death_recipient : public virtual RefBase {
 /// Carries a native handle through a call.
 struct hidl_handle {
     hidl_handle();
-    /// Does not take possession: neither the handle is freed nor its descriptors are closed.
+    /// Does not take ownership: neither is the handle freed nor are its descriptors closed.
     hidl_handle(const native_handle_t* handle);
     /// Owns duplicates of the descriptors.
     hidl_handle(const hidl_handle& other);

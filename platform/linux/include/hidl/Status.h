@@ -44,7 +44,7 @@ private:
 
 namespace details {
 
-/// Ends the process if a failed result is used, or dropped before anybody asked how it went.
+/// Aborts if a failed result is used, or dropped unchecked.
 class return_status {
 public:
     return_status() = default;
@@ -57,7 +57,7 @@ public:
         checked_ = true;
         return status_.isOk();
     }
-    /// Counts as asking only where the answer is yes.
+    /// Marks the result as checked only if it succeeded.
     bool isDeadObject() const;
     /// Aborts if the call failed.
     void assertOk() const;

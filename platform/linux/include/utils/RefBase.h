@@ -26,9 +26,9 @@ protected:
 
     enum { FIRST_INC_STRONG = 0x0001 };
 
-    /// Called behind the first reference.
+    /// Called after the first reference is taken.
     virtual void onFirstRef();
-    /// Called behind the last reference, before the object is deleted.
+    /// Called after the last reference is released, before the object is deleted.
     virtual void onLastStrongRef(const void* id);
     /// Only for weak references: never called.
     virtual bool onIncStrongAttempted(uint32_t flags, const void* id);

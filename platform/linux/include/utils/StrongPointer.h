@@ -8,10 +8,10 @@ namespace android {
 template <typename T>
 class wp;
 
-/// Says that two threads changed a strong pointer at once, and aborts.
+/// Reports that two threads changed a strong pointer at once, and aborts.
 void sp_report_race();
 
-/// Says on standard error that a null strong pointer was dereferenced, and aborts. Only on Linux.
+/// Reports on standard error that a null strong pointer was dereferenced, and aborts. Only on Linux.
 [[noreturn]] void sp_report_null();
 
 /// Owns a share of an object that counts its references itself, such as a RefBase.
@@ -46,7 +46,7 @@ public:
         return take(other);
     }
 
-    /// Lets go of the object.
+    /// Releases the object.
     void clear() {
         if (pointer_) release();
         pointer_ = nullptr;

@@ -12,8 +12,8 @@ TEST(Request, AFailedFallbackMadeNoPicture) {
     constexpr int kNoDescriptor = 1000;  // which the service cannot use
     const Size size{64, 48};
     std::vector<uint8_t> from(byteCount(PixelFormat::Nv12, size), 7), to(from.size());
-    WorkingPicture src{planesIn(packedShape(PixelFormat::Nv12, size), from.data()), wholeOf(size), kNoDescriptor};
-    WorkingPicture dst{planesIn(packedShape(PixelFormat::Nv12, size), to.data()), wholeOf(size), kNoDescriptor};
+    WorkingPicture src{planesIn(packedShape(PixelFormat::Nv12, size), from.data()), fullRegion(size), kNoDescriptor};
+    WorkingPicture dst{planesIn(packedShape(PixelFormat::Nv12, size), to.data()), fullRegion(size), kNoDescriptor};
     const RequestResult fallback = ask(scalingRequest(Backend::Hardware), dst, src);
     EXPECT_NE(fallback.status, 0);
     EXPECT_TRUE(fallback.isMade);
