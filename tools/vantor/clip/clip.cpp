@@ -142,13 +142,13 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
 }
 
 int Clip::process(const FrameShape& written, Size src, Size dst, const Request& request,
-                  const std::string& what, const std::string& where) {
+                  const std::string& what, const std::string& software) {
     const FramePlan plan{reader_->shape(), written, working(), src, dst, request, color(), options_.watch};
     const ClipTotals totals = processFrames(plan);
     if (options_.json) {
         reportJson(options_, plan, totals, what);
     } else {
-        report(options_, plan, totals, what, where);
+        report(options_, plan, totals, what, software);
     }
     if (options_.verify.empty() || options_.verify == totals.hash) return kDone;
     printMessage("--verify %s: the result has %s", options_.verify.c_str(), totals.hash.c_str());

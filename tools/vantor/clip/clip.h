@@ -54,7 +54,7 @@ public:
     /// Makes all frames with `request`, from pictures of `src`'s to pictures of `dst`'s size, and prints a
     /// summary line, of `what` was done and where, to standard error. Returns the exit status.
     int process(const FrameShape& written, Size src, Size dst, const Request& request,
-                const std::string& what, const std::string& processor);
+                const std::string& what, const std::string& software);
 
 private:
     PixelFormat writtenFormat() const;

@@ -36,7 +36,7 @@ void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTot
 }
 
 void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
-            const std::string& what, const std::string& where) {
+            const std::string& what, const std::string& software) {
     char time[128];
     if (totals.frames == 1) {
         std::snprintf(time, sizeof time, "in %.2f ms", totals.milliseconds);
@@ -49,7 +49,7 @@ void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals&
                              toString(plan.read.format) + " to " + options.output + " " +
                              toString(plan.written.size) + " " + toString(plan.written.format) + ": " + what +
                              " as " + toString(plan.working) + " " +
-                             describe(plan.request.backend(), where, totals.fallback) + " " + time +
+                             describe(plan.request.backend(), software, totals.fallback) + " " + time +
                              (isRgb(plan) ? std::string("; RGB by ") + toString(plan.color) : "") +
                              (totals.hash.empty() ? "" : "; hash " + totals.hash);
     summarize(line);

@@ -9,9 +9,9 @@ namespace vantor::tool {
 void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
                 const std::string& what);
 
-/// The summary line, on standard error. `what` was done, by `where` (such as "the software model") unless
+/// The summary line, on standard error. `what` was done, in `software` (such as "the software model") unless
 /// on hardware.
 void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
-            const std::string& what, const std::string& where);
+            const std::string& what, const std::string& software);
 
 }  // namespace vantor::tool

@@ -85,7 +85,7 @@ int run(const ChartOptions& options) {
 void addChart(CLI::App& app, Run& run) {
     auto options = std::make_shared<ChartOptions>();
     CLI::App* command = app.add_subcommand("chart", "Draw a test chart that shows scaling artefacts");
-    command->add_option("-o,--output", options->output, "Chart; its name's extension selects the file type")
+    command->add_option("-o,--output", options->output, "Chart file; its extension selects the type")
         ->type_name("FILE")
         ->required();
     command->add_option("-s,--size", options->size, "Size of the chart")

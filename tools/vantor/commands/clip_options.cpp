@@ -31,7 +31,7 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
         ->required();
     command
         .add_option("-o,--output", options.output,
-                    "Result; its name's extension selects the file type; - is standard output")
+                    "Result file; its extension selects the type; - is standard output")
         ->type_name("FILE")
         ->required();
     command.add_flag("--overwrite-input", options.overwriteInput, "Allow the result to replace the input");
