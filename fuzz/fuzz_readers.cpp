@@ -101,7 +101,7 @@ void readFrames(const FileSpec& fileSpec) {
     const std::string line = toLine(header);
     const Y4mHeader again = parseY4mHeader("again", line);
     FUZZ_EXPECT(again.size == header.size && again.format == header.format && again.tags == header.tags);
-    toLine(derivedHeader(header, PixelFormat::Gray, {tool::kMaxSide, kMinSide}));
+    toLine(derivedHeader(header, {tool::kMaxSide, kMinSide}));
     header.isFullRange();
     header.isInterlaced();
 }

@@ -3,7 +3,7 @@
 import re
 
 import pytest
-from conftest import read, write
+from conftest import flat, read, write
 
 
 @pytest.fixture(autouse=True)
@@ -72,6 +72,8 @@ def test_a_record_is_of_one_frame_and_has_its_hash(vantor):
     assert f'"hash":"{digest}"'.encode() in read("bug.vrec")
     write("padded_24x16.gray", bytes(16 * 32 - 8))  # one frame, though its last padding is missing
     vantor("record bug.vrec scale padded_24x16.gray --input-stride 32 -o half.gray --size 50%")
+    clip = b"YUV4MPEG2 W8 H8\nFRAME Ip\n" + flat("8x8", 1, 2, 3)  # one frame, though it is longer than without a tag
+    vantor("record bug.vrec scale - -o x.gray --size 50%", input=clip)
 
 
 def test_a_process_that_ends_leaves_its_request(vantor):

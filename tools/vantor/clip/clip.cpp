@@ -64,7 +64,7 @@ YuvColor Clip::color() const {
 }
 
 Y4mHeader Clip::headerOf(const FrameShape& written) const {
-    if (reader_->header()) return derivedHeader(*reader_->header(), written.format, written.size);
+    if (reader_->header()) return derivedHeader(*reader_->header(), written.size);
     const bool isFromRgb = reader_->shape().format == PixelFormat::Rgb;
     return newHeader(written.format, written.size,
                      isFromRgb ? std::optional(color().isFullRange) : std::nullopt);
@@ -85,10 +85,7 @@ size_t Clip::jobs() const {
 
 ClipTotals Clip::processFrames(const FramePlan& plan) {
     skipFrames(*reader_, options_.part.skip);
-    if (plan.watch && framesLeft() != std::optional<uintmax_t>(1)) {
-        throw UserError(options_.input + ": a record holds one frame: expected --limit 1");
-    }
-    Pipeline pipeline(plan, jobs());
+    Pipeline pipeline(plan, plan.watch ? 1 : jobs());
     if (outputSpec_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
     ClipWriter writer(outputSpec_, plan.written, headerOf(plan.written), reader_->chunks());
     std::optional<OutputFile> times;
@@ -127,6 +124,9 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
             readError = std::current_exception();
         }
         left = isRead ? left - 1 : 0;
+        if (plan.watch && left > 0 && reader_->skip()) {
+            throw UserError(options_.input + ": a record holds one frame: expected --limit 1");
+        }
         if (isRead) pipeline.start();
     }
     if (readError) std::rethrow_exception(readError);

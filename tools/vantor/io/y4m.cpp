@@ -89,11 +89,9 @@ std::string toLine(const Y4mHeader& header) {
     return line + "\n";
 }
 
-Y4mHeader derivedHeader(const Y4mHeader& from, PixelFormat format, Size size) {
-    Y4mHeader header{size, format};
+Y4mHeader derivedHeader(const Y4mHeader& from, Size size) {
+    Y4mHeader header{size, from.format};
     for (const std::string& tag : from.tags) {
-        const bool isFormat = tag[0] == 'C' || startsWith(tag, "XYSCSS=");
-        if (isFormat && format != from.format) continue;
         auto shape = parsePixelShape(tag);
         if (!shape) {
             header.tags.push_back(tag);
@@ -105,7 +103,6 @@ Y4mHeader derivedHeader(const Y4mHeader& from, PixelFormat format, Size size) {
         const int64_t common = std::gcd(width, height);
         header.tags.push_back("A" + std::to_string(width / common) + ":" + std::to_string(height / common));
     }
-    if (format != from.format) header.tags.push_back(format == PixelFormat::Gray ? kGrayFormat : "C420jpeg");
     return header;
 }
 

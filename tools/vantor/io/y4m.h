@@ -29,10 +29,9 @@ Y4mHeader parseY4mHeader(const std::string& name, const std::string& line);
 /// The line, with its end.
 std::string toLine(const Y4mHeader& header);
 
-/// The header of what is made of a clip with this header: tags are carried over, but for the place of chroma
-/// where it is dropped or new, and the pixel aspect ratio, which keeps the
-/// picture's aspect ratio.
-Y4mHeader derivedHeader(const Y4mHeader& from, PixelFormat format, Size size);
+/// The header of what is made of a clip with this header: tags are carried over, but for the pixel aspect
+/// ratio, which keeps the picture's aspect ratio.
+Y4mHeader derivedHeader(const Y4mHeader& from, Size size);
 
 /// A header for frames of which only this is known.
 Y4mHeader newHeader(PixelFormat format, Size size, std::optional<bool> isFullRange);
