@@ -41,4 +41,4 @@ def test_other_values_are_refused(vantor, chart, options, expected):
 def test_crosscheck_says_what_the_hardware_path_is_here(vantor, chart):
     text = "hardware backend (here the software service) and software backend: identical"
     vantor("crosscheck chart.png --rotate 2", text=text)
-    vantor("crosscheck --help", text="until\nsomething else sits in its seat")
+    vantor("crosscheck --help", text="On a workstation the hardware service is the software service")

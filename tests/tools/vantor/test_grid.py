@@ -35,8 +35,8 @@ def test_the_wire_form_holds_the_numbers_of_the_text(vantor, turn):
     assert struct.pack("<2178i", *numbers) == read("turn.grid") == read("again.grid")
 
 
-def test_moves_are_told_across_and_down(vantor):
-    text = "moves: -8.00 to -8.00 pixels across, 4.00 to 4.00 down"
+def test_displacements_are_told_across_and_down(vantor):
+    text = "displacements: -8.00 to -8.00 pixels across, 4.00 to 4.00 down"
     vantor("grid --shift 8,-4 --size 320x192", text=text)
 
 
