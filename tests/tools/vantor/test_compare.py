@@ -135,7 +135,7 @@ def test_options_and_names_that_do_not_fit_are_refused(vantor, clips):
     pathlib.Path("b.nv12").write_bytes(b"")
     vantor("compare a.y4m b.nv12", 2, "b.nv12: size unknown")
     vantor("compare - -", 2, "two pictures from standard input")
-    vantor("view a.y4m -o x.html --other-size 8x8", 2, "expected a second picture")
+    vantor("view a.y4m -o x.html --other-size 8x8", 2, "--other options describe a second picture: expected B")
     vantor("compare a.y4m b.y4m --heatmap h.jpg", 2, "--heatmap h.jpg: expected a name ending in .png")
     vantor("grid --rotate 1 --plot mesh", 2, "--plot mesh: expected a name ending in .png")
 

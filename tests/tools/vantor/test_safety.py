@@ -10,7 +10,7 @@ import pytest
 
 from conftest import CALIBRATIONS
 
-# A title, a newline and a line that looks like the tool's own; DEL, C1, invalid UTF-8, a surrogate; and a harmless é.
+# A title, a newline and a line that looks like the tool's own; DEL, C1, invalid UTF-8, a surrogate; and a printable é.
 HOSTILE = b"\x1b]0;a\x07\x7f\xc2\x9b1m\nvantor:b\xff\xed\xa0\x80\xc0\x8a\xf5\xe2\x82\xc3\xa9"
 SHOWN = r"\x1b]0;a\x07\x7f\xc2\x9b1m\x0avantor:b\xff\xed\xa0\x80\xc0\x8a\xf5\xe2\x82é"
 NAME = os.fsdecode(HOSTILE)
@@ -39,11 +39,11 @@ def expect_escaped(result):
         (["grid", "words.grid"], 2, r"line 1: '\xc2\x9b\xff', expected dX"),
         (["grid", NAME + ".grid", "-o", "made.txt"], 0, f"grid of {SHOWN}.grid, for pictures"),
         (["explain", "chart.png", "1", "1", "--grid", NAME + ".grid"], 0, f"warped (grid of {SHOWN}.grid)"),
-        (["view", "chart.png", "-o", NAME + ".html"], 0, SHOWN + ".html: a page"),
+        (["view", "chart.png", "-o", NAME + ".html"], 0, SHOWN + ".html: HTML viewer"),
         (["grid", NAME + ".grid", "--json"], 0, r'"grid": "grid of \u001b]0;a\u0007\u007f\u009b1m\nvantor:b\ufffd'),
     ],
 )
-def test_nothing_speaks_to_the_terminal(vantor, chart, arguments, status, shown):
+def test_nothing_controls_the_terminal(vantor, chart, arguments, status, shown):
     with open("tag.y4m", "wb") as clip:
         clip.write(b"YUV4MPEG2 W8 H8 C" + WORD + b"\n")
     with open("value.yml", "wb") as calibration:
@@ -60,7 +60,7 @@ def test_nothing_speaks_to_the_terminal(vantor, chart, arguments, status, shown)
         assert SHOWN in open("made.txt", encoding="utf-8").read()
 
 
-def test_environment_and_records_are_harmless(vantor, chart):
+def test_environment_and_records_are_escaped(vantor, chart):
     expect_escaped(vantor("info", 2, f"VANTOR_CPU={SHOWN}: expected", env={"VANTOR_CPU": NAME}))
     vantor(["record", "a.vrec", "scale", "chart.png", "-o", NAME + ".png", "--size", "8x8"], text=SHOWN)
     result = vantor("replay a.vrec --json")
@@ -101,7 +101,7 @@ def test_texts_up_to_the_limit_are_read(vantor):
 
 
 @pytest.mark.parametrize("entries, trouble", [
-    ("x: &x [1, 2]\nD: *x\n", "D has an alias"),
+    ("x: &x [1, 2]\nD: *x\n", "D contains an alias"),
     ("D: [" + "0," * 101 + "]\n", "D has more than 100 elements"),
     ("? {D: [1]}\n: {D: [2]}\nx: [{D: [3]}, [K: 1]]\nD: {data: [0, 0, 0, 0], x: [1, data: 2]}\n", ""),
     ("D: [1]\nD: [[0, 0], [0, 0]]\n", ""),

@@ -89,7 +89,7 @@ private:
     void OnDocumentEnd() override {}
     void OnNull(const Mark&, Anchor) override { endNode({}); }
     void OnAlias(const Mark&, Anchor) override {
-        if (entry()) throw UserError(levels_[0].key + " is an alias, expected its value");
+        if (entry()) throw UserError(levels_[0].key + " contains an alias, expected its value");
         endNode({});
     }
     void OnScalar(const Mark&, const std::string&, Anchor, const std::string& value) override {
