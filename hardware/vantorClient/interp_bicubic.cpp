@@ -1,10 +1,9 @@
-#include "hardware/vantorClient/vantor_client.h"
-
 #include <cstddef>
 #include <cstring>
 
 #include "hardware/vantorClient/log.h"
 #include "hardware/vantorClient/status.h"
+#include "hardware/vantorClient/vantor_client.h"
 #include "processor/float_rounding.h"
 #include "scaler/interp4.h"
 #include "scaler/interpolate.h"
