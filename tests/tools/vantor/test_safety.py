@@ -10,7 +10,7 @@ import pytest
 
 from conftest import CALIBRATIONS
 
-# A title, a newline and a line that looks like the tool's own; DEL, C1, invalid UTF-8, a surrogate; and a printable é.
+# A title, a newline and a line that looks like the tool's own; DEL, C1, invalid UTF-8, a surrogate; and a harmless é.
 HOSTILE = b"\x1b]0;a\x07\x7f\xc2\x9b1m\nvantor:b\xff\xed\xa0\x80\xc0\x8a\xf5\xe2\x82\xc3\xa9"
 SHOWN = r"\x1b]0;a\x07\x7f\xc2\x9b1m\x0avantor:b\xff\xed\xa0\x80\xc0\x8a\xf5\xe2\x82é"
 NAME = os.fsdecode(HOSTILE)
