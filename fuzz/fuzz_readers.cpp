@@ -209,7 +209,7 @@ void repairedRecord(const Bytes& bytes) {
         } catch (const UserError& error) {
             const std::string message = error.what();
             const size_t at = message.find("their hash is ");
-            const size_t wrong = text.find(message.substr(trouble.size() - 16));
+            const size_t wrong = text.find(message.substr(message.size() - 16));
             if (planes == 0 || at == std::string::npos || wrong == std::string::npos) throw;
             text.replace(wrong, 16, message, at + std::strlen("their hash is "), 16);
         }

@@ -38,7 +38,7 @@ def test_other_values_are_refused(vantor, chart, options, expected):
     vantor(SCALE + options, 2, expected)
 
 
-def test_crosscheck_says_what_the_hardware_path_is_here(vantor, chart):
+def test_crosscheck_tells_what_the_hardware_backend_is(vantor, chart):
     text = "hardware backend (here the software service) and software backend: identical"
     vantor("crosscheck chart.png --rotate 2", text=text)
     vantor("crosscheck --help", text="On a workstation the hardware service is the software service")
