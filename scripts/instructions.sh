@@ -1,6 +1,7 @@
 #!/bin/sh
-# instructions.sh: counts executed instructions per pixel of output (chroma: per pair) of each family of kernels,
-# plain and with the best table, on 32-bit ARM, 64-bit ARM and x86-64 (to AVX2), all under the emulator.
+# instructions.sh [--write]: counts executed instructions per pixel of output (chroma: per pair) of each family of
+# kernels, plain and with the best table, on 32-bit ARM, 64-bit ARM and x86-64 (to AVX2), all under the emulator. With
+# --write the table goes into docs/performance.md as well.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh --count
@@ -28,13 +29,22 @@ measure() {
             echo "$(count "$limit" "$family" 96 "$@") $(count "$limit" "$family" 288 "$@")"
         done | awk -v name="$name" -v family="$family" '
             { cost[NR] = ($4 - $2) / ($3 - $1) }
-            END { printf "%-8s %-14s %8.1f %8.1f %6.2f\n", name, family, cost[1], cost[2], cost[1] / cost[2] }'
+            END { printf "| %-6s | %-12s | %6.1f | %10.1f | %5.1f |\n", name, family, cost[1], cost[2], cost[1] / cost[2] }'
     done
 }
 
-printf '%-8s %-14s %8s %8s %6s\n' target family plain best ratio
-arm=$(dirname "$(dirname "$(arm-linux-gnueabi-g++ -print-file-name=libc.so.6)")")
-arm64=$(dirname "$(dirname "$(aarch64-linux-gnu-g++ -print-file-name=libc.so.6)")")
-measure arm arm qemu-arm -plugin "$out/count.so" -L "$arm" -E LD_LIBRARY_PATH="$arm/lib"
-measure arm64 arm64 qemu-aarch64 -plugin "$out/count.so" -L "$arm64" -E LD_LIBRARY_PATH="$arm64/lib"
-measure x86-64 release qemu-x86_64 -cpu max -plugin "$out/count.so"
+table() {
+    printf '| target | family       |  plain | best table | ratio |\n|--------|--------------|-------:|-----------:|------:|\n'
+    arm=$(dirname "$(dirname "$(arm-linux-gnueabi-g++ -print-file-name=libc.so.6)")")
+    arm64=$(dirname "$(dirname "$(aarch64-linux-gnu-g++ -print-file-name=libc.so.6)")")
+    measure arm arm qemu-arm -plugin "$out/count.so" -L "$arm" -E LD_LIBRARY_PATH="$arm/lib"
+    measure arm64 arm64 qemu-aarch64 -plugin "$out/count.so" -L "$arm64" -E LD_LIBRARY_PATH="$arm64/lib"
+    measure x86-64 release qemu-x86_64 -cpu max -plugin "$out/count.so"
+}
+
+table >"$out/table.md"
+cat "$out/table.md"
+if [ "${1:-}" = --write ]; then
+    page=docs/performance.md
+    sed -i -e "/<!-- counted: begin -->/r $out/table.md" -e '/<!-- counted: begin -->/,/<!-- counted: end -->/{/^|/d}' $page
+fi
