@@ -15,6 +15,7 @@
 #include "tools/vantor/picture/picture_hash.h"
 
 namespace vantor::tool {
+
 Clip::Clip(const ClipOptions& options)
     : options_(options),
       outputSpec_(outputSpec(options.output, options.outputOptions)),

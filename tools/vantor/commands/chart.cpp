@@ -14,7 +14,7 @@ namespace {
 struct ChartOptions {
     std::string output;
     std::string size = "1280x720";
-    FileOptions fileSpec{"--output", {}, {}};
+    FileOptions fileOptions{"--output", {}, {}};
 };
 
 struct Color {
@@ -61,7 +61,7 @@ Color chartColor(double x, double y, double width, double height) {
 }
 
 int run(const ChartOptions& options) {
-    const FileSpec fileSpec = outputSpec(options.output, options.fileSpec);
+    const FileSpec fileSpec = outputSpec(options.output, options.fileOptions);
     const Size size = parseSize("--size", options.size);
     const PixelFormat format = writtenFormat(fileSpec, PixelFormat::Rgb);
     writtenShape(fileSpec, "--size", format, size);
@@ -92,7 +92,7 @@ void addChart(CLI::App& app, Run& run) {
         ->type_name("WxH")
         ->capture_default_str();
     command
-        ->add_option("--output-format", options->fileSpec.format,
+        ->add_option("--output-format", options->fileOptions.format,
                      "Format of a raw chart: nv12, nv21, i420 or gray")
         ->type_name("FORMAT");
     command->footer(

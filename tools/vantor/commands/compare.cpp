@@ -24,7 +24,7 @@ using Differences = std::vector<Difference>;
 struct CompareOptions {
     std::string a;
     std::string b;
-    PairOptions fileSpec;
+    PairOptions fileOptions;
     FrameRange part;
     int tolerance = 0;
     std::string heatmap;
@@ -174,9 +174,9 @@ void countRest(ClipReader& clip, uintmax_t& frames, uintmax_t limit) {
 int run(const CompareOptions& options) {
     expectOtherFile("--heatmap", options.heatmap, {options.a, options.b, "-"});
     expectPngName("--heatmap", options.heatmap);
-    const auto [fileSpecOfA, fileSpecOfB] = inputSpecs(options.a, options.b, options.fileSpec);
-    const std::unique_ptr<ClipReader> a = openClip(fileSpecOfA);
-    const std::unique_ptr<ClipReader> b = openClip(fileSpecOfB);
+    const auto [specA, specB] = inputSpecs(options.a, options.b, options.fileOptions);
+    const std::unique_ptr<ClipReader> a = openClip(specA);
+    const std::unique_ptr<ClipReader> b = openClip(specB);
     if (!areComparable(a->shape(), b->shape())) {
         throw UserError("cannot compare: " + options.a + " is " + toString(a->shape().size) + " " +
                         toString(a->shape().format) + ", " + options.b + " is " + toString(b->shape().size) +
@@ -232,7 +232,7 @@ void addCompare(CLI::App& app, Run& run) {
             "Draw the differences to a PNG file, with a key: one colour per doubling, black where identical")
         ->type_name("FILE");
     addFrameRangeOptions(*command, options->part);
-    addFileOptions(*command, options->fileSpec);
+    addFileOptions(*command, options->fileOptions);
     command->add_flag("--json", options->json, "Print the result as JSON");
     command->footer(
         "The --input options apply to B too where it is raw and has no --other option of its own.\n"

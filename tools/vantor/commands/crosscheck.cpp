@@ -20,7 +20,7 @@ struct CrosscheckOptions {
     std::string input;
     std::string size;
     WarpOptions warp;
-    FileOptions fileSpec{"--input", {}, {}};
+    FileOptions fileOptions{"--input", {}, {}};
     bool json = false;
 };
 
@@ -54,7 +54,7 @@ int run(const CrosscheckOptions& options) {
             "expected --size for a scaling request, or --grid, --matrix, --calibration or a described warp "
             "for a warping request");
     }
-    Picture input = readPicture(inputSpec(options.input, options.fileSpec));
+    Picture input = readPicture(inputSpec(options.input, options.fileOptions));
     const Check check =
         options.size.empty() ? warping(options, std::move(input)) : scaling(options, std::move(input));
     Picture fromProcessor = makePicture(check.src.format, check.dstSize);
@@ -93,7 +93,7 @@ void addCrosscheck(CLI::App& app, Run& run) {
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
     command->add_flag("--json", options->json, "Print the result as JSON");
-    addFileOptions(*command, options->fileSpec);
+    addFileOptions(*command, options->fileOptions);
     command->footer(
         "On a workstation the hardware service is the software service, which computes with this library, "
         "too: "

@@ -5,29 +5,28 @@
 namespace vantor::tool {
 
 /// The maximum stride and height keep a frame's bytes within 32 bits.
-static void addRawOptions(CLI::App& command, FileOptions& fileSpec, const std::string& files) {
+static void addRawOptions(CLI::App& command, FileOptions& options, const std::string& files) {
     const CLI::Validator padded = CLI::Range(1, 2 * kMaxSide).description("");
     const auto add = [&](const char* name, auto& value, const char* type, const std::string& text) {
-        return command.add_option(fileSpec.optionPrefix + name, value, text)
+        return command.add_option(options.optionPrefix + name, value, text)
             ->type_name(type)
             ->group("Raw files");
     };
-    add("-format", fileSpec.format, "FORMAT",
+    add("-format", options.format, "FORMAT",
         "Format of " + files + ": nv12, nv21, i420, gray or y4m; overrides the file name");
-    add("-stride", fileSpec.stride, "BYTES", "Bytes per row of " + files + ", padding included, up to 32768")
+    add("-stride", options.stride, "BYTES", "Bytes per row of " + files + ", padding included, up to 32768")
         ->check(padded);
-    add("-slice-height", fileSpec.sliceHeight, "ROWS",
+    add("-slice-height", options.sliceHeight, "ROWS",
         "Rows of the luma plane of " + files + ", padding included, up to 32768")
         ->check(padded);
 }
 
-static void addInputOptions(CLI::App& command, FileOptions& fileSpec, const std::string& file) {
+static void addInputOptions(CLI::App& command, FileOptions& options, const std::string& file) {
     command
-        .add_option(fileSpec.optionPrefix + "-size", fileSpec.size,
-                    "Size of " + file + ", if not in its name")
+        .add_option(options.optionPrefix + "-size", options.size, "Size of " + file + ", if not in its name")
         ->type_name("WxH")
         ->group("Raw files");
-    addRawOptions(command, fileSpec, file);
+    addRawOptions(command, options, file);
 }
 
 void addFileOptions(CLI::App& command, FileOptions& input) {

@@ -17,7 +17,7 @@ using Json = nlohmann::ordered_json;
 
 struct InfoOptions {
     std::string picture;
-    FileOptions fileSpec{"--input", {}, {}};
+    FileOptions fileOptions{"--input", {}, {}};
     bool json = false;
 };
 
@@ -26,7 +26,7 @@ std::string text(const Json& value) {
 }
 
 void describePicture(const InfoOptions& options) {
-    const std::unique_ptr<ClipReader> clip = openClip(inputSpec(options.picture, options.fileSpec));
+    const std::unique_ptr<ClipReader> clip = openClip(inputSpec(options.picture, options.fileOptions));
     const FrameShape& shape = clip->shape();
     uintmax_t frames = 0;
     while (clip->skip()) ++frames;
@@ -70,7 +70,7 @@ void addInfo(CLI::App& app, Run& run) {
         "info", "Describe this build and machine, as bug reports need it, or a picture file");
     command->add_option("PICTURE", options->picture, "Picture or clip to describe instead")
         ->type_name("FILE");
-    addFileOptions(*command, options->fileSpec);
+    addFileOptions(*command, options->fileOptions);
     command->add_flag("--json", options->json, "Print the description as JSON");
     command->footer(
         "Examples:\n"

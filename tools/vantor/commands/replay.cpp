@@ -20,7 +20,7 @@ using Json = nlohmann::ordered_json;
 struct ReplayCommand {
     std::string file;
     std::string source;
-    FileOptions fileSpec{"--input", {}, {}};
+    FileOptions fileOptions{"--input", {}, {}};
     bool json = false;
 };
 
@@ -53,7 +53,7 @@ Picture sourceOf(const ReplayCommand& command, Record& record) {
         }
         return {record.format, recorded.size, std::move(record.source.planes)};
     }
-    Picture given = readPicture(inputSpec(command.source, command.fileSpec));
+    Picture given = readPicture(inputSpec(command.source, command.fileOptions));
     if (given.size.width > recorded.size.width || given.size.height > recorded.size.height) {
         throw UserError("--source " + command.source + " " + toString(given.size) + ": the record's is a " +
                         what);
@@ -160,7 +160,7 @@ void addReplay(CLI::App& app, Run& run) {
         ->add_option("--source", options->source,
                      "Source picture of the request, for records with hashes only")
         ->type_name("FILE");
-    addFileOptions(*command, options->fileSpec);
+    addFileOptions(*command, options->fileOptions);
     command->add_flag("--json", options->json, "Print the result as JSON");
     command->footer(
         "Exit status: 0 same status and bytes, 1 different, 2 error.\n"

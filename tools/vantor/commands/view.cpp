@@ -19,17 +19,17 @@ struct ViewCommand {
     std::string b;
     std::string output;
     WarpOptions warp;
-    PairOptions fileSpec;
+    PairOptions fileOptions;
 };
 
 std::vector<ViewedPicture> picturesOf(const ViewCommand& command) {
     if (!command.b.empty()) {
-        const auto [a, b] = inputSpecs(command.a, command.b, command.fileSpec);
+        const auto [a, b] = inputSpecs(command.a, command.b, command.fileOptions);
         return {{command.a, readPicture(a)}, {command.b, readPicture(b)}};
     }
-    if (command.fileSpec.second.isGiven())
+    if (command.fileOptions.second.isGiven())
         throw UserError("the --other options describe a second picture: expected B");
-    return {{command.a, readPicture(inputSpec(command.a, command.fileSpec.first))}};
+    return {{command.a, readPicture(inputSpec(command.a, command.fileOptions.first))}};
 }
 
 int run(const ViewCommand& command) {
@@ -72,7 +72,7 @@ void addView(CLI::App& app, Run& run) {
         ->required();
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
-    addFileOptions(*command, options->fileSpec);
+    addFileOptions(*command, options->fileOptions);
     command->footer(
         "The --input options apply to B too where it is raw and has no --other option of its own.\n"
         "Examples:\n"
