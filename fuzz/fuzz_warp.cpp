@@ -160,11 +160,10 @@ Positions positionsOfRow(Input& input, int width, int height) {
     static Grid grid;
     fillNodes(input, grid.dX);
     fillNodes(input, grid.dY);
-    const auto* nodesX = reinterpret_cast<const GdcGrid*>(grid.dX);
-    const auto* nodesY = reinterpret_cast<const GdcGrid*>(grid.dY);
-    const WarpPositions rows(frame);
+    std::vector<int32_t> memory(WarpPositions::workingWords(frame));
+    const WarpPositions rows(frame, memory.data());
     const int row = input.between(0, height - 1), first = input.between(0, frame.x.outCropSize - 1);
-    const GridRows nodes = rows.row(*nodesX, *nodesY, row);
+    const GridRows nodes = rows.row(GridTables(grid), row);
     Positions plain(std::min(input.between(1, kWarpRunColumns), frame.x.outCropSize - first));
     const auto compute = [&](const WarpKernels& kernels, uint8_t* to) {
         Positions positions(plain.count);
@@ -205,10 +204,10 @@ void kernelTables(Input& input) {
     const int first = input.between(0, 1), pairs = (at.count - first + 1) / 2;
     forEachVectorTable(kWarpTables, [&](const WarpKernels& vector) {
         const auto sampleLuma = [&](const WarpKernels& kernels, const uint8_t* from, uint8_t* to) {
-            return kernels.luma({from, nullptr, width, height}, at.x.data(), at.y.data(), at.count, to);
+            return kernels.luma({from, nullptr, nullptr, width, 0, 0, 2, width, height}, at.x.data(), at.y.data(), at.count, to);
         };
         const auto sampleChroma = [&](const WarpKernels& kernels, const uint8_t* from, uint8_t* to) {
-            kernels.chroma({nullptr, from, width, height}, at.x.data() + first, at.y.data() + first, pairs, to);
+            kernels.chroma({nullptr, from, from + 1, 0, width, width, 2, width, height}, at.x.data() + first, at.y.data() + first, pairs, to);
         };
         bool isAll = false, isAllPlain = false;
         expectSameOutput(

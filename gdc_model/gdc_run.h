@@ -7,7 +7,7 @@
 
 namespace vantor {
 
-/// Loads the state, copies the grids and computes the region. GdcCore is this with default settings. Aborts
+/// Computes the region and leaves the state of the run. GdcCore is this with default settings. Aborts
 /// if there is no memory for a row's positions.
 void runGdc(const GdcFrame& frame, uint16_t* dst, const uint16_t* src, const int* gridDX,
             const int* gridDY) noexcept;

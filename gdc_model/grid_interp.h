@@ -1,6 +1,7 @@
 // From an output position to its displacement: the virtual frame, and the interpolation of the grid in it.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
@@ -16,6 +17,19 @@ constexpr int kVirtStepShiftX = 8;
 constexpr int kVirtStepShiftY = 6;
 
 using GdcGrid = int[kGridNodes][kGridNodes];
+
+/// A grid as rows of nodes.
+struct GridTables {
+    GdcGrid x;
+    GdcGrid y;
+
+    /// From the nodes, row by row.
+    GridTables(const int32_t* dX, const int32_t* dY) {
+        std::copy_n(dX, kGridNodes * kGridNodes, &x[0][0]);
+        std::copy_n(dY, kGridNodes * kGridNodes, &y[0][0]);
+    }
+    explicit GridTables(const Grid& grid) : GridTables(grid.dX, grid.dY) {}
+};
 
 /// Where an output column or row lies in the virtual frame.
 struct VirtualPosition {

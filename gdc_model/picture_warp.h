@@ -1,29 +1,55 @@
-// Warps of 8-bit pictures, straight from plane to plane.
+// Warps of 8-bit pictures, straight from plane to plane. Re-entrant: nothing here knows the model's
+// variables.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <optional>
 
-#include "gdc_model/output_region.h"
+#include "gdc_model/gdc_frame.h"
+#include "gdc_model/source_samples.h"
+#include "gdc_model/warp_kernels.h"
+#include "gdc_model/warp_positions.h"
 
 namespace vantor {
 
-/// The planes of a picture of even size, without gaps: luma, and pairs of chroma.
-template <typename Byte>
-struct PlanePair {
-    Byte* y;
-    Byte* uv;  ///< null where the picture has no chroma: it is read as 0, and not written
-};
+using WarpSourcePlanes = GdcPlanes<const uint8_t>;
+using WarpOutputPlanes = GdcPlanes<uint8_t>;
 
-/// Warps a picture of width x height by grids of 33 x 33 nodes and leaves the state of such a run. The
-/// region's luma, then its U, then its V, each packed at the region's own width and followed by zeros, fill
-/// the output's planes in that order, so that only a region of the whole picture makes a picture. With a null
-/// `dst.y` the run leaves only its state.
-///
-/// Planes may overlap; the output is the same as without overlap. Takes about 8 bytes per column and 25 KB,
-/// and, for overlapping planes and regions of another size, as many bytes as the region has samples, and the
-/// picture at least. Returns false, with nothing written, where there is no memory for these.
-bool warpPicture(int width, int height, const OutputRegion& region, const PlanePair<const uint8_t>& src,
-                 const PlanePair<uint8_t>& dst, const int32_t* gridX, const int32_t* gridY) noexcept;
+/// The output region of a frame, cut into tiles that can be computed at once or in any order. The frame's
+/// source may be larger than the source's planes, which then repeat their last column and row.
+class PictureWarp {
+public:
+    /// Rows of a tile that keep the source samples of its runs in the cache, whichever way the picture is
+    /// turned.
+    static constexpr int kTileRows = 64;
+
+    /// The region has columns and rows. `gridX` and `gridY` have 33 x 33 nodes; `memory` is what
+    /// WarpPositions::workingWords() asks for and outlives the object.
+    PictureWarp(const GdcFrame& frame, const WarpSourcePlanes& src, const int32_t* gridX,
+                const int32_t* gridY, int32_t* memory, int tileRows = kTileRows);
+    PictureWarp(const PictureWarp&) = delete;
+    PictureWarp& operator=(const PictureWarp&) = delete;
+
+    int tiles() const { return (frame_.y.outCropSize + tileRows_ - 1) / tileRows_; }
+
+    /// Writes one tile of the output, whose planes begin with the region. Thread-safe.
+    void run(int tile, const WarpOutputPlanes& dst) const;
+
+    /// The bilinear interpolation of the last chroma sample of V, if the region has any chroma.
+    std::optional<Bilinear> lastBilinear() const;
+
+private:
+    friend class TileWalk;
+
+    GridRows gridRows(int row) const { return positions_.row(grids_, row); }
+
+    GdcFrame frame_;
+    WarpSourcePlanes src_;
+    GridTables grids_;
+    int tileRows_;
+    WarpSource kernelSource_;
+    const WarpKernels& kernels_;
+    WarpPositions positions_;
+};
 
 }  // namespace vantor

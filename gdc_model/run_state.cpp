@@ -6,8 +6,9 @@
 #include "gdc_model/grid_interp.h"
 
 namespace vantor {
+namespace {
 
-void loadState(const GdcFrame& frame, const int* gridDX, const int* gridDY) {
+void storeParameters(const GdcFrame& frame, const int* gridDX, const int* gridDY) {
     std::copy_n(gridDX, kGridNodes * kGridNodes, &m_curGrid_dX[0][0]);
     std::copy_n(gridDY, kGridNodes * kGridNodes, &m_curGrid_dY[0][0]);
     m_nWidth = m_OrgWidth = m_PxcStrideLum = m_PxcStrideChroma = frame.x.sourceSize;
@@ -55,6 +56,15 @@ void storeBilinear(const Bilinear& last) {
     m_dltT = last.fractionY;
     m_StepXShifter = last.stepX;
     m_StepYShifter = last.stepY;
+}
+
+}  // namespace
+
+void storeRun(const GdcFrame& frame, const int* gridDX, const int* gridDY, bool hasRegion,
+              const std::optional<Bilinear>& last) {
+    storeParameters(frame, gridDX, gridDY);
+    if (hasRegion) storeLastPosition(frame);
+    if (last) storeBilinear(*last);
 }
 
 }  // namespace vantor

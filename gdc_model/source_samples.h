@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -10,31 +11,39 @@
 
 namespace vantor {
 
-/// Planes of a source or output picture: luma rows `stride` samples apart. Chroma row r begins (r x stride) /
-/// 2 chroma samples into its plane, and its samples are `chromaStep` apart.
+/// Planes of a source or output picture. Strides count samples.
 template <typename Sample>
 struct GdcPlanes {
     Sample* y;
-    Sample* u;
+    Sample* u;  ///< null where there is no chroma
     Sample* v;
-    int stride;
-    int chromaStep;
+    std::ptrdiff_t yStride;
+    std::ptrdiff_t uTwoRows;  ///< two chroma strides: chroma row r begins (r x uTwoRows) / 2 samples into U
+    std::ptrdiff_t vTwoRows;
+    int chromaStep;  ///< from one chroma sample to the next; 0 where all of them are the first
+    int width;
+    int height;
 
-    /// Three consecutive planes.
-    GdcPlanes(Sample* samples, int width, int height, const GdcSettings& settings)
-        : y(samples), u(samples), v(samples), stride(width), chromaStep(1) {
+    /// Three consecutive planes. With an odd width every second chroma row begins half a sample early.
+    static GdcPlanes consecutive(Sample* samples, int width, int height, const GdcSettings& settings) {
+        GdcPlanes planes{samples, samples, samples, width, width, width, 1, width, height};
         // Pictures of no samples are never read, whatever their stated size.
-        if (width < 1 || height < 1) return;
+        if (width < 1 || height < 1) return planes;
         const std::ptrdiff_t luma = std::ptrdiff_t{width} * height;
-        u += luma;
-        v += luma + (settings.is420() ? luma / 4 : luma / 2);
+        planes.u += luma;
+        planes.v += luma + (settings.is420() ? luma / 4 : luma / 2);
+        return planes;
     }
 
-    /// Luma, and pairs of chroma or none; of even width.
-    GdcPlanes(Sample* luma, Sample* pairs, int width)
-        : y(luma), u(pairs), v(pairs ? pairs + 1 : nullptr), stride(width), chromaStep(2) {}
+    /// Luma, and pairs of chroma or none, of even width and without gaps.
+    static GdcPlanes pairs(Sample* luma, Sample* pairs, int width, int height) {
+        const std::ptrdiff_t twoRows = 2 * std::ptrdiff_t{width};
+        return {luma, pairs, pairs ? pairs + 1 : nullptr, width, twoRows, twoRows, 2, width, height};
+    }
 
-    std::ptrdiff_t chromaRow(int row) const { return std::ptrdiff_t{row} * stride / 2 * chromaStep; }
+    Sample* lumaRow(int row) const { return y + row * yStride; }
+    Sample* uRow(int row) const { return u + row * uTwoRows / 2; }
+    Sample* vRow(int row) const { return v + row * vTwoRows / 2; }
 };
 
 using GdcSource = GdcPlanes<const uint16_t>;
@@ -51,7 +60,8 @@ inline PixelSource pixelSource(const GdcFrame& frame, int32_t x, int32_t y) {
     return {SourcePosition(x, inside), SourcePosition(y, inside), inside};
 }
 
-/// The sixteen luma samples around a position; zero outside the source.
+/// The sixteen luma samples around a position; zero outside the frame's source. Where the planes are smaller
+/// than that, their last column and row are repeated.
 template <typename Sample>
 LumaBlock lumaBlock(const GdcFrame& frame, const GdcPlanes<const Sample>& src, const PixelSource& at) {
     LumaBlock block{};
@@ -59,28 +69,42 @@ LumaBlock lumaBlock(const GdcFrame& frame, const GdcPlanes<const Sample>& src, c
     const std::array<int, 4> columns = lumaTaps(at.x.index, frame.x.sourceSize);
     const std::array<int, 4> rows = lumaTaps(at.y.index, frame.y.sourceSize);
     for (size_t j = 0; j < 4; ++j) {
-        const Sample* row = src.y + std::ptrdiff_t{rows[j]} * src.stride;
-        for (size_t i = 0; i < 4; ++i) block[j][i] = row[columns[i]];
+        const Sample* row = src.lumaRow(std::min(rows[j], src.height - 1));
+        for (size_t i = 0; i < 4; ++i) block[j][i] = row[std::min(columns[i], src.width - 1)];
     }
     return block;
 }
 
-/// The four samples of one chroma plane around a position; neutral outside the source.
+/// The chroma samples around a position; neutral outside the frame's source.
+struct ChromaQuads {
+    Quad u;
+    Quad v;
+};
+
 template <typename Sample>
-Quad chromaQuad(const GdcFrame& frame, const GdcPlanes<const Sample>& src, const Sample* plane,
-                const PixelSource& at) {
+ChromaQuads chromaQuads(const GdcFrame& frame, const GdcPlanes<const Sample>& src, const PixelSource& at) {
     if (!at.inside) {
         const int neutral = frame.settings.src10bit ? 512 : 128;
-        return {neutral, neutral, neutral, neutral};
+        const Quad quad{neutral, neutral, neutral, neutral};
+        return {quad, quad};
     }
-    const ChromaTaps columns = chromaTaps(at.x, frame.x.sourceSize);
-    const ChromaTaps rows = frame.settings.is420() ? chromaTaps(at.y, frame.y.sourceSize)
-                                                   : foldChroma(at.y.index, frame.y.sourceSize);
-    const Sample* top = plane + src.chromaRow(rows.first);
-    const Sample* bottom = plane + src.chromaRow(rows.second);
-    const std::ptrdiff_t left = std::ptrdiff_t{columns.first} * src.chromaStep;
-    const std::ptrdiff_t right = std::ptrdiff_t{columns.second} * src.chromaStep;
-    return {top[left], top[right], bottom[left], bottom[right]};
+    // The taps of odd sizes may lie beyond a plane's end, those of planes smaller than the frame's source may
+    // not.
+    const auto inPlane = [](ChromaTaps taps, int lumaSize, int frameSize) {
+        const int last = lumaSize == frameSize ? INT_MAX : lumaSize / 2 - 1;
+        return ChromaTaps{std::min(taps.first, last), std::min(taps.second, last)};
+    };
+    const ChromaTaps columns = inPlane(chromaTaps(at.x, frame.x.sourceSize), src.width, frame.x.sourceSize);
+    const ChromaTaps rows = inPlane(frame.settings.is420() ? chromaTaps(at.y, frame.y.sourceSize)
+                                                           : foldChroma(at.y.index, frame.y.sourceSize),
+                                    src.height, frame.y.sourceSize);
+    const auto quad = [&](const Sample* top, const Sample* bottom) {
+        const std::ptrdiff_t left = std::ptrdiff_t{columns.first} * src.chromaStep;
+        const std::ptrdiff_t right = std::ptrdiff_t{columns.second} * src.chromaStep;
+        return Quad{top[left], top[right], bottom[left], bottom[right]};
+    };
+    return {quad(src.uRow(rows.first), src.uRow(rows.second)),
+            quad(src.vRow(rows.first), src.vRow(rows.second))};
 }
 
 /// Whether an output pixel has chroma of its own.

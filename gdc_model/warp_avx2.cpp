@@ -62,7 +62,7 @@ struct Pixels {
         fractionY = atY.fraction;
         const Vector column = V::bitAnd(atX.index, interior);
         const Vector row = V::bitAnd(atY.index, interior);
-        const Vector strides = V::broadcast32(src.width << 16 | 1);
+        const Vector strides = V::broadcast32(static_cast<int>(src.yStride) << 16 | 1);
         offsets[0] = V::multiplyAdd16(V::interleaveLow16(column, row), strides);
         offsets[1] = V::multiplyAdd16(V::interleaveHigh16(column, row), strides);
     }
@@ -71,8 +71,9 @@ struct Pixels {
 /// Sixteen bytes of luma.
 __m128i blend(const WarpSource& src, const Pixels& pixels) {
     const LumaValues<V> values =
-        filterLuma<V>(gather<4>(src.y, src.width, pixels.offsets[0]),
-                      gather<4>(src.y, src.width, pixels.offsets[1]), {pixels.fractionX, pixels.fractionY});
+        filterLuma<V>(gather<4>(src.y, static_cast<int>(src.yStride), pixels.offsets[0]),
+                      gather<4>(src.y, static_cast<int>(src.yStride), pixels.offsets[1]),
+                      {pixels.fractionX, pixels.fractionY});
     const Vector words = V::bitAnd(V::pack32(values.left, values.right), pixels.interior);
     const Vector packed = V::pack16(words, words);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
@@ -123,8 +124,9 @@ __m128i chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y) {
     const Vector fromY = V::subtract32(atY, V::broadcast32(128));
     const Vector places =
         V::interleaveEven16(V::shiftRightSigned32<9>(fromX), V::shiftRightSigned32<9>(fromY));
-    const Vector offsets = V::multiplyAdd16(V::bitAnd(places, interior), V::broadcast32(src.width << 16 | 2));
-    const Vector pairs = mixPairs<V>(gather<2>(src.uv, src.width, offsets), fromX, fromY);
+    const Vector offsets = V::multiplyAdd16(V::bitAnd(places, interior),
+                                            V::broadcast32(static_cast<int>(src.yStride) << 16 | 2));
+    const Vector pairs = mixPairs<V>(gather<2>(src.u, static_cast<int>(src.uStride), offsets), fromX, fromY);
     const Vector chosen = _mm256_blendv_epi8(V::broadcast32(0x8080), pairs, interior);
     const Vector packed = _mm256_packus_epi32(chosen, chosen);
     return _mm_unpacklo_epi64(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));

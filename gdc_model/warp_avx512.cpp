@@ -59,7 +59,7 @@ Samples<V, rows> gather(const uint8_t* plane, int stride, int lastWindow, Vector
 }
 
 int lastWindow(const WarpSource& src, int planeRows, int rows) {
-    return src.width * (planeRows - rows + 1) - kWindow;
+    return static_cast<int>(src.yStride) * (planeRows - rows + 1) - kWindow;
 }
 
 /// Sixteen pixels, and what of their positions is needed later.
@@ -78,7 +78,8 @@ struct Pixels {
         const Vector firstY = V::subtract32(atY, V::broadcast32(384));
         fractionX = V::bitAnd(firstX, V::broadcast32(255));
         fractionY = V::bitAnd(firstY, V::broadcast32(255));
-        const Vector row = V::multiply32(V::shiftRightSigned32<8>(firstY), V::broadcast32(src.width));
+        const Vector row =
+            V::multiply32(V::shiftRightSigned32<8>(firstY), V::broadcast32(static_cast<int>(src.yStride)));
         offsets = _mm512_maskz_add_epi32(interior, row, V::shiftRightSigned32<8>(firstX));
     }
 };
@@ -92,10 +93,11 @@ void storeSome(uint8_t* out, __m128i bytes, __mmask16 chosen, int count) {
 /// 32 pixels.
 void blend(const WarpSource& src, const Pixels& left, const Pixels& right, uint8_t* out, int count) {
     const int last = lastWindow(src, src.height, 4);
-    const LumaValues<V> values = filterLuma<V>(gather<4>(src.y, src.width, last, left.offsets),
-                                               gather<4>(src.y, src.width, last, right.offsets),
-                                               {_mm512_packus_epi32(left.fractionX, right.fractionX),
-                                                _mm512_packus_epi32(left.fractionY, right.fractionY)});
+    const LumaValues<V> values =
+        filterLuma<V>(gather<4>(src.y, static_cast<int>(src.yStride), last, left.offsets),
+                      gather<4>(src.y, static_cast<int>(src.yStride), last, right.offsets),
+                      {_mm512_packus_epi32(left.fractionX, right.fractionX),
+                       _mm512_packus_epi32(left.fractionY, right.fractionY)});
     storeSome(out, _mm512_cvtepi32_epi8(values.left), left.interior, count);
     if (count <= V::kLanes32) return;
     storeSome(out + V::kLanes32, _mm512_cvtepi32_epi8(values.right), right.interior, count - V::kLanes32);
@@ -131,10 +133,12 @@ void chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y, int 
     const __mmask16 interior = hasAllTaps(atX, src.width) & hasAllTaps(atY, src.height);
     const Vector fromX = V::subtract32(atX, V::broadcast32(128));
     const Vector fromY = V::subtract32(atY, V::broadcast32(128));
-    const Vector row = V::multiply32(V::shiftRightSigned32<9>(fromY), V::broadcast32(src.width));
+    const Vector row =
+        V::multiply32(V::shiftRightSigned32<9>(fromY), V::broadcast32(static_cast<int>(src.yStride)));
     const Vector column = V::shiftLeft32<1>(V::shiftRightSigned32<9>(fromX));
-    const Samples<V, 2> samples = gather<2>(src.uv, src.width, lastWindow(src, src.height / 2, 2),
-                                            _mm512_maskz_add_epi32(interior, row, column));
+    const Samples<V, 2> samples =
+        gather<2>(src.u, static_cast<int>(src.uStride), lastWindow(src, src.height / 2, 2),
+                  _mm512_maskz_add_epi32(interior, row, column));
     const Vector pairs = mixPairs<V>(samples, fromX, fromY);
     const Vector chosen = _mm512_mask_mov_epi32(V::broadcast32(0x8080), interior, pairs);
     const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);

@@ -34,10 +34,16 @@ struct WarpRun {
     WarpLine y;
 };
 
-/// The source: luma rows `width` bytes apart, rows of chroma pairs likewise. Sizes are even.
+/// The source; of even size where there is chroma.
 struct WarpSource {
     const uint8_t* y;
-    const uint8_t* uv;
+    const uint8_t* u;  ///< of the first pair of chroma
+    const uint8_t* v;
+    std::ptrdiff_t yStride;  ///< bytes from row to row
+    std::ptrdiff_t uStride;
+    std::ptrdiff_t vStride;
+    int chromaStep;  ///< from a chroma sample to the next: 2 in pairs, where v is u + 1; 1 in planes of their
+                     ///< own
     int width;
     int height;
 };

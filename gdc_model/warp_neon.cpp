@@ -222,11 +222,11 @@ uint8x8_t lumaGroup(const WarpSource& src, const Wide& x, const Wide& y, uint16x
     const Wide halfY = plus(y, 128);
     const int16x8_t two = vdupq_n_s16(2);
     const Offsets offsets(vqsubq_s16(quotients<8>(halfX), two), vqsubq_s16(quotients<8>(halfY), two),
-                          interior, src.width);
+                          interior, static_cast<int>(src.yStride));
     uint8_t samples[4][4 * kGroup];
     for (int i = 0; i < kGroup; ++i) {
         const uint8_t* row = src.y + offsets.at[i];
-        for (int j = 0; j < 4; ++j, row += src.width) copyWord(row, samples[j] + 4 * i);
+        for (int j = 0; j < 4; ++j, row += src.yStride) copyWord(row, samples[j] + 4 * i);
     }
     const Weights weights(remainders<8>(halfX));
     const Taps down(remainders<8>(halfY));
@@ -281,12 +281,13 @@ uint8x8x2_t chromaGroup(const WarpSource& src, const Wide& x, const Wide& y) {
     const uint16x8_t interior = vandq_u16(hasAllTaps(x, src.width), hasAllTaps(y, src.height));
     const Wide fromX = plus(x, -128);
     const Wide fromY = plus(y, -128);
-    const Offsets offsets(vshlq_n_s16(quotients<9>(fromX), 1), quotients<9>(fromY), interior, src.width);
+    const Offsets offsets(vshlq_n_s16(quotients<9>(fromX), 1), quotients<9>(fromY), interior,
+                          static_cast<int>(src.yStride));
     uint8_t samples[2][4 * kGroup];
     for (int i = 0; i < kGroup; ++i) {
-        const uint8_t* const pair = src.uv + offsets.at[i];
+        const uint8_t* const pair = src.u + offsets.at[i];
         copyWord(pair, samples[0] + 4 * i);
-        copyWord(pair + src.width, samples[1] + 4 * i);
+        copyWord(pair + src.uStride, samples[1] + 4 * i);
     }
     // 9 bits of fraction: 64 x product, rounded by 15.
     const int16x8_t right = remainders<9>(fromX);

@@ -1,8 +1,7 @@
 #include "gdc_model/warp_positions.h"
 
 #include <algorithm>
-
-#include "gdc_model/zeroed.h"
+#include <new>
 
 namespace vantor {
 namespace {
@@ -19,41 +18,41 @@ VirtualPosition columnPosition(const GdcAxis& axis, int column) {
     return virtualPosition(axis, wrapAdd(axis.outCropStart, column), kVirtualCellWidth);
 }
 
-/// How often a region's columns enter a cell.
-size_t countCells(const GdcAxis& axis) {
-    size_t count = 0;
-    int last = 0;
-    for (int i = 0; i < axis.outCropSize; ++i) {
-        const int cell = columnPosition(axis, i).cell;
-        count += i == 0 || cell != last;
-        last = cell;
-    }
-    return count;
+/// Columns of a region, and those up to which vector kernels read.
+size_t paddedColumns(const GdcFrame& frame) {
+    return static_cast<size_t>(frame.x.outCropSize) + kWarpLanes;
 }
 
 }  // namespace
 
-WarpPositions::WarpPositions(const GdcFrame& frame)
-    : frame_(frame),
-      fitsVectors_(fitsVectors(frame.x) && fitsVectors(frame.y)),
-      within_(zeroedIfPossible<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
-      bulge_(zeroedIfPossible<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
-      cells_(zeroedIfPossible<CellColumns>(countCells(frame.x))),
-      cellCount_(0) {
-    if (!isReady()) return;
-    for (int i = 0; i < frame.x.outCropSize; ++i) {
-        const VirtualPosition at = columnPosition(frame.x, i);
-        within_[static_cast<size_t>(i)] = at.within;
-        bulge_[static_cast<size_t>(i)] = cellBulge(at.within);
-        if (cellCount_ == 0 || cells_[cellCount_ - 1].cell != at.cell) cells_[cellCount_++] = {at.cell, i, i};
-        ++cells_[cellCount_ - 1].end;
-    }
+size_t WarpPositions::workingWords(const GdcFrame& frame) {
+    static_assert(sizeof(CellColumns) == 3 * sizeof(int32_t));
+    return 2 * paddedColumns(frame) + 3 * static_cast<size_t>(frame.x.outCropSize);
 }
 
-GridRows WarpPositions::row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const {
+WarpPositions::WarpPositions(const GdcFrame& frame, int32_t* memory)
+    : frame_(frame),
+      fitsVectors_(fitsVectors(frame.x) && fitsVectors(frame.y)),
+      within_(memory),
+      bulge_(within_ + paddedColumns(frame)),
+      cells_(reinterpret_cast<CellColumns*>(bulge_ + paddedColumns(frame))) {
+    const int columns = frame.x.outCropSize;
+    for (int i = 0; i < columns; ++i) {
+        const VirtualPosition at = columnPosition(frame.x, i);
+        within_[i] = at.within;
+        bulge_[i] = cellBulge(at.within);
+        if (cellCount_ == 0 || cells_[cellCount_ - 1].cell != at.cell)
+            new (&cells_[cellCount_++]) CellColumns{at.cell, i, i};
+        ++cells_[cellCount_ - 1].end;
+    }
+    std::fill_n(within_ + columns, kWarpLanes, 0);
+    std::fill_n(bulge_ + columns, kWarpLanes, 0);
+}
+
+GridRows WarpPositions::row(const GridTables& grids, int outRow) const {
     const VirtualPosition at =
         virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
-    GridRows rows{GridRow(gridX, at), GridRow(gridY, at), false, false};
+    GridRows rows{GridRow(grids.x, at), GridRow(grids.y, at), false, false};
     const int64_t bound = std::max(rows.x.bound(), rows.y.bound());
     rows.fitsVectors = fitsVectors_ && bound < INT32_MAX;
     rows.isShort = bound * std::max(frame_.x.invScale, frame_.y.invScale) + 4096 <= INT32_MAX;
@@ -72,11 +71,11 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
     };
     const int32_t undisplacedY = undisplacedAt(frame_.y, outRow);
     const int32_t stepX = wrapMul(2, frame_.x.outScale);
-    auto* cell = std::upper_bound(cells_.get(), cells_.get() + cellCount_, first,
-                                  [](int column, const CellColumns& c) { return column < c.end; });
+    const auto* cell = std::upper_bound(cells_, cells_ + cellCount_, first,
+                                        [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
-        positions({&within_[static_cast<size_t>(i)], &bulge_[static_cast<size_t>(i)], columns, grids.isShort,
+        positions({within_ + i, bulge_ + i, columns, grids.isShort,
                    line(grids.x, cell->cell, frame_.x, undisplacedAt(frame_.x, i), stepX),
                    line(grids.y, cell->cell, frame_.y, undisplacedY, 0)},
                   x + (i - first), y + (i - first));

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 #include "gdc_model/gdc_frame.h"
 #include "gdc_model/grid_interp.h"
@@ -19,15 +18,16 @@ struct GridRows {
     bool isShort;      ///< as in WarpRun
 };
 
-/// What depends on the columns of a region alone: 12 bytes per column.
+/// What depends on the columns of a region alone.
 class WarpPositions {
 public:
-    explicit WarpPositions(const GdcFrame& frame);
+    /// How much memory the positions of a frame take: 20 bytes per column, and 256.
+    static size_t workingWords(const GdcFrame& frame);
 
-    /// Whether there was memory for the columns; if not, nothing else may be called.
-    bool isReady() const { return within_ && bulge_ && cells_; }
+    /// Both outlive the object.
+    WarpPositions(const GdcFrame& frame, int32_t* memory);
 
-    GridRows row(const GdcGrid& gridX, const GdcGrid& gridY, int outRow) const;
+    GridRows row(const GridTables& grids, int outRow) const;
 
     /// Source coordinates, in 1/256 sample, of `count` pixels of an output row. The arrays hold whole
     /// multiples of kWarpLanes, and kWarpLanes more.
@@ -37,17 +37,17 @@ public:
 private:
     /// Columns that follow each other in one cell.
     struct CellColumns {
-        int cell;
-        int first;  ///< counted from the region's first column
-        int end;
+        int32_t cell;
+        int32_t first;  ///< counted from the region's first column
+        int32_t end;
     };
 
     const GdcFrame& frame_;
     bool fitsVectors_;
-    std::unique_ptr<int32_t[]> within_;
-    std::unique_ptr<int32_t[]> bulge_;
-    std::unique_ptr<CellColumns[]> cells_;
-    size_t cellCount_;
+    int32_t* within_;
+    int32_t* bulge_;
+    CellColumns* cells_;
+    size_t cellCount_ = 0;
 };
 
 }  // namespace vantor

@@ -1,8 +1,6 @@
 // The model's own steps, called one by one for whole pictures.
 #pragma once
 
-#include <algorithm>
-
 #include "gdc_model/gdc_frame.h"
 #include "gdc_model/grid_interp.h"
 #include "gdc_model/source_samples.h"
@@ -14,17 +12,6 @@ namespace vantor {
 inline GdcFrame modelFrame(Size size) {
     return requestFrame(size.width, size.height, {0, 0, size.width - 1, size.height - 1});
 }
-
-/// A grid as rows of nodes.
-struct GridTables {
-    GdcGrid x;
-    GdcGrid y;
-
-    explicit GridTables(const Grid& grid) {
-        std::copy(std::begin(grid.dX), std::end(grid.dX), &x[0][0]);
-        std::copy(std::begin(grid.dY), std::end(grid.dY), &y[0][0]);
-    }
-};
 
 /// Both grids along one output row.
 struct GridLines {

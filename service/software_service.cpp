@@ -3,9 +3,8 @@
 #include <android/log.h>
 
 #include <exception>
-#include <mutex>
-#include <new>
 #include <string>
+#include <vector>
 
 #include "gdc_model/picture_warp.h"
 #include "hardware/vantorClient/vantor_client.h"
@@ -39,15 +38,13 @@ hardware::vantorClient::BufferData describe(const Nv12& picture) {
     return data;
 }
 
-/// The model has one state per process, whatever the number of services.
-std::mutex modelMutex;
-
 void warp(const Nv12& from, const Nv12& to, const SoftwareService::GdcGrid& grid) {
-    const std::lock_guard<std::mutex> lock(modelMutex);
-    if (!warpPicture(from.width, from.height, {0, 0, from.width - 1, from.height - 1},
-                     {from.luma, from.chroma()}, {to.luma, to.chroma()}, &grid.dX[0][0], &grid.dY[0][0])) {
-        throw std::bad_alloc();
-    }
+    const GdcFrame frame = requestFrame(from.width, from.height, {0, 0, from.width - 1, from.height - 1});
+    std::vector<int32_t> memory(WarpPositions::workingWords(frame));
+    const auto src = WarpSourcePlanes::pairs(from.luma, from.chroma(), from.width, from.height);
+    const auto dst = WarpOutputPlanes::pairs(to.luma, to.chroma(), to.width, to.height);
+    const PictureWarp warp(frame, src, &grid.dX[0][0], &grid.dY[0][0], memory.data());
+    for (int tile = 0; tile < warp.tiles(); ++tile) warp.run(tile, dst);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include "gdc_model/gdc_run.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/gdc_state.h"
-#include "gdc_model/picture_warp.h"
+#include "gdc_model/device_warp.h"
 #include "gdc_model/sampling.h"
 #include "tests/gdc_model/gdc_reference.h"
 #include "tests/support.h"
@@ -148,7 +148,7 @@ TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
             const size_t planar = k < luma ? k : luma + (k - luma) / 2 + (k % 2 ? luma / 4 : 0);
             expected[k] = static_cast<uint8_t>(dst[planar]);
         }
-        warpPicture(W, H, region, {at + from, isGray ? nullptr : at + from + luma},
+        warpOnDevice(W, H, region, {at + from, isGray ? nullptr : at + from + luma},
                     {at + to, isGray ? nullptr : at + to + luma}, gridX.data(), gridY.data());
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), at + to))
             << "seed " << seed() << " case " << i << ": " << W << "x" << H << " to " << outW << "x" << outH;

@@ -70,13 +70,14 @@ TEST(WarpKernels, RowsOfAnyGridFindKernelsThatCanTakeThem) {
         const int width = i % 2 ? 8192 : random.between(100, 3000), slope = random.between(0, 600000);
         const int noise = i % 3 ? random.between(0, 2000) : 1 << random.between(0, 29);
         const GdcFrame frame = requestFrame(width, 128, {0, 0, width - 1, 127});
-        GdcGrid x, y;
+        Grid grid;
         for (int k = 0; k < 33 * 33; ++k) {
-            x[k / 33][k % 33] = slope * (k % 33 - 16) + random.between(-noise, noise);
-            y[k / 33][k % 33] = slope * (k / 33 - 16) + random.between(-noise, noise);
+            grid.dX[k] = slope * (k % 33 - 16) + random.between(-noise, noise);
+            grid.dY[k] = slope * (k / 33 - 16) + random.between(-noise, noise);
         }
-        const WarpPositions positions(frame);
-        const GridRows rows = positions.row(x, y, random.between(0, 127));
+        std::vector<int32_t> memory(WarpPositions::workingWords(frame));
+        const WarpPositions positions(frame, memory.data());
+        const GridRows rows = positions.row(GridTables(grid), random.between(0, 127));
         Positions expected[2], actual[2];
         const auto compute = [&](const WarpKernels& kernels, Positions(&out)[2]) {
             for (auto& axis : out) axis.assign(static_cast<size_t>(width + 2 * kWarpLanes), 0);
@@ -106,6 +107,10 @@ TEST(WarpKernels, NoDisplacementOfARowExceedsItsBound) {
         }
     }
     EXPECT_GT(bounded, 100);
+}
+
+WarpSource packed(const uint8_t* luma, const uint8_t* pairs, int width, int height) {
+    return {luma, pairs, pairs + 1, width, width, width, 2, width, height};
 }
 
 /// Compares both stages of all tables at these positions, the output off alignment and against an unmapped page.
@@ -148,7 +153,7 @@ TEST(WarpKernels, SamplesAreThePlainOnesAtAnyPositionsOfGuardedPlanes) {
             if (path == 3 && k % 7 == 0) x[at] = random.between(INT32_MIN / 2, INT32_MAX / 2);
             if (path == 3 && k % 5 == 0) y[at] = k % 2 ? INT32_MIN : INT32_MAX;
         }
-        compare({luma.data(), chroma.data(), width, height}, x, y, count);
+        compare(packed(luma.data(), chroma.data(), width, height), x, y, count);
     }
 }
 
@@ -165,9 +170,9 @@ TEST(WarpKernels, WeightsAreRoundedAlikeAtAllPairsOfPhases) {
         for (int fractionY = 0; fractionY < 256; ++fractionY) {
             Positions x(kWarpRunColumns + 2 * kWarpLanes), y(x.size(), 4 * 256 - 128 + fractionY);
             for (int k = 0; k < kWarpRunColumns; ++k) x[static_cast<size_t>(k)] = 3 * 256 - 128 + k;
-            compare({luma.data(), chroma.data(), 32, 32}, x, y, kWarpRunColumns);
+            compare(packed(luma.data(), chroma.data(), 32, 32), x, y, kWarpRunColumns);
             for (int32_t& position : x) position += 257;  // odd phases of chroma, the other parity
-            compare({luma.data(), chroma.data(), 32, 32}, x, y, kWarpRunColumns);
+            compare(packed(luma.data(), chroma.data(), 32, 32), x, y, kWarpRunColumns);
         }
     }
 }

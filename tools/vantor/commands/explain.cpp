@@ -32,7 +32,8 @@ struct ModelSource {
     GdcSource planes;
 
     explicit ModelSource(Picture& nv12)
-        : samples(widen(nv12)), planes(samples.data(), nv12.size.width, nv12.size.height, {}) {}
+        : samples(widen(nv12)),
+          planes(GdcSource::consecutive(samples.data(), nv12.size.width, nv12.size.height, {})) {}
 
 private:
     static std::vector<uint16_t> widen(Picture& nv12) {
@@ -76,9 +77,8 @@ void explainLuma(const GdcFrame& frame, const GdcSource& src, const PixelSource&
     printLine("  Y = %d", bicubic.value);
 }
 
-void explainChroma(const char* name, const GdcFrame& frame, const GdcSource& src, const uint16_t* plane,
-                   const PixelSource& at) {
-    const Bilinear b(chromaQuad(frame, src, plane, at), at.x, at.y, frame.settings);
+void explainChroma(const char* name, const GdcFrame& frame, const Quad& samples, const PixelSource& at) {
+    const Bilinear b(samples, at.x, at.y, frame.settings);
     const ChromaTaps columns = chromaTaps(at.x, frame.x.sourceSize);
     const ChromaTaps rows = chromaTaps(at.y, frame.y.sourceSize);
     if (at.inside) {
@@ -132,8 +132,9 @@ void print(const Steps& steps, const GdcSource& src) {
     explainLuma(frame, src, at);
     if (steps.isWithChroma()) {
         printLine("chroma: sample x weight, left and right above, left and right below");
-        explainChroma("U", frame, src, src.u, at);
-        explainChroma("V", frame, src, src.v, at);
+        const ChromaQuads quads = chromaQuads(frame, src, at);
+        explainChroma("U", frame, quads.u, at);
+        explainChroma("V", frame, quads.v, at);
     } else {
         printLine("chroma: that of pixel (%d, %d)", column & ~1, row & ~1);
     }
@@ -161,8 +162,8 @@ Json lumaJson(const GdcFrame& frame, const GdcSource& src, const PixelSource& at
             {"value", b.value}};
 }
 
-Json chromaJson(const GdcFrame& frame, const GdcSource& src, const uint16_t* plane, const PixelSource& at) {
-    const Bilinear b(chromaQuad(frame, src, plane, at), at.x, at.y, frame.settings);
+Json chromaJson(const GdcFrame& frame, const Quad& samples, const PixelSource& at) {
+    const Bilinear b(samples, at.x, at.y, frame.settings);
     return {{"samples", {b.samples.leftTop, b.samples.rightTop, b.samples.leftBottom, b.samples.rightBottom}},
             {"weights", {b.leftTopWeight, b.rightTopWeight, b.leftBottomWeight, b.rightBottomWeight}},
             {"value", b.value}};
@@ -179,8 +180,9 @@ Json toJson(const Steps& steps, const GdcSource& src) {
               {"luma", lumaJson(steps.frame, src, at)},
               {"library", steps.library}};
     if (steps.isWithChroma()) {
-        json["u"] = chromaJson(steps.frame, src, src.u, at);
-        json["v"] = chromaJson(steps.frame, src, src.v, at);
+        const ChromaQuads quads = chromaQuads(steps.frame, src, at);
+        json["u"] = chromaJson(steps.frame, quads.u, at);
+        json["v"] = chromaJson(steps.frame, quads.v, at);
     }
     return json;
 }
