@@ -7,6 +7,7 @@
 #include "scaler/bands.h"
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/cubic.h"
+#include "scaler/picture_scale.h"
 #include "scaler/reduce_rows.h"
 
 namespace vantor {
@@ -26,8 +27,13 @@ public:
     static constexpr int kChannels = 1;
     static constexpr int kTaps = 4;
 
-    BicubicLumaColumns(const Kernels& kernels, const Axis& axis, int firstColumn, int columns, int srcWidth)
-        : axis_(axis), firstColumn_(firstColumn), columns_(columns), srcWidth_(srcWidth) {
+    BicubicLumaColumns(const Kernels& kernels, const Axis& axis, int firstColumn, int columns,
+                       const SourcePlane& src)
+        : axis_(axis),
+          firstColumn_(firstColumn),
+          columns_(columns),
+          srcWidth_(src.columns),
+          firstReadable_(src.firstReadable) {
         while (middleFirst_ < columns && isLeft(middleFirst_)) ++middleFirst_;
         middleEnd_ = columns;
         while (middleEnd_ > 0 && isRight(middleEnd_ - 1)) --middleEnd_;
@@ -74,18 +80,19 @@ private:
         return table_.padded(columns_);
     }
 
-    /// The left tap is not clamped: in sources of one or two columns it is the byte before the row.
+    /// Only in sources of one or two columns the left tap can be before the row.
     uint8_t rightColumn(const uint8_t* row, int i) const {
         const int ix = index(i);
         const int last = srcWidth_ - 1;
-        return cubic(row[ix - 1], row[ix], row[std::min(ix + 1, last)], row[std::min(ix + 2, last)],
-                     phase(i));
+        return cubic(row[std::max(ix - 1, firstReadable_)], row[ix], row[std::min(ix + 1, last)],
+                     row[std::min(ix + 2, last)], phase(i));
     }
 
     const Axis& axis_;
     int firstColumn_;
     int columns_;
     int srcWidth_;
+    int firstReadable_;
     int middleFirst_ = 0;
     int middleEnd_;
     ColumnTable table_;
@@ -95,7 +102,7 @@ private:
 int scaleRows(const ScaleSliceArgs& args, PositionFormat format, const RowRange& rows) {
     // Only the plain form is 32 bits wide, as phases beyond 31 need.
     const BicubicLumaKernels& kernels = format.phaseBits > 5 ? kBicubicLumaPlain : activeKernels();
-    return reduceRows<BicubicLumaColumns>(args, kernels, format, rows);
+    return reduceRows<BicubicLumaColumns>(kernels, format, args, rows);
 }
 
 int scaleBand(const ScaleSliceArgs& args, int band) {
@@ -103,6 +110,11 @@ int scaleBand(const ScaleSliceArgs& args, int band) {
 }
 
 }  // namespace
+
+void reduceLuma(const SourcePlane& src, const Target& dst, int dstRows) {
+    reduceRows<BicubicLumaColumns>(activeKernels(), kPosition8192, src, dst, dstRows);
+}
+
 }  // namespace vantor
 
 using namespace vantor;

@@ -7,6 +7,7 @@
 
 #include "scaler/bands.h"
 #include "scaler/bilinear_chroma_kernels.h"
+#include "scaler/picture_scale.h"
 #include "scaler/reduce_rows.h"
 
 namespace vantor {
@@ -26,9 +27,10 @@ public:
     static constexpr int kChannels = 2;
     static constexpr int kTaps = 2;
 
-    BilinearChromaColumns(const Kernels& kernels, const Axis& axis, int firstPair, int pairs, int srcPairs)
+    BilinearChromaColumns(const Kernels& kernels, const Axis& axis, int firstPair, int pairs,
+                          const SourcePlane& src)
         : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
-        if (srcPairs >= 2 && axis_.wholeStep() == 0) filter_.emplace(kernels, taps(srcPairs));
+        if (src.columns >= 2 && axis_.wholeStep() == 0) filter_.emplace(kernels, taps(src.columns));
     }
 
     int columns() const { return pairs_; }
@@ -69,11 +71,16 @@ private:
 };
 
 int scaleBand(const ScaleSliceArgs& args, int band) {
-    return reduceRows<BilinearChromaColumns>(args, activeKernels(), kPosition8192,
+    return reduceRows<BilinearChromaColumns>(activeKernels(), kPosition8192, args,
                                              quarterBand(band, args.dstHeight));
 }
 
 }  // namespace
+
+void reduceChroma(const SourcePlane& src, const Target& dst, int dstRows) {
+    reduceRows<BilinearChromaColumns>(activeKernels(), kPosition8192, src, dst, dstRows);
+}
+
 }  // namespace vantor
 
 using namespace vantor;

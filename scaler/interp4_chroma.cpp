@@ -87,7 +87,8 @@ private:
         return table_.padded(pairs_);
     }
 
-    int64_t offset(int row, uint32_t byte) const { return row * int64_t{src_.stride} + byte; }
+    /// In a plane without gaps.
+    int64_t offset(int row, uint32_t byte) const { return row * int64_t{columnAxis_.srcSize()} + byte; }
 
     /// For rows whose samples may lie past the plane's last byte: there the row above is used instead of this
     /// one, and the left neighbour instead of the right one. A plane too small for any sample is neutral.

@@ -10,7 +10,9 @@ namespace vantor {
 struct SourcePlane {
     const uint8_t* data;
     std::ptrdiff_t stride;
+    int columns;  ///< samples, or UV pairs
     int rows;
+    int firstReadable = 0;  ///< column; -1 where the byte before a row may be read, as narrow sources want it
 
     const uint8_t* row(int y) const { return data + y * stride; }
 };

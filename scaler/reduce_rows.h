@@ -22,12 +22,12 @@ public:
     static constexpr int kTaps = Columns::kTaps;
     static constexpr int kMaxColumns = kStripColumns;
 
-    ReducedStrip(const Kernels& kernels, const SourcePlane& src, int srcWidth, const Axis& columnAxis,
-                 const Axis& rowAxis, int firstColumn, int columns)
+    ReducedStrip(const Kernels& kernels, const SourcePlane& src, const Axis& columnAxis, const Axis& rowAxis,
+                 int firstColumn, int columns)
         : kernels_(kernels),
           src_(src),
           rowAxis_(rowAxis),
-          columns_(kernels, columnAxis, firstColumn, columns, srcWidth) {}
+          columns_(kernels, columnAxis, firstColumn, columns, src) {}
 
     int sourceHeight() const { return src_.rows; }
     OutputRow<int> outputRow(int y) const { return {Columns::sourceRows(rowAxis_, y), rowAxis_.phase(y)}; }
@@ -49,20 +49,26 @@ private:
     Columns columns_;
 };
 
-/// Rows of a plane, or nothing where a size is zero or less. Returns 0.
+/// Writes `dst`, which has all columns of a plane of `dstRows` rows.
 template <typename Columns>
-int reduceRows(const ScaleSliceArgs& args, const typename Columns::Kernels& kernels, PositionFormat format,
-               const RowRange& rows) {
-    if (args.srcWidth <= 0 || args.srcHeight <= 0 || args.dstWidth <= 0 || args.dstHeight <= 0) return 0;
-    const SourcePlane src{args.src, args.srcStride, args.srcHeight};
-    const Target dst{args.dst, args.dstStride, 0, args.dstWidth, rows};
-    const Axis columnAxis(args.srcWidth, args.dstWidth, format);
-    const Axis rowAxis(args.srcHeight, args.dstHeight, format);
+void reduceRows(const typename Columns::Kernels& kernels, PositionFormat format, const SourcePlane& src,
+                const Target& dst, int dstRows) {
+    const Axis columnAxis(src.columns, dst.endColumn, format);
+    const Axis rowAxis(src.rows, dstRows, format);
     if (columnAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
         decimateRows<Columns::kChannels>(src, dst, columnAxis.wholeStep(), rowAxis.wholeStep());
     } else {
-        scaleStrips<ReducedStrip<Columns>>(dst, kernels, src, args.srcWidth, columnAxis, rowAxis);
+        scaleStrips<ReducedStrip<Columns>>(dst, kernels, src, columnAxis, rowAxis);
     }
+}
+
+/// The same for the device's entries: nothing where a size is zero or less. Returns 0.
+template <typename Columns>
+int reduceRows(const typename Columns::Kernels& kernels, PositionFormat format, const ScaleSliceArgs& args,
+               const RowRange& rows) {
+    if (args.srcWidth <= 0 || args.srcHeight <= 0 || args.dstWidth <= 0 || args.dstHeight <= 0) return 0;
+    reduceRows<Columns>(kernels, format, {args.src, args.srcStride, args.srcWidth, args.srcHeight, -1},
+                        {args.dst, args.dstStride, 0, args.dstWidth, rows}, args.dstHeight);
     return 0;
 }
 

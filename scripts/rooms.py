@@ -23,6 +23,7 @@ tools/vantor/base
 tools/selftest
 service
 hardware/vantorClient
+bindings/c
 geometry
 gdc_model
 scaler

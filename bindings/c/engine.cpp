@@ -1,0 +1,85 @@
+#include "bindings/c/engine.h"
+
+#include <sched.h>
+
+#include <new>
+
+namespace vantor::c {
+namespace {
+
+constexpr int kMaxThreads = 256;
+
+int usableProcessors() {
+    cpu_set_t set;
+    const int count = sched_getaffinity(0, sizeof set, &set) == 0 ? CPU_COUNT(&set) : 1;
+    return std::clamp(count, 1, kMaxThreads);
+}
+
+void checkThreads(int threads, int least) {
+    if (threads < least || threads > kMaxThreads)
+        throw invalid("threads: %d, expected %d to %d", threads, least, kMaxThreads);
+}
+
+}  // namespace
+
+WorkingMemory::WorkingMemory(vantor_engine* engine, size_t words) {
+    if (!engine) {
+        own_.reset(new int32_t[words]);
+        words_ = own_.get();
+        return;
+    }
+    if (engine->memoryWords < words) {
+        engine->memory.reset(new int32_t[words]);
+        engine->memoryWords = words;
+    }
+    words_ = engine->memory.get();
+}
+
+int workersFor(const vantor_engine* engine, int64_t samples) {
+    constexpr int64_t kSamplesPerThread = 65536;
+    if (!engine) return 1;
+    return static_cast<int>(std::clamp<int64_t>(samples / kSamplesPerThread, 1, engine->threads));
+}
+
+}  // namespace vantor::c
+
+using namespace vantor::c;
+
+vantor_engine* vantor_engine_new(int threads) {
+    std::unique_ptr<vantor_engine> engine;
+    guarded(nullptr, [&] {
+        checkThreads(threads, 0);
+        engine = std::make_unique<vantor_engine>();
+        engine->threads = threads == 0 ? usableProcessors() : threads;
+        if (engine->threads == 1) return;
+        engine->opaque = &engine->pool.emplace(engine->threads - 1);
+        engine->run = ThreadPool::run;
+    });
+    return engine.release();
+}
+
+vantor_engine* vantor_engine_new_with_runner(vantor_runner* run, void* opaque, int threads) {
+    std::unique_ptr<vantor_engine> engine;
+    guarded(nullptr, [&] {
+        if (!run) throw invalid("run is null");
+        checkThreads(threads, 1);
+        engine = std::make_unique<vantor_engine>();
+        engine->threads = threads;
+        engine->run = run;
+        engine->opaque = opaque;
+    });
+    return engine.release();
+}
+
+void vantor_engine_free(vantor_engine* engine) {
+    const OwnEnvironment environment;
+    delete engine;
+}
+
+int vantor_engine_threads(const vantor_engine* engine) {
+    return engine ? engine->threads : 1;
+}
+
+const char* vantor_version(void) {
+    return VANTOR_VERSION;
+}

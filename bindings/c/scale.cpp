@@ -1,0 +1,29 @@
+#include "bindings/c/engine.h"
+#include "bindings/c/picture_view.h"
+#include "scaler/picture_scale.h"
+
+namespace vantor::c {
+namespace {
+
+/// Pairs of V and U are scaled like those of U and V.
+template <typename Planes>
+Planes planesOf(const vantor_image& image) {
+    const bool hasPairs = image.format == VANTOR_NV12 || image.format == VANTOR_NV21;
+    return {image.plane[0],  image.stride[0], hasPairs ? image.plane[1] : nullptr,
+            image.stride[1], image.width,     image.height};
+}
+
+}  // namespace
+}  // namespace vantor::c
+
+using namespace vantor::c;
+
+int vantor_scale(vantor_engine* engine, const vantor_image* dst, const vantor_image* src) {
+    return guarded(engine, [&] {
+        checkImages(dst, src, kScaleLimit);
+        const int workers = workersFor(engine, int64_t{dst->width} * dst->height);
+        const vantor::PictureScale scale(planesOf<vantor::PictureScale::Source>(*src),
+                                         planesOf<vantor::PictureScale::Destination>(*dst), workers);
+        forEachTile(engine, workers, scale.tiles(), [&](int tile) { scale.run(tile); });
+    });
+}

@@ -1,0 +1,100 @@
+#include <algorithm>
+
+#include "bindings/c/engine.h"
+#include "bindings/c/picture_view.h"
+#include "gdc_model/picture_warp.h"
+
+namespace vantor::c {
+namespace {
+
+/// What the device takes.
+constexpr int kLeastWidth = 96;
+constexpr int kLeastHeight = 64;
+constexpr int kWidthStep = 16;
+constexpr int kHeightStep = 2;
+
+int roundedUp(int size, int least, int step) {
+    return std::max(least, (size + step - 1) / step * step);
+}
+
+template <typename Byte>
+GdcPlanes<Byte> planesOf(const vantor_image& image) {
+    const int step = image.format == VANTOR_I420 ? 1 : 2;
+    uint8_t* const u = hasChroma(image) ? image.plane[1] : nullptr;
+    // V before U is warped as U before V.
+    uint8_t* const v = !u ? nullptr : step == 1 ? image.plane[2] : u + 1;
+    const std::ptrdiff_t vStride = image.stride[step == 1 ? 2 : 1];
+    return {image.plane[0], u,    v,           image.stride[0], 2 * image.stride[1],
+            2 * vStride,    step, image.width, image.height};
+}
+
+/// The planes as they are seen from a part's first sample.
+WarpOutputPlanes partOf(WarpOutputPlanes planes, const vantor_rect& part) {
+    planes.y = planes.lumaRow(part.y) + part.x;
+    if (planes.u) {
+        const std::ptrdiff_t column = std::ptrdiff_t{part.x / 2} * planes.chromaStep;
+        planes.u = planes.uRow(part.y / 2) + column;
+        planes.v = planes.vRow(part.y / 2) + column;
+    }
+    return planes;
+}
+
+void checkRange(const char* start, const char* count, int32_t first, int32_t size, int32_t limit,
+                bool isEven) {
+    const int least = isEven ? 2 : 1;
+    if (first < 0 || first >= limit)
+        throw invalid("part: %s %d, expected 0 to %d", start, first, limit - least);
+    if (size < least || size > limit - first)
+        throw invalid("part: %s %d, expected %d to %d", count, size, least, limit - first);
+    if (isEven && (first % 2 != 0 || size % 2 != 0))
+        throw invalid("part: %s %d and %s %d, expected even numbers, as chroma has half of them", start,
+                      first, count, size);
+}
+
+void checkPart(const vantor_image& dst, const vantor_rect& part) {
+    checkRange("x", "width", part.x, part.width, dst.width, hasChroma(dst));
+    checkRange("y", "height", part.y, part.height, dst.height, hasChroma(dst));
+}
+
+void warp(vantor_engine* engine, const vantor_image& dst, const vantor_image& src, const vantor_grid& grid,
+          const vantor_rect& part) {
+    const OutputRegion region(part.x, part.y, part.x + part.width - 1, part.y + part.height - 1);
+    const GdcFrame frame = requestFrame(roundedUp(src.width, kLeastWidth, kWidthStep),
+                                        roundedUp(src.height, kLeastHeight, kHeightStep), region);
+    WorkingMemory memory(engine, WarpPositions::workingWords(frame));
+    const int workers = workersFor(engine, int64_t{part.width} * part.height);
+    const int tileRows = workers == 1
+                             ? PictureWarp::kTileRows
+                             : std::clamp(part.height / (4 * workers), 8, PictureWarp::kTileRows) & ~1;
+    const PictureWarp picture(frame, planesOf<const uint8_t>(src), grid.dx, grid.dy, memory.words(),
+                              tileRows);
+    const WarpOutputPlanes output = partOf(planesOf<uint8_t>(dst), part);
+    forEachTile(engine, workers, picture.tiles(), [&](int tile) { picture.run(tile, output); });
+}
+
+}  // namespace
+}  // namespace vantor::c
+
+using namespace vantor::c;
+
+int vantor_warp(vantor_engine* engine, const vantor_image* dst, const vantor_image* src,
+                const vantor_grid* grid) {
+    if (!dst) return report(engine, invalid("dst is null"));
+    const vantor_rect whole{0, 0, dst->width, dst->height};
+    return vantor_warp_part(engine, dst, src, grid, &whole);
+}
+
+int vantor_warp_part(vantor_engine* engine, const vantor_image* dst, const vantor_image* src,
+                     const vantor_grid* grid, const vantor_rect* part) {
+    return guarded(engine, [&] {
+        checkImages(dst, src, kWarpLimit);
+        if (dst->width != src->width || dst->height != src->height) {
+            throw invalid("src: %dx%d, expected the size of dst, %dx%d", src->width, src->height, dst->width,
+                          dst->height);
+        }
+        if (!grid) throw invalid("grid is null");
+        if (!part) throw invalid("part is null");
+        checkPart(*dst, *part);
+        warp(engine, *dst, *src, *grid, *part);
+    });
+}
