@@ -9,8 +9,8 @@
 namespace vantor {
 namespace {
 
-/// The pixels on both sides of a position along an axis, and how far it is from the first. Beyond the outermost
-/// pixels they are the outermost pair.
+/// The pixels on both sides of a position along an axis, and how far it is from the first. Beyond the
+/// outermost pixels they are the outermost pair.
 struct Neighbours {
     int first;
     int second;
@@ -42,7 +42,8 @@ DenseMap::DenseMap(const float* x, const float* y, Size size) : x_(x), y_(y), si
 }
 
 Point DenseMap::displacement(int column, int row) const {
-    const size_t i = static_cast<size_t>(row) * static_cast<size_t>(size_.width) + static_cast<size_t>(column);
+    const size_t i =
+        static_cast<size_t>(row) * static_cast<size_t>(size_.width) + static_cast<size_t>(column);
     return {double{x_[i]} - column, double{y_[i]} - row};
 }
 

@@ -6,9 +6,9 @@
 
 namespace vantor {
 
-/// For each pixel of a picture the position that it comes from, row by row, in pixels; the centre of the first
-/// pixel is at 0, 0 there. Elsewhere the map is bilinear between pixels, and goes on straight beyond the
-/// outermost ones. The arrays outlive the object.
+/// For each pixel of a picture the position that it comes from, row by row, in pixels; the centre of the
+/// first pixel is at 0, 0 there. Elsewhere the map is bilinear between pixels, and goes on straight beyond
+/// the outermost ones. The arrays outlive the object.
 class DenseMap {
 public:
     /// Throws a GeometryError that names the first position that is not finite.

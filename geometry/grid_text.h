@@ -18,8 +18,8 @@ Grid parseGrid(std::string_view bytes);
 /// Exactly kBinaryGridBytes.
 std::string toBinary(const Grid& grid);
 
-/// A line "dX", 33 rows of 33 numbers, a line "dY", 33 more; "#" begins a comment, such as `comment`, which is
-/// one line of printable text.
+/// A line "dX", 33 rows of 33 numbers, a line "dY", 33 more; "#" begins a comment, such as `comment`, which
+/// is one line of printable text.
 std::string toText(const Grid& grid, std::string_view comment);
 
 }  // namespace vantor
