@@ -44,7 +44,15 @@ public:
         : frame_(frame),
           src_(src),
           hasChroma_(src.chromaStep != 0),
-          kernelSource_{src.y, src.u, frame.x.sourceSize, frame.y.sourceSize},
+          kernelSource_{src.y,
+                        src.u,
+                        src.v,
+                        src.stride,
+                        src.stride,
+                        src.stride,
+                        src.chromaStep,
+                        frame.x.sourceSize,
+                        frame.y.sourceSize},
           kernels_(kernelsFor(frame.x.sourceSize, frame.y.sourceSize)),
           positions_(frame) {}
 
