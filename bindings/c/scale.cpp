@@ -8,9 +8,15 @@ namespace {
 /// Pairs of V and U are scaled like those of U and V.
 template <typename Planes>
 Planes planesOf(const vantor_image& image) {
-    const bool hasPairs = image.format == VANTOR_NV12 || image.format == VANTOR_NV21;
-    return {image.plane[0],  image.stride[0], hasPairs ? image.plane[1] : nullptr,
-            image.stride[1], image.width,     image.height};
+    const bool isPlanar = image.format == VANTOR_I420;
+    return {image.plane[0],
+            image.stride[0],
+            hasChroma(image) ? image.plane[1] : nullptr,
+            image.stride[1],
+            isPlanar ? image.plane[2] : nullptr,
+            image.stride[2],
+            image.width,
+            image.height};
 }
 
 }  // namespace
