@@ -9,6 +9,8 @@
 namespace vantor::c {
 namespace {
 
+constexpr int64_t kSamplesPerThread = 16384;
+
 /// The planes as they are seen from a part's first sample.
 WarpOutputPlanes partOf(WarpOutputPlanes planes, const vantor_rect& part) {
     planes.y = planes.lumaRow(part.y) + part.x;
@@ -45,7 +47,7 @@ void warpPart(vantor_engine* engine, const vantor_image& src, const vantor_grid&
     const Size extended = extendedSize({src.width, src.height});
     const GdcFrame frame = requestFrame(extended.width, extended.height, region);
     WorkingMemory memory(engine, WarpPositions::workingWords(frame));
-    const int workers = workersFor(engine, int64_t{part.width} * part.height);
+    const int workers = workersFor(engine, int64_t{part.width} * part.height, kSamplesPerThread);
     const int tileRows = workers == 1
                              ? PictureWarp::kTileRows
                              : std::clamp(part.height / (4 * workers), 8, PictureWarp::kTileRows) & ~1;
