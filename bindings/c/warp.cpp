@@ -19,13 +19,22 @@ int roundedUp(int size, int least, int step) {
 
 template <typename Byte>
 GdcPlanes<Byte> planesOf(const vantor_image& image) {
-    const int step = image.format == VANTOR_I420 ? 1 : 2;
-    uint8_t* const u = hasChroma(image) ? image.plane[1] : nullptr;
-    // V before U is warped as U before V.
-    uint8_t* const v = !u ? nullptr : step == 1 ? image.plane[2] : u + 1;
-    const std::ptrdiff_t vStride = image.stride[step == 1 ? 2 : 1];
-    return {image.plane[0], u,    v,           image.stride[0], 2 * image.stride[1],
-            2 * vStride,    step, image.width, image.height};
+    GdcPlanes<Byte> planes{image.plane[0], nullptr,     nullptr, image.stride[0], 0, 0, 2,
+                           image.width,    image.height};
+    if (!hasChroma(image)) return planes;
+    // A single row may have a stride that cannot be doubled.
+    const auto twoRows = [&](int plane) { return image.height > 2 ? 2 * image.stride[plane] : 0; };
+    planes.u = image.plane[1];
+    planes.uTwoRows = planes.vTwoRows = twoRows(1);
+    if (image.format == VANTOR_I420) {
+        planes.v = image.plane[2];
+        planes.vTwoRows = twoRows(2);
+        planes.chromaStep = 1;
+    } else {
+        // V before U is warped as U before V.
+        planes.v = planes.u + 1;
+    }
+    return planes;
 }
 
 /// The planes as they are seen from a part's first sample.
@@ -42,7 +51,7 @@ WarpOutputPlanes partOf(WarpOutputPlanes planes, const vantor_rect& part) {
 void checkRange(const char* start, const char* count, int32_t first, int32_t size, int32_t limit,
                 bool isEven) {
     const int least = isEven ? 2 : 1;
-    if (first < 0 || first >= limit)
+    if (first < 0 || first > limit - least)
         throw invalid("part: %s %d, expected 0 to %d", start, first, limit - least);
     if (size < least || size > limit - first)
         throw invalid("part: %s %d, expected %d to %d", count, size, least, limit - first);
@@ -61,7 +70,10 @@ void warp(vantor_engine* engine, const vantor_image& dst, const vantor_image& sr
     const OutputRegion region(part.x, part.y, part.x + part.width - 1, part.y + part.height - 1);
     const GdcFrame frame = requestFrame(roundedUp(src.width, kLeastWidth, kWidthStep),
                                         roundedUp(src.height, kLeastHeight, kHeightStep), region);
-    WorkingMemory memory(engine, WarpPositions::workingWords(frame));
+    // Enough for the whole picture, so that no later call on it allocates.
+    GdcFrame whole = frame;
+    whole.x.outCropSize = whole.x.sourceSize;
+    WorkingMemory memory(engine, WarpPositions::workingWords(whole));
     const int workers = workersFor(engine, int64_t{part.width} * part.height);
     const int tileRows = workers == 1
                              ? PictureWarp::kTileRows

@@ -52,7 +52,7 @@ static_assert(sizeof(vantor_image) == (sizeof(void*) == 8 ? 64 : 36) && offsetof
 
 #if defined(__x86_64__) && !defined(VANTOR_SANITIZED)
 constexpr int kSide = 2048;
-constexpr int kRounds = 40;
+constexpr int kRounds = 16;
 #else
 constexpr int kSide = 768;  // emulated, or slow
 constexpr int kRounds = 6;
@@ -93,12 +93,12 @@ struct SizePair {
 };
 
 constexpr SizePair kSizes[] = {
-    {{1, 1}, {1, 1}},         {{2, 2}, {2, 2}},         {{96, 60}, {32, 20}},     {{128, 96}, {64, 48}},
-    {{64, 48}, {150, 110}},   {{64, 48}, {128, 24}},    {{64, 48}, {32, 96}},     {{90, 50}, {90, 32}},
-    {{90, 50}, {46, 50}},     {{1, 9}, {1, 4}},         {{2, 10}, {2, 4}},        {{2, 7}, {1, 3}},
-    {{3, 9}, {2, 5}},         {{1, 1}, {40, 30}},       {{2, 2}, {64, 36}},       {{4, 4}, {2, 2}},
-    {{201, 55}, {97, 31}},    {{101, 77}, {208, 154}},  {{16384, 6}, {10000, 4}}, {{300, 6}, {16384, 10}},
-    {{16384, 10}, {2, 2}},    {{6, 9000}, {4, 6000}}, {{700, 500}, {512, 384}}, {{200, 150}, {512, 384}},
+    {{1, 1}, {1, 1}},         {{2, 2}, {2, 2}},        {{96, 60}, {32, 20}},     {{128, 96}, {64, 48}},
+    {{64, 48}, {150, 110}},   {{64, 48}, {128, 24}},   {{64, 48}, {32, 96}},     {{90, 50}, {90, 32}},
+    {{90, 50}, {46, 50}},     {{1, 9}, {1, 4}},        {{2, 10}, {2, 4}},        {{2, 7}, {1, 3}},
+    {{3, 9}, {2, 5}},         {{1, 1}, {40, 30}},      {{2, 2}, {64, 36}},       {{4, 4}, {2, 2}},
+    {{201, 55}, {97, 31}},    {{101, 77}, {208, 154}}, {{16384, 6}, {10000, 4}}, {{300, 6}, {16384, 10}},
+    {{16384, 10}, {2, 2}},    {{6, 9000}, {4, 6000}},  {{700, 500}, {512, 384}}, {{200, 150}, {512, 384}},
     {{512, 384}, {512, 384}},
 };
 
@@ -235,7 +235,7 @@ TEST(CThreads, AnyNumberAndAnyRunnerGivesTheSameBytes) {
 }
 
 TEST(CThreads, ManyEnginesWorkSideBySide) {
-    const Work work(420);  // two threads' work
+    const Work work(540);  // two threads' work at least
     std::vector<std::thread> callers;
     std::atomic<int> wrong{0};
     for (int i = 0; i < 8; ++i) {
@@ -390,7 +390,7 @@ const WrongCall kWrongCalls[] = {
     {"part: y -2, expected 0 to 94", [](Arguments& a) { a.part.y = -2; }, false},
     {"part: width 122, expected 2 to 120", [](Arguments& a) { a.part.width = 122; }, false},
     {"part: height 0, expected 2 to 96", [](Arguments& a) { a.part.height = 0; }, false},
-    {"part: x 127 and width 8, expected even numbers, as chroma has half of them", [](Arguments& a) { a.part.x = 127; },
+    {"part: x 7 and width 8, expected even numbers, as chroma has half of them", [](Arguments& a) { a.part.x = 127; },
      false},
     {"part: y 0 and height 3, expected even numbers, as chroma has half of them",
      [](Arguments& a) { a.part.height = 3; }, false},
@@ -474,7 +474,8 @@ TEST(CMemory, EveryAllocationMayFailAndRepeatedCallsMakeNone) {
     const vantor_rect part{2, 2, 4, 4};
     EXPECT_EQ(VANTOR_OK, vantor_warp_part(engine.get(), &warped.view, &work.src.view, &work.grid, &part));
     begin(0);
-    EXPECT_EQ(VANTOR_OK, vantor_warp_part(engine.get(), &warped.view, &work.src.view, &work.grid, &part));
+    EXPECT_EQ(VANTOR_OK, vantor_warp(engine.get(), &warped.view, &work.src.view, &work.grid));
+    EXPECT_EQ(VANTOR_OK, vantor_scale(engine.get(), &scaled.view, &work.src.view));
     EXPECT_EQ(end(), 0);
 }
 
