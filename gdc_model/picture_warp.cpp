@@ -99,8 +99,7 @@ private:
 
     void writeRun(const OutputPlanes& dst, int row, int left, int count) {
         uint8_t* const luma = dst.y + std::ptrdiff_t{row} * dst.stride + left;
-        const bool isInterior = kernels_.luma(kernelSource_, x_, y_, count, luma);
-        borders_ = isInterior ? 0 : listBorder(count);
+        borders_ = listBorder(kernels_.luma(kernelSource_, x_, y_, count, luma), count);
         for (int i = 0; i < borders_; ++i) {
             const PixelSource at = source(border_[i]);
             luma[border_[i]] = static_cast<uint8_t>(
@@ -109,8 +108,9 @@ private:
         if (dst.u && (wrapAdd(frame_.y.outCropStart, row) & 1) == 0) writeChroma(dst, row, left, count);
     }
 
-    /// The columns whose taps are folded at the source's borders: kernels leave them out.
-    int listBorder(int count) {
+    /// The columns whose taps are folded at the source's borders: kernels leave them out, and name the groups
+    /// of columns that they may be in.
+    int listBorder(uint32_t groups, int count) {
         const auto width = static_cast<uint32_t>(frame_.x.sourceSize);
         const auto height = static_cast<uint32_t>(frame_.y.sourceSize);
         const auto isBetween = [](int32_t position, int32_t first, uint32_t samples) {
@@ -118,6 +118,10 @@ private:
         };
         int found = 0;
         for (int i = 0; i < count; ++i) {
+            if ((groups >> (i / kWarpLanes) & 1) == 0) {
+                i += kWarpLanes - 1;
+                continue;
+            }
             const bool isInside = isBetween(x_[i], 0, width) && isBetween(y_[i], 0, height);
             // Indexes 2 to size - 2: none in pictures of 3 samples and fewer.
             const bool isInterior = isBetween(x_[i], 384, std::max(width, 3U) - 3) &&

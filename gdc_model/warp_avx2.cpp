@@ -26,7 +26,7 @@ struct Axis {
         second = V::add32(second, half);
         index = _mm256_subs_epi16(
             V::pack32(V::shiftRightSigned32<8>(first), V::shiftRightSigned32<8>(second)), V::broadcast16(2));
-        fraction = _mm256_packus_epi32(V::bitAnd(first, byte), V::bitAnd(second, byte));
+        fraction = V::packUnsigned32(V::bitAnd(first, byte), V::bitAnd(second, byte));
     }
 
     /// Lanes whose four taps lie inside `size` samples, in order.
@@ -58,10 +58,10 @@ struct Pixels {
 
 /// Sixteen bytes of luma.
 __m128i blend(const WarpSource& src, const Pixels& pixels) {
-    const LumaValues<V> values = filterLuma<V>(gather<V, 4>(src.y, src.yStride, pixels.places[0]),
-                                               gather<V, 4>(src.y, src.yStride, pixels.places[1]),
-                                               {pixels.fractionX, pixels.fractionY});
-    const Vector words = V::bitAnd(V::pack32(values.left, values.right), pixels.interior);
+    const Vector values = filterLuma<V>(gather<V, 4>(src.y, src.yStride, pixels.places[0]),
+                                        gather<V, 4>(src.y, src.yStride, pixels.places[1]),
+                                        {pixels.fractionX, pixels.fractionY});
+    const Vector words = V::bitAnd(values, pixels.interior);
     const Vector packed = V::pack16(words, words);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
 }
@@ -77,15 +77,15 @@ void storeSome(uint8_t* out, __m128i bytes, int count) {
     __builtin_memcpy(out, values, static_cast<std::size_t>(count));
 }
 
-bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
-    int someOutside = 0;
+uint32_t luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    uint32_t incomplete = 0;
     for (int i = 0; i < count; i += kGroup) {
         const Pixels pixels(src, x + i, y + i);
         const int interior = _mm256_movemask_epi8(pixels.interior);
-        someOutside |= ~interior;
+        incomplete |= uint32_t{interior != -1} << (i / kWarpLanes);
         storeSome(out + i, interior == 0 ? _mm_setzero_si128() : blend(src, pixels), count - i);
     }
-    return someOutside == 0;
+    return incomplete;
 }
 
 /// The even ones of sixteen positions.

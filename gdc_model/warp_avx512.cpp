@@ -69,7 +69,8 @@ Vector joined(const uint8_t* low, const uint8_t* high) {
 
 /// Four bytes of each of some rows, from places in the first of them.
 template <int rows>
-Samples<V, rows> samplesAt(const uint8_t* plane, std::ptrdiff_t stride, int rowBytes, Vector places) {
+__attribute__((always_inline)) inline Samples<V, rows> samplesAt(const uint8_t* plane, std::ptrdiff_t stride,
+                                                                 int rowBytes, Vector places) {
     const Windows<32, 4> windows(places, rowBytes);
     if (!windows.holdAll()) return gather<V, rows>(plane, stride, places);
     const uint8_t* low = windows.start(plane, stride, 0);
@@ -112,8 +113,7 @@ Samples<V, 2> pairsAt(const WarpSource& src, Vector places) {
 /// Upper halves of `rows` and lower ones of `columns`; 0 outside `chosen`.
 Vector placesOf(__mmask16 chosen, Vector columns, Vector rows) {
     constexpr int kSelect = 0xCA;  // the second where the first is set, else the third
-    return _mm512_maskz_mov_epi32(
-        chosen, _mm512_ternarylogic_epi32(V::broadcast32(UINT16_MAX), columns, rows, kSelect));
+    return _mm512_maskz_ternarylogic_epi32(chosen, V::broadcast32(UINT16_MAX), columns, rows, kSelect);
 }
 
 /// Sixteen pixels, and what of their positions is needed later.
@@ -136,38 +136,31 @@ struct Pixels {
     }
 };
 
-/// The first `count` bytes; those outside `chosen` are 0.
-void storeSome(uint8_t* out, __m128i bytes, __mmask16 chosen, int count) {
-    const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);
-    _mm_mask_storeu_epi8(out, stored, _mm_maskz_mov_epi8(chosen, bytes));
+/// 32 bytes of luma; 0 where not all taps lie inside.
+__m256i blend(const WarpSource& src, const Pixels& left, const Pixels& right, __mmask32 interior) {
+    const Vector values = filterLuma<V>(samplesAt<4>(src.y, src.yStride, src.width, left.places),
+                                        samplesAt<4>(src.y, src.yStride, src.width, right.places),
+                                        {V::packUnsigned32(left.fractionX, right.fractionX),
+                                         V::packUnsigned32(left.fractionY, right.fractionY)});
+    // The values' lower bytes, four of `left` and four of `right` in each 128 bits.
+    const Vector order = _mm512_castsi256_si512(_mm256_setr_epi32(
+        0x06040200, 0x16141210, 0x26242220, 0x36343230, 0x0E0C0A08, 0x1E1C1A18, 0x2E2C2A28, 0x3E3C3A38));
+    return _mm512_castsi512_si256(_mm512_maskz_permutexvar_epi8(interior, order, values));
 }
 
-/// 32 pixels.
-void blend(const WarpSource& src, const Pixels& left, const Pixels& right, uint8_t* out, int count) {
-    const LumaValues<V> values = filterLuma<V>(samplesAt<4>(src.y, src.yStride, src.width, left.places),
-                                               samplesAt<4>(src.y, src.yStride, src.width, right.places),
-                                               {_mm512_packus_epi32(left.fractionX, right.fractionX),
-                                                _mm512_packus_epi32(left.fractionY, right.fractionY)});
-    storeSome(out, _mm512_cvtepi32_epi8(values.left), left.interior, count);
-    if (count <= V::kLanes32) return;
-    storeSome(out + V::kLanes32, _mm512_cvtepi32_epi8(values.right), right.interior, count - V::kLanes32);
-}
-
-bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
-    unsigned someOutside = 0;
-    for (int i = 0; i < count; i += 2 * V::kLanes32) {
+uint32_t luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    constexpr __mmask32 kAll = ~__mmask32{0};
+    uint32_t incomplete = 0;
+    for (int i = 0; i < count; i += kWarpLanes) {
         const Pixels left(src, x + i, y + i);
         const Pixels right(src, x + i + V::kLanes32, y + i + V::kLanes32);
-        someOutside |= 0xFFFFU & ~static_cast<unsigned>(left.interior & right.interior);
-        if ((left.interior | right.interior) == 0) {
-            const __m128i zero = _mm_setzero_si128();
-            storeSome(out + i, zero, 0, count - i);
-            if (count - i > V::kLanes32) storeSome(out + i + V::kLanes32, zero, 0, count - i - V::kLanes32);
-        } else {
-            blend(src, left, right, out + i, count - i);
-        }
+        const __mmask32 interior = _mm512_kunpackw(right.interior, left.interior);
+        incomplete |= uint32_t{interior != kAll} << (i / kWarpLanes);
+        const __m256i bytes = interior == 0 ? _mm256_setzero_si256() : blend(src, left, right, interior);
+        const __mmask32 stored = count - i >= kWarpLanes ? kAll : (__mmask32{1} << (count - i)) - 1;
+        _mm256_mask_storeu_epi8(out + i, stored, bytes);
     }
-    return someOutside == 0;
+    return incomplete;
 }
 
 /// The even ones of 32 positions.

@@ -36,15 +36,15 @@ size_t countCells(const GdcAxis& axis) {
 WarpPositions::WarpPositions(const GdcFrame& frame)
     : frame_(frame),
       fitsVectors_(fitsVectors(frame.x) && fitsVectors(frame.y)),
-      within_(zeroedIfPossible<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
-      bulge_(zeroedIfPossible<int32_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
+      within_(zeroedIfPossible<int16_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
+      bulge_(zeroedIfPossible<int16_t>(static_cast<size_t>(frame.x.outCropSize) + kWarpLanes)),
       cells_(zeroedIfPossible<CellColumns>(countCells(frame.x))),
       cellCount_(0) {
     if (!isReady()) return;
     for (int i = 0; i < frame.x.outCropSize; ++i) {
         const VirtualPosition at = columnPosition(frame.x, i);
-        within_[static_cast<size_t>(i)] = at.within;
-        bulge_[static_cast<size_t>(i)] = cellBulge(at.within);
+        within_[static_cast<size_t>(i)] = static_cast<int16_t>(at.within);
+        bulge_[static_cast<size_t>(i)] = static_cast<int16_t>(cellBulge(at.within));
         if (cellCount_ == 0 || cells_[cellCount_ - 1].cell != at.cell) cells_[cellCount_++] = {at.cell, i, i};
         ++cells_[cellCount_ - 1].end;
     }
@@ -54,9 +54,11 @@ GridRows WarpPositions::row(const GdcGrid& gridX, const GdcGrid& gridY, int outR
     const VirtualPosition at =
         virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
     GridRows rows{GridRow(gridX, at), GridRow(gridY, at), false, false};
-    const int64_t bound = std::max(rows.x.bound(), rows.y.bound());
+    const int32_t bound = std::max(rows.x.bound(), rows.y.bound());
+    const int32_t step = std::max(rows.x.largestStep(), rows.y.largestStep());
     rows.fitsVectors = fitsVectors_ && bound < INT32_MAX;
-    rows.isShort = bound * std::max(frame_.x.invScale, frame_.y.invScale) + 4096 <= INT32_MAX;
+    rows.isNarrow = bound <= INT16_MAX && step <= INT16_MAX / 16 && frame_.x.invScale <= INT16_MAX / 4 &&
+                    frame_.y.invScale <= INT16_MAX / 4;
     return rows;
 }
 
@@ -76,7 +78,7 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
                                   [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
-        positions({&within_[static_cast<size_t>(i)], &bulge_[static_cast<size_t>(i)], columns, grids.isShort,
+        positions({&within_[static_cast<size_t>(i)], &bulge_[static_cast<size_t>(i)], columns, grids.isNarrow,
                    line(grids.x, cell->cell, frame_.x, undisplacedAt(frame_.x, i), stepX),
                    line(grids.y, cell->cell, frame_.y, undisplacedY, 0)},
                   x + (i - first), y + (i - first));

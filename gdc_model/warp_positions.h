@@ -16,10 +16,10 @@ struct GridRows {
     GridRow x;
     GridRow y;
     bool fitsVectors;  ///< positions have what vector kernels ask for
-    bool isShort;      ///< as in WarpRun
+    bool isNarrow;     ///< as in WarpRun
 };
 
-/// What depends on the columns of a region alone: 12 bytes per column.
+/// What depends on the columns of a region alone: 4 bytes per column.
 class WarpPositions {
 public:
     explicit WarpPositions(const GdcFrame& frame);
@@ -44,8 +44,8 @@ private:
 
     const GdcFrame& frame_;
     bool fitsVectors_;
-    std::unique_ptr<int32_t[]> within_;
-    std::unique_ptr<int32_t[]> bulge_;
+    std::unique_ptr<int16_t[]> within_;
+    std::unique_ptr<int16_t[]> bulge_;
     std::unique_ptr<CellColumns[]> cells_;
     size_t cellCount_;
 };
