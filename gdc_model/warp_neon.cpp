@@ -136,9 +136,13 @@ int16x8_t remainders(const Wide& values) {
     return vandq_s16(narrowed, vdupq_n_s16((1 << bits) - 1));
 }
 
-/// Lanes where luma has all its taps: index 2 to size - 2.
-uint16x8_t hasAllTaps(const Wide& position, int size) {
-    const int16x8_t first = vqsubq_s16(quotients<8>(plus(position, 128)), vdupq_n_s16(2));
+/// The first of four taps along one axis.
+int16x8_t firstTap(const Wide& position) {
+    return quotients<8>(plus(position, -384));
+}
+
+/// Lanes whose four taps lie inside `size` samples.
+uint16x8_t hasAllTaps(int16x8_t first, int size) {
     return vcleq_u16(vreinterpretq_u16_s16(first), vdupq_n_u16(static_cast<uint16_t>(size - 4)));
 }
 
@@ -272,20 +276,35 @@ struct Blend {
     }
 };
 
-/// Eight pixels; their lanes without all taps are 0.
-uint8x8_t lumaGroup(const WarpSource& src, const Wide& x, const Wide& y, uint16x8_t interior) {
-    const Wide halfX = plus(x, 128);
-    const Wide halfY = plus(y, 128);
-    const int16x8_t two = vdupq_n_s16(2);
-    const Offsets offsets(vqsubq_s16(quotients<8>(halfX), two), vqsubq_s16(quotients<8>(halfY), two),
-                          interior, src.yStride);
+/// Eight pixels, and which of them have all their taps.
+struct Pixels {
+    Wide x;
+    Wide y;
+    int16x8_t column;  // of the first tap
+    int16x8_t row;
+    uint16x8_t interior;
+
+    Pixels(const WarpSource& src, const int32_t* atX, const int32_t* atY)
+        : x{vld1q_s32(atX), vld1q_s32(atX + kLanes)},
+          y{vld1q_s32(atY), vld1q_s32(atY + kLanes)},
+          column(firstTap(x)),
+          row(firstTap(y)),
+          interior(vandq_u16(hasAllTaps(column, src.width), hasAllTaps(row, src.height))) {}
+
+    /// The lanes of `interior`, in bytes.
+    uint64_t bits() const { return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(interior)), 0); }
+};
+
+/// Inlined, as nothing may be passed through memory for every eight pixels.
+__attribute__((always_inline)) inline uint8x8_t lumaGroup(const WarpSource& src, const Pixels& pixels) {
+    const Offsets offsets(pixels.column, pixels.row, pixels.interior, src.yStride);
     uint8_t samples[4][4 * kGroup];
     for (int i = 0; i < kGroup; ++i) {
         const uint8_t* row = src.y + offsets.at[i];
         for (int j = 0; j < 4; ++j, row += src.yStride) copy<4>(row, samples[j] + 4 * i);
     }
-    const Weights weights(remainders<8>(halfX));
-    const Taps down(remainders<8>(halfY));
+    const Weights weights(remainders<8>(plus(pixels.x, 128)));
+    const Taps down(remainders<8>(plus(pixels.y, 128)));
     Blend blend;
     const uint8x8x4_t row1 = vld4_u8(samples[1]);
     const uint8x8x4_t row2 = vld4_u8(samples[2]);
@@ -295,21 +314,17 @@ uint8x8_t lumaGroup(const WarpSource& src, const Wide& x, const Wide& y, uint16x
     blend.add(weights.centreRow(down.centre2), row2);
     blend.add(weights.outerRow(down.outer0), vld4_u8(samples[0]));
     blend.add(weights.outerRow(down.outer3), vld4_u8(samples[3]));
-    return vand_u8(blend.value(), vmovn_u16(interior));
+    return vand_u8(blend.value(), vmovn_u16(pixels.interior));
 }
 
-bool isZero(uint16x8_t mask) {
-    return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(mask)), 0) == 0;
-}
-
-uint32_t luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+uint32_t luma(const WarpSource& source, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    const WarpSource src = source;  // which `out` does not alias
     uint32_t incomplete = 0;
     for (int i = 0; i < count; i += kGroup) {
-        const Wide atX{vld1q_s32(x + i), vld1q_s32(x + i + kLanes)};
-        const Wide atY{vld1q_s32(y + i), vld1q_s32(y + i + kLanes)};
-        const uint16x8_t interior = vandq_u16(hasAllTaps(atX, src.width), hasAllTaps(atY, src.height));
-        incomplete |= uint32_t{!isZero(vmvnq_u16(interior))} << (i / kWarpLanes);
-        const uint8x8_t values = isZero(interior) ? vdup_n_u8(0) : lumaGroup(src, atX, atY, interior);
+        const Pixels pixels(src, x + i, y + i);
+        const uint64_t interior = pixels.bits();
+        incomplete |= uint32_t{interior != UINT64_MAX} << (i / kWarpLanes);
+        const uint8x8_t values = interior == 0 ? vdup_n_u8(0) : lumaGroup(src, pixels);
         if (count - i >= kGroup) {
             vst1_u8(out + i, values);
         } else {
@@ -376,8 +391,10 @@ ChromaBlock chromaBlock(const WarpSource& src, int16x8_t column, int16x8_t row, 
 }
 
 /// Eight pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
-uint8x8x2_t chromaGroup(const WarpSource& src, const Wide& x, const Wide& y) {
-    const uint16x8_t interior = vandq_u16(hasAllTaps(x, src.width), hasAllTaps(y, src.height));
+__attribute__((always_inline)) inline uint8x8x2_t chromaGroup(const WarpSource& src, const Wide& x,
+                                                              const Wide& y) {
+    const uint16x8_t interior =
+        vandq_u16(hasAllTaps(firstTap(x), src.width), hasAllTaps(firstTap(y), src.height));
     const Wide fromX = plus(x, -128);
     const Wide fromY = plus(y, -128);
     const ChromaBlock block = chromaBlock(src, quotients<9>(fromX), quotients<9>(fromY), interior);
