@@ -153,8 +153,9 @@ struct Offsets {
     Offsets(int16x8_t column, int16x8_t row, uint16x8_t chosen, std::ptrdiff_t stride) {
         const uint16x8_t x = vandq_u16(vreinterpretq_u16_s16(column), chosen);
         const uint16x8_t y = vandq_u16(vreinterpretq_u16_s16(row), chosen);
-        const auto offsets = [step = static_cast<uint32_t>(stride)](uint16x4_t byte, uint16x4_t line) {
-            return vreinterpretq_s32_u32(vmlaq_n_u32(vmovl_u16(byte), vmovl_u16(line), step));
+        const auto offsets = [step = vdupq_n_u32(static_cast<uint32_t>(stride))](uint16x4_t byte,
+                                                                                 uint16x4_t line) {
+            return vreinterpretq_s32_u32(vmlaq_u32(vmovl_u16(byte), vmovl_u16(line), step));
         };
         vst1q_s32(at, offsets(vget_low_u16(x), vget_low_u16(y)));
         vst1q_s32(at + kLanes, offsets(vget_high_u16(x), vget_high_u16(y)));
@@ -182,30 +183,23 @@ struct Taps {
         outer3 = vrshrq_n_s16(vqdmulhq_s16(pq, p), 2);
         // p^2 less 2^15, for signed products.
         const int16x8_t pp = veorq_s16(vmulq_s16(p, p), vdupq_n_s16(INT16_MIN));
-        const int16x8_t slope1 = vmlsq_n_s16(vdupq_n_s16(1280), p, 3);
+        const int16x8_t slope1 = vmlsq_s16(vdupq_n_s16(1280), p, vdupq_n_s16(3));
         const int16x8_t slope2 = vsubq_s16(slope1, whole);
         centre1 = vsubq_s16(whole, vrshrq_n_s16(vaddq_s16(vqdmulhq_s16(pp, slope1), slope1), 2));
-        centre2 = vrshrq_n_s16(vaddq_s16(vqdmulhq_s16(pp, slope2), vmlaq_n_s16(slope2, p, 2)), 2);
+        centre2 = vrshrq_n_s16(vaddq_s16(vqdmulhq_s16(pp, slope2), vsubq_s16(vdupq_n_s16(1024), p)), 2);
     }
 };
-
-int16x8_t minusTwice(int16x8_t tap) {
-    return vmulq_n_s16(tap, -2);
-}
-
-int16x8_t enlarged(int16x8_t tap64) {
-    return vorrq_s16(tap64, vdupq_n_s16(1));
-}
 
 /// Weights of four taps by those of one row: (128 x product + 2^14) >> 15 rounds ties up. Where one factor
 /// is an outer tap (never positive) and the other a centre tap (never negative), ties must go down: the
 /// centre tap is enlarged by 1/64, which changes the product by less than its distance from any other tie.
+/// Taps are magnitudes: such products take the negative of the centre tap, ~(64 x tap).
 class Weights {
 public:
     explicit Weights(int16x8_t fraction) {
         const Taps x(fraction);
-        outer0_ = minusTwice(x.outer0);
-        outer3_ = minusTwice(x.outer3);
+        outer0_ = vaddq_s16(x.outer0, x.outer0);
+        outer3_ = vaddq_s16(x.outer3, x.outer3);
         centre1_ = vshlq_n_s16(x.centre1, 6);
         centre2_ = vshlq_n_s16(x.centre2, 6);
     }
@@ -214,22 +208,22 @@ public:
         int16x8_t w[4];
     };
 
-    Row outerRow(int16x8_t magnitude) const {
-        const int16x8_t y = minusTwice(magnitude);
-        const int16x8_t y32 = vshlq_n_s16(y, 5);
-        return {{vqrdmulhq_s16(outer0_, y32), vqrdmulhq_s16(enlarged(centre1_), y),
-                 vqrdmulhq_s16(enlarged(centre2_), y), vqrdmulhq_s16(outer3_, y32)}};
+    Row outerRow(int16x8_t y) const {
+        const int16x8_t y2 = vaddq_s16(y, y);
+        const int16x8_t y64 = vshlq_n_s16(y, 6);
+        return {{vqrdmulhq_s16(outer0_, y64), vqrdmulhq_s16(vmvnq_s16(centre1_), y2),
+                 vqrdmulhq_s16(vmvnq_s16(centre2_), y2), vqrdmulhq_s16(outer3_, y64)}};
     }
 
     Row centreRow(int16x8_t y) const {
         const int16x8_t y2 = vaddq_s16(y, y);
-        const int16x8_t y64 = enlarged(vshlq_n_s16(y, 6));
-        return {{vqrdmulhq_s16(outer0_, y64), vqrdmulhq_s16(centre1_, y2), vqrdmulhq_s16(centre2_, y2),
-                 vqrdmulhq_s16(outer3_, y64)}};
+        const int16x8_t minusY64 = vmvnq_s16(vshlq_n_s16(y, 6));
+        return {{vqrdmulhq_s16(outer0_, minusY64), vqrdmulhq_s16(centre1_, y2), vqrdmulhq_s16(centre2_, y2),
+                 vqrdmulhq_s16(outer3_, minusY64)}};
     }
 
 private:
-    int16x8_t outer0_;  // -2 x tap
+    int16x8_t outer0_;  // 2 x tap
     int16x8_t outer3_;
     int16x8_t centre1_;  // 64 x tap
     int16x8_t centre2_;
@@ -299,9 +293,10 @@ struct Pixels {
 __attribute__((always_inline)) inline uint8x8_t lumaGroup(const WarpSource& src, const Pixels& pixels) {
     const Offsets offsets(pixels.column, pixels.row, pixels.interior, src.yStride);
     uint8_t samples[4][4 * kGroup];
+    const uint8_t* const rows[4] = {src.y, src.y + src.yStride, src.y + 2 * src.yStride,
+                                    src.y + 3 * src.yStride};
     for (int i = 0; i < kGroup; ++i) {
-        const uint8_t* row = src.y + offsets.at[i];
-        for (int j = 0; j < 4; ++j, row += src.yStride) copy<4>(row, samples[j] + 4 * i);
+        for (int j = 0; j < 4; ++j) copy<4>(rows[j] + offsets.at[i], samples[j] + 4 * i);
     }
     const Weights weights(remainders<8>(plus(pixels.x, 128)));
     const Taps down(remainders<8>(plus(pixels.y, 128)));
