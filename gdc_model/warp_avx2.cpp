@@ -57,10 +57,10 @@ struct Pixels {
 };
 
 /// Sixteen bytes of luma.
-__m128i blend(const WarpSource& src, const Pixels& pixels) {
-    const Vector values = filterLuma<V>(gather<V, 4>(src.y, src.yStride, pixels.places[0]),
+__m128i blend(const WarpSource& src, const LumaConstants<V>& constants, const Pixels& pixels) {
+    const Vector values = filterLuma<V>(constants, gather<V, 4>(src.y, src.yStride, pixels.places[0]),
                                         gather<V, 4>(src.y, src.yStride, pixels.places[1]),
-                                        {pixels.fractionX, pixels.fractionY});
+                                        {constants, pixels.fractionX, pixels.fractionY});
     const Vector words = V::bitAnd(values, pixels.interior);
     const Vector packed = V::pack16(words, words);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
@@ -77,13 +77,15 @@ void storeSome(uint8_t* out, __m128i bytes, int count) {
     __builtin_memcpy(out, values, static_cast<std::size_t>(count));
 }
 
-uint32_t luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+uint32_t luma(const WarpSource& source, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    const WarpSource src = source;  // which `out` does not alias
+    const LumaConstants<V> constants;
     uint32_t incomplete = 0;
     for (int i = 0; i < count; i += kGroup) {
         const Pixels pixels(src, x + i, y + i);
         const int interior = _mm256_movemask_epi8(pixels.interior);
         incomplete |= uint32_t{interior != -1} << (i / kWarpLanes);
-        storeSome(out + i, interior == 0 ? _mm_setzero_si128() : blend(src, pixels), count - i);
+        storeSome(out + i, interior == 0 ? _mm_setzero_si128() : blend(src, constants, pixels), count - i);
     }
     return incomplete;
 }

@@ -132,6 +132,27 @@ void positions(const WarpRun& run, int32_t* x, int32_t* y) {
     (run.isNarrow ? locateNarrow<V> : locate<V>)(run, x, y);
 }
 
+/// A constant that stays in a register or in memory. Compilers would broadcast it anew from a general
+/// register in every group of pixels, which costs as much as arithmetic.
+template <typename Vector>
+Vector kept(Vector constant) {
+    asm("" : "+v"(constant));
+    return constant;
+}
+
+/// What all groups of pixels need.
+template <typename V>
+struct LumaConstants {
+    using Vector = typename V::Vector;
+    Vector whole = kept(V::broadcast16(256));
+    Vector slope = kept(V::broadcast16(1280));
+    Vector lowBytes = kept(V::broadcast16(255));
+    Vector twice = kept(V::broadcast16(512));
+    Vector half = kept(V::broadcast32(128 * 256 + 128));
+    Vector middle =
+        kept(V::repeat128(_mm_setr_epi8(1, 2, -1, -1, 5, 6, -1, -1, 9, 10, -1, -1, 13, 14, -1, -1)));
+};
+
 /// The magnitudes of the four taps' weights at phases p: of p (256 - p)^2, 2^25 - p^2 (1280 - 3p), p 2^16 +
 /// p^2 (1024 - 3p) and p^2 (256 - p), over 2^17, rounded. (x / 2^16 rounded down, plus 1) / 2 is that.
 template <typename V>
@@ -142,13 +163,13 @@ struct Taps {
     Vector centre2;
     Vector outer3;
 
-    explicit Taps(Vector p) {
+    Taps(const LumaConstants<V>& constants, Vector p) {
         const Vector zero = V::broadcast16(0);
-        const Vector whole = V::broadcast16(256);
+        const Vector whole = constants.whole;
         const Vector q = V::subtract16(whole, p);
         const Vector pq = V::multiply16(p, q);
         const Vector pp = V::multiply16(p, p);
-        const Vector slope = V::subtract16(V::broadcast16(1280), V::add16(V::add16(p, p), p));
+        const Vector slope = V::subtract16(constants.slope, V::add16(V::add16(p, p), p));
         outer0 = V::average16(V::multiplyHighUnsigned16(pq, q), zero);
         outer3 = V::average16(V::multiplyHighUnsigned16(pq, p), zero);
         centre1 = V::subtract16(whole, V::average16(V::multiplyHighUnsigned16(pp, slope), zero));
@@ -165,8 +186,9 @@ class Weights {
 public:
     using Vector = typename V::Vector;
 
-    Weights(Vector fractionX, Vector fractionY) : y_(fractionY) {
-        const Taps<V> x(fractionX);
+    Weights(const LumaConstants<V>& constants, Vector fractionX, Vector fractionY)
+        : y_(constants, fractionY) {
+        const Taps<V> x(constants, fractionX);
         outer0_ = V::add16(x.outer0, x.outer0);
         outer3_ = V::add16(x.outer3, x.outer3);
         centre1_ = V::template shiftLeft16<6>(x.centre1);
@@ -256,33 +278,25 @@ Samples<V, 2> gatherPairs(const WarpSource& src, typename V::Vector places) {
 /// Weighted sums of a vector of pixels, times `scale` / 256: 512 less the sum of their weights, which may not
 /// be 256.
 template <typename V>
-typename V::Vector normalised(typename V::Vector sum, typename V::Vector scale) {
+typename V::Vector normalised(const LumaConstants<V>& constants, typename V::Vector sum,
+                              typename V::Vector scale) {
     // Adding (sum (scale - 256) + 128) >> 8 to the sum, and rounding it by 8 bits, is one rounding by 16.
-    return V::template shiftRightSigned32<16>(
-        V::add32(V::multiply32(sum, scale), V::broadcast32(128 * 256 + 128)));
-}
-
-/// Of each 32-bit lane the middle bytes, as 16-bit lanes of two vectors of pixels.
-template <typename V>
-typename V::Vector middleBytes(typename V::Vector left, typename V::Vector right) {
-    const auto order = V::repeat128(_mm_setr_epi8(1, 2, -1, -1, 5, 6, -1, -1, 9, 10, -1, -1, 13, 14, -1, -1));
-    return V::packUnsigned32(V::shuffle8(left, order), V::shuffle8(right, order));
+    return V::template shiftRightSigned32<16>(V::add32(V::multiply32(sum, scale), constants.half));
 }
 
 /// Values of two vectors of pixels in 16-bit lanes, clamped by their 2 x 2 centre taps. Fractions and values
 /// are in the order of V::pack16: interleaving them gives 32-bit lanes in natural order.
 template <typename V>
-typename V::Vector filterLuma(const Samples<V, 4>& left, const Samples<V, 4>& right,
-                              const Weights<V>& weights) {
+typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
+                              const Samples<V, 4>& right, const Weights<V>& weights) {
     using Vector = typename V::Vector;
-    const Vector lowBytes = V::broadcast16(255);
     Vector sumLeft = V::broadcast32(0);
     Vector sumRight = V::broadcast32(0);
-    Vector scale = V::broadcast16(512);
+    Vector scale = constants.twice;
     for (int j = 0; j < 4; ++j) {
         const auto w = weights.row(j);
         const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
-            sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, lowBytes), even));
+            sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, constants.lowBytes), even));
             sum = V::add32(sum, V::multiplyAdd16(V::template shiftRight16<8>(bytes), odd));
         };
         add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
@@ -290,14 +304,17 @@ typename V::Vector filterLuma(const Samples<V, 4>& left, const Samples<V, 4>& ri
         scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
     }
     const Vector zero = V::broadcast16(0);
-    const Vector value = V::pack32(normalised<V>(sumLeft, V::interleaveLow16(scale, zero)),
-                                   normalised<V>(sumRight, V::interleaveHigh16(scale, zero)));
-    const Vector least =
-        middleBytes<V>(V::min8(left.row[1], left.row[2]), V::min8(right.row[1], right.row[2]));
-    const Vector most =
-        middleBytes<V>(V::max8(left.row[1], left.row[2]), V::max8(right.row[1], right.row[2]));
+    const Vector value = V::pack32(normalised<V>(constants, sumLeft, V::interleaveLow16(scale, zero)),
+                                   normalised<V>(constants, sumRight, V::interleaveHigh16(scale, zero)));
+    // The middle bytes of each 32-bit lane, in 16-bit lanes.
+    const auto middle = [&](Vector ofLeft, Vector ofRight) {
+        return V::packUnsigned32(V::shuffle8(ofLeft, constants.middle),
+                                 V::shuffle8(ofRight, constants.middle));
+    };
+    const Vector least = middle(V::min8(left.row[1], left.row[2]), V::min8(right.row[1], right.row[2]));
+    const Vector most = middle(V::max8(left.row[1], left.row[2]), V::max8(right.row[1], right.row[2]));
     const Vector low = V::min8(least, V::template shiftRight16<8>(least));
-    const Vector high = V::bitAnd(V::max8(most, V::template shiftRight16<8>(most)), lowBytes);
+    const Vector high = V::bitAnd(V::max8(most, V::template shiftRight16<8>(most)), constants.lowBytes);
     return V::min16(V::max16(value, low), high);
 }
 
