@@ -105,26 +105,30 @@ Vector hasAllTaps(Vector position, int size) {
 }
 
 /// Eight pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
-__m128i chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y) {
+__m128i chromaGroup(const WarpSource& src, const ChromaConstants<V>& constants, const int32_t* x,
+                    const int32_t* y) {
     const Vector atX = evenLanes(x);
     const Vector atY = evenLanes(y);
     const Vector interior = V::bitAnd(hasAllTaps(atX, src.width), hasAllTaps(atY, src.height));
-    const Vector fromX = V::subtract32(atX, V::broadcast32(128));
-    const Vector fromY = V::subtract32(atY, V::broadcast32(128));
+    const Vector fromX = V::subtract32(atX, constants.halfSample);
+    const Vector fromY = V::subtract32(atY, constants.halfSample);
     const Vector column = V::shiftRightSigned32<9>(fromX);
     const bool isPaired = src.chromaStep == 2;
     const Vector byte = isPaired ? V::add32(column, column) : column;
     const Vector places = V::bitAnd(V::interleaveEven16(byte, V::shiftRightSigned32<9>(fromY)), interior);
     const Vector pairs = mixPairs<V>(
-        isPaired ? gather<V, 2>(src.u, src.uStride, places) : gatherPairs<V>(src, places), fromX, fromY);
-    const Vector chosen = _mm256_blendv_epi8(V::broadcast32(0x8080), pairs, interior);
+        constants, isPaired ? gather<V, 2>(src.u, src.uStride, places) : gatherPairs<V>(src, places), fromX,
+        fromY);
+    const Vector chosen = _mm256_blendv_epi8(constants.neutral, pairs, interior);
     const Vector packed = _mm256_packus_epi32(chosen, chosen);
     return _mm_unpacklo_epi64(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
 }
 
-void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
+void chroma(const WarpSource& source, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
+    const WarpSource src = source;
+    const ChromaConstants<V> constants;
     for (int i = 0; i < pairs; i += V::kLanes32) {
-        storeSome(out + 2 * i, chromaGroup(src, x + 2 * i, y + 2 * i), 2 * (pairs - i));
+        storeSome(out + 2 * i, chromaGroup(src, constants, x + 2 * i, y + 2 * i), 2 * (pairs - i));
     }
 }
 

@@ -22,6 +22,8 @@ struct WindowConstants {
 /// What all groups of pixels need.
 struct Constants {
     LumaConstants<V> luma;
+    ChromaConstants<V> chroma;
+    Vector evens = kept(_mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30));
     Vector endX;  // of positions less two samples whose taps lie inside
     Vector endY;
     Vector twoSamples = kept(V::broadcast32(384));  // from a position to the middle of its first tap
@@ -184,29 +186,26 @@ uint32_t luma(const WarpSource& source, const int32_t* x, const int32_t* y, int 
     return incomplete;
 }
 
-/// The even ones of 32 positions.
-Vector evenLanes(const int32_t* from) {
-    const Vector evens = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
-    return _mm512_permutex2var_epi32(V::load(from), evens, V::load(from + V::kLanes32));
-}
-
 /// Sixteen pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
 void chromaGroup(const WarpSource& src, const Constants& constants, const int32_t* x, const int32_t* y,
                  int count, uint8_t* out) {
+    const auto evenLanes = [&](const int32_t* from) {
+        return _mm512_permutex2var_epi32(V::load(from), constants.evens, V::load(from + V::kLanes32));
+    };
     const Vector atX = evenLanes(x);
     const Vector atY = evenLanes(y);
     const __mmask16 interior = constants.hasAllTaps(V::subtract32(atX, constants.twoSamples),
                                                     V::subtract32(atY, constants.twoSamples));
-    const Vector fromX = V::subtract32(atX, V::broadcast32(128));
-    const Vector fromY = V::subtract32(atY, V::broadcast32(128));
+    const Vector fromX = V::subtract32(atX, constants.chroma.halfSample);
+    const Vector fromY = V::subtract32(atY, constants.chroma.halfSample);
     const bool isPaired = src.chromaStep == 2;
     const Vector column = V::shiftRightSigned32<9>(fromX);
     const Vector places =
         constants.places(interior, isPaired ? V::add32(column, column) : column, V::shiftLeft32<7>(fromY));
     const Samples<V, 2> samples = isPaired ? samplesAt<2>(constants, src.u, src.uStride, src.width, places)
                                            : pairsAt(src, constants, places);
-    const Vector pairs = mixPairs<V>(samples, fromX, fromY);
-    const Vector chosen = _mm512_mask_mov_epi32(V::broadcast32(0x8080), interior, pairs);
+    const Vector pairs = mixPairs<V>(constants.chroma, samples, fromX, fromY);
+    const Vector chosen = _mm512_mask_mov_epi32(constants.chroma.neutral, interior, pairs);
     const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);
     _mm512_mask_cvtepi32_storeu_epi16(out, stored, chosen);
 }

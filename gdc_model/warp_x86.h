@@ -148,6 +148,7 @@ struct LumaConstants {
     Vector slope = kept(V::broadcast16(1280));
     Vector lowBytes = kept(V::broadcast16(255));
     Vector twice = kept(V::broadcast16(512));
+    Vector ones = kept(V::broadcast16(1));
     Vector half = kept(V::broadcast32(128 * 256 + 128));
     Vector middle =
         kept(V::repeat128(_mm_setr_epi8(1, 2, -1, -1, 5, 6, -1, -1, 9, 10, -1, -1, 13, 14, -1, -1)));
@@ -290,10 +291,24 @@ template <typename V>
 typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
                               const Samples<V, 4>& right, const Weights<V>& weights) {
     using Vector = typename V::Vector;
-    Vector sumLeft = V::broadcast32(0);
-    Vector sumRight = V::broadcast32(0);
     Vector scale = constants.twice;
-    for (int j = 0; j < 4; ++j) {
+    const auto subtractFromScale = [&](const typename Weights<V>::Row& w) {
+        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
+    };
+    // Weights of the outer rows are bytes, the first and the last of them not negative.
+    Vector pairsLeft = V::broadcast16(0);
+    Vector pairsRight = V::broadcast16(0);
+    for (int j = 0; j < 4; j += 3) {
+        const auto w = weights.row(j);
+        const Vector w01 = V::bitOr(w.w0, V::template shiftLeft16<8>(w.w1));
+        const Vector w23 = V::bitOr(V::bitAnd(w.w2, constants.lowBytes), V::template shiftLeft16<8>(w.w3));
+        pairsLeft = V::add16(pairsLeft, V::multiplyAdd8(left.row[j], V::interleaveLow16(w01, w23)));
+        pairsRight = V::add16(pairsRight, V::multiplyAdd8(right.row[j], V::interleaveHigh16(w01, w23)));
+        subtractFromScale(w);
+    }
+    Vector sumLeft = V::multiplyAdd16(pairsLeft, constants.ones);
+    Vector sumRight = V::multiplyAdd16(pairsRight, constants.ones);
+    for (int j = 1; j < 3; ++j) {
         const auto w = weights.row(j);
         const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
             sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, constants.lowBytes), even));
@@ -301,7 +316,7 @@ typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V
         };
         add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
         add(sumRight, right.row[j], V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
-        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
+        subtractFromScale(w);
     }
     const Vector zero = V::broadcast16(0);
     const Vector value = V::pack32(normalised<V>(constants, sumLeft, V::interleaveLow16(scale, zero)),
@@ -318,26 +333,35 @@ typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V
     return V::min16(V::max16(value, low), high);
 }
 
+/// What all groups of chroma need.
+template <typename V>
+struct ChromaConstants {
+    using Vector = typename V::Vector;
+    Vector fraction = kept(V::broadcast32(511));
+    Vector whole = kept(V::broadcast32(512));
+    Vector half = kept(V::broadcast32(256));
+    Vector lowBytes = kept(V::broadcast16(255));
+    Vector halfSample = kept(V::broadcast32(128));  // of luma
+    Vector neutral = kept(V::broadcast32(0x8080));
+};
+
 /// Chroma pairs in 32-bit lanes, from the two by two around each and distances in 1/512 from the first of
 /// them.
 template <typename V>
-typename V::Vector mixPairs(const Samples<V, 2>& samples, typename V::Vector fromX,
-                            typename V::Vector fromY) {
+typename V::Vector mixPairs(const ChromaConstants<V>& constants, const Samples<V, 2>& samples,
+                            typename V::Vector fromX, typename V::Vector fromY) {
     using Vector = typename V::Vector;
-    const Vector fraction = V::broadcast32(511);
-    const Vector whole = V::broadcast32(512);
-    const Vector right = V::bitAnd(fromX, fraction);
-    const Vector upper = V::subtract32(whole, V::bitAnd(fromY, fraction));
-    const Vector across = V::interleaveEven16(V::subtract32(whole, right), right);
+    const Vector right = V::bitAnd(fromX, constants.fraction);
+    const Vector upper = V::subtract32(constants.whole, V::bitAnd(fromY, constants.fraction));
+    const Vector across = V::interleaveEven16(V::subtract32(constants.whole, right), right);
     // 9 bits of fraction: 64 x product, rounded by 15.
     const Vector top = V::multiplyRounded16(V::template shiftLeft16<3>(across),
                                             V::template shiftLeft16<3>(V::interleaveEven16(upper, upper)));
     const Vector weights[2] = {top, V::subtract16(across, top)};
-    const Vector lowBytes = V::broadcast16(255);
-    Vector u = V::broadcast32(256);
+    Vector u = constants.half;
     Vector v = u;
     for (int j = 0; j < 2; ++j) {
-        u = V::add32(u, V::multiplyAdd16(V::bitAnd(samples.row[j], lowBytes), weights[j]));
+        u = V::add32(u, V::multiplyAdd16(V::bitAnd(samples.row[j], constants.lowBytes), weights[j]));
         v = V::add32(v, V::multiplyAdd16(V::template shiftRight16<8>(samples.row[j]), weights[j]));
     }
     return V::bitOr(V::template shiftRightSigned32<9>(u),
