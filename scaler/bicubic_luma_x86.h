@@ -17,8 +17,9 @@ struct BicubicLuma {
         return V::planElements(taps, plan.elements);
     }
 
-    static void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next,
+    static void filterRow(const BicubicLumaPlan& shared, const uint8_t* row, const uint8_t* next,
                           uint8_t* out) {
+        const BicubicLumaPlan plan = shared;  // what is stored cannot change it
         V::withWindows(
             plan.elements, [&](auto windows) __attribute__((always_inline)) {
                 const auto filter = [&](int vector) __attribute__((always_inline)) {

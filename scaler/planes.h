@@ -31,6 +31,7 @@ struct Target {
     int firstColumn;
     int endColumn;
     RowRange rows;
+    bool isStackDeep = false;  ///< the writer's, 64 KB and more, all of it touched before
 
     uint8_t* row(int y) const { return data + y * stride; }
 };

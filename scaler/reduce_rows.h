@@ -17,10 +17,11 @@ template <typename Columns>
 class ReducedStrip {
 public:
     using Sample = uint8_t;
+    using Weight = int;
     using Kernels = typename Columns::Kernels;
     static constexpr int kChannels = Columns::kChannels;
     static constexpr int kTaps = Columns::kTaps;
-    static constexpr int kMaxColumns = kStripColumns;
+    static constexpr int kMaxColumns = Columns::kMaxColumns;
 
     ReducedStrip(const Kernels& kernels, const SourcePlane& src, int srcWidth, const Axis& columnAxis,
                  const Axis& rowAxis, int firstColumn, int columns)
@@ -38,8 +39,8 @@ public:
     void storeRow(const uint8_t* row, uint8_t* out) const {
         std::copy_n(row, kChannels * columns_.columns(), out);
     }
-    void blendRows(const uint8_t* const rows[], int phase, uint8_t* out) const {
-        kernels_.blendRows(rows, phase, out, columns_.columns());
+    void blendRows(const uint8_t* const rows[], const int* phases, uint8_t* const* outs, int count) const {
+        for (int i = 0; i < count; ++i) kernels_.blendRows(rows, phases[i], outs[i], columns_.columns());
     }
 
 private:
@@ -49,9 +50,12 @@ private:
     Columns columns_;
 };
 
+template <template <int> class Columns>
+using KernelsOf = typename Columns<kStripColumns>::Kernels;
+
 /// Rows of a plane, or nothing where a size is zero or less. Returns 0.
-template <typename Columns>
-int reduceRows(const ScaleSliceArgs& args, const typename Columns::Kernels& kernels, PositionFormat format,
+template <template <int> class Columns>
+int reduceRows(const ScaleSliceArgs& args, const KernelsOf<Columns>& kernels, PositionFormat format,
                const RowRange& rows) {
     if (args.srcWidth <= 0 || args.srcHeight <= 0 || args.dstWidth <= 0 || args.dstHeight <= 0) return 0;
     const SourcePlane src{args.src, args.srcStride, args.srcHeight};
@@ -59,9 +63,11 @@ int reduceRows(const ScaleSliceArgs& args, const typename Columns::Kernels& kern
     const Axis columnAxis(args.srcWidth, args.dstWidth, format);
     const Axis rowAxis(args.srcHeight, args.dstHeight, format);
     if (columnAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
-        decimateRows<Columns::kChannels>(src, dst, columnAxis.wholeStep(), rowAxis.wholeStep());
+        decimateRows<Columns<kStripColumns>::kChannels>(src, dst, columnAxis.wholeStep(),
+                                                        rowAxis.wholeStep());
     } else {
-        scaleStrips<ReducedStrip<Columns>>(dst, kernels, src, args.srcWidth, columnAxis, rowAxis);
+        scaleStrips<ReducedStrip<Columns<kStripColumns>>, ReducedStrip<Columns<kWideStripColumns>>>(
+            dst, kernels, src, args.srcWidth, columnAxis, rowAxis);
     }
     return 0;
 }
