@@ -25,7 +25,8 @@ struct BicubicLuma {
                 const auto filter = [&](int vector) __attribute__((always_inline)) {
                     const auto taps =
                         V::template gather<decltype(windows)::value>(plan.elements, row, next, vector);
-                    return cubic(taps.even, taps.odd, V::load(plan.phase + vector * V::kLanes));
+                    return cubic(taps.even, taps.odd,
+                                 V::inRegister(V::load(plan.phase + vector * V::kLanes)));
                 };
                 for (int vector = 0; vector * V::kLanes < plan.taps.columns; vector += 2) {
                     V::store(out + vector * V::kLanes, V::packInOrder(filter(vector), filter(vector + 1)));

@@ -21,6 +21,12 @@ struct Avx512 : Avx512Lanes {
         _mm512_mask_storeu_epi8(to, stored, bytes);
     }
 
+    /// What is used several times; g++ would load it again for each use.
+    static Vector inRegister(Vector loaded) {
+        asm("" : "+v"(loaded));
+        return loaded;
+    }
+
     /// A byte to each lane.
     static Vector widen(const uint8_t* lanes) {
         return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(lanes)));
