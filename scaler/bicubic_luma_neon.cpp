@@ -58,7 +58,8 @@ inline uint8x16_t cubic(const Elements& taps, const Phases& lower, const Phases&
     return vcombine_u8(cubicHalf<0>(taps, lower), cubicHalf<1>(taps, upper));
 }
 
-void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
+void filterRow(const BicubicLumaPlan& shared, const uint8_t* row, const uint8_t* next, uint8_t* out) {
+    const BicubicLumaPlan plan = shared;  // what is stored cannot change it
     const int columns = plan.taps.columns;
     withWindows<2, 4>(plan.elements, [&](auto windows) {
         for (int vector = 0; vector * kVectorBytes < columns; ++vector, out += kVectorBytes) {

@@ -11,7 +11,7 @@ constexpr int kVectorPairs = 8;
 
 /// Weight and index of each pair are stored twice, for U and for V.
 bool plan(const ColumnTaps& taps, BilinearChromaPlan& plan) {
-    uint8_t index[kStripColumns];
+    uint8_t index[kWideStripColumns];
     plan.taps = taps;
     if (!planWindows(taps, kVectorPairs / 2, plan.elements, index)) return false;
     for (int i = 0; i < taps.columns; i += kVectorPairs) {
@@ -46,7 +46,8 @@ inline uint8x16_t linear(uint8x16_t a, uint8x16_t b, uint8x16_t weight) {
 }
 
 template <int Bits>
-void filterRow(const BilinearChromaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
+void filterRow(const BilinearChromaPlan& shared, const uint8_t* row, const uint8_t* next, uint8_t* out) {
+    const BilinearChromaPlan plan = shared;  // what is stored cannot change it
     const int columns = plan.taps.columns;
     withWindows<2, 4>(plan.elements, [&](auto count) {
         for (int vector = 0; vector * kVectorPairs < columns; ++vector, out += kVectorBytes) {

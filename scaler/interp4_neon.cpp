@@ -61,7 +61,8 @@ inline int16x8_t filterHalf(const Elements& taps, const int8_t* weights) {
                    weights + kColumns * kWeightBytes));
 }
 
-void filterRow(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
+void filterRow(const Interp4Plan& shared, const uint8_t* row, const uint8_t* next, int16_t* out) {
+    const Interp4Plan plan = shared;  // what is stored cannot change it
     const int columns = plan.taps.columns;
     withWindows<2, 4>(plan.elements, [&](auto windows) {
         for (int vector = 0; vector * kVectorBytes < columns; ++vector, out += kVectorBytes) {
@@ -92,13 +93,18 @@ inline uint8x8_t blendEight(const int16_t* const rows[4], int column, int16x4_t 
         blendFour(vget_high_s16(s0), vget_high_s16(s1), vget_high_s16(s2), vget_high_s16(s3), weights)));
 }
 
-void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
+inline void blendRow(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
     const int16x4_t lanes = vld1_s16(weights);
     const int16_t* const row[4] = {rows[0], rows[1], rows[2], rows[3]};
     for (int i = 0; i < columns; i += kVectorBytes) {
         storeBefore(out + columns, out + i,
                     vcombine_u8(blendEight(row, i, lanes), blendEight(row, i + kLanes, lanes)));
     }
+}
+
+void blendRows(const int16_t* const rows[4], const int16_t* const* weights, uint8_t* const* outs, int count,
+               int columns) {
+    for (int i = 0; i < count; ++i) blendRow(rows, weights[i], outs[i], columns);
 }
 
 void roundRow(const int16_t* row, uint8_t* out, int columns) {
