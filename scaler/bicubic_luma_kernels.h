@@ -14,7 +14,7 @@ namespace vantor {
 struct BicubicLumaPlan {
     ColumnTaps taps;
     ElementPlan elements;
-    alignas(64) int16_t phase[kStripColumns];
+    alignas(64) int16_t phase[2 * kStripColumns];
 };
 
 struct BicubicLumaKernels {
