@@ -15,6 +15,8 @@ struct BicubicLumaPlan {
     ColumnTaps taps;
     ElementPlan elements;
     alignas(64) int16_t phase[2 * kStripColumns];
+    int repeatEnd;     ///< up to this column the windows are `advance` bytes apart, and all else repeats
+    uint32_t advance;
 };
 
 struct BicubicLumaKernels {

@@ -1,6 +1,8 @@
 // Bicubic luma with 128-bit vectors: eight columns per vector of 16-bit lanes.
 #if defined(__ARM_NEON)
 
+#include <cstddef>
+
 #include "scaler/bicubic_luma_kernels.h"
 #include "scaler/vectors_neon.h"
 
@@ -26,6 +28,26 @@ inline Phases loadPhases(const int16_t* from) {
     return {both.val[0], both.val[1]};
 }
 
+/// At ratios like 3:2 and 15:4 all vectors but the first and the last take the same indices and phases.
+inline void planRepeats(BicubicLumaPlan& plan) {
+    const auto windowAdvance = [&](int window) {
+        return plan.elements.start[window] - plan.elements.start[window - 1];
+    };
+    plan.advance = windowAdvance(kStarts + 1);
+    const auto isRepeated = [](const uint8_t* from, int bytes) {
+        return __builtin_memcmp(from, from - bytes, static_cast<unsigned>(bytes)) == 0;
+    };
+    const auto repeatsAt = [&](int column) {
+        for (int i = 0; i < kStarts; ++i) {
+            if (windowAdvance(column / kLanes + i) != plan.advance) return false;
+        }
+        return isRepeated(plan.elements.shuffle + kIndexBytes * column, kIndexBytes * kElements) &&
+               isRepeated(plan.taps.phase + column, kElements);
+    };
+    plan.repeatEnd = 2 * kElements;
+    while (plan.repeatEnd < plan.taps.columns && repeatsAt(plan.repeatEnd)) plan.repeatEnd += kElements;
+}
+
 bool plan(const ColumnTaps& taps, BicubicLumaPlan& plan) {
     plan.taps = taps;
     for (int i = 0; i < taps.columns; i += kLanes) {
@@ -33,7 +55,9 @@ bool plan(const ColumnTaps& taps, BicubicLumaPlan& plan) {
         const int16x8x2_t both = {{t.lessOne, t.over64}};
         vst2q_s16(plan.phase + 2 * i, both);
     }
-    return planElements(taps, plan.elements);
+    if (!planElements(taps, plan.elements)) return false;
+    planRepeats(plan);
+    return true;
 }
 
 template <int Half, typename Taps>
@@ -57,20 +81,62 @@ inline uint8x8_t cubic(const Taps (&taps)[4], const Phases& t) {
     return vqmovun_s16(vreinterpretq_s16_u16(addHalf<Half>(vreinterpretq_u16_s16(step), taps[1])));
 }
 
+template <int Windows>
+inline void filterColumns(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out,
+                          int first, int end) {
+    const uint32_t* start = plan.elements.start + first / kLanes;
+    const uint8_t* shuffle = plan.elements.shuffle + kIndexBytes * first;
+    const int16_t* phase = independent(plan.phase + 2 * first);
+    uint8_t* const last = out + end;
+    out += first;
+    while (out < last) {
+        const Elements taps = gather<Windows>(row, next, start, loadIndices(shuffle));
+        start += kStarts;
+        shuffle += kIndexBytes * kElements;
+        forHalves([&](auto half) {
+            vst1_u8(out, cubic<decltype(half)::value>(taps.byte, loadPhases(phase)));
+            phase += kPhaseNumbers;
+            out += kLanes;
+        });
+    }
+}
+
+/// Columns kElements to repeatEnd.
+template <int Windows>
+inline void filterRepeats(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next,
+                          uint8_t* out) {
+    const Indices indices = loadIndices(plan.elements.shuffle + kIndexBytes * kElements);
+    Phases t[kStarts];
+    uint32_t start[kStarts];
+    for (int i = 0; i < kStarts; ++i) {
+        t[i] = loadPhases(plan.phase + (kStarts + i) * kPhaseNumbers);
+        start[i] = plan.elements.start[kStarts + i] - plan.elements.start[kStarts];
+    }
+    const uint8_t* from = row + plan.elements.start[kStarts];
+    const std::ptrdiff_t toNext = next - row;
+    const std::ptrdiff_t advance = plan.advance * kStarts;
+    uint8_t* const end = out + plan.repeatEnd;
+    out += kElements;
+    while (out < end) {
+        const Elements taps = gather<Windows>(from, from + toNext, start, indices);
+        from += advance;
+        forHalves([&](auto half) {
+            vst1_u8(out, cubic<decltype(half)::value>(taps.byte, t[decltype(half)::value]));
+            out += kLanes;
+        });
+    }
+}
+
 void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
     withWindows<2, 4>(plan.elements, [&](auto windows) {
-        const uint32_t* start = plan.elements.start;
-        const uint8_t* shuffle = plan.elements.shuffle;
-        const int16_t* phase = independent(plan.phase);
-        uint8_t* const end = out + plan.taps.columns;
-        while (out < end) {
-            const Elements taps = gather<decltype(windows)::value>(start, shuffle, row, next);
-            forHalves([&](auto half) {
-                vst1_u8(out, cubic<decltype(half)::value>(taps.byte, loadPhases(phase)));
-                phase += kPhaseNumbers;
-                out += kLanes;
-            });
+        constexpr int kWindows = decltype(windows)::value;
+        int first = 0;
+        if (plan.repeatEnd > 2 * kElements) {
+            filterColumns<kWindows>(plan, row, next, out, 0, kElements);
+            filterRepeats<kWindows>(plan, row, next, out);
+            first = plan.repeatEnd;
         }
+        filterColumns<kWindows>(plan, row, next, out, first, plan.taps.columns);
     });
 }
 

@@ -55,7 +55,9 @@ void filterRow(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next,
         const auto* weights = reinterpret_cast<const int16_t*>(independent(plan.weights));
         int16_t* const end = out + plan.taps.columns;
         while (out < end) {
-            const Elements taps = gather<decltype(windows)::value>(start, shuffle, row, next);
+            const Elements taps = gather<decltype(windows)::value>(row, next, start, loadIndices(shuffle));
+            start += kStarts;
+            shuffle += kIndexBytes * kElements;
             forHalves([&](auto half) {
                 vst1q_s16(out, filterHalf<decltype(half)::value>(taps, weights));
                 weights += kTaps * kLanes;

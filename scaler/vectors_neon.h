@@ -106,75 +106,77 @@ inline uint8x16_t pick(const Windows<Half>& windows, uint8x16_t index) {
 #if defined(__aarch64__)
 
 using Bytes = uint8x16_t;
+using Indices = uint8x16x4_t;
+constexpr int kIndexBytes = 1;  // of a plan, per column
+
+inline bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
+    if (!planWindows(taps, kLanes, plan, plan.shuffle)) return false;
+    for (int i = 0; i < taps.columns; i += kVectorBytes) {
+        vst1q_u8(plan.shuffle + i, indexOf(vld1q_u8(plan.shuffle + i), plan));
+    }
+    return true;
+}
+
+inline Indices loadIndices(const uint8_t* shuffle) {
+    const uint8x16_t first = vld1q_u8(shuffle);
+    return {{first, vaddq_u8(first, vdupq_n_u8(1)), vaddq_u8(first, vdupq_n_u8(2)),
+             vaddq_u8(first, vdupq_n_u8(3))}};
+}
+
+template <int Windows>
+inline auto loadElements(const uint8_t* row, const uint32_t* start) {
+    return loadWindows<Windows>(row + start[0], row + start[1]);
+}
 
 #else
 
 using Bytes = uint8x8_t;
+using Indices = uint8x8x4_t;
+constexpr int kIndexBytes = 4;
+
+inline bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
+    uint8_t offset[kStripColumns];
+    if (!planWindows(taps, kLanes, plan, offset)) return false;
+    for (int i = 0; i < taps.columns; i += kLanes) {
+        const uint8x8_t byte = vld1_u8(offset + i);
+        const uint8x16_t bytes = vcombine_u8(byte, vadd_u8(byte, vdup_n_u8(1)));
+        const uint8x16_t first = indexOf(bytes, plan);
+        const uint8x16_t last = indexOf(vaddq_u8(bytes, vdupq_n_u8(2)), plan);
+        const Indices indices = {
+            {vget_low_u8(first), vget_high_u8(first), vget_low_u8(last), vget_high_u8(last)}};
+        vst4_u8(plan.shuffle + kIndexBytes * i, indices);
+    }
+    return true;
+}
+
+inline Indices loadIndices(const uint8_t* shuffle) {
+    return vld4_u8(shuffle);
+}
+
+template <int Windows>
+inline auto loadElements(const uint8_t* row, const uint32_t* start) {
+    return loadHalf<Windows>(row + *start);
+}
 
 #endif
+
+constexpr int kElements = sizeof(Bytes);
+constexpr int kStarts = kElements / kLanes;
 
 /// The elements of consecutive columns, their first to fourth bytes each in a vector.
 struct Elements {
     Bytes byte[4];
 };
 
-constexpr int kElements = sizeof(Bytes);
-
-#if defined(__aarch64__)
-
-inline bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
-    if (!planWindows(taps, kLanes, plan, plan.shuffle)) return false;
-    for (int i = 0; i < taps.columns; i += kElements) {
-        vst1q_u8(plan.shuffle + i, indexOf(vld1q_u8(plan.shuffle + i), plan));
-    }
-    return true;
-}
-
-/// Moves on in the plan. What lies at the same place of row `next` is fetched into the cache.
+/// From the windows at `start`; those of `next` are fetched into the cache.
 template <int Windows>
-inline Elements gather(const uint32_t*& start, const uint8_t*& shuffle, const uint8_t* row,
-                       const uint8_t* next) {
-    const auto windows = loadWindows<Windows>(row + start[0], row + start[1]);
-    const uint8x16_t first = vld1q_u8(shuffle);
-    __builtin_prefetch(next + start[0]);
-    start += 2;
-    shuffle += kElements;
-    return {{pick(windows, first), pick(windows, vaddq_u8(first, vdupq_n_u8(1))),
-             pick(windows, vaddq_u8(first, vdupq_n_u8(2))), pick(windows, vaddq_u8(first, vdupq_n_u8(3)))}};
-}
-
-#else
-
-/// Stores the four indices of each column.
-inline bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
-    uint8_t offset[kStripColumns];
-    if (!planWindows(taps, kLanes, plan, offset)) return false;
-    for (int i = 0; i < taps.columns; i += kElements) {
-        const uint8x8_t byte = vld1_u8(offset + i);
-        const uint8x16_t bytes = vcombine_u8(byte, vadd_u8(byte, vdup_n_u8(1)));
-        const uint8x16_t first = indexOf(bytes, plan);
-        const uint8x16_t last = indexOf(vaddq_u8(bytes, vdupq_n_u8(2)), plan);
-        const uint8x8x4_t indices = {
-            {vget_low_u8(first), vget_high_u8(first), vget_low_u8(last), vget_high_u8(last)}};
-        vst4_u8(plan.shuffle + 4 * i, indices);
-    }
-    return true;
-}
-
-/// Moves on in the plan. What lies at the same place of row `next` is fetched into the cache.
-template <int Windows>
-inline Elements gather(const uint32_t*& start, const uint8_t*& shuffle, const uint8_t* row,
-                       const uint8_t* next) {
-    const auto windows = loadHalf<Windows>(row + *start);
-    const uint8x8x4_t index = vld4_u8(shuffle);
+inline Elements gather(const uint8_t* row, const uint8_t* next, const uint32_t* start,
+                       const Indices& indices) {
     __builtin_prefetch(next + *start);
-    ++start;
-    shuffle += 4 * kElements;
-    return {{pick(windows, index.val[0]), pick(windows, index.val[1]), pick(windows, index.val[2]),
-             pick(windows, index.val[3])}};
+    const auto windows = loadElements<Windows>(row, start);
+    return {{pick(windows, indices.val[0]), pick(windows, indices.val[1]), pick(windows, indices.val[2]),
+             pick(windows, indices.val[3])}};
 }
-
-#endif
 
 template <int Half>
 inline uint8x8_t half(uint8x16_t bytes) {
