@@ -14,7 +14,7 @@ namespace vantor {
 struct BicubicLumaPlan {
     ColumnTaps taps;
     ElementPlan elements;
-    alignas(64) int16_t phase[2 * kStripColumns];
+    alignas(64) int16_t phase[kStripColumns];
     int repeatEnd;     ///< up to this column the windows are `advance` bytes apart, and all else repeats
     uint32_t advance;
 };

@@ -15,17 +15,13 @@ struct Phases {
     int16x8_t over64;   ///< t << 9, makes of x (t x) >> 6
 };
 
-inline Phases phases(uint8x8_t phase) {
+inline int16x8_t lessOne(uint8x8_t phase) {
     const int16x8_t t = vreinterpretq_s16_u16(vmovl_u8(phase));
-    return {vshlq_n_s16(vsubq_s16(t, vdupq_n_s16(32)), 10), vshlq_n_s16(t, 9)};
+    return vshlq_n_s16(vsubq_s16(t, vdupq_n_s16(32)), 10);
 }
 
-/// Phases of eight columns take this many numbers of a plan.
-constexpr int kPhaseNumbers = 2 * kLanes;
-
-inline Phases loadPhases(const int16_t* from) {
-    const int16x8x2_t both = vld2q_s16(from);
-    return {both.val[0], both.val[1]};
+inline Phases phases(int16x8_t less) {
+    return {less, vhsubq_s16(less, vdupq_n_s16(INT16_MIN))};
 }
 
 /// At ratios like 3:2 and 15:4 all vectors but the first and the last take the same indices and phases.
@@ -51,9 +47,7 @@ inline void planRepeats(BicubicLumaPlan& plan) {
 bool plan(const ColumnTaps& taps, BicubicLumaPlan& plan) {
     plan.taps = taps;
     for (int i = 0; i < taps.columns; i += kLanes) {
-        const Phases t = phases(vld1_u8(taps.phase + i));
-        const int16x8x2_t both = {{t.lessOne, t.over64}};
-        vst2q_s16(plan.phase + 2 * i, both);
+        vst1q_s16(plan.phase + i, lessOne(vld1_u8(taps.phase + i)));
     }
     if (!planElements(taps, plan.elements)) return false;
     planRepeats(plan);
@@ -86,7 +80,7 @@ inline void filterColumns(const BicubicLumaPlan& plan, const uint8_t* row, const
                           int first, int end) {
     const uint32_t* start = plan.elements.start + first / kLanes;
     const uint8_t* shuffle = plan.elements.shuffle + kIndexBytes * first;
-    const int16_t* phase = independent(plan.phase + 2 * first);
+    const int16_t* phase = independent(plan.phase + first);
     uint8_t* const last = out + end;
     out += first;
     while (out < last) {
@@ -94,8 +88,8 @@ inline void filterColumns(const BicubicLumaPlan& plan, const uint8_t* row, const
         start += kStarts;
         shuffle += kIndexBytes * kElements;
         forHalves([&](auto half) {
-            vst1_u8(out, cubic<decltype(half)::value>(taps.byte, loadPhases(phase)));
-            phase += kPhaseNumbers;
+            vst1_u8(out, cubic<decltype(half)::value>(taps.byte, phases(vld1q_s16(phase))));
+            phase += kLanes;
             out += kLanes;
         });
     }
@@ -109,7 +103,7 @@ inline void filterRepeats(const BicubicLumaPlan& plan, const uint8_t* row, const
     Phases t[kStarts];
     uint32_t start[kStarts];
     for (int i = 0; i < kStarts; ++i) {
-        t[i] = loadPhases(plan.phase + (kStarts + i) * kPhaseNumbers);
+        t[i] = phases(vld1q_s16(plan.phase + kElements + i * kLanes));
         start[i] = plan.elements.start[kStarts + i] - plan.elements.start[kStarts];
     }
     const uint8_t* from = row + plan.elements.start[kStarts];
@@ -141,7 +135,7 @@ void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* n
 }
 
 void blendRows(const uint8_t* const rows[4], int phase, uint8_t* out, int columns) {
-    const Phases t = phases(vdup_n_u8(static_cast<uint8_t>(phase)));
+    const Phases t = phases(lessOne(vdup_n_u8(static_cast<uint8_t>(phase))));
     const uint8_t* row[4] = {rows[0], rows[1], rows[2], rows[3]};
     storeVectors(out, columns, [&] {
         const uint8x16_t taps[4] = {loadNext(row[0]), loadNext(row[1]), loadNext(row[2]), loadNext(row[3])};

@@ -16,7 +16,7 @@ namespace vantor {
 struct BilinearChromaPlan {
     ColumnTaps taps;
     ElementPlan elements;
-    alignas(64) uint8_t weights[4 * kStripColumns];
+    alignas(64) uint8_t weights[2 * kStripColumns];
 };
 
 struct BilinearChromaKernels {

@@ -9,16 +9,12 @@ namespace {
 
 constexpr int kVectorPairs = 8;  // in two halves, each with windows of its own
 
-/// What each neighbour of eight pairs takes of a plan: an index and a weight for every U and V.
-constexpr int kPlanBytes = 2 * kVectorBytes;
-
 inline uint8x16_t twice(uint8x8_t values) {
     const uint8x8x2_t both = vzip_u8(values, values);
     return vcombine_u8(both.val[0], both.val[1]);
 }
 
-/// Stores left and right neighbours in turns.
-template <int Bits>
+/// Stores the indices of both neighbours of each byte, and the weight of the right one.
 bool plan(const ColumnTaps& taps, BilinearChromaPlan& plan) {
     uint8_t offset[kStripColumns];
     plan.taps = taps;
@@ -27,11 +23,9 @@ bool plan(const ColumnTaps& taps, BilinearChromaPlan& plan) {
     for (int i = 0; i < taps.columns; i += kVectorPairs) {
         const uint8x16_t left = vaddq_u8(twice(vld1_u8(offset + i)), isV);
         const uint8x16_t right = vaddq_u8(left, vdupq_n_u8(2));
-        const uint8x16_t weight = twice(vld1_u8(taps.phase + i));
         const uint8x16x2_t indices = {{indexOf(left, plan.elements), indexOf(right, plan.elements)}};
-        const uint8x16x2_t weights = {{vsubq_u8(vdupq_n_u8(1 << Bits), weight), weight}};
         vst2q_u8(plan.elements.shuffle + 4 * i, indices);
-        vst2q_u8(plan.weights + 4 * i, weights);
+        vst1q_u8(plan.weights + 2 * i, twice(vld1_u8(taps.phase + i)));
     }
     return true;
 }
@@ -49,9 +43,10 @@ inline uint8x8_t linearHalf(uint8x16_t a, uint8x16_t b, uint8x16_t weightA, uint
 }
 
 template <int Bits>
-inline uint8x16_t linear(uint8x16_t a, uint8x16_t b, uint8x16_t weightA, uint8x16_t weightB) {
-    const uint8x8_t lower = linearHalf<Bits, 0>(a, b, weightA, weightB);
-    const uint8x8_t upper = linearHalf<Bits, 1>(a, b, weightA, weightB);
+inline uint8x16_t linear(uint8x16_t a, uint8x16_t b, uint8x16_t weight) {
+    const uint8x16_t rest = vsubq_u8(vdupq_n_u8(1 << Bits), weight);
+    const uint8x8_t lower = linearHalf<Bits, 0>(a, b, rest, weight);
+    const uint8x8_t upper = linearHalf<Bits, 1>(a, b, rest, weight);
     return vcombine_u8(lower, upper);
 }
 
@@ -65,34 +60,31 @@ void filterRow(const BilinearChromaPlan& plan, const uint8_t* row, const uint8_t
         for (; out < end; out += kVectorBytes) {
             const auto windows = loadWindows<decltype(count)::value>(row + start[0], row + start[1]);
             const uint8x16x2_t index = vld2q_u8(shuffle);
-            const uint8x16x2_t weight = vld2q_u8(weights);
             __builtin_prefetch(next + start[0]);
-            vst1q_u8(out, linear<Bits>(pick(windows, index.val[0]), pick(windows, index.val[1]),
-                                       weight.val[0], weight.val[1]));
             start += 2;
-            shuffle += kPlanBytes;
-            weights += kPlanBytes;
+            shuffle += 2 * kVectorBytes;
+            vst1q_u8(out, linear<Bits>(pick(windows, index.val[0]), pick(windows, index.val[1]),
+                                       loadNext(weights)));
         }
     });
 }
 
 template <int Bits>
 void blendRows(const uint8_t* const rows[2], int weight, uint8_t* out, int pairs) {
-    const uint8x16_t lowerWeight = vdupq_n_u8(static_cast<uint8_t>(weight));
-    const uint8x16_t upperWeight = vsubq_u8(vdupq_n_u8(1 << Bits), lowerWeight);
+    const uint8x16_t weights = vdupq_n_u8(static_cast<uint8_t>(weight));
     const uint8_t* upper = rows[0];
     const uint8_t* lower = rows[1];
     storeVectors(out, 2 * pairs, [&] {
         const uint8x16_t a = loadNext(upper);
-        return linear<Bits>(a, loadNext(lower), upperWeight, lowerWeight);
+        return linear<Bits>(a, loadNext(lower), weights);
     });
 }
 
 }  // namespace
 
-const BilinearChromaKernels kBilinearChromaTruncatedNeon = {InstructionSet::Neon, plan<5>, filterRow<5>,
+const BilinearChromaKernels kBilinearChromaTruncatedNeon = {InstructionSet::Neon, plan, filterRow<5>,
                                                             blendRows<5>};
-const BilinearChromaKernels kBilinearChromaRoundedNeon = {InstructionSet::Neon, plan<6>, filterRow<6>,
+const BilinearChromaKernels kBilinearChromaRoundedNeon = {InstructionSet::Neon, plan, filterRow<6>,
                                                           blendRows<6>};
 
 }  // namespace vantor

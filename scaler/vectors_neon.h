@@ -51,6 +51,31 @@ inline uint8x16_t pick(const uint8x16x4_t& windows, uint8x16_t index) {
     return vqtbl4q_u8(windows, index);
 }
 
+/// Bytes of the elements that are gathered at once, and where they are looked up. A plan stores the first
+/// index of each element.
+using Bytes = uint8x16_t;
+using Indices = uint8x16x4_t;
+constexpr int kIndexBytes = 1;
+
+inline bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
+    if (!planWindows(taps, kLanes, plan, plan.shuffle)) return false;
+    for (int i = 0; i < taps.columns; i += kVectorBytes) {
+        vst1q_u8(plan.shuffle + i, indexOf(vld1q_u8(plan.shuffle + i), plan));
+    }
+    return true;
+}
+
+inline Indices loadIndices(const uint8_t* shuffle) {
+    const uint8x16_t first = vld1q_u8(shuffle);
+    return {{first, vaddq_u8(first, vdupq_n_u8(1)), vaddq_u8(first, vdupq_n_u8(2)),
+             vaddq_u8(first, vdupq_n_u8(3))}};
+}
+
+template <int Windows>
+inline auto loadElements(const uint8_t* row, const uint32_t* start) {
+    return loadWindows<Windows>(row + start[0], row + start[1]);
+}
+
 #else
 
 /// Where bytes are in the table of their windows: two hold those at even offsets, then those at odd ones, as
@@ -83,53 +108,23 @@ inline uint8x8_t pick(const uint8x16x2_t& windows, uint8x8_t index) {
     return vtbl4_u8(table, index);
 }
 
-/// The windows of both halves.
 template <typename Half>
-struct Windows {
+struct BothHalves {
     Half lower;
     Half upper;
 };
 
-template <int PerVector>
+template <int Windows>
 inline auto loadWindows(const uint8_t* lower, const uint8_t* upper) {
-    return Windows<decltype(loadHalf<PerVector>(lower))>{loadHalf<PerVector>(lower),
-                                                         loadHalf<PerVector>(upper)};
+    return BothHalves<decltype(loadHalf<Windows>(lower))>{loadHalf<Windows>(lower), loadHalf<Windows>(upper)};
 }
 
 template <typename Half>
-inline uint8x16_t pick(const Windows<Half>& windows, uint8x16_t index) {
+inline uint8x16_t pick(const BothHalves<Half>& windows, uint8x16_t index) {
     return vcombine_u8(pick(windows.lower, vget_low_u8(index)), pick(windows.upper, vget_high_u8(index)));
 }
 
-#endif
-
-#if defined(__aarch64__)
-
-using Bytes = uint8x16_t;
-using Indices = uint8x16x4_t;
-constexpr int kIndexBytes = 1;  // of a plan, per column
-
-inline bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
-    if (!planWindows(taps, kLanes, plan, plan.shuffle)) return false;
-    for (int i = 0; i < taps.columns; i += kVectorBytes) {
-        vst1q_u8(plan.shuffle + i, indexOf(vld1q_u8(plan.shuffle + i), plan));
-    }
-    return true;
-}
-
-inline Indices loadIndices(const uint8_t* shuffle) {
-    const uint8x16_t first = vld1q_u8(shuffle);
-    return {{first, vaddq_u8(first, vdupq_n_u8(1)), vaddq_u8(first, vdupq_n_u8(2)),
-             vaddq_u8(first, vdupq_n_u8(3))}};
-}
-
-template <int Windows>
-inline auto loadElements(const uint8_t* row, const uint32_t* start) {
-    return loadWindows<Windows>(row + start[0], row + start[1]);
-}
-
-#else
-
+/// As above. A plan stores all four indices of each element.
 using Bytes = uint8x8_t;
 using Indices = uint8x8x4_t;
 constexpr int kIndexBytes = 4;
@@ -160,8 +155,8 @@ inline auto loadElements(const uint8_t* row, const uint32_t* start) {
 
 #endif
 
-constexpr int kElements = sizeof(Bytes);
-constexpr int kStarts = kElements / kLanes;
+constexpr int kElements = sizeof(Bytes);     // gathered at once
+constexpr int kStarts = kElements / kLanes;  // of their windows
 
 /// The elements of consecutive columns, their first to fourth bytes each in a vector.
 struct Elements {
