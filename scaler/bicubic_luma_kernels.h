@@ -22,6 +22,8 @@ struct BicubicLumaPlan {
     ColumnTaps taps{};
     ElementPlan elements;
     int16_t* phase;
+    int repeatEnd = 0;  ///< up to this column the windows are `advance` bytes apart, and all else repeats
+    uint32_t advance = 0;
 };
 
 struct BicubicLumaKernels {

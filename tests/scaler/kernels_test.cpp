@@ -33,14 +33,18 @@ TEST(Kernels, UsersLimitTheInstructionSets) {
     }
 }
 
-/// Ascending columns at any ratio of sizes, and a row that begins and ends with their elements, next to unmapped pages.
+/// Ascending columns at any ratio of sizes, half of which repeat but for one, and a row that begins and ends with
+/// their elements, next to unmapped pages.
 class Columns {
 public:
     Columns(Random& random, int count, int phases, uint32_t elementStep) {
-        const double step = std::exp2(random.between(-30, 45) / 10.0);
+        const bool repeats = random.between(0, 1) == 1, isMoved = random.between(0, 1) == 1;
+        const double step = repeats ? random.between(1, 32) / 8.0 : std::exp2(random.between(-30, 45) / 10.0);
+        const int different = random.between(0, count - 1);
         for (int i = 0; i < count; ++i) {
-            table_.tap[i] = static_cast<uint32_t>(i * step) * elementStep;
+            table_.tap[i] = static_cast<uint32_t>(i * step + (isMoved && i >= different)) * elementStep;
             table_.phase[i] = static_cast<uint8_t>(random.between(0, phases - 1));
+            if (repeats && i >= 8 && (isMoved || i != different)) table_.phase[i] = table_.phase[i - 8];
         }
         taps = table_.padded(count);
         row = random.content(table_.tap[count - 1] + 4);
