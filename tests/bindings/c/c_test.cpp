@@ -39,7 +39,8 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     ++threadsMade;
     sigset_t mask;
     pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-    for (const int signal : {SIGINT, SIGTERM, SIGSEGV, SIGUSR1, SIGALRM, SIGPROF, SIGRTMIN, SIGRTMAX})
+    signalsOpen = 0;
+    for (const int signal : {SIGINT, SIGTERM, SIGSEGV, SIGUSR1, SIGALRM, SIGPROF, SIGRTMIN})
         signalsOpen += !sigismember(&mask, signal);
     return real(thread, attributes, entry, data);
 }
@@ -52,28 +53,23 @@ namespace {
 static_assert(sizeof(vantor_image) == (sizeof(void*) == 8 ? 64 : 36) && sizeof(vantor_rect) == 16 &&
               sizeof(vantor_grid) == 8712 && sizeof(vantor_grid) == sizeof(hardware::vantorClient::_GDCGrid));
 
-#if defined(__x86_64__) && !defined(VANTOR_SANITIZED)
-constexpr int kSide = 1500, kRounds = 12;
+#if defined(VANTOR_SANITIZED) || defined(VANTOR_EMULATED)
+constexpr int kSide = 768, kRounds = 4;
 #else
-constexpr int kSide = 768, kRounds = 4;  // emulated, or slow
+constexpr int kSide = 1500, kRounds = 12;
 #endif
+#ifdef __SANITIZE_THREAD__
+constexpr Layout kLayouts[] = {Layout::Packed, Layout::Padded};  // mappings are slow
+#else
 constexpr Layout kLayouts[] = {Layout::Packed, Layout::Padded, Layout::FlushLeft, Layout::FlushRight};
+#endif
 
 using Engine = std::unique_ptr<vantor_engine, decltype(&vantor_engine_free)>;
 Engine engineOf(int threads) { return {vantor_engine_new(threads), vantor_engine_free}; }
 
 /// Both kinds of work on one source, and the device's bytes.
 struct Work {
-    explicit Work(int side)
-        : size{side, side},
-          smaller{side - 2, side - 4},
-          source(random.content(size.bytes(VANTOR_NV12))),
-          grid(gridOf(random, Grid::Strong)),
-          src(VANTOR_NV12, size),
-          scaled(deviceScale(source, size, smaller, false)),
-          warped(deviceWarp(source, size, grid, false)) {
-        src.fill(source);
-    }
+    explicit Work(int side) : size{side, side} { src.fill(source); }
     /// Whether the engine's calls give the device's bytes; for any thread and process.
     bool isRight(vantor_engine* engine) const {
         Picture first(VANTOR_NV12, smaller), second(VANTOR_NV12, size);
@@ -82,11 +78,11 @@ struct Work {
     }
 
     Random random{seed()};
-    Size size, smaller;
-    Bytes source;
-    vantor_grid grid;
-    Picture src;
-    Bytes scaled, warped;
+    Size size, smaller{size.width - 2, size.height - 4};
+    Bytes source = random.content(size.bytes(VANTOR_NV12));
+    vantor_grid grid = gridOf(random, Grid::Strong);
+    Picture src{VANTOR_NV12, size};
+    Bytes scaled = deviceScale(source, size, smaller, false), warped = deviceWarp(source, size, grid, false);
 };
 
 constexpr Size kSizes[][2] = {
@@ -95,7 +91,7 @@ constexpr Size kSizes[][2] = {
     {{90, 50}, {46, 50}},     {{1, 9}, {1, 4}},        {{2, 10}, {2, 4}},        {{2, 7}, {1, 3}},
     {{3, 9}, {2, 5}},         {{1, 1}, {40, 30}},      {{2, 2}, {64, 36}},       {{4, 4}, {2, 2}},
     {{201, 55}, {97, 31}},    {{101, 77}, {208, 154}}, {{16384, 6}, {10000, 4}}, {{300, 6}, {16384, 10}},
-    {{16384, 10}, {2, 2}},    {{6, 9000}, {4, 6000}},  {{900, 650}, {640, 512}}, {{200, 150}, {640, 512}},
+    {{16384, 10}, {2, 2}},    {{6, 3000}, {4, 2000}},  {{900, 650}, {640, 512}}, {{200, 150}, {640, 512}},
     {{640, 512}, {640, 512}},
 };
 
@@ -119,7 +115,7 @@ TEST(CScale, EqualsTheDeviceInEveryLayout) {
     }
 }
 
-constexpr Size kWarpSizes[] = {{1, 1}, {2, 2}, {37, 51}, {96, 64}, {97, 63}, {200, 130}, {34, 900}, {320, 240}};
+constexpr Size kWarpSizes[] = {{1, 1}, {2, 2}, {37, 51}, {96, 64}, {97, 63}, {200, 130}, {34, 300}, {320, 240}};
 
 TEST(CWarp, EqualsTheDeviceInEveryLayoutAndPart) {
     Random random(seed());
@@ -169,23 +165,18 @@ TEST(CLayouts, ViewsOfOneBufferMayLieSideBySideButNotOverlap) {
     const Bytes content = random.content(200 * 64);
     struct Case {
         ptrdiff_t src, dst, stride;
-        int status;
+        bool isRight = true;
     };
-    for (const Case& at : {Case{0, 100, 200, VANTOR_OK},                 // left and right
-                           Case{100, 0, 200, VANTOR_OK},                 // right and left
-                           Case{7, 6407, 200, VANTOR_OK},                // above and below
-                           Case{0, 200, 400, VANTOR_OK},                 // every second row
-                           Case{0, 99, 200, VANTOR_INVALID},             // a column in common,
-                           Case{99, 0, 200, VANTOR_INVALID},             // at either side,
-                           Case{0, 31 * 200 + 99, 200, VANTOR_INVALID},  // a byte,
-                           Case{31 * 200 + 99, 0, 200, VANTOR_INVALID},  // of either,
-                           Case{0, 0, 200, VANTOR_INVALID}}) {           // all
+    // Beside, below and between each other; then with a column, a byte or all in common.
+    for (const Case& at :
+         {Case{0, 100, 200}, Case{100, 0, 200}, Case{7, 6407, 200}, Case{0, 200, 400}, Case{0, 99, 200, false},
+          Case{99, 0, 200, false}, Case{0, 6299, 200, false}, Case{6299, 0, 200, false}, Case{0, 0, 200, false}}) {
         Bytes buffer = content, expected = content;
         const vantor_image src{VANTOR_GRAY8, 100, 32, {buffer.data() + at.src}, {at.stride}};
         const vantor_image dst{VANTOR_GRAY8, 100, 32, {buffer.data() + at.dst}, {at.stride}};
-        for (int y = 0; y < 32 && at.status == VANTOR_OK; ++y)
+        for (int y = 0; y < 32 && at.isRight; ++y)
             std::copy_n(&content[size_t(at.src + y * at.stride)], 100, &expected[size_t(at.dst + y * at.stride)]);
-        EXPECT_EQ(vantor_scale(nullptr, &dst, &src), at.status);
+        EXPECT_EQ(vantor_scale(nullptr, &dst, &src), at.isRight ? VANTOR_OK : VANTOR_INVALID);
         EXPECT_EQ(buffer, expected) << at.src << ", " << at.dst << ", " << at.stride;
     }
 }
@@ -243,39 +234,31 @@ double cpuSeconds() {
     return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
-TEST(CThreads, WorkersBlockSignalsSleepBetweenCallsAndEndWithTheEngine) {
+TEST(CThreads, StartWithWorkBlockSignalsSleepBetweenCallsAndEndWithTheEngine) {
     const Work work(kSide);
-    const long before = threadsAlive();
-    signalsOpen = 0;
+    const long alive = threadsAlive();
+    const int made = threadsMade;
     Engine engine = engineOf(4);
-    EXPECT_EQ(threadsAlive(), before);
+    threadsFail = true;  // the others do their share
     EXPECT_TRUE(work.isRight(engine.get()));
-    EXPECT_EQ(threadsAlive(), before + 3);
+    EXPECT_EQ(threadsMade, made);
+    threadsFail = false;
+    EXPECT_TRUE(work.isRight(engine.get()) && work.isRight(engine.get()));
+#ifndef VANTOR_SANITIZED
+    EXPECT_EQ(threadsMade, made + 3);
+#endif
     EXPECT_EQ(signalsOpen, 0);
     const double start = cpuSeconds();
     usleep(300000);
     EXPECT_LT(cpuSeconds() - start, 0.02);
     engine.reset();
-    EXPECT_EQ(threadsAlive(), before);
-}
-
-TEST(CThreads, OnesThatCannotBeStartedLeaveTheirShareToTheOthers) {
-#ifdef VANTOR_SANITIZED
-    GTEST_SKIP() << "thread calls are the sanitizer's";
-#endif
-    const Work work(kSide);
-    const Engine engine = engineOf(4);
-    const int before = threadsMade;
-    threadsFail = true;
-    EXPECT_TRUE(work.isRight(engine.get()));
-    threadsFail = false;
-    EXPECT_TRUE(work.isRight(engine.get()));
-    EXPECT_EQ(threadsMade, before + 3);
+    for (int i = 0; i < 1000 && threadsAlive() > alive; ++i) usleep(10000);  // the system lists them a little longer
+    EXPECT_LE(threadsAlive(), alive);
 }
 
 TEST(CThreads, AnEngineWorksOnBothSidesOfAFork) {
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "the sanitizer lets no child of a process with threads make threads";
+#if defined(__SANITIZE_THREAD__) || defined(VANTOR_EMULATED)
+    GTEST_SKIP() << "qemu and the thread sanitizer let no child of a process with threads have threads";
 #endif
     const Work work(540);
     Engine used = engineOf(3), unused = engineOf(3);
@@ -299,7 +282,7 @@ TEST(CThreads, AnEngineWorksOnBothSidesOfAFork) {
 TEST(CCalls, LeaveTheCallersEnvironmentAlone) {
     const Work work(540);
     const Engine engine = engineOf(2);
-    sigset_t mask, after;
+    sigset_t mask{}, after{};
     pthread_sigmask(SIG_SETMASK, nullptr, &mask);
     for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
         std::feclearexcept(FE_ALL_EXCEPT);
@@ -314,8 +297,7 @@ TEST(CCalls, LeaveTheCallersEnvironmentAlone) {
         EXPECT_TRUE(error == 77 && roundedBy == mode && raised == FE_DIVBYZERO) << error << " " << raised;
     }
     pthread_sigmask(SIG_SETMASK, nullptr, &after);
-    for (int signal = 1; signal <= SIGRTMAX; ++signal)
-        EXPECT_EQ(sigismember(&mask, signal), sigismember(&after, signal)) << signal;
+    EXPECT_EQ(0, std::memcmp(&mask, &after, sizeof mask));
 }
 
 /// Arguments of vantor_scale and vantor_warp_part, right ones of 128x96.
