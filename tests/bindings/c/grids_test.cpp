@@ -81,7 +81,8 @@ void expectNear(const vantor_grid& a, const vantor_grid& b, int width, int heigh
 
 TEST(CGrids, OfMapsAreThoseOfTheirFormulas) {
     const double k[5] = {-0.2, 0.05, 0.01, 0.003, -0.002};
-    for (const auto& [width, height] : {std::pair(1920, 1080), {333, 221}, {64, 48}}) {
+    for (const auto& size : {std::pair(1920, 1080), {333, 221}, {64, 48}}) {
+        const int width = size.first, height = size.second;
         const double cx = (width - 1) / 2.0, cy = (height - 1) / 2.0, radius = std::hypot(width, height) / 2;
         const Map bent(width, height, [&](int column, int row) {
             const double x = (column - cx) / radius, y = (row - cy) / radius, r2 = x * x + y * y;
@@ -122,7 +123,8 @@ TEST(CGrids, OfMapsAreThoseOfTheirFormulas) {
 
 TEST(CGrids, PositionsAndErrorsAreThoseOfTheEngine) {
     const vantor_grid grid{};
-    for (const auto& [width, height] : {std::pair(96, 64), {50, 37}, {1, 1}}) {
+    for (const auto& size : {std::pair(96, 64), {50, 37}, {1, 1}}) {
+        const int width = size.first, height = size.second;
         std::vector<int32_t> x(static_cast<size_t>(width * height)), y(x);
         ASSERT_EQ(vantor_grid_positions(&grid, width, height, x.data(), y.data()), VANTOR_OK);
         Map map(width, height, [&](int column, int row) {
