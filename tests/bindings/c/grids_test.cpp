@@ -215,11 +215,13 @@ TEST(CRgb, IsEncodedAndDecoded) {
 }
 
 TEST(CLooks, HashesAreXxh64) {
-    Bytes bytes;  // as in the algorithm's own tests
-    for (uint64_t x = 2654435761U; bytes.size() < 222; x *= 11400714785074694797U)
-        bytes.push_back(static_cast<uint8_t>(x >> 56));
-    const std::pair<size_t, uint64_t> known[] = {
-        {0, 0xEF46DB3751D8E999}, {1, 0xE934A84ADB052768}, {14, 0x8282DCC4994E35C8}, {222, 0xB641AE8CB691C174}};
+    Bytes bytes;
+    for (int i = 0; i < 222; ++i) bytes.push_back(static_cast<uint8_t>(i * i * 7));
+    const std::pair<size_t, uint64_t> known[] = {{0, 0xEF46DB3751D8E999},  // as xxh64sum says
+                                                 {1, 0xE934A84ADB052768},
+                                                 {14, 0x9411E8CE87604AAC},
+                                                 {36, 0x310BE521C7FF91B6},
+                                                 {222, 0x4435BBB5E0032739}};
     for (const auto& [size, expected] : known) {
         for (size_t first = 0; first <= size; first += 5) {
             vantor_hash hash;
