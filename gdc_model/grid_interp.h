@@ -89,6 +89,13 @@ struct CellCurve {
     }
 };
 
+/// A third of factor x value / 2^shift. Only extreme grids need a division of 64 bits, which 32-bit processors
+/// make by hand.
+inline int32_t roundedThird(int32_t factor, int32_t value, int shift) {
+    const int64_t rounded = hwround(int64_t{factor} * value, shift);
+    return rounded == narrow(rounded) ? narrow(rounded) / 3 : narrow(rounded / 3);
+}
+
 /// The grid along one output row: the vertical half of the interpolation, at half the grid's scale, for all
 /// node columns. It depends on the row alone.
 struct GridRow {
@@ -99,17 +106,16 @@ struct GridRow {
         const int t = y.within;
         const int32_t q3 =
             (((1 << kVirtStepShiftY) + t * (kVirtualCellHeight - t)) >> (kVirtStepShiftY + 1)) / 3;
-        const auto node = [&](int row, int column) {
-            return row < 0 || row >= kGridNodes ? 0 : grid[row][column];
-        };
+        static constexpr int kBeyondGrid[kGridNodes] = {};
+        const int* const above = y.cell > 1 ? grid[y.cell - 2] : kBeyondGrid;
+        const int* const below = y.cell < kGridCells ? grid[y.cell + 1] : kBeyondGrid;
         for (int column = 0; column < kGridNodes; ++column) {
-            const int32_t top = node(y.cell - 1, column);
-            const HermiteCell hermite(node(y.cell - 2, column), top, node(y.cell, column),
-                                      node(y.cell + 1, column), y.cell);
-            const auto e = narrow(hwround(int64_t{kVirtualCellHeight - 2 * t} * hermite.excess, 8) / 3);
+            const int32_t top = grid[y.cell - 1][column];
+            const HermiteCell hermite(above[column], top, grid[y.cell][column], below[column], y.cell);
+            const int32_t e = roundedThird(kVirtualCellHeight - 2 * t, hermite.excess, 8);
             const int32_t f = wrapAdd(e, hermite.slopeChange >> 1);
-            const auto g = narrow(hwround(int64_t{f} * q3, 9) / 3);
-            const auto linear = narrow(hwround(int64_t{hermite.difference} * t, 8) / 3);
+            const int32_t g = roundedThird(q3, f, 9);
+            const int32_t linear = roundedThird(t, hermite.difference, 8);
             value[column] = clampDisplacement(wrapSub(wrapAdd(linear, top >> 1), g));
         }
     }

@@ -8,7 +8,7 @@ namespace {
 
 /// Whether vector kernels can address all of a plane, with 32-bit offsets.
 bool spansFewBytes(std::ptrdiff_t stride, int rows) {
-    return rows <= 1 || stride <= INT32_MAX / rows;
+    return rows <= 1 || stride <= kMaxVectorSpan / rows;
 }
 
 const WarpKernels& kernelsFor(const WarpSource& src) {

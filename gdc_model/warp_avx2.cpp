@@ -36,23 +36,12 @@ struct Axis {
     }
 };
 
-/// From the offsets of the pixels' first bytes.
-template <int rows>
-Samples<V, rows> gather(const uint8_t* plane, int stride, Vector offsets) {
-    Samples<V, rows> samples;
-    for (Vector& row : samples.row) {
-        row = _mm256_i32gather_epi32(reinterpret_cast<const int*>(plane), offsets, 1);
-        plane += stride;
-    }
-    return samples;
-}
-
 /// Sixteen pixels, and what of their positions is needed later.
 struct Pixels {
     Vector interior;
     Vector fractionX;
     Vector fractionY;
-    Vector offsets[2];  // of the first taps; 0 where not all taps lie inside
+    Vector places[2];  // of the first taps: row x 65536 + column; 0 where not all taps lie inside
 
     Pixels(const WarpSource& src, const int32_t* x, const int32_t* y) {
         const Axis atX(V::load(x), V::load(x + V::kLanes32));
@@ -62,18 +51,16 @@ struct Pixels {
         fractionY = atY.fraction;
         const Vector column = V::bitAnd(atX.index, interior);
         const Vector row = V::bitAnd(atY.index, interior);
-        const Vector strides = V::broadcast32(static_cast<int>(src.yStride) << 16 | 1);
-        offsets[0] = V::multiplyAdd16(V::interleaveLow16(column, row), strides);
-        offsets[1] = V::multiplyAdd16(V::interleaveHigh16(column, row), strides);
+        places[0] = V::interleaveLow16(column, row);
+        places[1] = V::interleaveHigh16(column, row);
     }
 };
 
 /// Sixteen bytes of luma.
 __m128i blend(const WarpSource& src, const Pixels& pixels) {
-    const LumaValues<V> values =
-        filterLuma<V>(gather<4>(src.y, static_cast<int>(src.yStride), pixels.offsets[0]),
-                      gather<4>(src.y, static_cast<int>(src.yStride), pixels.offsets[1]),
-                      {pixels.fractionX, pixels.fractionY});
+    const LumaValues<V> values = filterLuma<V>(gather<V, 4>(src.y, src.yStride, pixels.places[0]),
+                                               gather<V, 4>(src.y, src.yStride, pixels.places[1]),
+                                               {pixels.fractionX, pixels.fractionY});
     const Vector words = V::bitAnd(V::pack32(values.left, values.right), pixels.interior);
     const Vector packed = V::pack16(words, words);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
@@ -122,11 +109,12 @@ __m128i chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y) {
     const Vector interior = V::bitAnd(hasAllTaps(atX, src.width), hasAllTaps(atY, src.height));
     const Vector fromX = V::subtract32(atX, V::broadcast32(128));
     const Vector fromY = V::subtract32(atY, V::broadcast32(128));
-    const Vector places =
-        V::interleaveEven16(V::shiftRightSigned32<9>(fromX), V::shiftRightSigned32<9>(fromY));
-    const Vector offsets = V::multiplyAdd16(V::bitAnd(places, interior),
-                                            V::broadcast32(static_cast<int>(src.yStride) << 16 | 2));
-    const Vector pairs = mixPairs<V>(gather<2>(src.u, static_cast<int>(src.uStride), offsets), fromX, fromY);
+    const Vector column = V::shiftRightSigned32<9>(fromX);
+    const bool isPaired = src.chromaStep == 2;
+    const Vector byte = isPaired ? V::add32(column, column) : column;
+    const Vector places = V::bitAnd(V::interleaveEven16(byte, V::shiftRightSigned32<9>(fromY)), interior);
+    const Vector pairs = mixPairs<V>(
+        isPaired ? gather<V, 2>(src.u, src.uStride, places) : gatherPairs<V>(src, places), fromX, fromY);
     const Vector chosen = _mm256_blendv_epi8(V::broadcast32(0x8080), pairs, interior);
     const Vector packed = _mm256_packus_epi32(chosen, chosen);
     return _mm_unpacklo_epi64(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));

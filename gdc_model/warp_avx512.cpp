@@ -2,6 +2,8 @@
 
 #if defined(__x86_64__)
 
+#include <algorithm>
+
 #include "gdc_model/warp_x86.h"
 #include "processor/lanes_avx512.h"
 
@@ -11,55 +13,107 @@ namespace {
 using V = Avx512Lanes;
 using Vector = V::Vector;
 
-constexpr int kWindow = 32;  // bytes of a row that one permutation reaches
-constexpr int kReach = kWindow - 4;
-
 /// Lanes where luma has all its taps along one axis: index 2 to size - 2.
 __mmask16 hasAllTaps(Vector position, int size) {
     return _mm512_cmplt_epu32_mask(V::subtract32(position, V::broadcast32(384)),
                                    V::broadcast32((size - 3) * 256));
 }
 
-Vector tapBytes(Vector within) {
-    const Vector fourTimes = _mm512_broadcast_i32x4(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C));
-    return _mm512_add_epi8(_mm512_shuffle_epi8(within, fourTimes), V::broadcast32(0x03020100));
+/// The windows that may hold the taps of sixteen pixels: where pixels follow each other from left to right in
+/// one row or two, one window at the first and one at the last. Both stay inside their rows.
+template <int window, int taps>
+class Windows {
+public:
+    /// From places in a plane (row x 65536 + byte of the row).
+    Windows(Vector places, int rowBytes) {
+        alignas(Vector) int32_t at[V::kLanes32];
+        V::store(at, places);
+        const int first = at[0];
+        const int last = at[V::kLanes32 - 1];
+        starts_[0] = first - std::max((first & UINT16_MAX) - (rowBytes - window), 0);
+        starts_[1] = last - std::min(last & UINT16_MAX, window - taps);
+        const Vector fromFirst = V::subtract32(places, V::broadcast32(starts_[0]));
+        const Vector fromLast = V::subtract32(places, V::broadcast32(starts_[1]));
+        const Vector reach = V::broadcast32(window - taps);
+        const __mmask16 byFirst = _mm512_cmple_epu32_mask(fromFirst, reach);
+        holdAll_ = (byFirst | _mm512_cmple_epu32_mask(fromLast, reach)) == 0xFFFF;
+        index_ = _mm512_mask_mov_epi32(V::add32(fromLast, V::broadcast32(V::kBytes / 2)), byFirst, fromFirst);
+    }
+
+    bool holdAll() const { return holdAll_; }
+
+    /// The byte of `plane` that the first (second) window begins with.
+    const uint8_t* start(const uint8_t* plane, std::ptrdiff_t stride, int i) const {
+        return plane + (starts_[i] >> 16) * stride + (starts_[i] & UINT16_MAX);
+    }
+
+    /// For a permutation of both windows, one in each half of a vector: the bytes of every pixel's taps, from
+    /// their distances to the first.
+    Vector bytes(int distances) const {
+        const Vector fourTimes = V::repeat128(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C));
+        return _mm512_add_epi8(V::shuffle8(index_, fourTimes), V::broadcast32(distances));
+    }
+
+private:
+    int starts_[2];
+    bool holdAll_;
+    Vector index_;
+};
+
+Vector joined(const uint8_t* low, const uint8_t* high) {
+    const auto load = [](const uint8_t* from) {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+    };
+    return _mm512_inserti64x4(_mm512_castsi256_si512(load(low)), load(high), 1);
 }
 
-Vector window(const uint8_t* from) {
-    return _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
-}
-
-/// From the offsets of the pixels' first bytes. Where pixels follow each other from left to right in one row
-/// or two, a window at the first and one at the last hold all their taps. The plane's last window reaches its
-/// last pixel.
+/// Four bytes of each of some rows, from places in the first of them.
 template <int rows>
-Samples<V, rows> gather(const uint8_t* plane, int stride, int lastWindow, Vector offsets) {
+Samples<V, rows> samplesAt(const uint8_t* plane, std::ptrdiff_t stride, int rowBytes, Vector places) {
+    const Windows<32, 4> windows(places, rowBytes);
+    if (!windows.holdAll()) return gather<V, rows>(plane, stride, places);
+    const uint8_t* low = windows.start(plane, stride, 0);
+    const uint8_t* high = windows.start(plane, stride, 1);
+    const Vector bytes = windows.bytes(0x03020100);
     Samples<V, rows> samples;
-    const int first = _mm_cvtsi128_si32(_mm512_castsi512_si128(offsets));
-    const int last = _mm_extract_epi32(_mm512_extracti32x4_epi32(offsets, 3), 3);
-    const int starts[2] = {first < lastWindow ? first : lastWindow, last < kReach ? 0 : last - kReach};
-    const Vector fromFirst = V::subtract32(offsets, V::broadcast32(starts[0]));
-    const Vector fromLast = V::subtract32(offsets, V::broadcast32(starts[1]));
-    const __mmask16 byFirst = _mm512_cmple_epu32_mask(fromFirst, V::broadcast32(kReach));
-    const __mmask16 byLast = _mm512_cmple_epu32_mask(fromLast, V::broadcast32(kReach));
-    const bool isWithin = (byFirst | byLast) == 0xFFFF;
-    const Vector taps = tapBytes(fromFirst);
-    const Vector otherTaps = tapBytes(fromLast);
     for (Vector& row : samples.row) {
-        if (isWithin) {
-            const Vector permuted = _mm512_permutexvar_epi8(taps, window(plane + starts[0]));
-            row = _mm512_mask_mov_epi32(_mm512_permutexvar_epi8(otherTaps, window(plane + starts[1])),
-                                        byFirst, permuted);
-        } else {
-            row = _mm512_i32gather_epi32(offsets, plane, 1);
-        }
-        plane += stride;
+        row = _mm512_permutexvar_epi8(bytes, joined(low, high));
+        low += stride;
+        high += stride;
     }
     return samples;
 }
 
-int lastWindow(const WarpSource& src, int planeRows, int rows) {
-    return static_cast<int>(src.yStride) * (planeRows - rows + 1) - kWindow;
+/// The bytes of both planes' windows, U's before V's.
+__m256i joinedPlanes(const uint8_t* u, const uint8_t* v) {
+    const auto load = [](const uint8_t* from) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    };
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load(u)), load(v), 1);
+}
+
+/// Pairs of chroma from two planes.
+Samples<V, 2> pairsAt(const WarpSource& src, Vector places) {
+    const Windows<16, 2> windows(places, src.width / 2);
+    if (!windows.holdAll()) return gatherPairs<V>(src, places);
+    const Vector bytes = windows.bytes(0x11011000);
+    Samples<V, 2> pairs;
+    for (int j = 0; j < 2; ++j) {
+        const auto load = [&](int i) {
+            return joinedPlanes(windows.start(src.u, src.uStride, i) + j * src.uStride,
+                                windows.start(src.v, src.vStride, i) + j * src.vStride);
+        };
+        pairs.row[j] =
+            _mm512_permutexvar_epi8(bytes, _mm512_inserti64x4(_mm512_castsi256_si512(load(0)), load(1), 1));
+    }
+    return pairs;
+}
+
+/// Upper halves of `rows` and lower ones of `columns`; 0 outside `chosen`.
+Vector placesOf(__mmask16 chosen, Vector columns, Vector rows) {
+    constexpr int kSelect = 0xCA;  // the second where the first is set, else the third
+    return _mm512_maskz_mov_epi32(
+        chosen, _mm512_ternarylogic_epi32(V::broadcast32(UINT16_MAX), columns, rows, kSelect));
 }
 
 /// Sixteen pixels, and what of their positions is needed later.
@@ -67,7 +121,7 @@ struct Pixels {
     __mmask16 interior;
     Vector fractionX;
     Vector fractionY;
-    Vector offsets;  // of their first taps; 0 where not all taps lie inside
+    Vector places;  // of their first taps: row x 65536 + column; 0 where not all taps lie inside
 
     Pixels(const WarpSource& src, const int32_t* x, const int32_t* y) {
         const Vector atX = V::load(x);
@@ -78,9 +132,7 @@ struct Pixels {
         const Vector firstY = V::subtract32(atY, V::broadcast32(384));
         fractionX = V::bitAnd(firstX, V::broadcast32(255));
         fractionY = V::bitAnd(firstY, V::broadcast32(255));
-        const Vector row =
-            V::multiply32(V::shiftRightSigned32<8>(firstY), V::broadcast32(static_cast<int>(src.yStride)));
-        offsets = _mm512_maskz_add_epi32(interior, row, V::shiftRightSigned32<8>(firstX));
+        places = placesOf(interior, V::shiftRightSigned32<8>(firstX), V::shiftLeft32<8>(firstY));
     }
 };
 
@@ -92,12 +144,10 @@ void storeSome(uint8_t* out, __m128i bytes, __mmask16 chosen, int count) {
 
 /// 32 pixels.
 void blend(const WarpSource& src, const Pixels& left, const Pixels& right, uint8_t* out, int count) {
-    const int last = lastWindow(src, src.height, 4);
-    const LumaValues<V> values =
-        filterLuma<V>(gather<4>(src.y, static_cast<int>(src.yStride), last, left.offsets),
-                      gather<4>(src.y, static_cast<int>(src.yStride), last, right.offsets),
-                      {_mm512_packus_epi32(left.fractionX, right.fractionX),
-                       _mm512_packus_epi32(left.fractionY, right.fractionY)});
+    const LumaValues<V> values = filterLuma<V>(samplesAt<4>(src.y, src.yStride, src.width, left.places),
+                                               samplesAt<4>(src.y, src.yStride, src.width, right.places),
+                                               {_mm512_packus_epi32(left.fractionX, right.fractionX),
+                                                _mm512_packus_epi32(left.fractionY, right.fractionY)});
     storeSome(out, _mm512_cvtepi32_epi8(values.left), left.interior, count);
     if (count <= V::kLanes32) return;
     storeSome(out + V::kLanes32, _mm512_cvtepi32_epi8(values.right), right.interior, count - V::kLanes32);
@@ -133,12 +183,12 @@ void chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y, int 
     const __mmask16 interior = hasAllTaps(atX, src.width) & hasAllTaps(atY, src.height);
     const Vector fromX = V::subtract32(atX, V::broadcast32(128));
     const Vector fromY = V::subtract32(atY, V::broadcast32(128));
-    const Vector row =
-        V::multiply32(V::shiftRightSigned32<9>(fromY), V::broadcast32(static_cast<int>(src.yStride)));
-    const Vector column = V::shiftLeft32<1>(V::shiftRightSigned32<9>(fromX));
+    const bool isPaired = src.chromaStep == 2;
+    const Vector column = V::shiftRightSigned32<9>(fromX);
+    const Vector places =
+        placesOf(interior, isPaired ? V::add32(column, column) : column, V::shiftLeft32<7>(fromY));
     const Samples<V, 2> samples =
-        gather<2>(src.u, static_cast<int>(src.uStride), lastWindow(src, src.height / 2, 2),
-                  _mm512_maskz_add_epi32(interior, row, column));
+        isPaired ? samplesAt<2>(src.u, src.uStride, src.width, places) : pairsAt(src, places);
     const Vector pairs = mixPairs<V>(samples, fromX, fromY);
     const Vector chosen = _mm512_mask_mov_epi32(V::broadcast32(0x8080), interior, pairs);
     const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);

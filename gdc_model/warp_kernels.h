@@ -34,7 +34,8 @@ struct WarpRun {
     WarpLine y;
 };
 
-/// The source; of even size where there is chroma.
+/// The source. Sizes are even where there is chroma; rows are at least as far apart as they are long. Kernels
+/// read nothing outside the rows' bytes: `width` of luma and of pairs, half as many of a chroma plane.
 struct WarpSource {
     const uint8_t* y;
     const uint8_t* u;  ///< of the first pair of chroma
@@ -42,8 +43,9 @@ struct WarpSource {
     std::ptrdiff_t yStride;  ///< bytes from row to row
     std::ptrdiff_t uStride;
     std::ptrdiff_t vStride;
-    int chromaStep;  ///< from a chroma sample to the next: 2 in pairs, where v is u + 1; 1 in planes of their
-                     ///< own
+    /// Bytes from one sample of chroma to the next: 2 in pairs, where v is u + 1, or 1 in planes of their
+    /// own.
+    int chromaStep;
     int width;
     int height;
 };
@@ -55,6 +57,7 @@ constexpr int kWarpRunColumns = 256;  ///< at most, in one call of `luma` and `c
 constexpr int kMaxWarpSide = 16384;
 constexpr int kMinWarpSide = 32;
 constexpr int kMaxVectorScale = 32767;
+constexpr std::ptrdiff_t kMaxVectorSpan = INT32_MAX;  ///< from a plane's first byte to its last
 
 struct WarpKernels {
     InstructionSet set;

@@ -10,10 +10,6 @@ namespace {
 constexpr int kLanes = 4;  // 32-bit lanes of a register
 constexpr int kGroup = 8;  // pixels, or pairs of chroma, that are worked out together
 
-void copyWord(const uint8_t* from, uint8_t* to) {
-    __builtin_memcpy(to, from, 4);
-}
-
 /// What positions of one coordinate are computed from, four columns at a time.
 class Line {
 public:
@@ -92,19 +88,25 @@ uint16x8_t hasAllTaps(const Wide& position, int size) {
     return vcleq_u16(vreinterpretq_u16_s16(first), vdupq_n_u16(static_cast<uint16_t>(size - 4)));
 }
 
-/// Byte offsets of eight positions; those outside `chosen` are at the plane's start.
+/// Byte offsets of eight positions in one plane or two; those outside `chosen` are at its start.
 struct Offsets {
     int32_t at[kGroup];
 
-    Offsets(int16x8_t column, int16x8_t row, uint16x8_t chosen, int stride) {
+    Offsets(int16x8_t column, int16x8_t row, uint16x8_t chosen, std::ptrdiff_t stride) {
         const uint16x8_t x = vandq_u16(vreinterpretq_u16_s16(column), chosen);
         const uint16x8_t y = vandq_u16(vreinterpretq_u16_s16(row), chosen);
-        const uint16x4_t width = vdup_n_u16(static_cast<uint16_t>(stride));
-        vst1q_s32(at, vreinterpretq_s32_u32(vmlal_u16(vmovl_u16(vget_low_u16(x)), vget_low_u16(y), width)));
-        vst1q_s32(at + kLanes,
-                  vreinterpretq_s32_u32(vmlal_u16(vmovl_u16(vget_high_u16(x)), vget_high_u16(y), width)));
+        const auto offsets = [step = static_cast<uint32_t>(stride)](uint16x4_t byte, uint16x4_t line) {
+            return vreinterpretq_s32_u32(vmlaq_n_u32(vmovl_u16(byte), vmovl_u16(line), step));
+        };
+        vst1q_s32(at, offsets(vget_low_u16(x), vget_low_u16(y)));
+        vst1q_s32(at + kLanes, offsets(vget_high_u16(x), vget_high_u16(y)));
     }
 };
+
+template <int bytes>
+void copy(const uint8_t* from, uint8_t* to) {
+    __builtin_memcpy(to, from, bytes);
+}
 
 /// The weights of the four taps at eight phases p, in magnitude: of p (256 - p)^2, 2^25 - p^2 (1280 - 3p),
 /// p 2^16 + p^2 (1024 - 3p) and p^2 (256 - p), over 2^17, rounded: over 2^15 rounded down, then over 4.
@@ -222,11 +224,11 @@ uint8x8_t lumaGroup(const WarpSource& src, const Wide& x, const Wide& y, uint16x
     const Wide halfY = plus(y, 128);
     const int16x8_t two = vdupq_n_s16(2);
     const Offsets offsets(vqsubq_s16(quotients<8>(halfX), two), vqsubq_s16(quotients<8>(halfY), two),
-                          interior, static_cast<int>(src.yStride));
+                          interior, src.yStride);
     uint8_t samples[4][4 * kGroup];
     for (int i = 0; i < kGroup; ++i) {
         const uint8_t* row = src.y + offsets.at[i];
-        for (int j = 0; j < 4; ++j, row += src.yStride) copyWord(row, samples[j] + 4 * i);
+        for (int j = 0; j < 4; ++j, row += src.yStride) copy<4>(row, samples[j] + 4 * i);
     }
     const Weights weights(remainders<8>(halfX));
     const Taps down(remainders<8>(halfY));
@@ -266,14 +268,57 @@ bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, 
 }
 
 /// Eight samples of chroma from the four around each.
-uint8x8_t mixed(const int16x8_t (&weights)[4], uint8x8_t leftTop, uint8x8_t rightTop, uint8x8_t leftBottom,
-                uint8x8_t rightBottom) {
+uint8x8_t mixed(const int16x8_t (&weights)[4], const uint8x8_t (&block)[2][2]) {
     Wide sum{vdupq_n_s32(0), vdupq_n_s32(0)};
-    accumulate(sum, weights[0], leftTop);
-    accumulate(sum, weights[1], rightTop);
-    accumulate(sum, weights[2], leftBottom);
-    accumulate(sum, weights[3], rightBottom);
+    for (int i = 0; i < 4; ++i) accumulate(sum, weights[i], block[i / 2][i % 2]);
     return vqmovun_s16(vcombine_s16(vrshrn_n_s32(sum.low, 9), vrshrn_n_s32(sum.high, 9)));
+}
+
+/// The four samples around eight positions in each of two planes.
+struct ChromaBlock {
+    uint8x8_t u[2][2];  // by row, then column
+    uint8x8_t v[2][2];
+
+    /// From pairs.
+    ChromaBlock(const uint8_t* pairs, std::ptrdiff_t stride, const Offsets& offsets) {
+        uint8_t samples[2][4 * kGroup];
+        for (int i = 0; i < kGroup; ++i) {
+            const uint8_t* const pair = pairs + offsets.at[i];
+            copy<4>(pair, samples[0] + 4 * i);
+            copy<4>(pair + stride, samples[1] + 4 * i);
+        }
+        for (int j = 0; j < 2; ++j) {
+            const uint8x8x4_t row = vld4_u8(samples[j]);
+            u[j][0] = row.val[0], v[j][0] = row.val[1], u[j][1] = row.val[2], v[j][1] = row.val[3];
+        }
+    }
+
+    ChromaBlock(const WarpSource& src, const Offsets& offsetsU, const Offsets& offsetsV) {
+        collect(src.u, src.uStride, offsetsU, u);
+        collect(src.v, src.vStride, offsetsV, v);
+    }
+
+private:
+    static void collect(const uint8_t* plane, std::ptrdiff_t stride, const Offsets& offsets,
+                        uint8x8_t (&block)[2][2]) {
+        uint8_t samples[2][2 * kGroup];
+        for (int i = 0; i < kGroup; ++i) {
+            const uint8_t* const first = plane + offsets.at[i];
+            copy<2>(first, samples[0] + 2 * i);
+            copy<2>(first + stride, samples[1] + 2 * i);
+        }
+        for (int j = 0; j < 2; ++j) {
+            const uint8x8x2_t row = vld2_u8(samples[j]);
+            block[j][0] = row.val[0], block[j][1] = row.val[1];
+        }
+    }
+};
+
+ChromaBlock chromaBlock(const WarpSource& src, int16x8_t column, int16x8_t row, uint16x8_t chosen) {
+    if (src.chromaStep == 2) {
+        return {src.u, src.uStride, Offsets(vshlq_n_s16(column, 1), row, chosen, src.uStride)};
+    }
+    return {src, Offsets(column, row, chosen, src.uStride), Offsets(column, row, chosen, src.vStride)};
 }
 
 /// Eight pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
@@ -281,14 +326,7 @@ uint8x8x2_t chromaGroup(const WarpSource& src, const Wide& x, const Wide& y) {
     const uint16x8_t interior = vandq_u16(hasAllTaps(x, src.width), hasAllTaps(y, src.height));
     const Wide fromX = plus(x, -128);
     const Wide fromY = plus(y, -128);
-    const Offsets offsets(vshlq_n_s16(quotients<9>(fromX), 1), quotients<9>(fromY), interior,
-                          static_cast<int>(src.yStride));
-    uint8_t samples[2][4 * kGroup];
-    for (int i = 0; i < kGroup; ++i) {
-        const uint8_t* const pair = src.u + offsets.at[i];
-        copyWord(pair, samples[0] + 4 * i);
-        copyWord(pair + src.uStride, samples[1] + 4 * i);
-    }
+    const ChromaBlock block = chromaBlock(src, quotients<9>(fromX), quotients<9>(fromY), interior);
     // 9 bits of fraction: 64 x product, rounded by 15.
     const int16x8_t right = remainders<9>(fromX);
     const int16x8_t left = vsubq_s16(vdupq_n_s16(512), right);
@@ -296,13 +334,10 @@ uint8x8x2_t chromaGroup(const WarpSource& src, const Wide& x, const Wide& y) {
     const int16x8_t leftTop = vqrdmulhq_s16(vshlq_n_s16(left, 3), upper);
     const int16x8_t rightTop = vqrdmulhq_s16(vshlq_n_s16(right, 3), upper);
     const int16x8_t weights[4] = {leftTop, rightTop, vsubq_s16(left, leftTop), vsubq_s16(right, rightTop)};
-    const uint8x8x4_t above = vld4_u8(samples[0]);
-    const uint8x8x4_t below = vld4_u8(samples[1]);
     const uint8x8_t chosen = vmovn_u16(interior);
     const uint8x8_t neutral = vdup_n_u8(128);
-    return {
-        {vbsl_u8(chosen, mixed(weights, above.val[0], above.val[2], below.val[0], below.val[2]), neutral),
-         vbsl_u8(chosen, mixed(weights, above.val[1], above.val[3], below.val[1], below.val[3]), neutral)}};
+    return {{vbsl_u8(chosen, mixed(weights, block.u), neutral),
+             vbsl_u8(chosen, mixed(weights, block.v), neutral)}};
 }
 
 void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {

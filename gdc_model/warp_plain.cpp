@@ -34,7 +34,7 @@ void positions(const WarpRun& run, int32_t* x, int32_t* y) {
 
 uint8_t lumaValue(const WarpSource& src, const Place& at) {
     LumaBlock block;
-    const uint8_t* row = src.y + std::ptrdiff_t{at.y.index - 2} * src.yStride + (at.x.index - 2);
+    const uint8_t* row = src.y + (at.y.index - 2) * src.yStride + (at.x.index - 2);
     for (auto& samples : block) {
         std::copy_n(row, 4, samples.begin());
         row += src.yStride;
@@ -53,18 +53,20 @@ bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, 
     return isAll;
 }
 
+uint8_t chromaValue(const uint8_t* plane, std::ptrdiff_t stride, int step, const Place& at) {
+    const uint8_t* top = plane + ((at.y.index - 1) >> 1) * stride + ((at.x.index - 1) >> 1) * step;
+    const uint8_t* bottom = top + stride;
+    const Quad quad{top[0], top[step], bottom[0], bottom[step]};
+    return static_cast<uint8_t>(Bilinear(quad, at.x, at.y, {}).value);
+}
+
 void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
     for (int i = 0; i < pairs; ++i, out += 2) {
         const Place at(x[2 * i], y[2 * i]);
         out[0] = out[1] = 128;
         if (!at.isInterior(src)) continue;
-        const uint8_t* top =
-            src.u + std::ptrdiff_t{(at.y.index - 1) >> 1} * src.uStride + ((at.x.index - 1) >> 1) * 2;
-        const uint8_t* bottom = top + src.uStride;
-        for (int c = 0; c < 2; ++c) {
-            const Quad quad{top[c], top[c + 2], bottom[c], bottom[c + 2]};
-            out[c] = static_cast<uint8_t>(Bilinear(quad, at.x, at.y, {}).value);
-        }
+        out[0] = chromaValue(src.u, src.uStride, src.chromaStep, at);
+        out[1] = chromaValue(src.v, src.vStride, src.chromaStep, at);
     }
 }
 

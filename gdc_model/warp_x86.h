@@ -1,6 +1,8 @@
 // The arithmetic of the warp in 32-bit and 16-bit lanes, one source for both vector types.
 #pragma once
 
+#include <immintrin.h>
+
 #include "gdc_model/warp_kernels.h"
 
 namespace vantor {
@@ -163,6 +165,44 @@ template <typename V, int rows>
 struct Samples {
     typename V::Vector row[rows];
 };
+
+/// From places in a plane (row x 65536 + byte of the row).
+template <typename V, int rows>
+Samples<V, rows> gather(const uint8_t* plane, std::ptrdiff_t stride, typename V::Vector places) {
+    using Vector = typename V::Vector;
+    const int step = static_cast<int>(stride);
+    const Vector offsets =
+        step <= INT16_MAX
+            ? V::multiplyAdd16(places, V::broadcast32(step << 16 | 1))
+            : V::add32(V::multiply32(V::template shiftRightSigned32<16>(places), V::broadcast32(step)),
+                       V::bitAnd(places, V::broadcast32(UINT16_MAX)));
+    Samples<V, rows> samples;
+    for (Vector& row : samples.row) {
+        row = V::gather32(plane, offsets);
+        plane += stride;
+    }
+    return samples;
+}
+
+/// Pairs of chroma from two planes. The last places of a row are read from four bytes that end with it.
+template <typename V>
+Samples<V, 2> gatherPairs(const WarpSource& src, typename V::Vector places) {
+    using Vector = typename V::Vector;
+    const Vector column = V::bitAnd(places, V::broadcast32(UINT16_MAX));
+    const Vector beyond =
+        V::max32(V::subtract32(column, V::broadcast32(src.width / 2 - 4)), V::broadcast32(0));
+    const Vector bits = V::template shiftLeft32<3>(beyond);
+    places = V::subtract32(places, beyond);
+    const auto u = gather<V, 2>(src.u, src.uStride, places);
+    const auto v = gather<V, 2>(src.v, src.vStride, places);
+    const Vector order = V::repeat128(_mm_setr_epi8(0, 2, 1, 3, 4, 6, 5, 7, 8, 10, 9, 11, 12, 14, 13, 15));
+    Samples<V, 2> pairs;
+    for (int j = 0; j < 2; ++j) {
+        pairs.row[j] = V::shuffle8(
+            V::interleaveEven16(V::shiftRightBy32(u.row[j], bits), V::shiftRightBy32(v.row[j], bits)), order);
+    }
+    return pairs;
+}
 
 /// The weighted sums of a vector of pixels, normalised and clamped by their 2 x 2 centre taps.
 template <typename V>

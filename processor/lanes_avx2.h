@@ -62,10 +62,22 @@ struct Avx2Lanes {
         return _mm256_srai_epi32(a, Bits);
     }
 
+    /// Each lane by as many bits as `counts` says.
+    static Vector shiftRightBy32(Vector a, Vector counts) { return _mm256_srlv_epi32(a, counts); }
+    /// 32-bit lanes from these bytes on.
+    static Vector gather32(const void* from, Vector offsets) {
+        return _mm256_i32gather_epi32(static_cast<const int*>(from), offsets, 1);
+    }
+
     /// a[0], b[0], a[2], b[2], ...
     static Vector interleaveEven16(Vector a, Vector b) {
         return _mm256_blend_epi16(a, shiftLeft32<16>(b), 0xAA);
     }
+
+    /// The same sixteen bytes in every 128 bits.
+    static Vector repeat128(__m128i bytes) { return _mm256_broadcastsi128_si256(bytes); }
+    /// The bytes at these indexes, within 128 bits.
+    static Vector shuffle8(Vector a, Vector indexes) { return _mm256_shuffle_epi8(a, indexes); }
 
     /// Of unsigned bytes.
     static Vector min8(Vector a, Vector b) { return _mm256_min_epu8(a, b); }

@@ -62,10 +62,22 @@ struct Avx512Lanes {
         return _mm512_srai_epi32(a, Bits);
     }
 
+    /// Each lane by as many bits as `counts` says.
+    static Vector shiftRightBy32(Vector a, Vector counts) { return _mm512_srlv_epi32(a, counts); }
+    /// 32-bit lanes from these bytes on.
+    static Vector gather32(const void* from, Vector offsets) {
+        return _mm512_i32gather_epi32(offsets, from, 1);
+    }
+
     /// a[0], b[0], a[2], b[2], ...
     static Vector interleaveEven16(Vector a, Vector b) {
         return _mm512_mask_blend_epi16(0xAAAAAAAA, a, shiftLeft32<16>(b));
     }
+
+    /// The same sixteen bytes in every 128 bits.
+    static Vector repeat128(__m128i bytes) { return _mm512_broadcast_i32x4(bytes); }
+    /// The bytes at these indexes, within 128 bits.
+    static Vector shuffle8(Vector a, Vector indexes) { return _mm512_shuffle_epi8(a, indexes); }
 
     /// Of unsigned bytes.
     static Vector min8(Vector a, Vector b) { return _mm512_min_epu8(a, b); }

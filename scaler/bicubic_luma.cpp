@@ -50,10 +50,11 @@ public:
     }
 
     /// Padding columns of `out` may be written.
-    void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+    void filter(const SourcePlane& src, int y, int nextY, uint8_t* out) const {
+        const uint8_t* const row = src.row(y);
         if (const int step = axis_.wholeStep(); step > 0)
             return decimate<1>(row + index(0), step, out, columns_);
-        if (middle_) middle_->filter(row, next, out);
+        if (middle_) middle_->filter(row, src.row(nextY), out);
         for (int i = 0; i < std::min(middleFirst_, middleEnd_); ++i) {
             out[i] = cubic(row[0], row[0], row[1], row[2], phase(i));
         }

@@ -8,6 +8,7 @@
 #include "scaler/bands.h"
 #include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/picture_scale.h"
+#include "scaler/planar_chroma.h"
 #include "scaler/reduce_rows.h"
 
 namespace vantor {
@@ -30,7 +31,9 @@ public:
     BilinearChromaColumns(const Kernels& kernels, const Axis& axis, int firstPair, int pairs,
                           const SourcePlane& src)
         : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
-        if (src.columns >= 2 && axis_.wholeStep() == 0) filter_.emplace(kernels, taps(src.columns));
+        if (src.columns < 2 || axis_.wholeStep() > 0) return;
+        const ColumnTaps inRow = taps(src.columns);
+        filter_.emplace(kernels, src.v ? planar_.plan(table_, pairs) : inRow);
     }
 
     int columns() const { return pairs_; }
@@ -41,12 +44,14 @@ public:
     }
 
     /// Padding pairs of `out` may be written.
-    void filter(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+    void filter(const SourcePlane& src, int row, int next, uint8_t* out) const {
+        if (src.v) return filterPlanar(src, row, out);
+        const uint8_t* const pairs = src.row(row);
         if (const int step = axis_.wholeStep(); step > 0) {
-            return decimate<2>(row + 2 * std::ptrdiff_t{axis_.index(firstPair_)}, step, out, pairs_);
+            return decimate<2>(pairs + 2 * std::ptrdiff_t{axis_.index(firstPair_)}, step, out, pairs_);
         }
-        if (filter_) return filter_->filter(row, next, out);
-        for (int i = 0; i < pairs_; ++i) std::copy_n(row, 2, out + 2 * i);
+        if (filter_) return filter_->filter(pairs, src.row(next), out);
+        for (int i = 0; i < pairs_; ++i) std::copy_n(pairs, 2, out + 2 * i);
     }
 
 private:
@@ -63,10 +68,27 @@ private:
         return table_.padded(pairs_);
     }
 
+    void filterPlanar(const SourcePlane& src, int row, uint8_t* out) const {
+        if (!filter_) {
+            const uint8_t* const u = src.row(row);
+            const uint8_t* const v = src.vRow(row);
+            for (int i = 0; i < pairs_; ++i) {
+                const int index = src.columns < 2 ? 0 : axis_.index(firstPair_ + i);
+                out[2 * i] = u[index];
+                out[2 * i + 1] = v[index];
+            }
+            return;
+        }
+        PlanarPairs::Buffer pairs;
+        planar_.fetch(src, row, pairs);
+        filter_->filter(pairs, pairs, out);
+    }
+
     const Axis& axis_;
     int firstPair_;
     int pairs_;
     ColumnTable table_;
+    PlanarPairs planar_;
     std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> filter_;
 };
 

@@ -52,9 +52,12 @@ public:
           rowAxis_(rowAxis),
           firstPair_(firstPair),
           pairs_(pairs) {
-        if (columnAxis.holdsAllTaps()) filter_.emplace(kernels, taps());
+        if (!columnAxis.holdsAllTaps()) return;
+        const ColumnTaps inRow = taps();
+        filter_.emplace(kernels, src.v ? planar_.plan(table_, pairs) : inRow);
     }
 
+    int columns() const { return pairs_; }
     int sourceHeight() const { return src_.rows; }
 
     OutputRow<int> outputRow(int y) const {
@@ -63,6 +66,7 @@ public:
     }
 
     void filterRow(int row, int next, uint8_t* out) const {
+        if (src_.v) return filterPlanar(row, out);
         if (filter_ && offset(row, table_.tap[pairs_ - 1] + 3) < planeBytes_) {
             filter_->filter(src_.row(row), src_.row(next), out);
         } else {
@@ -103,6 +107,22 @@ private:
                              position.weight);
     }
 
+    void filterPlanar(int row, uint8_t* out) const {
+        if (filter_) {
+            PlanarPairs::Buffer pairs;
+            planar_.fetch(src_, row, pairs);
+            return filter_->filter(pairs, pairs, out);
+        }
+        for (int i = 0; i < pairs_; ++i) {
+            const ChromaPosition position(columnAxis_, firstPair_ + i);
+            const auto value = [&](const uint8_t* plane) {
+                return linear<6, 32>(plane[position.left], plane[position.right], position.weight);
+            };
+            out[2 * i] = value(src_.row(row));
+            out[2 * i + 1] = value(src_.vRow(row));
+        }
+    }
+
     const BilinearChromaKernels& kernels_;
     const SourcePlane& src_;
     int64_t planeBytes_;
@@ -111,6 +131,7 @@ private:
     int firstPair_;
     int pairs_;
     ColumnTable table_;
+    PlanarPairs planar_;
     std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> filter_;
 };
 

@@ -38,6 +38,7 @@ public:
           columns_(columns),
           filter_(kernels, taps(firstColumn), coefficients) {}
 
+    int columns() const { return columns_; }
     int sourceHeight() const { return src_.rows; }
 
     OutputRow<const int16_t*> outputRow(int y) const {

@@ -26,11 +26,17 @@ RowRange band(int index, int bands, int rows) {
     return {edge(index), edge(index + 1) - edge(index), false};
 }
 
-void copyRows(const SourcePlane& src, const Target& dst, size_t bytes) {
+void copyRows(const SourcePlane& src, const Target& dst, int bytes) {
     for (int i = 0; i < dst.rows.count; ++i) {
         const int y = dst.rows.row(i);
-        std::memcpy(dst.row(y), src.row(y), bytes);
+        std::memcpy(dst.row(y), src.row(y), static_cast<size_t>(bytes));
     }
+}
+
+void copyChroma(const SourcePlane& src, const Target& dst) {
+    if (!src.v) return copyRows(src, dst, 2 * src.columns);
+    copyRows(src, dst, src.columns);
+    copyRows(src.onlyV(), dst.onlyV(), src.columns);
 }
 
 }  // namespace
@@ -44,7 +50,7 @@ PictureScale::PictureScale(const Source& src, const Destination& dst, int worker
       columnAxis_(src.width, 0, src.width, dst.width),
       rowAxis_(src.height, 0, src.height, dst.height),
       lumaBands_(bandsOf(dst.height, workers)),
-      chromaBands_(dst.pairs ? bandsOf(dst.height / 2, workers) : 0) {}
+      chromaBands_(dst.chroma ? bandsOf(dst.height / 2, workers) : 0) {}
 
 void PictureScale::run(int tile) const {
     if (tile < lumaBands_) return runLuma(band(tile, lumaBands_, dst_.height));
@@ -54,15 +60,16 @@ void PictureScale::run(int tile) const {
 void PictureScale::runLuma(const RowRange& rows) const {
     const SourcePlane src{src_.luma, src_.lumaStride, src_.width, src_.height};
     const Target dst{dst_.luma, dst_.lumaStride, 0, dst_.width, rows};
-    if (method_ == Method::Copy) return copyRows(src, dst, static_cast<size_t>(src.columns));
+    if (method_ == Method::Copy) return copyRows(src, dst, src.columns);
     if (method_ == Method::Reduce) return reduceLuma(src, dst, dst_.height);
     scaleInterp4Luma(src, dst, kFilter.data(), columnAxis_, rowAxis_);
 }
 
 void PictureScale::runChroma(const RowRange& rows) const {
-    const SourcePlane src{src_.pairs, src_.pairStride, src_.width / 2, src_.height / 2};
-    const Target dst{dst_.pairs, dst_.pairStride, 0, dst_.width / 2, rows};
-    if (method_ == Method::Copy) return copyRows(src, dst, 2 * static_cast<size_t>(src.columns));
+    const SourcePlane src{src_.chroma, src_.chromaStride, src_.width / 2, src_.height / 2, 0,
+                          src_.v,      src_.vStride};
+    const Target dst{dst_.chroma, dst_.chromaStride, 0, dst_.width / 2, rows, dst_.v, dst_.vStride};
+    if (method_ == Method::Copy) return copyChroma(src, dst);
     if (method_ == Method::Reduce) return reduceChroma(src, dst, dst_.height / 2);
     scaleInterp4Chroma(src, dst, columnAxis_, rowAxis_);
 }

@@ -10,13 +10,15 @@
 
 namespace vantor {
 
-/// A luma plane and, in pictures of even size, pairs of chroma.
+/// A luma plane and, in pictures of even size, chroma in pairs or in two planes.
 template <typename Byte>
 struct ScalePlanes {
     Byte* luma;
     std::ptrdiff_t lumaStride;
-    Byte* pairs;  ///< null where there is no chroma
-    std::ptrdiff_t pairStride;
+    Byte* chroma;  ///< pairs or U; null where there is none
+    std::ptrdiff_t chromaStride;
+    Byte* v;  ///< null where there is none, or pairs
+    std::ptrdiff_t vStride;
     int width;
     int height;
 };
@@ -28,7 +30,7 @@ public:
     using Source = ScalePlanes<const uint8_t>;
     using Destination = ScalePlanes<uint8_t>;
 
-    /// Both have chroma or neither. Cut for `workers` that work at once.
+    /// Both have chroma of one kind or none. Cut for `workers` that work at once.
     PictureScale(const Source& src, const Destination& dst, int workers);
 
     int tiles() const { return lumaBands_ + chromaBands_; }

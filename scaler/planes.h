@@ -13,8 +13,12 @@ struct SourcePlane {
     int columns;  ///< samples, or UV pairs
     int rows;
     int firstReadable = 0;  ///< column; -1 where the byte before a row may be read, as narrow sources want it
+    const uint8_t* v = nullptr;  ///< of chroma in two planes, of which `data` is U; else null
+    std::ptrdiff_t vStride = 0;
 
     const uint8_t* row(int y) const { return data + y * stride; }
+    const uint8_t* vRow(int y) const { return v + y * vStride; }
+    SourcePlane onlyV() const { return {v, vStride, columns, rows}; }
 };
 
 /// Consecutive destination rows, walked downward from `first`, or upward to it.
@@ -33,8 +37,12 @@ struct Target {
     int firstColumn;
     int endColumn;
     RowRange rows;
+    uint8_t* v = nullptr;  ///< as in SourcePlane
+    std::ptrdiff_t vStride = 0;
 
     uint8_t* row(int y) const { return data + y * stride; }
+    uint8_t* vRow(int y) const { return v + y * vStride; }
+    Target onlyV() const { return {v, vStride, firstColumn, endColumn, rows}; }
 };
 
 }  // namespace vantor

@@ -29,12 +29,11 @@ public:
           rowAxis_(rowAxis),
           columns_(kernels, columnAxis, firstColumn, columns, src) {}
 
+    int columns() const { return columns_.columns(); }
     int sourceHeight() const { return src_.rows; }
     OutputRow<int> outputRow(int y) const { return {Columns::sourceRows(rowAxis_, y), rowAxis_.phase(y)}; }
 
-    void filterRow(int row, int next, uint8_t* out) const {
-        columns_.filter(src_.row(row), src_.row(next), out);
-    }
+    void filterRow(int row, int next, uint8_t* out) const { columns_.filter(src_, row, next, out); }
     void storeRow(const uint8_t* row, uint8_t* out) const {
         std::copy_n(row, kChannels * columns_.columns(), out);
     }
@@ -55,8 +54,13 @@ void reduceRows(const typename Columns::Kernels& kernels, PositionFormat format,
                 const Target& dst, int dstRows) {
     const Axis columnAxis(src.columns, dst.endColumn, format);
     const Axis rowAxis(src.rows, dstRows, format);
-    if (columnAxis.wholeStep() > 0 && rowAxis.wholeStep() > 0) {
-        decimateRows<Columns::kChannels>(src, dst, columnAxis.wholeStep(), rowAxis.wholeStep());
+    const int columnStep = columnAxis.wholeStep();
+    const int rowStep = rowAxis.wholeStep();
+    if (columnStep > 0 && rowStep > 0 && src.v) {
+        decimateRows<1>(src, dst, columnStep, rowStep);
+        decimateRows<1>(src.onlyV(), dst.onlyV(), columnStep, rowStep);
+    } else if (columnStep > 0 && rowStep > 0) {
+        decimateRows<Columns::kChannels>(src, dst, columnStep, rowStep);
     } else {
         scaleStrips<ReducedStrip<Columns>>(dst, kernels, src, columnAxis, rowAxis);
     }

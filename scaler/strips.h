@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "scaler/planar_chroma.h"
 #include "scaler/planes.h"
 #include "scaler/planned_columns.h"
 #include "scaler/row_ring.h"
@@ -25,6 +26,30 @@ struct OutputRow {
     Weight weight;
 };
 
+/// Where a strip's part of an output row is made: in its place, or, for chroma in two planes, as pairs that
+/// are split afterwards.
+template <typename Strip>
+class StripOutput {
+public:
+    StripOutput(const Strip& strip, const Target& dst, int y, int firstColumn)
+        : columns_(strip.columns()),
+          row_(dst.row(y) + firstColumn),
+          v_(dst.v ? dst.vRow(y) + firstColumn : nullptr) {
+        if (!v_) row_ += (Strip::kChannels - 1) * std::ptrdiff_t{firstColumn};
+    }
+
+    uint8_t* row() const { return v_ ? pairs_ : row_; }
+    void finish() const {
+        if (v_) splitPairs(pairs_, columns_, row_, v_);
+    }
+
+private:
+    int columns_;
+    uint8_t* row_;
+    uint8_t* v_;
+    mutable uint8_t pairs_[Strip::kChannels == 2 ? 2 * Strip::kMaxColumns : 1];
+};
+
 /// Writes one strip, which begins at column `firstColumn` of the destination.
 template <typename Strip>
 void scaleStrip(const Strip& strip, int firstColumn, const Target& dst) {
@@ -38,12 +63,13 @@ void scaleStrip(const Strip& strip, int firstColumn, const Target& dst) {
         next = strip.outputRow(dst.rows.row(i + 1));
         const Sample* taps[Strip::kTaps];
         ring.fetch(row.sources, next.sources, taps, filter);
-        uint8_t* const out = dst.row(dst.rows.row(i)) + Strip::kChannels * std::ptrdiff_t{firstColumn};
+        const StripOutput<Strip> output(strip, dst, dst.rows.row(i), firstColumn);
         if (row.sources.first == row.sources.last) {
-            strip.storeRow(taps[0], out);
+            strip.storeRow(taps[0], output.row());
         } else {
-            strip.blendRows(taps, row.weight, out);
+            strip.blendRows(taps, row.weight, output.row());
         }
+        output.finish();
     }
 }
 

@@ -68,6 +68,44 @@ private:
     uint8_t* data_;
 };
 
+/// Rows a whole number of pages apart, with an unmapped page directly before or directly behind the bytes of each.
+class GuardedRows {
+public:
+    GuardedRows(int rows, size_t pages, Guard guard)
+        : rows_(static_cast<size_t>(rows)),
+          page_(static_cast<size_t>(sysconf(_SC_PAGESIZE))),
+          guard_(guard),
+          stride_(pages * page_) {
+        void* memory = mmap(nullptr, mapped(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (memory == MAP_FAILED) std::abort();
+        first_ = static_cast<uint8_t*>(memory) + page_;
+        for (size_t i = 0; i < rows_; ++i) {
+            if (mprotect(first_ + i * stride_, page_, PROT_READ | PROT_WRITE) != 0) std::abort();
+        }
+    }
+    ~GuardedRows() { munmap(first_ - page_, mapped()); }
+    GuardedRows(const GuardedRows&) = delete;
+    GuardedRows& operator=(const GuardedRows&) = delete;
+
+    std::ptrdiff_t stride() const { return static_cast<std::ptrdiff_t>(stride_); }
+
+    /// The first row, with these bytes in rows of `size`.
+    uint8_t* fill(const std::vector<uint8_t>& bytes, size_t size) {
+        uint8_t* data = first_ + (guard_ == Guard::Back ? page_ - size : 0);
+        for (size_t i = 0; i < bytes.size() / size; ++i) std::memcpy(data + i * stride_, &bytes[i * size], size);
+        return data;
+    }
+
+private:
+    size_t mapped() const { return (rows_ * stride_) + page_; }
+
+    size_t rows_;
+    size_t page_;
+    Guard guard_;
+    size_t stride_;
+    uint8_t* first_;
+};
+
 /// An NV12 picture in one block, its region all of it.
 inline hardware::vantorClient::BufferData wholePicture(std::vector<uint8_t>& block, int width, int height) {
     block.resize(static_cast<size_t>(width * height * 3 / 2));

@@ -35,10 +35,9 @@ WorkingMemory::WorkingMemory(vantor_engine* engine, size_t words) {
     words_ = engine->memory.get();
 }
 
-int workersFor(const vantor_engine* engine, int64_t samples) {
-    constexpr int64_t kSamplesPerThread = 65536;
+int workersFor(const vantor_engine* engine, int64_t samples, int64_t share) {
     if (!engine) return 1;
-    return static_cast<int>(std::clamp<int64_t>(samples / kSamplesPerThread, 1, engine->threads));
+    return static_cast<int>(std::clamp<int64_t>(samples / share, 1, engine->threads));
 }
 
 }  // namespace vantor::c

@@ -7,6 +7,8 @@
 namespace vantor::c {
 namespace {
 
+constexpr int64_t kSamplesPerThread = 16384;
+
 /// What the device takes.
 constexpr int kLeastWidth = 96;
 constexpr int kLeastHeight = 64;
@@ -62,7 +64,7 @@ void warp(vantor_engine* engine, const vantor_image& dst, const vantor_image& sr
     const GdcFrame frame = requestFrame(roundedUp(src.width, kLeastWidth, kWidthStep),
                                         roundedUp(src.height, kLeastHeight, kHeightStep), region);
     WorkingMemory memory(engine, WarpPositions::workingWords(frame));
-    const int workers = workersFor(engine, int64_t{part.width} * part.height);
+    const int workers = workersFor(engine, int64_t{part.width} * part.height, kSamplesPerThread);
     const int tileRows = workers == 1
                              ? PictureWarp::kTileRows
                              : std::clamp(part.height / (4 * workers), 8, PictureWarp::kTileRows) & ~1;

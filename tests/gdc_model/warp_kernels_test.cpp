@@ -109,10 +109,6 @@ TEST(WarpKernels, NoDisplacementOfARowExceedsItsBound) {
     EXPECT_GT(bounded, 100);
 }
 
-WarpSource packed(const uint8_t* luma, const uint8_t* pairs, int width, int height) {
-    return {luma, pairs, pairs + 1, width, width, width, 2, width, height};
-}
-
 /// Compares both stages of all tables at these positions, the output off alignment and against an unmapped page.
 void compare(const WarpSource& src, const Positions& x, const Positions& y, int count) {
     const auto run = [&](const WarpKernels& kernels, Bytes& out) {
@@ -134,26 +130,45 @@ void compare(const WarpSource& src, const Positions& x, const Positions& y, int 
     }
 }
 
-TEST(WarpKernels, SamplesAreThePlainOnesAtAnyPositionsOfGuardedPlanes) {
+TEST(WarpKernels, SamplesAreThePlainOnesAtAnyPositionsOfGuardedRows) {
     Random random(seed());
+    std::unique_ptr<GuardedRows> planes[3];
     for (int i = 0; i < 3000 && !::testing::Test::HasFailure(); ++i) {
         const int width = 2 * random.between(16, 60), height = 2 * random.between(16, 30);
         const int count = random.between(1, kWarpRunColumns), path = random.between(0, 3);
-        const auto bytes = static_cast<size_t>(width * height);
-        const Guard guard = i % 2 ? Guard::Front : Guard::Back;
-        GuardedPlane luma(random.content(bytes), guard), chroma(random.content(bytes / 2), guard);
-        Positions x(kWarpRunColumns + 2 * kWarpLanes, INT32_MIN), y(x.size(), INT32_MAX);
+        if (i % 500 == 0) {
+            for (auto& plane : planes)
+                plane =
+                    std::make_unique<GuardedRows>(60, random.between(2, 20), i / 500 % 2 ? Guard::Front : Guard::Back);
+        }
+        const auto fill = [&](int plane, int rows, int rowBytes) {
+            const auto size = static_cast<size_t>(rowBytes);
+            return planes[plane]->fill(random.content(size * static_cast<size_t>(rows)), size);
+        };
+        const int step = 1 + i % 2;
+        const uint8_t *y = fill(0, height, width), *u = fill(1, height / 2, width / 2 * step);
+        const bool isPaired = step == 2;
+        const WarpSource src{y,
+                             u,
+                             isPaired ? u + 1 : fill(2, height / 2, width / 2),
+                             planes[0]->stride(),
+                             planes[1]->stride(),
+                             planes[isPaired ? 1 : 2]->stride(),
+                             step,
+                             width,
+                             height};
+        Positions atX(kWarpRunColumns + 2 * kWarpLanes, INT32_MIN), atY(atX.size(), INT32_MAX);
         // Along a line at any angle, mostly inside; anywhere near the picture; or anywhere at all.
         const int stepX = random.between(-600, 600), stepY = random.between(0, 2) ? random.between(-9, 9) : stepX;
         const int fromX = random.between(0, width * 256), fromY = random.between(0, height * 256);
         for (int k = 0; k < count; ++k) {
             const auto at = static_cast<size_t>(k);
-            x[at] = path < 2 ? fromX + k * stepX : random.between(-1024, width * 256 + 1024);
-            y[at] = path < 2 ? fromY + k * stepY : random.between(-1024, height * 256 + 1024);
-            if (path == 3 && k % 7 == 0) x[at] = random.between(INT32_MIN / 2, INT32_MAX / 2);
-            if (path == 3 && k % 5 == 0) y[at] = k % 2 ? INT32_MIN : INT32_MAX;
+            atX[at] = path < 2 ? fromX + k * stepX : random.between(-1024, width * 256 + 1024);
+            atY[at] = path < 2 ? fromY + k * stepY : random.between(-1024, height * 256 + 1024);
+            if (path == 3 && k % 7 == 0) atX[at] = random.between(INT32_MIN / 2, INT32_MAX / 2);
+            if (path == 3 && k % 5 == 0) atY[at] = k % 2 ? INT32_MIN : INT32_MAX;
         }
-        compare(packed(luma.data(), chroma.data(), width, height), x, y, count);
+        compare(src, atX, atY, count);
     }
 }
 
@@ -165,14 +180,15 @@ TEST(WarpKernels, WeightsAreRoundedAlikeAtAllPairsOfPhases) {
     Random random(seed());
     for (int i = 0; i < 24; ++i) {
         Bytes luma(32 * 32), chroma(32 * 16);
+        const WarpSource src{luma.data(), chroma.data(), &chroma[1], 32, 32, 32, 2, 32, 32};
         for (uint8_t& sample : luma) sample = random.between(0, 3) ? uint8_t(255 * random.between(0, 1)) : 128;
         for (uint8_t& sample : chroma) sample = uint8_t(255 * random.between(0, 1));
         for (int fractionY = 0; fractionY < 256; ++fractionY) {
             Positions x(kWarpRunColumns + 2 * kWarpLanes), y(x.size(), 4 * 256 - 128 + fractionY);
             for (int k = 0; k < kWarpRunColumns; ++k) x[static_cast<size_t>(k)] = 3 * 256 - 128 + k;
-            compare(packed(luma.data(), chroma.data(), 32, 32), x, y, kWarpRunColumns);
+            compare(src, x, y, kWarpRunColumns);
             for (int32_t& position : x) position += 257;  // odd phases of chroma, the other parity
-            compare(packed(luma.data(), chroma.data(), 32, 32), x, y, kWarpRunColumns);
+            compare(src, x, y, kWarpRunColumns);
         }
     }
 }
