@@ -82,7 +82,8 @@ Pipeline Clip::pipelineFor(const FramePlan& plan) const {
     if (plan.usesClient()) {
         if (options_.jobs > 1)
             note("--jobs " + std::to_string(options_.jobs) +
-                 ": the library's client takes one request at a time, so frames are not processed in parallel");
+                 ": the library's client takes one request at a time, so frames are not processed in "
+                 "parallel");
         return {plan, 1, 1};
     }
     const size_t wanted = options_.jobs != 0 ? options_.jobs : std::thread::hardware_concurrency();

@@ -33,10 +33,10 @@ vantor_image viewOf(const Planes& planes) {
 
 vantor_grid gridOf(const Request& request, Size picture) {
     const Size frame = deviceSize(picture);
-    const Grid grid = request.operation == Request::Operation::GdcGrid
-                          ? request.grid
-                          : gridFromMatrix(AffineMatrix(request.matrix.data()).values, frame.width,
-                                           frame.height, true);
+    const Grid grid =
+        request.operation == Request::Operation::GdcGrid
+            ? request.grid
+            : gridFromMatrix(AffineMatrix(request.matrix.data()).values, frame.width, frame.height, true);
     vantor_grid result;
     std::copy(std::begin(grid.dX), std::end(grid.dX), result.dx);
     std::copy(std::begin(grid.dY), std::end(grid.dY), result.dy);

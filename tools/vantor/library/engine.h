@@ -3,8 +3,8 @@
 
 #include <memory>
 
+#include "bindings/c/vantor/vantor.h"
 #include "tools/vantor/library/request.h"
-#include "vantor/vantor.h"
 
 namespace vantor::tool {
 
@@ -14,8 +14,8 @@ public:
     /// With 0, a thread per CPU.
     explicit Engine(size_t threads);
 
-    /// Makes `dst` from `src` as a software request says. Both are in one format, anything but RGB. Warps take
-    /// any size that the device takes once its last column and row are repeated.
+    /// Makes `dst` from `src` as a software request says. Both are in one format, anything but RGB. Warps
+    /// take any size that the device takes once its last column and row are repeated.
     RequestResult run(const Planes& dst, const Planes& src, const Request& request);
 
 private:
