@@ -12,7 +12,7 @@
 #include "scaler/bilinear_chroma.h"
 #include "scaler/interp4.h"
 #include "scaler/interp4_filter.h"
-#include "tools/selftest/generator.h"
+#include "published/generator.h"
 
 namespace {
 

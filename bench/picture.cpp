@@ -6,7 +6,7 @@
 #include <new>
 #include <vector>
 
-#include "tools/selftest/generator.h"
+#include "published/generator.h"
 
 namespace vantor::bench {
 namespace {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "processor/instruction_set.h"
-#include "tools/selftest/generator.h"
+#include "published/generator.h"
 
 namespace vantor::fuzz {
 

@@ -79,7 +79,7 @@ GridReport examine(const Grid& grid, Size frame) {
     return report;
 }
 
-GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame) {
+GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame, Counted counted) {
     const GdcFrame model = modelFrame(frame);
     const GridTables tables(grid);
     GridError error;
@@ -91,9 +91,9 @@ GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Siz
             const Point ideal = map({x + 0.5, y + 0.5});
             const bool isIdealInside =
                 ideal.x >= 0 && ideal.y >= 0 && ideal.x < picture.width && ideal.y < picture.height;
-            if (!at.inside && !isIdealInside) continue;
+            if (!isIdealInside && !(at.inside && counted == Counted::InsideByEither)) continue;
             const double distance =
-                std::hypot(at.x.coordinate / 256.0 - ideal.x, at.y.coordinate / 256.0 - ideal.y);
+                length({at.x.coordinate / 256.0 - ideal.x, at.y.coordinate / 256.0 - ideal.y});
             ++error.pixels;
             squares += distance * distance;
             error.beyondHalf += !(distance <= 0.5);

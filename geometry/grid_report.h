@@ -21,7 +21,7 @@ struct GridReport {
 GridReport examine(const Grid& grid, Size frame);
 
 /// How far the positions that the model makes of a grid are from those of the map that the grid was made
-/// from, in pixels, over the output pixels for which either is inside the source.
+/// from, in pixels.
 struct GridError {
     size_t pixels = 0;  ///< how many
     double largest = 0;
@@ -31,7 +31,12 @@ struct GridError {
     size_t beyondHalf = 0;  ///< pixels that are off by more than half a pixel
 };
 
+/// The output pixels that count: those which the map takes from inside the picture, or those too which the
+/// grid takes from there.
+enum class Counted { InsideByMap, InsideByEither };
+
 /// For pictures of `picture`'s size, warped as pictures of `frame`'s.
-GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame);
+GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame,
+                       Counted counted = Counted::InsideByEither);
 
 }  // namespace vantor

@@ -22,7 +22,7 @@ double fisheyeSlope(const Lens& lens, double angle) {
 }
 
 Point distortedByFisheye(const Lens& lens, Point p) {
-    const double radius = std::hypot(p.x, p.y);
+    const double radius = length(p);
     const double factor = radius > 0 ? fisheyeRadius(lens, std::atan(radius)) / radius : 1;
     return {p.x * factor, p.y * factor};
 }
@@ -37,7 +37,7 @@ Point distortedByPolynomial(const Lens& lens, Point p) {
 }
 
 std::optional<Point> straightenedByFisheye(const Lens& lens, Point bent) {
-    const double radius = std::hypot(bent.x, bent.y);
+    const double radius = length(bent);
     if (radius == 0) return bent;
     double angle = radius;
     for (int step = 0; step < kMaxSteps; ++step) {
@@ -69,7 +69,7 @@ std::optional<Point> straightenedByPolynomial(const Lens& lens, Point bent) {
         const Point change{(miss.x * down.y - miss.y * down.x) / determinant,
                            (miss.y * across.x - miss.x * across.y) / determinant};
         p = {p.x - change.x, p.y - change.y};
-        if (std::hypot(change.x, change.y) < kPrecision) return p;
+        if (length(change) < kPrecision) return p;
     }
     return std::nullopt;
 }

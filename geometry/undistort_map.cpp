@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
 
 #include "geometry/error.h"
 
@@ -102,6 +103,28 @@ Camera scaled(const Camera& camera, Size from, Size to) {
 }
 
 }  // namespace
+
+Camera cameraOf(const std::array<double, 9>& k) {
+    if (!(k[0] > 0 && k[4] > 0 && k[3] == 0 && k[6] == 0 && k[7] == 0 && k[8] == 1)) {
+        throw GeometryError(
+            "is not a camera matrix, expected rows fx 0 cx, 0 fy cy, 0 0 1 with fx and fy above 0");
+    }
+    return {k[0], k[4], k[2] + 0.5, k[5] + 0.5, k[1]};
+}
+
+Lens lensOf(const double* coefficients, size_t count, bool isFisheye) {
+    const auto expected = [count](const char* what) {
+        return GeometryError("has " + std::to_string(count) + " elements, expected " + what);
+    };
+    if (isFisheye && count != 4) throw expected("4 for a fisheye");
+    if (count != 4 && count != 5 && count != 8 && count != 12 && count != 14) throw expected("4, 5, 8 or 12");
+    if (count == 14 && (coefficients[12] != 0 || coefficients[13] != 0))
+        throw GeometryError("tilts the sensor by its last two elements, expected 0 for them");
+    Lens lens;
+    lens.isFisheye = isFisheye;
+    std::copy_n(coefficients, std::min(count, lens.coefficients.size()), lens.coefficients.begin());
+    return lens;
+}
 
 UndistortMap::UndistortMap(const Calibration& calibration, Size picture, std::optional<double> alpha)
     : camera_(scaled(calibration.camera, calibration.size, picture)),

@@ -1,6 +1,7 @@
 // The map that straightens the pictures of a calibrated camera.
 #pragma once
 
+#include <array>
 #include <optional>
 
 #include "geometry/lens.h"
@@ -28,6 +29,14 @@ struct Calibration {
     Camera camera;
     Lens lens;
 };
+
+/// Of a camera matrix as calibrations list it, row by row, for which the centre of the first pixel is at 0,
+/// 0. Throws a GeometryError where it is none.
+Camera cameraOf(const std::array<double, 9>& matrix);
+
+/// Of 4, 5, 8, 12 or 14 distortion coefficients, the last two of 14 being 0; of 4 for a fisheye. Throws a
+/// GeometryError where they are not.
+Lens lensOf(const double* coefficients, size_t count, bool isFisheye);
 
 /// From positions in a straight picture to those in the camera's, of one size.
 class UndistortMap {

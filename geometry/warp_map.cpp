@@ -1,7 +1,7 @@
 #include "geometry/warp_map.h"
 
 #include <cmath>
-#include <sstream>
+#include <cstdio>
 #include <utility>
 
 #include "gdc_model/fixed_point.h"
@@ -34,10 +34,11 @@ SourceMap finiteMap(SourceMap map) {
         constexpr double kMaxDistance = 1e12;
         const Point source = map(output);
         if (std::abs(source.x) <= kMaxDistance && std::abs(source.y) <= kMaxDistance) return source;
-        std::ostringstream text;
-        text << "the source of (" << output.x << ", " << output.y << ") is (" << source.x << ", " << source.y
-             << "): expected finite positions within " << kMaxDistance << " pixels";
-        throw GeometryError(text.str());
+        char text[200];
+        std::snprintf(text, sizeof text,
+                      "the source of (%g, %g) is (%g, %g): expected finite positions within %g pixels",
+                      output.x, output.y, source.x, source.y, kMaxDistance);
+        throw GeometryError(text);
     };
 }
 
@@ -45,7 +46,7 @@ WarpMap::WarpMap(const WarpParts& parts, Size picture)
     : parts_(parts),
       lens_{lensOf(parts)},
       center_(parts.center.value_or(Point{picture.width / 2.0, picture.height / 2.0})),
-      radius_(std::hypot(picture.width, picture.height) / 2),
+      radius_(length({picture.width * 1.0, picture.height * 1.0}) / 2),
       cosine_(std::cos(parts.rotate * std::acos(-1.0) / 180)),
       sine_(std::sin(parts.rotate * std::acos(-1.0) / 180)) {}
 

@@ -29,6 +29,7 @@ gdc_model
 scaler
 processor
 platform/linux
+published
 """.split()
 TOOL = "tools/vantor"
 MAX_ARROWS_OF_TOOL = 25

@@ -1,10 +1,10 @@
 #include "bindings/c/failure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cfenv>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <new>
 
@@ -27,12 +27,18 @@ Failure invalid(const char* format, ...) {
     return failure;
 }
 
+void checkPointer(const char* name, const void* pointer) {
+    if (!pointer) throw invalid("%s is null", name);
+}
+
 Failure noMemory() {
     return {VANTOR_NO_MEMORY, "out of memory"};
 }
 
 int report(vantor_engine* engine, const Failure& failure) {
-    std::memcpy(engine ? engine->message : threadMessage, failure.text, kMessageBytes);
+    char* const message = engine ? engine->message : threadMessage;
+    std::transform(failure.text, failure.text + kMessageBytes, message,
+                   [](char c) { return c == 0 || (c >= ' ' && c <= '~') ? c : '?'; });
     return failure.status;
 }
 

@@ -9,7 +9,7 @@ namespace vantor::c {
 
 constexpr size_t kMessageBytes = 256;
 
-/// Thrown inside the library; no exception leaves it. The text is printable, and is cut where it is too long.
+/// Thrown inside the library; no exception leaves it. The text is cut where it is too long.
 struct Failure {
     int status;
     char text[kMessageBytes];
@@ -21,7 +21,8 @@ __attribute__((format(printf, 1, 2))) Failure invalid(const char* format, ...);
 /// A Failure with VANTOR_NO_MEMORY.
 Failure noMemory();
 
-/// Leaves a failure's text where vantor_message() finds it: with `engine`, or with this thread.
+/// Leaves a failure's text, made printable, where vantor_message() finds it: with `engine`, or with this
+/// thread.
 int report(vantor_engine* engine, const Failure& failure);
 
 /// While it exists, errno and the floating-point environment are the library's own: results do not depend on
@@ -52,5 +53,8 @@ int guarded(vantor_engine* engine, Work&& work) noexcept {
         return reportCurrent(engine);
     }
 }
+
+/// Throws where a pointer argument is null.
+void checkPointer(const char* name, const void* pointer);
 
 }  // namespace vantor::c

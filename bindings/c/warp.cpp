@@ -1,34 +1,15 @@
+#include "bindings/c/warp.h"
+
 #include <algorithm>
 
 #include "bindings/c/engine.h"
-#include "bindings/c/picture_view.h"
-#include "gdc_model/picture_warp.h"
+#include "bindings/c/failure.h"
+#include "bindings/c/warp_size.h"
 
 namespace vantor::c {
 namespace {
 
 constexpr int64_t kSamplesPerThread = 16384;
-
-/// What the device takes.
-constexpr int kLeastWidth = 96;
-constexpr int kLeastHeight = 64;
-constexpr int kWidthStep = 16;
-constexpr int kHeightStep = 2;
-
-int roundedUp(int size, int least, int step) {
-    return std::max(least, (size + step - 1) / step * step);
-}
-
-template <typename Byte>
-GdcPlanes<Byte> planesOf(const vantor_image& image) {
-    const int step = image.format == VANTOR_I420 ? 1 : 2;
-    uint8_t* const u = hasChroma(image) ? image.plane[1] : nullptr;
-    // V before U is warped as U before V.
-    uint8_t* const v = !u ? nullptr : step == 1 ? image.plane[2] : u + 1;
-    const std::ptrdiff_t vStride = image.stride[step == 1 ? 2 : 1];
-    return {image.plane[0], u,    v,           image.stride[0], 2 * image.stride[1],
-            2 * vStride,    step, image.width, image.height};
-}
 
 /// The planes as they are seen from a part's first sample.
 WarpOutputPlanes partOf(WarpOutputPlanes planes, const vantor_rect& part) {
@@ -58,23 +39,23 @@ void checkPart(const vantor_image& dst, const vantor_rect& part) {
     checkRange("y", "height", part.y, part.height, dst.height, hasChroma(dst));
 }
 
-void warp(vantor_engine* engine, const vantor_image& dst, const vantor_image& src, const vantor_grid& grid,
-          const vantor_rect& part) {
+}  // namespace
+
+void warpPart(vantor_engine* engine, const vantor_image& src, const vantor_grid& grid,
+              const vantor_rect& part, const WarpOutputPlanes& output) {
     const OutputRegion region(part.x, part.y, part.x + part.width - 1, part.y + part.height - 1);
-    const GdcFrame frame = requestFrame(roundedUp(src.width, kLeastWidth, kWidthStep),
-                                        roundedUp(src.height, kLeastHeight, kHeightStep), region);
+    const Size extended = extendedSize({src.width, src.height});
+    const GdcFrame frame = requestFrame(extended.width, extended.height, region);
     WorkingMemory memory(engine, WarpPositions::workingWords(frame));
     const int workers = workersFor(engine, int64_t{part.width} * part.height, kSamplesPerThread);
     const int tileRows = workers == 1
                              ? PictureWarp::kTileRows
                              : std::clamp(part.height / (4 * workers), 8, PictureWarp::kTileRows) & ~1;
-    const PictureWarp picture(frame, planesOf<const uint8_t>(src), grid.dx, grid.dy, memory.words(),
+    const PictureWarp picture(frame, warpPlanes<const uint8_t>(src), grid.dx, grid.dy, memory.words(),
                               tileRows);
-    const WarpOutputPlanes output = partOf(planesOf<uint8_t>(dst), part);
     forEachTile(engine, workers, picture.tiles(), [&](int tile) { picture.run(tile, output); });
 }
 
-}  // namespace
 }  // namespace vantor::c
 
 using namespace vantor::c;
@@ -97,6 +78,6 @@ int vantor_warp_part(vantor_engine* engine, const vantor_image* dst, const vanto
         if (!grid) throw invalid("grid is null");
         if (!part) throw invalid("part is null");
         checkPart(*dst, *part);
-        warp(engine, *dst, *src, *grid, *part);
+        warpPart(engine, *src, *grid, *part, partOf(warpPlanes<uint8_t>(*dst), *part));
     });
 }

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """What vantor selftest compares with, from slow programs that share no code with the library.
 
-  reference.py > published.h    compute the published results
+  reference.py > hashes.h       compute the published results
   reference.py --check FILE     compare the file with them; exit status 1 if it differs
 
 Samples are computed one at a time, with Python's unbounded integers; where the engine's 32-bit registers wrap,
-int32() says so. Planes are (bytes, offset of the first sample, stride). requests.h has the requests' fields.
+int32() says so. Planes are (bytes, offset of the first sample, stride). published/requests.h has the requests' fields.
 """
 import argparse
 import difflib
@@ -655,7 +655,7 @@ def header():
         "// Made by reference.py: what vantor selftest computes, and the hashes.",
         "#pragma once",
         "",
-        '#include "tools/selftest/requests.h"',
+        '#include "published/requests.h"',
         "",
         "namespace vantor::selftest {",
         "",

@@ -9,20 +9,18 @@
 #include "gdc_model/gdc_grid.h"
 #include "gdc_model/gdc_planes.h"
 #include "hardware/vantorClient/vantor_client.h"
+#include "published/hashes.h"
+#include "published/inputs.h"
 #include "scaler/bicubic_luma.h"
-#include "tools/selftest/generator.h"
-#include "tools/selftest/published.h"
 
 namespace vantor::selftest {
 namespace {
 
 using hardware::vantorClient;
 
-constexpr uint32_t kHashStart = 2166136261;
-
 /// An NV12 picture in one block, its region all of it.
 struct Picture {
-    Picture(int width, int height) : bytes(static_cast<size_t>(width * height * 3 / 2), 0xA5) {
+    Picture(int width, int height) : bytes(static_cast<size_t>(width * height * 3 / 2), kBlank) {
         data.y = bytes.data();
         data.width = width;
         data.height = height;
@@ -31,20 +29,12 @@ struct Picture {
     }
 
     void generate(bool isExtreme) {
-        auto x = static_cast<uint32_t>(data.width * 65536 + data.height);
-        for (uint8_t& byte : bytes) {
-            x = generatorStep(x);
-            byte = static_cast<uint8_t>(isExtreme ? (x >> 31) * 255 : x >> 24);
-        }
+        generatePicture(data.width, data.height, isExtreme, bytes.data(), bytes.size());
     }
 
     std::vector<uint8_t> bytes;
     vantorClient::BufferData data;
 };
-
-uint32_t hashByte(uint32_t hash, uint32_t byte) {
-    return static_cast<uint32_t>((hash ^ (byte & 255)) * uint64_t{16777619});
-}
 
 uint32_t hashWord(uint32_t hash, uint32_t word) {
     for (int shift = 0; shift < 32; shift += 8) hash = hashByte(hash, word >> shift);
@@ -52,9 +42,7 @@ uint32_t hashWord(uint32_t hash, uint32_t word) {
 }
 
 uint32_t hashOf(const std::vector<uint8_t>& bytes) {
-    uint32_t hash = kHashStart;
-    for (uint8_t byte : bytes) hash = hashByte(hash, byte);
-    return hash;
+    return hashOf(bytes.data(), bytes.size());
 }
 
 uint32_t run(const Scaling& request) {
@@ -91,17 +79,8 @@ uint32_t warped(int width, int height, Warp&& warp) {
 }
 
 uint32_t run(const GridWarp& request) {
-    uint32_t x = request.seed;
-    const auto node = [&] {
-        x = generatorStep(x);
-        const int64_t range = 2 * request.amplitude + 1;
-        return static_cast<int32_t>(request.amplitude == kRaw ? x : (x >> 8) % range - request.amplitude);
-    };
     vantorClient::_GDCGrid grid;
-    for (int k = 0; k < 1089; ++k) {
-        grid.dX[k] = node();
-        grid.dY[k] = node();
-    }
+    generateGrid(request, grid.dX, grid.dY);
     return warped(request.width, request.height, [&](auto& dst, const auto& src) {
         if (const Region& region = request.region; region.width > 0) {
             dst.cropLeft = region.left;

@@ -147,6 +147,188 @@ int vantor_warp(vantor_engine *engine, const vantor_image *dst, const vantor_ima
 int vantor_warp_part(vantor_engine *engine, const vantor_image *dst, const vantor_image *src, const vantor_grid *grid,
                      const vantor_rect *part);
 
+/** @}
+ * @name Grids
+ * Nodes are spread over the picture; over the extended picture, for sizes that the device does not take, as by
+ * vantor_warp(). Sizes are from 1 x 1 to 8192 x 6144. Maps and positions are arrays of width x height, row by row without
+ * gaps: for each pixel of the result the position in the source that it comes from, the centre of the first pixel being
+ * at 0, 0, as for OpenCV's remap. Displacements too large for a node are clamped to its range. A call that fails leaves
+ * what it would have written as it was, and vantor_message(NULL) says why it failed.
+ * @{ */
+
+/**
+ * The grid with which the device warps by a matrix a, b, c, d, e, f: pixel x, y of the result comes from
+ * a x + b y + c, d x + e y + f, with a, b, d and e in 1/4096 and c and f in 1/32 pixel. Nodes that it leads out of the
+ * picture are moved to its border.
+ */
+int vantor_grid_from_matrix(vantor_grid *grid, const int16_t matrix[6], int width, int height);
+
+/**
+ * The grid whose nodes are displaced as the map is there: between pixels bilinear, and beyond the outermost pixels, where
+ * the outermost nodes are, continued straight on. Positions that are not finite are VANTOR_INVALID.
+ */
+int vantor_grid_from_map(vantor_grid *grid, const float *map_x, const float *map_y, int width, int height);
+
+/** A warp in parts, in the order in which they lead from a pixel of the result to its source. */
+typedef struct vantor_transform {
+    double rotate;             /**< degrees, counter-clockwise as seen */
+    double zoom;               /**< above 0; above 1 enlarges */
+    double shear_x;            /**< pixels to the right per pixel down */
+    double shear_y;            /**< pixels down per pixel to the right; shear_x times shear_y is not 1 */
+    double shift_x;            /**< pixels to the right */
+    double shift_y;            /**< pixels down */
+    double lens[5];            /**< k1, k2, k3, p1, p2 as for vantor_grid_from_lens() */
+    double center_x, center_y; /**< of all parts: pixels from the picture's left and upper edge */
+    int32_t has_center;        /**< 0: the picture's centre instead */
+} vantor_transform;
+
+/** The grid of rotation, zoom, shear, shift and lens; the one that `vantor grid` makes of options of these names. */
+int vantor_grid_from_transform(vantor_grid *grid, const vantor_transform *transform, int width, int height);
+
+/**
+ * The grid that takes out the distortion of a lens: k1, k2, k3, p1, p2 of the usual polynomial, for radii in units of half
+ * the picture's diagonal.
+ */
+int vantor_grid_from_lens(vantor_grid *grid, const double lens[5], int width, int height);
+
+/** The numbers of a camera's calibration, as OpenCV gives them. */
+typedef struct vantor_calibration {
+    double camera_matrix[9];   /**< fx, skew, cx; 0, fy, cy; 0, 0, 1: in pixels, the centre of the first at 0, 0 */
+    double coefficients[14];   /**< k1, k2, p1, p2, k3 to k6, s1 to s4, and two zeros; of a fisheye k1 to k4 */
+    int32_t coefficient_count; /**< 4, 5, 8, 12 or 14; 4 for a fisheye */
+    int32_t is_fisheye;        /**< not 0: equidistant, as of OpenCV's fisheye functions */
+    int32_t width, height;     /**< of the pictures that it was made with, 1 to 1000000 */
+    int32_t has_alpha;         /**< 0: the result has the camera matrix of the calibration */
+    double alpha;              /**< else: 0 shows only what the source has, 1 all that it has, between is a blend */
+} vantor_calibration;
+
+/**
+ * The grid that straightens pictures of a calibrated camera, which are scaled to width x height. Where `straight` is not
+ * null, it gets the camera matrix of the result.
+ */
+int vantor_grid_from_calibration(vantor_grid *grid, const vantor_calibration *calibration, int width, int height,
+                                 double straight[9]);
+
+/** Where the engine takes each pixel from, exactly, in 1/256 pixel. */
+int vantor_grid_positions(const vantor_grid *grid, int width, int height, int32_t *x, int32_t *y);
+
+/**
+ * How far the engine's positions are from those of a map, in pixels: the RMS and the largest distance over the pixels
+ * that the map takes from inside the picture, and the first pixel where it is largest; all 0 if there is no such pixel.
+ * Null for what is not asked for.
+ */
+int vantor_grid_error(const vantor_grid *grid, const float *map_x, const float *map_y, int width, int height, double *rms,
+                      double *largest, int32_t *at_x, int32_t *at_y);
+
+/** The forms of grid files. */
+enum {
+    VANTOR_GRID_BINARY = 0, /**< 8712 bytes: dx, then dy, each value in four bytes, the lowest first */
+    VANTOR_GRID_TEXT = 1    /**< a line "dX", 33 lines of 33 numbers, a line "dY", 33 more; comments begin with # */
+};
+
+/** Reads the `size` bytes of a grid file in either form. */
+int vantor_grid_parse(vantor_grid *grid, const void *bytes, size_t size);
+
+/**
+ * Writes the bytes of a grid file to `bytes`, which has room for `size` of them, and how many they are to `needed`. With
+ * null for `bytes` it writes the latter only; too little room is VANTOR_INVALID, and writes it as well. `comment` is a
+ * line of printable text for the text form, or null.
+ */
+int vantor_grid_format(const vantor_grid *grid, int form, const char *comment, void *bytes, size_t size, size_t *needed);
+
+/** @}
+ * @name RGB
+ * @{ */
+
+/** A view of 8-bit pixels: R, G, B. */
+typedef struct vantor_rgb {
+    int32_t width; /**< 1 to 16384 */
+    int32_t height;
+    uint8_t *pixels;  /**< the first of the top row; only read in sources */
+    ptrdiff_t stride; /**< bytes from one row to the next, at least 3 x width */
+} vantor_rgb;
+
+/** Which YUV encodes RGB: the matrix, and whether luma is from 16 to 235 and chroma from 16 to 240, or both full. */
+enum {
+    VANTOR_BT601_LIMITED = 0,
+    VANTOR_BT709_LIMITED = 1,
+    VANTOR_BT601_FULL = 2,
+    VANTOR_BT709_FULL = 3
+};
+
+/**
+ * RGB to a picture as the command-line tool converts it. Without chroma `dst` has the size of `src`, with chroma that
+ * rounded up to even numbers: the last column and row are then repeated. Chroma is that of the mean of four pixels.
+ */
+int vantor_from_rgb(const vantor_image *dst, const vantor_rgb *src, int encoding);
+
+/**
+ * A picture to RGB as the command-line tool converts it. The sizes are as for vantor_from_rgb(). Four pixels share the
+ * chroma of `src`; without chroma the result is gray.
+ */
+int vantor_to_rgb(const vantor_rgb *dst, const vantor_image *src, int encoding);
+
+/** @}
+ * @name Looking at results
+ * @{ */
+
+/** A running hash: XXH64 with seed 0. It may be copied, and needs no end. */
+typedef struct vantor_hash {
+    uint64_t lanes[4];
+    uint64_t length;
+    uint8_t rest[32];
+} vantor_hash;
+
+/** Begins a hash. */
+int vantor_hash_begin(vantor_hash *hash);
+
+/** Adds bytes. */
+int vantor_hash_bytes(vantor_hash *hash, const void *bytes, size_t size);
+
+/**
+ * Adds the samples of a picture, plane by plane, without the gaps between rows. That of one picture alone is the hash
+ * that the command-line tool prints, and `xxh64sum` for a file of these planes.
+ */
+int vantor_hash_image(vantor_hash *hash, const vantor_image *image);
+
+/** The hash of what was added, to which more may be added afterwards; 0 for null. */
+uint64_t vantor_hash_value(const vantor_hash *hash);
+
+/** How two pictures differ in one component. */
+typedef struct vantor_difference {
+    uint64_t samples;
+    uint64_t differing;      /**< samples that differ at all; the rest means nothing where there are none */
+    int32_t largest;         /**< difference, not negative; 0 where there is none */
+    int32_t first_x;         /**< in samples of the component; the first in the order of rows */
+    int32_t first_y;
+    int32_t first_a;         /**< the samples there */
+    int32_t first_b;
+    double squares;          /**< the sum of all squared differences */
+    double psnr;             /**< in decibels; infinite where there is no difference */
+    uint64_t histogram[256]; /**< how many samples differ by 0, 1, ... */
+} vantor_difference;
+
+/**
+ * Compares two pictures of one size in luma, U and V, whatever the order in which they keep the latter; gray ones in luma,
+ * whereupon the other two elements stay as they are. A gray picture and one with chroma are VANTOR_INVALID.
+ */
+int vantor_compare(const vantor_image *a, const vantor_image *b, vantor_difference differences[3]);
+
+/**
+ * Every step with which the engine computes one pixel of a warp, as JSON text: what `vantor explain --json` prints but
+ * for the description of the warp. Writes the text and a zero to `json`, which has room for `size` bytes, and how many
+ * they are to `needed`. With null for `json` it writes the latter only; too little room is VANTOR_INVALID, and writes it
+ * as well.
+ */
+int vantor_explain(const vantor_image *src, const vantor_grid *grid, int x, int y, char *json, size_t size,
+                   size_t *needed);
+
+/**
+ * Computes pictures by `engine` whose bytes are published, and returns how many are right, or a negative status. Where
+ * `pictures` is not null, it gets how many there are.
+ */
+int vantor_selftest(vantor_engine *engine, int32_t *pictures);
+
 /** @} */
 
 /**

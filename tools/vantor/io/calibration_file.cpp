@@ -4,6 +4,7 @@
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -14,6 +15,7 @@
 #include <sstream>
 #include <utility>
 
+#include "geometry/error.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/input_file.h"
@@ -213,15 +215,25 @@ private:
     Entries entries_;
 };
 
+/// What `make` makes of the numbers of an entry.
+template <typename Make>
+auto checked(const CalibrationText& text, const Words& names, Make&& make) {
+    try {
+        return make();
+    } catch (const GeometryError& error) {
+        text.fail(error.what(), names);
+    }
+}
+
 Camera cameraIn(const CalibrationText& text) {
     const std::vector<double> k = text.numbers(kCameraNames);
     if (k.size() != 9)
         text.fail("has " + std::to_string(k.size()) + " elements, expected 3 x 3", kCameraNames);
-    if (!(k[0] > 0 && k[4] > 0 && k[3] == 0 && k[6] == 0 && k[7] == 0 && k[8] == 1)) {
-        text.fail("is not a camera matrix, expected rows fx 0 cx, 0 fy cy, 0 0 1 with fx and fy above 0",
-                  kCameraNames);
-    }
-    return {k[0], k[4], k[2] + 0.5, k[5] + 0.5, k[1]};
+    return checked(text, kCameraNames, [&] {
+        std::array<double, 9> matrix;
+        std::copy(k.begin(), k.end(), matrix.begin());
+        return cameraOf(matrix);
+    });
 }
 
 /// Undistorted pictures have the calibration's own camera, or that of --alpha: another one would be ignored.
@@ -261,25 +273,14 @@ bool isFisheyeIn(const CalibrationText& text) {
 }
 
 Lens lensIn(const CalibrationText& text, bool isFisheye) {
-    std::vector<double> values = text.numbers(kDistortionNames);
-    const size_t count = values.size();
-    if (isFisheye && count != 4) {
-        text.fail("has " + std::to_string(count) + " elements, expected 4 for a fisheye", kDistortionNames);
-    }
-    if (count != 4 && count != 5 && count != 8 && count != 12 && count != 14) {
-        text.fail("has " + std::to_string(count) + " elements, expected 4, 5, 8 or 12", kDistortionNames);
-    }
-    if (count == 14 && (values[12] != 0 || values[13] != 0)) {
-        text.fail("tilts the sensor by its last two elements, expected 0 for them", kDistortionNames);
-    }
-    if (count == 4 && !isFisheye && !text.find(kModelNames) && !text.find(kFisheyeNames)) {
+    const std::vector<double> values = text.numbers(kDistortionNames);
+    const Lens lens =
+        checked(text, kDistortionNames, [&] { return lensOf(values.data(), values.size(), isFisheye); });
+    if (values.size() == 4 && !isFisheye && !text.find(kModelNames) && !text.find(kFisheyeNames)) {
         note(text.path() +
              ": four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, "
              "use --fisheye");
     }
-    Lens lens;
-    lens.isFisheye = isFisheye;
-    std::copy_n(values.begin(), std::min(count, lens.coefficients.size()), lens.coefficients.begin());
     return lens;
 }
 

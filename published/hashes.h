@@ -1,7 +1,7 @@
 // Made by reference.py: what vantor selftest computes, and the hashes.
 #pragma once
 
-#include "tools/selftest/requests.h"
+#include "published/requests.h"
 
 namespace vantor::selftest {
 

@@ -1,4 +1,4 @@
-// The requests that vantor selftest computes: the rows of published.h. Pictures begin with the generator at
+// The requests that vantor selftest computes: the rows of hashes.h. Pictures begin with the generator at
 // 65536 width + height; each of their bytes is the next number's top byte, or 255 times its top bit where
 // they are extreme. Hashes are 32-bit FNV-1a.
 #pragma once
