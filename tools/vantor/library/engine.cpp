@@ -61,9 +61,20 @@ RequestResult Engine::run(const Planes& dst, const Planes& src, const Request& r
             result.status = vantor_scale(engine_.get(), &to, &from);
         }
     });
-    if (result.status != VANTOR_OK)
-        throw UserError(std::string("the library refused: ") + vantor_message(engine_.get()));
+    expectDone(result.status);
     return result;
+}
+
+Engine::Selftest Engine::selftest() {
+    int32_t pictures = 0;
+    const int right = vantor_selftest(engine_.get(), &pictures);
+    expectDone(right);
+    return {pictures, right};
+}
+
+void Engine::expectDone(int status) const {
+    if (status == VANTOR_NO_MEMORY) throw std::bad_alloc();
+    if (status < 0) throw UserError(std::string("the library refused: ") + vantor_message(engine_.get()));
 }
 
 }  // namespace vantor::tool

@@ -18,7 +18,19 @@ public:
     /// take any size that the device takes once its last column and row are repeated.
     RequestResult run(const Planes& dst, const Planes& src, const Request& request);
 
+    /// Makes pictures whose bytes are published.
+    struct Selftest {
+        int pictures;
+        int right;
+
+        bool isRight() const { return right == pictures; }
+    };
+    Selftest selftest();
+
 private:
+    /// Throws what the engine says where it failed.
+    void expectDone(int status) const;
+
     struct Free {
         void operator()(vantor_engine* engine) const { vantor_engine_free(engine); }
     };
