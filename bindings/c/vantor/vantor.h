@@ -55,7 +55,7 @@ enum {
 typedef struct vantor_image {
     int32_t format; /**< VANTOR_GRAY8 to VANTOR_I420 */
     int32_t width;  /**< in luma samples; even where there is chroma */
-    int32_t height;
+    int32_t height; /**< likewise */
     uint8_t *plane[3];   /**< the first sample of the top row; only read in sources */
     ptrdiff_t stride[3]; /**< bytes from one row to the next, at least those of a row */
 } vantor_image;
@@ -75,10 +75,10 @@ typedef struct vantor_grid {
 
 /** A part of a picture, in luma samples. */
 typedef struct vantor_rect {
-    int32_t x;
-    int32_t y;
-    int32_t width;
-    int32_t height;
+    int32_t x;      /**< the leftmost column */
+    int32_t y;      /**< the topmost row */
+    int32_t width;  /**< how many columns */
+    int32_t height; /**< how many rows */
 } vantor_rect;
 
 /** @name Engines
