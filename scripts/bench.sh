@@ -27,20 +27,22 @@ run() {
 
 # The machine may be slower for seconds at a time: all take turns, and the minimum time of each counts.
 all="^(threads/|scale/|warp/$warps)"
-own="^(scale/|warp/$warps).*/Vantor10"
+own="^(scale/|warp/$warps).*/(Vantor10|engine, 1 thread)"
+on_all="^(scale/|warp/$warps).*/(engine, all threads|engines side by side)"
 round=1
 while [ "$round" -le "$rounds" ]; do
     echo "bench: round $round of $rounds"
     run "all-$round" "$all" taskset -c 0
     run "avx2-$round" "$own" env VANTOR_CPU=avx2 taskset -c 0
     run "plain-$round" "$own" env VANTOR_CPU=plain taskset -c 0
+    run "engines-$round" "$on_all" env
     round=$((round + 1))
 done
 if [ -z "$quick" ]; then
     echo "bench: growth with size"
     run sweep '^sweep/' taskset -c 0
     echo "bench: all processors"
-    run cores "$all" env
+    run cores "^(scale|warp)/.*/Vantor10" env
 fi
 
 python3 -B bench/report.py "$out" ${quick:+--quick}
