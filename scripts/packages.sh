@@ -25,9 +25,9 @@ check() {
     done
 }
 
-# shown LANGUAGE: the blocks of code in the README.
+# shown LANGUAGE PAGE: the blocks of code in a page.
 shown() {
-    sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/{/^\`\`\`/!p}" README.md
+    sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/{/^\`\`\`/!p}" "$2"
 }
 
 examples() {
@@ -48,9 +48,11 @@ examples() {
         echo "#include \"$header\"" | g++ -std=c++14 -pedantic-errors -Wall -Wextra -Werror -fsyntax-only \
             -I"$out/moved/include/vantor10" -x c++ -
     done <cmake/public_headers.txt
-    # The README shows the first example, and how it is built.
-    shown c | diff - examples/half.c
-    { shown cmake && echo 'include(../others.cmake)'; } | diff - examples/find_package/CMakeLists.txt
+    # The README shows the first example, and how it is built; what docs/c.md shows compiles.
+    shown c README.md | diff - examples/half.c
+    shown c docs/c.md | gcc -std=c99 -pedantic-errors -Wall -Wextra -Werror -fopenmp -fsyntax-only \
+        -I"$out/moved/include" -x c -
+    { shown cmake README.md && echo 'include(../others.cmake)'; } | diff - examples/find_package/CMakeLists.txt
     quietly cmake -S examples/find_package -B "$out/find_package" -DCMAKE_PREFIX_PATH="$out/moved"
     quietly cmake --build "$out/find_package"
     check find_package "$of_c $of_device" "$out/find_package"
