@@ -100,7 +100,7 @@ vantor_grid nodes(const Grid& grid) {
 }
 
 /// So many pictures each that starting the threads is nothing.
-constexpr int kPicturesSideBySide = 16;
+constexpr int kPicturesSideBySide = 8;
 
 /// What `prepare` makes of pictures of these sizes, on a thread per CPU. The first writes `dst`.
 template <typename Prepare>

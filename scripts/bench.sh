@@ -1,5 +1,5 @@
 #!/bin/sh
-# bench.sh [--quick]: sets up, builds and times the library against its peers, pinned to one CPU and once on all;
+# bench.sh [--quick]: sets up, builds and times the libraries against their peers, pinned to one CPU, and on all;
 # about ten minutes. Prints the numbers, and writes build-bench/bench.json, docs/images/speed.svg and the measured parts
 # of docs/performance.md and bench/README.md. With --quick it takes a few numbers in 20 seconds and writes no document.
 set -eu

@@ -19,6 +19,7 @@ check() {
     name=$1 names=$2
     shift 2
     for example in $names; do
+        # shellcheck disable=SC2145 # the last argument is the directory
         "$@/$example" 1280 720 <"$out/chart_1280x720.nv12" >"$out/half.nv12"
         cmp "$out/half.nv12" "$out/expected_640x360.nv12"
         echo "packages: $name: $example is built, and halves a picture"
