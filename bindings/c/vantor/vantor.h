@@ -20,7 +20,8 @@
  *
  * Fork. An engine that was not in a call during fork() works in the child too, with threads of its own.
  *
- * Stability. As long as the library is libvantor.so.1, nothing declared here changes its size, layout, value or meaning.
+ * Stability. As long as the library is libvantor.so.1, nothing declared here changes its size, layout, value or
+ * meaning.
  */
 #ifndef VANTOR_VANTOR_H
 #define VANTOR_VANTOR_H
@@ -53,9 +54,9 @@ enum {
 
 /** A view of a picture. Planes that the format does not have are not looked at. */
 typedef struct vantor_image {
-    int32_t format; /**< VANTOR_GRAY8 to VANTOR_I420 */
-    int32_t width;  /**< in luma samples; even where there is chroma */
-    int32_t height;
+    int32_t format;      /**< VANTOR_GRAY8 to VANTOR_I420 */
+    int32_t width;       /**< in luma samples; even where there is chroma */
+    int32_t height;      /**< likewise */
     uint8_t *plane[3];   /**< the first sample of the top row; only read in sources */
     ptrdiff_t stride[3]; /**< bytes from one row to the next, at least those of a row */
 } vantor_image;
@@ -75,10 +76,10 @@ typedef struct vantor_grid {
 
 /** A part of a picture, in luma samples. */
 typedef struct vantor_rect {
-    int32_t x;
-    int32_t y;
-    int32_t width;
-    int32_t height;
+    int32_t x;      /**< the leftmost column */
+    int32_t y;      /**< the topmost row */
+    int32_t width;  /**< how many columns */
+    int32_t height; /**< how many rows */
 } vantor_rect;
 
 /** @name Engines
@@ -126,9 +127,9 @@ int vantor_engine_threads(const vantor_engine *engine);
 /**
  * Scales all of `src` to all of `dst`, by any factor. Both have one format and sizes from 1 x 1 (2 x 2 with chroma) to
  * 16384 x 16384. The bytes are those of runInterpBicubic for the same planes without gaps: a copy at one size, the
- * four-tap filter where a side grows, else bicubic luma and bilinear chroma. Gray pictures are luma alone. In sources one
- * or two columns wide the tap to the left of a row, for which the device reads the byte before the row, is the row's
- * first sample.
+ * four-tap filter where a side grows, else bicubic luma and bilinear chroma. Gray pictures are luma alone. In sources
+ * one or two columns wide the tap to the left of a row, for which the device reads the byte before the row, is the
+ * row's first sample.
  */
 int vantor_scale(vantor_engine *engine, const vantor_image *dst, const vantor_image *src);
 
