@@ -1,8 +1,8 @@
 // What the published hashes are computed of, and how.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "published/generator.h"
 #include "published/requests.h"
@@ -13,11 +13,11 @@ constexpr uint8_t kBlank = 0xA5;  ///< all bytes of a destination before the req
 constexpr uint32_t kHashStart = 2166136261;
 
 /// The samples of a source of a size.
-inline void generatePicture(int width, int height, bool isExtreme, uint8_t* bytes, size_t count) {
+inline void generatePicture(int width, int height, bool isExtreme, std::vector<uint8_t>& bytes) {
     auto x = static_cast<uint32_t>(width * 65536 + height);
-    for (size_t i = 0; i < count; ++i) {
+    for (uint8_t& byte : bytes) {
         x = generatorStep(x);
-        bytes[i] = static_cast<uint8_t>(isExtreme ? (x >> 31) * 255 : x >> 24);
+        byte = static_cast<uint8_t>(isExtreme ? (x >> 31) * 255 : x >> 24);
     }
 }
 
@@ -38,9 +38,9 @@ inline uint32_t hashByte(uint32_t hash, uint32_t byte) {
     return static_cast<uint32_t>((hash ^ (byte & 255)) * uint64_t{16777619});
 }
 
-inline uint32_t hashOf(const uint8_t* bytes, size_t count) {
+inline uint32_t hashOf(const std::vector<uint8_t>& bytes) {
     uint32_t hash = kHashStart;
-    for (size_t i = 0; i < count; ++i) hash = hashByte(hash, bytes[i]);
+    for (const uint8_t byte : bytes) hash = hashByte(hash, byte);
     return hash;
 }
 

@@ -4,7 +4,7 @@
 # with --count what counts instructions, with --rooms what draws the rooms, and what the scripts api.sh, packages.sh and
 # packages.sh --deb need. Only missing packages are installed, and nothing is done where none is missing.
 set -eu
-packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libxxhash-dev libyaml-cpp-dev"
+packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libyaml-cpp-dev"
 packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3 python3-pytest"
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 integration="make pkg-config"

@@ -22,9 +22,7 @@ struct Picture {
 
     Picture(const Picture&) = delete;
 
-    void generate(bool isExtreme) {
-        generatePicture(view.width, view.height, isExtreme, bytes.data(), bytes.size());
-    }
+    void generate(bool isExtreme) { generatePicture(view.width, view.height, isExtreme, bytes); }
 
     std::vector<uint8_t> bytes;
     vantor_image view;
@@ -88,7 +86,7 @@ void compute(vantor_engine* engine, const Requests& requests, Score& score) {
         Picture dst = destination(request);
         const int status = run(engine, request, dst);
         if (status == VANTOR_NO_MEMORY) throw noMemory();
-        score.right += status == VANTOR_OK && hashOf(dst.bytes.data(), dst.bytes.size()) == request.hash;
+        score.right += status == VANTOR_OK && hashOf(dst.bytes) == request.hash;
         ++score.all;
     }
 }

@@ -28,9 +28,7 @@ struct Picture {
         data.cropBottom = height - 1;
     }
 
-    void generate(bool isExtreme) {
-        generatePicture(data.width, data.height, isExtreme, bytes.data(), bytes.size());
-    }
+    void generate(bool isExtreme) { generatePicture(data.width, data.height, isExtreme, bytes); }
 
     std::vector<uint8_t> bytes;
     vantorClient::BufferData data;
@@ -39,10 +37,6 @@ struct Picture {
 uint32_t hashWord(uint32_t hash, uint32_t word) {
     for (int shift = 0; shift < 32; shift += 8) hash = hashByte(hash, word >> shift);
     return hash;
-}
-
-uint32_t hashOf(const std::vector<uint8_t>& bytes) {
-    return hashOf(bytes.data(), bytes.size());
 }
 
 uint32_t run(const Scaling& request) {

@@ -1,8 +1,11 @@
 // Errors that users see.
 #pragma once
 
+#include <new>
 #include <stdexcept>
 #include <string>
+
+#include "bindings/c/vantor/vantor.h"
 
 namespace vantor::tool {
 
@@ -18,5 +21,11 @@ class UserError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// Throws what the C library says where one of its functions failed.
+inline void expectDone(int status) {
+    if (status == VANTOR_NO_MEMORY) throw std::bad_alloc();
+    if (status < 0) throw UserError(vantor_message(nullptr));
+}
 
 }  // namespace vantor::tool

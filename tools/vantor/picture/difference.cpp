@@ -1,32 +1,26 @@
 #include "tools/vantor/picture/difference.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstddef>
 #include <string>
 
+#include "bindings/c/compare.h"
 #include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
 namespace {
 
+c::SampleView viewOf(const Component& component) {
+    return {component.first, static_cast<std::ptrdiff_t>(component.stride),
+            static_cast<std::ptrdiff_t>(component.step)};
+}
+
 Difference measure(const Component& a, const Component& b) {
-    Difference difference{a.name, a.size.pixels()};
-    for (int y = 0; y < a.size.height; ++y) {
-        for (int x = 0; x < a.size.width; ++x) {
-            const int distance = std::abs(a.at(x, y) - b.at(x, y));
-            if (distance == 0) continue;
-            if (difference.differing == 0) {
-                difference.firstX = x;
-                difference.firstY = y;
-                difference.firstA = a.at(x, y);
-                difference.firstB = b.at(x, y);
-            }
-            ++difference.differing;
-            difference.largest = std::max(difference.largest, distance);
-            difference.squares += distance * distance;
-        }
-    }
-    return difference;
+    const vantor_difference d = c::difference(viewOf(a), viewOf(b), a.size);
+    return {a.name,    a.size.pixels(), static_cast<size_t>(d.differing),
+            d.largest, d.squares,       0,
+            d.first_x, d.first_y,       d.first_a,
+            d.first_b};
 }
 
 void print(const Difference& d, bool isOfClip) {

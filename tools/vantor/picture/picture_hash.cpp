@@ -6,7 +6,7 @@
 namespace vantor::tool {
 
 void PictureHash::add(const uint8_t* bytes, size_t count) {
-    XXH64_update(state_.get(), bytes, count);
+    vantor_hash_bytes(&hash_, bytes, count);
 }
 
 void PictureHash::add(const FrameShape& shape, uint8_t* frame) {
@@ -15,7 +15,7 @@ void PictureHash::add(const FrameShape& shape, uint8_t* frame) {
 
 std::string PictureHash::text() const {
     char digits[17];
-    std::snprintf(digits, sizeof digits, "%016" PRIx64, static_cast<uint64_t>(XXH64_digest(state_.get())));
+    std::snprintf(digits, sizeof digits, "%016" PRIx64, vantor_hash_value(&hash_));
     return digits;
 }
 

@@ -1,12 +1,9 @@
 // The hash that identifies results.
 #pragma once
 
-#include <xxhash.h>
-
-#include <memory>
 #include <string>
 
-#include "tools/vantor/base/error.h"
+#include "bindings/c/vantor/vantor.h"
 #include "tools/vantor/picture/planes.h"
 
 namespace vantor::tool {
@@ -15,10 +12,7 @@ namespace vantor::tool {
 /// prints. 16 hexadecimal digits.
 class PictureHash {
 public:
-    PictureHash() : state_(XXH64_createState(), &XXH64_freeState) {
-        if (!state_) throw UserError("out of memory");
-        XXH64_reset(state_.get(), 0);
-    }
+    PictureHash() { vantor_hash_begin(&hash_); }
 
     void add(const uint8_t* bytes, size_t count);
     void add(const FrameShape& shape, uint8_t* frame);
@@ -28,7 +22,7 @@ public:
     static bool isText(const std::string& text);
 
 private:
-    std::unique_ptr<XXH64_state_t, XXH_errorcode (*)(XXH64_state_t*)> state_;
+    vantor_hash hash_;
 };
 
 }  // namespace vantor::tool

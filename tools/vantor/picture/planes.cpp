@@ -3,8 +3,10 @@
 #include <libyuv.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
+
+#include "bindings/c/vantor/vantor.h"
+#include "tools/vantor/base/error.h"
 
 namespace vantor::tool {
 namespace {
@@ -41,99 +43,36 @@ std::vector<Rows> rowsOf(const Planes& planes) {
     return rows;
 }
 
-/// The weights of red and blue in luma, and the steps from black to white and between the ends of chroma.
-struct Weights {
-    double red, blue, black, lumaSteps, chromaSteps;
-
-    explicit Weights(const YuvColor& color)
-        : red(color.isBt709 ? 0.2126 : 0.299),
-          blue(color.isBt709 ? 0.0722 : 0.114),
-          black(color.isFullRange ? 0 : 16),
-          lumaSteps(color.isFullRange ? 255 : 219),
-          chromaSteps(color.isFullRange ? 255 : 224) {}
-
-    double luma(const double* rgb) const { return red * rgb[0] + (1 - red - blue) * rgb[1] + blue * rgb[2]; }
-};
-
-uint8_t toByte(double value) {
-    return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
+vantor_rgb rgbView(const Planes& planes) {
+    return {planes.size.width, planes.size.height, planes.luma, planes.lumaStride};
 }
 
-/// For the colours that libyuv does not convert from RGB, or with truncated coefficients. Chroma is
-/// that of the mean of four pixels.
-void rgbToYuv(const Planes& from, const Planes& to, const Weights& weights) {
-    const auto pixel = [&](int x, int y) { return from.luma + area(from.lumaStride, y) + 3 * x; };
-    const auto [width, height] = from.size;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const double rgb[] = {1.0 * pixel(x, y)[0], 1.0 * pixel(x, y)[1], 1.0 * pixel(x, y)[2]};
-            to.luma[area(to.lumaStride, y) + static_cast<size_t>(x)] =
-                toByte(weights.black + weights.luma(rgb) * weights.lumaSteps / 255);
-        }
-    }
-    if (to.format != PixelFormat::Nv12) return;
-    const Size chroma = from.chromaSize();
-    for (int y = 0; y < chroma.height; ++y) {
-        uint8_t* pair = to.chroma + area(to.chromaStride, y);
-        for (int x = 0; x < chroma.width; ++x, pair += 2) {
-            const int right = std::min(2 * x + 1, width - 1);
-            const int below = std::min(2 * y + 1, height - 1);
-            double rgb[3];
-            for (int i = 0; i < 3; ++i) {
-                rgb[i] = (pixel(2 * x, 2 * y)[i] + pixel(right, 2 * y)[i] + pixel(2 * x, below)[i] +
-                          pixel(right, below)[i]) /
-                         4.0;
-            }
-            const double scale = weights.chromaSteps / 255 / 2;
-            pair[0] = toByte(kNeutral + (rgb[2] - weights.luma(rgb)) / (1 - weights.blue) * scale);
-            pair[1] = toByte(kNeutral + (rgb[0] - weights.luma(rgb)) / (1 - weights.red) * scale);
-        }
-    }
+/// The upper left part of a picture in gray or NV12 that an RGB frame of a size fills.
+vantor_image viewFor(const Planes& planes, Size frame) {
+    const bool isGray = planes.format == PixelFormat::Gray;
+    const Size size = isGray ? frame : frame.roundedUp(2, 2);
+    return {isGray ? VANTOR_GRAY8 : VANTOR_NV12,
+            size.width,
+            size.height,
+            {planes.luma, planes.chroma, nullptr},
+            {planes.lumaStride, planes.chromaStride, 0}};
+}
+
+int encodingOf(const YuvColor& color) {
+    if (color.isBt709) return color.isFullRange ? VANTOR_BT709_FULL : VANTOR_BT709_LIMITED;
+    return color.isFullRange ? VANTOR_BT601_FULL : VANTOR_BT601_LIMITED;
 }
 
 void fromRgb(const Planes& from, const Planes& to, const YuvColor& color) {
-    if (color.isBt709 || color.isFullRange) return rgbToYuv(from, to, Weights(color));
-    const auto [width, height] = from.size;
-    std::vector<uint8_t> argb(4 * from.size.pixels());
-    libyuv::RAWToARGB(from.luma, from.lumaStride, argb.data(), 4 * width, width, height);
-    if (to.format == PixelFormat::Gray) {
-        libyuv::ARGBToI400(argb.data(), 4 * width, to.luma, to.lumaStride, width, height);
-        return;
-    }
-    // Not ARGBToNV12: it allocates memory without checking for failure.
-    const Size chroma = from.chromaSize();
-    std::vector<uint8_t> u(chroma.pixels());
-    std::vector<uint8_t> v(chroma.pixels());
-    libyuv::ARGBToI420(argb.data(), 4 * width, to.luma, to.lumaStride, u.data(), chroma.width, v.data(),
-                       chroma.width, width, height);
-    libyuv::MergeUVPlane(u.data(), chroma.width, v.data(), chroma.width, to.chroma, to.chromaStride,
-                         chroma.width, chroma.height);
+    const vantor_image dst = viewFor(to, from.size);
+    const vantor_rgb src = rgbView(from);
+    expectDone(vantor_from_rgb(&dst, &src, encodingOf(color)));
 }
 
-void yuvToRgb(const Planes& from, const Planes& to, const Weights& weights) {
-    for (int y = 0; y < to.size.height; ++y) {
-        uint8_t* rgb = to.luma + area(to.lumaStride, y);
-        for (int x = 0; x < to.size.width; ++x, rgb += 3) {
-            const uint8_t* pair = from.chroma + area(from.chromaStride, y / 2) + x / 2 * 2;
-            const double luma =
-                (from.luma[area(from.lumaStride, y) + static_cast<size_t>(x)] - weights.black) * 255 /
-                weights.lumaSteps;
-            const double scale = 2 * 255 / weights.chromaSteps;
-            const double blue = luma + (pair[0] - kNeutral) * (1 - weights.blue) * scale;
-            const double red = luma + (pair[1] - kNeutral) * (1 - weights.red) * scale;
-            rgb[0] = toByte(red);
-            rgb[1] =
-                toByte((luma - weights.red * red - weights.blue * blue) / (1 - weights.red - weights.blue));
-            rgb[2] = toByte(blue);
-        }
-    }
-}
-
-/// From NV12. libyuv calls R, G, B in this order RAW.
 void toRgb(const Planes& from, const Planes& to, const YuvColor& color) {
-    if (color.isBt709 || color.isFullRange) return yuvToRgb(from, to, Weights(color));
-    libyuv::NV12ToRAW(from.luma, from.lumaStride, from.chroma, from.chromaStride, to.luma, to.lumaStride,
-                      to.size.width, to.size.height);
+    const vantor_rgb dst = rgbView(to);
+    const vantor_image src = viewFor(from, to.size);
+    expectDone(vantor_to_rgb(&dst, &src, encodingOf(color)));
 }
 
 void fill(const Planes& planes) {
