@@ -15,10 +15,10 @@ Size = Tuple[int, int]
 def integers(name: str, values: Any, count: int, what: str) -> Tuple[int, ...]:
     """So many integers, of any type that is one, in the range of int32_t."""
     try:
-        numbers = tuple(operator.index(value) for value in values)
+        numbers = tuple(map(operator.index, values))
     except TypeError:
         numbers = ()
-    if len(numbers) != count or any(not -2**31 <= number < 2**31 for number in numbers):
+    if len(numbers) != count or min(numbers) < -2**31 or max(numbers) >= 2**31:
         raise ValueError(f"{name}: {values!r}, expected {what}")
     return numbers
 

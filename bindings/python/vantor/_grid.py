@@ -182,7 +182,7 @@ class Grid:
         return content.raw
 
     def _made(self, function: str, *arguments: Any) -> Grid:
-        c.check(c.library["vantor_" + function](self.address, *arguments),
+        c.check(getattr(c.library, "vantor_" + function)(self.address, *arguments),
                 camera_matrix="K", coefficients="D", calibration="calibrated_size")
         return self
 

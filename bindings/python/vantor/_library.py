@@ -103,9 +103,8 @@ def _declare() -> None:
         "version": (text,),
     }
     for name, (result, *arguments) in functions.items():
-        function = library["vantor_" + name]
+        function = getattr(library, "vantor_" + name)
         function.restype, function.argtypes = result, arguments
-        setattr(library, "vantor_" + name, function)
 
 
 _declare()
