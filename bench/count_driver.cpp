@@ -16,49 +16,64 @@
 
 namespace {
 
-constexpr int kWidth = 1920;     ///< of all sources, and of warps
-constexpr int kReduced = 1280;   ///< 1.5:1
-constexpr int kEnlarged = 2880;  ///< 1:1.5
-constexpr int kMaxRows = 512;    ///< of output
+constexpr int kMaxRows = 480;       ///< of output
+constexpr int kRowsMultiple = 120;  ///< so that all heights are even and all ratios exact
 
-/// Room for the largest NV12 source or output.
-using Samples = std::vector<uint8_t>;
-Samples src(kEnlarged* kMaxRows * 3 / 2);
-Samples dst(src.size());
+/// Of the source and of the output.
+struct Widths {
+    int src;
+    int dst;
 
-int luma(int rows) {
+    int srcRows(int rows) const { return rows * src / dst; }
+};
+
+/// Room for the largest NV12 source and output.
+std::vector<uint8_t> src(3840 * (kMaxRows * 15 / 4) * 3 / 2);
+std::vector<uint8_t> dst(1920 * kMaxRows * 3 / 2);
+
+/// All four bands, one after another.
+int luma(const Widths& widths, int rows) {
     for (auto* band :
          {interpolateBCY_neon_1, interpolateBCY_neon_2, interpolateBCY_neon_3, interpolateBCY_neon_4})
-        band(src.data(), dst.data(), kWidth, rows * 3 / 2, kWidth, kReduced, rows, kReduced);
-    return kReduced * rows;
+        band(src.data(), dst.data(), widths.src, widths.srcRows(rows), widths.src, widths.dst, rows,
+             widths.dst);
+    return widths.dst * rows;
 }
 
-int chroma(int rows) {
+/// Of a picture with `rows` rows of luma.
+int chroma(const Widths& widths, int rows) {
+    const int srcRows = widths.srcRows(rows);
     for (auto* band :
          {interpolateBLUV_neon_1, interpolateBLUV_neon_2, interpolateBLUV_neon_3, interpolateBLUV_neon_4})
-        band(src.data(), dst.data(), kWidth / 2, rows * 3 / 2, kWidth, kReduced / 2, rows, kReduced);
-    return kReduced / 2 * rows;
+        band(src.data() + widths.src * srcRows, dst.data() + widths.dst * rows, widths.src / 2, srcRows / 2,
+             widths.src, widths.dst / 2, rows / 2, widths.dst);
+    return widths.dst / 2 * (rows / 2);
 }
 
-int interp4(int rows, bool lumaOnly) {
-    const int srcRows = rows * 2 / 3;
+int nv12(const Widths& widths, int rows) {
+    chroma(widths, rows);
+    return luma(widths, rows);
+}
+
+int interp4(const Widths& widths, int rows, bool lumaOnly) {
+    const int srcRows = widths.srcRows(rows);
     vantor::Interp4Filter filter = vantor::makeInterp4Filter();
-    NV12_Interp4_Interpolate(src.data(), src.data() + kWidth * srcRows, dst.data(),
-                             dst.data() + kEnlarged * rows, filter.data(), kWidth, srcRows, 0, 0, kWidth,
-                             srcRows, kEnlarged, rows, 0, 0, kEnlarged, rows, lumaOnly);
-    return kEnlarged * rows;
+    NV12_Interp4_Interpolate(src.data(), src.data() + widths.src * srcRows, dst.data(),
+                             dst.data() + widths.dst * rows, filter.data(), widths.src, srcRows, 0, 0,
+                             widths.src, srcRows, widths.dst, rows, 0, 0, widths.dst, rows, lumaOnly);
+    return widths.dst * rows;
 }
 
-int interp4Luma(int rows) {
-    return interp4(rows, true);
+int interp4Luma(const Widths& widths, int rows) {
+    return interp4(widths, rows, true);
 }
 
-int interp4Nv12(int rows) {
-    return interp4(rows, false);
+int interp4Nv12(const Widths& widths, int rows) {
+    return interp4(widths, rows, false);
 }
 
 /// Displacements of up to a few pixels, different at every node.
-int warp(int rows) {
+int warp(const Widths& widths, int rows) {
     hardware::vantorClient::_GDCGrid grid;
     for (int k = 0; k < 33 * 33; ++k) {
         const int bend = (k % 33 - 16) * (k / 33 - 16);
@@ -68,29 +83,35 @@ int warp(int rows) {
     hardware::vantorClient::BufferData from, to;
     from.y = src.data();
     to.y = dst.data();
-    from.width = to.width = kWidth;
+    from.width = widths.src;
+    to.width = widths.dst;
     from.height = to.height = rows;
-    to.cropRight = kWidth - 1;
+    to.cropRight = widths.dst - 1;
     to.cropBottom = rows - 1;
     const int32_t status = hardware::vantorClient::runGDCGrid(to, from, grid, hardware::IMAGE_FORMAT_NV12,
                                                               hardware::GDC_C_MODEL);
     if (status != 0) {
-        std::fprintf(stderr, "vantor-count: a warp of %dx%d failed\n", kWidth, rows);
+        std::fprintf(stderr, "vantor-count: a warp of %dx%d failed\n", widths.dst, rows);
         std::exit(1);
     }
-    return kWidth * rows;
+    return widths.dst * rows;
 }
 
 struct Family {
     const char* name;
-    int (*run)(int rows);
+    int (*run)(const Widths& widths, int rows);
+    Widths widths;
 };
 
-constexpr Family kFamilies[] = {{"luma", luma},
-                                {"chroma", chroma},
-                                {"interp4-luma", interp4Luma},
-                                {"interp4-nv12", interp4Nv12},
-                                {"warp", warp}};
+constexpr Family kFamilies[] = {{"luma", luma, {1920, 1280}},
+                                {"chroma", chroma, {1920, 1280}},
+                                {"nv12-1.5", nv12, {1920, 1280}},
+                                {"nv12-2", nv12, {3840, 1920}},
+                                {"nv12-2.1", nv12, {4032, 1920}},
+                                {"nv12-3.75", nv12, {3840, 1024}},
+                                {"interp4-luma", interp4Luma, {1280, 1920}},
+                                {"interp4-nv12", interp4Nv12, {1280, 1920}},
+                                {"warp", warp, {1920, 1920}}};
 
 }  // namespace
 
@@ -98,18 +119,17 @@ int main(int argc, char** argv) {
     const int rows = argc == 3 ? std::atoi(argv[2]) : 0;
     for (const Family& family : kFamilies) {
         if (argc < 2 || std::strcmp(family.name, argv[1]) != 0) continue;
-        if (rows < 64 || rows > kMaxRows || rows % 12 != 0) break;
+        if (rows <= 0 || rows > kMaxRows || rows % kRowsMultiple != 0) break;
         uint32_t state = 1;
         for (uint8_t& sample : src) {
             state = vantor::generatorStep(state);
             sample = static_cast<uint8_t>(state >> 24);
         }
-        std::printf("%d\n", family.run(rows));
+        std::printf("%d\n", family.run(family.widths, rows));
         return 0;
     }
-    std::fprintf(stderr,
-                 "usage: vantor-count luma|chroma|interp4-luma|interp4-nv12|warp ROWS (a multiple of 12, "
-                 "72 to %d)\n",
-                 kMaxRows / 12 * 12);
+    std::fputs("usage: vantor-count FAMILY ROWS, of the families", stderr);
+    for (const Family& family : kFamilies) std::fprintf(stderr, " %s", family.name);
+    std::fprintf(stderr, "; a multiple of %d, at most %d\n", kRowsMultiple, kMaxRows);
     return 2;
 }

@@ -17,7 +17,7 @@ namespace vantor::fuzz {
 namespace {
 
 /// Ascending columns, evenly apart or not, at any phases.
-ColumnTaps columns(Input& input, ColumnTable& table, int maxColumns, int phases, int elementStep) {
+ColumnTaps columns(Input& input, ColumnTable<>& table, int maxColumns, int phases, int elementStep) {
     const int count = input.between(1, maxColumns);
     const bool isEven = input.ConsumeBool();
     const double step = input.between(0, 6000) / 256.0;
@@ -36,7 +36,7 @@ ColumnTaps columns(Input& input, ColumnTable& table, int maxColumns, int phases,
 template <typename Plan, typename Sample, typename Kernels, int Count, typename... More>
 void filterRows(Input& input, const Kernels* const (&tables)[Count], int maxColumns, int phases, int outputs,
                 More... more) {
-    ColumnTable table;
+    ColumnTable<> table;
     const ColumnTaps taps = columns(input, table, maxColumns, phases, outputs);
     const Bytes row = input.content(size_t{table.tap[taps.columns - 1]} + kElementBytes);
     const auto filter = [&](const Kernels& kernels, const uint8_t* from, uint8_t* to) {
@@ -52,21 +52,31 @@ void filterRows(Input& input, const Kernels* const (&tables)[Count], int maxColu
     });
 }
 
+template <typename Kernels, typename Sample>
+void blend(const Kernels& kernels, const Sample* const* rows, int weight, uint8_t* out, int columns) {
+    kernels.blendRows(rows, weight, out, columns);
+}
+
+void blend(const Interp4Kernels& kernels, const int16_t* const* rows, const int16_t* weights, uint8_t* out,
+           int columns) {
+    kernels.blendRows(rows, &weights, &out, 1, columns);
+}
+
 template <size_t Rows, typename Sample, typename Kernels, int Count, typename Weight>
 void blendRows(Input& input, const Kernels* const (&tables)[Count], Weight weight, int samplesPerColumn) {
     const int count = input.between(1, kStripColumns);
     const auto samples = static_cast<size_t>(samplesPerColumn * paddedColumns(count));
     const Bytes source = input.content(Rows * samples * sizeof(Sample));
-    const auto blend = [&](const Kernels& kernels, const uint8_t* from, uint8_t* to) {
+    const auto blendAll = [&](const Kernels& kernels, const uint8_t* from, uint8_t* to) {
         const Sample* rows[Rows];
         for (size_t i = 0; i < Rows; ++i) rows[i] = reinterpret_cast<const Sample*>(from) + i * samples;
-        kernels.blendRows(rows, weight, to, count);
+        blend(kernels, rows, weight, to, count);
     };
     forEachVectorTable(tables, [&](const Kernels& vector) {
         expectSameOutput(
             source, static_cast<size_t>(samplesPerColumn * count),
-            [&](const uint8_t* from, uint8_t* to) { blend(vector, from, to); },
-            [&](const uint8_t* from, uint8_t* to) { blend(*tables[0], from, to); });
+            [&](const uint8_t* from, uint8_t* to) { blendAll(vector, from, to); },
+            [&](const uint8_t* from, uint8_t* to) { blendAll(*tables[0], from, to); });
     });
 }
 
@@ -104,6 +114,7 @@ void kernelTables(Input& input) {
             return blendRows<2, uint8_t>(input, kBilinearChromaRoundedTables, input.between(0, 64), 2);
         case 7: {
             const std::vector<int16_t> weights = filterWeights(input);
+            if (!fitBytes(weights.data())) return;
             return blendRows<4, int16_t>(input, kInterp4Tables, weights.data(), 1);
         }
         default: {

@@ -89,8 +89,8 @@ struct CellCurve {
     }
 };
 
-/// A third of factor x value / 2^shift. Only extreme grids need a division of 64 bits, which 32-bit processors
-/// make by hand.
+/// A third of factor x value / 2^shift. Only extreme grids need a division of 64 bits, which 32-bit
+/// processors make by hand.
 inline int32_t roundedThird(int32_t factor, int32_t value, int shift) {
     const int64_t rounded = hwround(int64_t{factor} * value, shift);
     return rounded == narrow(rounded) ? narrow(rounded) / 3 : narrow(rounded / 3);
@@ -129,19 +129,22 @@ struct GridRow {
         return {left, hermite.difference, hermite.slopeChange, hermite.excess};
     }
 
+    /// D, the largest step from node to node: |excess| <= 4 D and |excess| + |slopeChange| <= 6 D.
+    int32_t largestStep() const {
+        int32_t step = 0;
+        for (int i = 1; i < kGridNodes; ++i) step = std::max(step, std::abs(value[i] - value[i - 1]));
+        return step;
+    }
+
     /// An upper bound of all displacements' magnitudes along the row, if the products of every cell's curve
-    /// fit 32 bits and nothing is left to clamp; else INT32_MAX. With D the largest step from node to node,
-    /// |excess| <= 4 D and |excess| + |slopeChange| <= 6 D; the curve leaves its chord by a sixteenth of
-    /// that, and 2 for rounding.
+    /// fit 32 bits and nothing is left to clamp; else INT32_MAX. The curve leaves its chord by a sixteenth
+    /// of |excess| + |slopeChange|, and 2 for rounding.
     int32_t bound() const {
         int32_t largest = 0;
-        int32_t largestStep = 0;
-        for (int i = 0; i < kGridNodes; ++i) {
-            largest = std::max(largest, std::abs(value[i]));
-            if (i > 0) largestStep = std::max(largestStep, std::abs(value[i] - value[i - 1]));
-        }
-        const int32_t reach = largest + largestStep + largestStep / 2 + 2;
-        return largestStep <= 4194303 / 4 && reach < 4194304 ? reach : INT32_MAX;
+        for (const int32_t displacement : value) largest = std::max(largest, std::abs(displacement));
+        const int32_t step = largestStep();
+        const int32_t reach = largest + step + step / 2 + 2;
+        return step <= 4194303 / 4 && reach < 4194304 ? reach : INT32_MAX;
     }
 
     /// The displacement at a virtual column, at half the grid's scale.

@@ -41,13 +41,20 @@ public:
 
     void run(int top, int bottom, const WarpOutputPlanes& dst) {
         GridRows grids[PictureWarp::kTileRows];
-        for (int row = top; row < bottom; ++row) grids[row - top] = warp_.gridRows(row);
-        const int columns = frame_.x.outCropSize;
-        for (int left = 0; left < columns; left += kWarpRunColumns) {
-            const int count = std::min(kWarpRunColumns, columns - left);
-            for (int row = top; row < bottom; ++row) {
-                locate(grids[row - top], row, left, count);
-                writeRun(dst, row, left, count);
+        bool isSteep = false;
+        for (int row = top; row < bottom; ++row) {
+            grids[row - top] = warp_.gridRows(row);
+            isSteep |= grids[row - top].isSteep;
+        }
+        // Level rows are faster one by one: memory is read and written as it follows.
+        const int step = isSteep ? bottom - top : 1;
+        for (int first = top; first < bottom; first += step) {
+            for (int left = 0; left < frame_.x.outCropSize; left += kWarpRunColumns) {
+                const int count = std::min(kWarpRunColumns, frame_.x.outCropSize - left);
+                for (int row = first; row < first + step; ++row) {
+                    locate(grids[row - top], row, left, count);
+                    writeRun(dst, row, left, count);
+                }
             }
         }
     }
@@ -65,8 +72,7 @@ private:
 
     void writeRun(const WarpOutputPlanes& dst, int row, int left, int count) {
         uint8_t* const luma = dst.lumaRow(row) + left;
-        const bool isInterior = warp_.kernels_.luma(warp_.kernelSource_, x_, y_, count, luma);
-        borders_ = isInterior ? 0 : listBorder(count);
+        borders_ = listBorder(warp_.kernels_.luma(warp_.kernelSource_, x_, y_, count, luma), count);
         for (int i = 0; i < borders_; ++i) {
             const PixelSource at = source(border_[i]);
             luma[border_[i]] = static_cast<uint8_t>(
@@ -75,13 +81,18 @@ private:
         if (dst.u && (wrapAdd(frame_.y.outCropStart, row) & 1) == 0) writeChroma(dst, row, left, count);
     }
 
-    /// The columns whose taps are folded at the source's borders: kernels leave them out.
-    int listBorder(int count) {
+    /// The columns whose taps are folded at the source's borders: kernels leave them out, and name the groups
+    /// of columns that they may be in.
+    int listBorder(uint32_t groups, int count) {
         const auto isBetween = [](int32_t position, int32_t first, int samples) {
             return static_cast<uint32_t>(wrapSub(position, first)) < static_cast<uint32_t>(samples) * 256;
         };
         int found = 0;
         for (int i = 0; i < count; ++i) {
+            if ((groups >> (i / kWarpLanes) & 1) == 0) {
+                i += kWarpLanes - 1;
+                continue;
+            }
             const bool isInside =
                 isBetween(x_[i], 0, frame_.x.sourceSize) && isBetween(y_[i], 0, frame_.y.sourceSize);
             // Indexes 2 to size - 2: none in pictures of 3 samples and fewer.

@@ -26,7 +26,7 @@ struct Axis {
         second = V::add32(second, half);
         index = _mm256_subs_epi16(
             V::pack32(V::shiftRightSigned32<8>(first), V::shiftRightSigned32<8>(second)), V::broadcast16(2));
-        fraction = _mm256_packus_epi32(V::bitAnd(first, byte), V::bitAnd(second, byte));
+        fraction = V::packUnsigned32(V::bitAnd(first, byte), V::bitAnd(second, byte));
     }
 
     /// Lanes whose four taps lie inside `size` samples, in order.
@@ -57,11 +57,11 @@ struct Pixels {
 };
 
 /// Sixteen bytes of luma.
-__m128i blend(const WarpSource& src, const Pixels& pixels) {
-    const LumaValues<V> values = filterLuma<V>(gather<V, 4>(src.y, src.yStride, pixels.places[0]),
-                                               gather<V, 4>(src.y, src.yStride, pixels.places[1]),
-                                               {pixels.fractionX, pixels.fractionY});
-    const Vector words = V::bitAnd(V::pack32(values.left, values.right), pixels.interior);
+__m128i blend(const WarpSource& src, const LumaConstants<V>& constants, const Pixels& pixels) {
+    const Vector values = filterLuma<V>(constants, gather<V, 4>(src.y, src.yStride, pixels.places[0]),
+                                        gather<V, 4>(src.y, src.yStride, pixels.places[1]),
+                                        {constants, pixels.fractionX, pixels.fractionY});
+    const Vector words = V::bitAnd(values, pixels.interior);
     const Vector packed = V::pack16(words, words);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
     return _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
 }
@@ -77,15 +77,17 @@ void storeSome(uint8_t* out, __m128i bytes, int count) {
     __builtin_memcpy(out, values, static_cast<std::size_t>(count));
 }
 
-bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
-    int someOutside = 0;
+uint32_t luma(const WarpSource& source, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    const WarpSource src = source;  // which `out` does not alias
+    const LumaConstants<V> constants;
+    uint32_t incomplete = 0;
     for (int i = 0; i < count; i += kGroup) {
         const Pixels pixels(src, x + i, y + i);
         const int interior = _mm256_movemask_epi8(pixels.interior);
-        someOutside |= ~interior;
-        storeSome(out + i, interior == 0 ? _mm_setzero_si128() : blend(src, pixels), count - i);
+        incomplete |= uint32_t{interior != -1} << (i / kWarpLanes);
+        storeSome(out + i, interior == 0 ? _mm_setzero_si128() : blend(src, constants, pixels), count - i);
     }
-    return someOutside == 0;
+    return incomplete;
 }
 
 /// The even ones of sixteen positions.
@@ -103,26 +105,30 @@ Vector hasAllTaps(Vector position, int size) {
 }
 
 /// Eight pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
-__m128i chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y) {
+__m128i chromaGroup(const WarpSource& src, const ChromaConstants<V>& constants, const int32_t* x,
+                    const int32_t* y) {
     const Vector atX = evenLanes(x);
     const Vector atY = evenLanes(y);
     const Vector interior = V::bitAnd(hasAllTaps(atX, src.width), hasAllTaps(atY, src.height));
-    const Vector fromX = V::subtract32(atX, V::broadcast32(128));
-    const Vector fromY = V::subtract32(atY, V::broadcast32(128));
+    const Vector fromX = V::subtract32(atX, constants.halfSample);
+    const Vector fromY = V::subtract32(atY, constants.halfSample);
     const Vector column = V::shiftRightSigned32<9>(fromX);
     const bool isPaired = src.chromaStep == 2;
     const Vector byte = isPaired ? V::add32(column, column) : column;
     const Vector places = V::bitAnd(V::interleaveEven16(byte, V::shiftRightSigned32<9>(fromY)), interior);
     const Vector pairs = mixPairs<V>(
-        isPaired ? gather<V, 2>(src.u, src.uStride, places) : gatherPairs<V>(src, places), fromX, fromY);
-    const Vector chosen = _mm256_blendv_epi8(V::broadcast32(0x8080), pairs, interior);
+        constants, isPaired ? gather<V, 2>(src.u, src.uStride, places) : gatherPairs<V>(src, places), fromX,
+        fromY);
+    const Vector chosen = _mm256_blendv_epi8(constants.neutral, pairs, interior);
     const Vector packed = _mm256_packus_epi32(chosen, chosen);
     return _mm_unpacklo_epi64(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1));
 }
 
-void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
+void chroma(const WarpSource& source, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
+    const WarpSource src = source;
+    const ChromaConstants<V> constants;
     for (int i = 0; i < pairs; i += V::kLanes32) {
-        storeSome(out + 2 * i, chromaGroup(src, x + 2 * i, y + 2 * i), 2 * (pairs - i));
+        storeSome(out + 2 * i, chromaGroup(src, constants, x + 2 * i, y + 2 * i), 2 * (pairs - i));
     }
 }
 

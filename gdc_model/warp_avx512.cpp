@@ -13,11 +13,45 @@ namespace {
 using V = Avx512Lanes;
 using Vector = V::Vector;
 
-/// Lanes where luma has all its taps along one axis: index 2 to size - 2.
-__mmask16 hasAllTaps(Vector position, int size) {
-    return _mm512_cmplt_epu32_mask(V::subtract32(position, V::broadcast32(384)),
-                                   V::broadcast32((size - 3) * 256));
-}
+/// Taps of sixteen pixels in windows of one length.
+struct WindowConstants {
+    Vector reach;  // of a window's first byte
+    Vector bytes;  // of each lane: where its four bytes are from its first on
+};
+
+/// What all groups of pixels need.
+struct Constants {
+    LumaConstants<V> luma;
+    ChromaConstants<V> chroma;
+    Vector evens = kept(_mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30));
+    Vector endX;  // of positions less two samples whose taps lie inside
+    Vector endY;
+    Vector twoSamples = kept(V::broadcast32(384));  // from a position to the middle of its first tap
+    Vector fraction = kept(V::broadcast32(255));
+    Vector lowHalf = kept(V::broadcast32(UINT16_MAX));
+    Vector secondWindow = kept(V::broadcast32(V::kBytes / 2));
+    Vector firstBytes = kept(V::repeat128(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C)));
+    WindowConstants fourBytes{kept(V::broadcast32(32 - 4)), kept(V::broadcast32(0x03020100))};
+    WindowConstants twoPlanes{kept(V::broadcast32(16 - 2)), kept(V::broadcast32(0x11011000))};
+    // Of values in 16-bit lanes, in the order of V::pack16, the lower bytes.
+    __m256i valueBytes = kept(_mm256_setr_epi32(0x06040200, 0x16141210, 0x26242220, 0x36343230, 0x0E0C0A08,
+                                                0x1E1C1A18, 0x2E2C2A28, 0x3E3C3A38));
+
+    explicit Constants(const WarpSource& src)
+        : endX(kept(V::broadcast32((src.width - 3) * 256))),
+          endY(kept(V::broadcast32((src.height - 3) * 256))) {}
+
+    /// Lanes where luma has all its taps, index 2 to size - 2, from positions less two samples.
+    __mmask16 hasAllTaps(Vector firstX, Vector firstY) const {
+        return _mm512_mask_cmplt_epu32_mask(_mm512_cmplt_epu32_mask(firstX, endX), firstY, endY);
+    }
+
+    /// Upper halves of `rows` and lower ones of `columns`; 0 outside `chosen`.
+    Vector places(__mmask16 chosen, Vector columns, Vector rows) const {
+        constexpr int kSelect = 0xCA;  // the second where the first is set, else the third
+        return _mm512_maskz_ternarylogic_epi32(chosen, lowHalf, columns, rows, kSelect);
+    }
+};
 
 /// The windows that may hold the taps of sixteen pixels: where pixels follow each other from left to right in
 /// one row or two, one window at the first and one at the last. Both stay inside their rows.
@@ -25,19 +59,17 @@ template <int window, int taps>
 class Windows {
 public:
     /// From places in a plane (row x 65536 + byte of the row).
-    Windows(Vector places, int rowBytes) {
-        alignas(Vector) int32_t at[V::kLanes32];
-        V::store(at, places);
-        const int first = at[0];
-        const int last = at[V::kLanes32 - 1];
+    Windows(const Constants& constants, const WindowConstants& kind, Vector places, int rowBytes) {
+        const int first = _mm512_cvtsi512_si32(places);
+        const int last = _mm512_cvtsi512_si32(_mm512_alignr_epi32(places, places, V::kLanes32 - 1));
         starts_[0] = first - std::max((first & UINT16_MAX) - (rowBytes - window), 0);
         starts_[1] = last - std::min(last & UINT16_MAX, window - taps);
         const Vector fromFirst = V::subtract32(places, V::broadcast32(starts_[0]));
         const Vector fromLast = V::subtract32(places, V::broadcast32(starts_[1]));
-        const Vector reach = V::broadcast32(window - taps);
-        const __mmask16 byFirst = _mm512_cmple_epu32_mask(fromFirst, reach);
-        holdAll_ = (byFirst | _mm512_cmple_epu32_mask(fromLast, reach)) == 0xFFFF;
-        index_ = _mm512_mask_mov_epi32(V::add32(fromLast, V::broadcast32(V::kBytes / 2)), byFirst, fromFirst);
+        const __mmask16 byLast = _mm512_cmple_epu32_mask(fromLast, kind.reach);
+        holdAll_ = _mm512_kortestc(_mm512_cmple_epu32_mask(fromFirst, kind.reach), byLast) != 0;
+        const Vector index = _mm512_mask_add_epi32(fromFirst, byLast, fromLast, constants.secondWindow);
+        bytes_ = _mm512_add_epi8(V::shuffle8(index, constants.firstBytes), kind.bytes);
     }
 
     bool holdAll() const { return holdAll_; }
@@ -47,17 +79,13 @@ public:
         return plane + (starts_[i] >> 16) * stride + (starts_[i] & UINT16_MAX);
     }
 
-    /// For a permutation of both windows, one in each half of a vector: the bytes of every pixel's taps, from
-    /// their distances to the first.
-    Vector bytes(int distances) const {
-        const Vector fourTimes = V::repeat128(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C));
-        return _mm512_add_epi8(V::shuffle8(index_, fourTimes), V::broadcast32(distances));
-    }
+    /// For a permutation of both windows, one in each half of a vector: the bytes of every pixel's taps.
+    Vector bytes() const { return bytes_; }
 
 private:
     int starts_[2];
     bool holdAll_;
-    Vector index_;
+    Vector bytes_;
 };
 
 Vector joined(const uint8_t* low, const uint8_t* high) {
@@ -69,12 +97,14 @@ Vector joined(const uint8_t* low, const uint8_t* high) {
 
 /// Four bytes of each of some rows, from places in the first of them.
 template <int rows>
-Samples<V, rows> samplesAt(const uint8_t* plane, std::ptrdiff_t stride, int rowBytes, Vector places) {
-    const Windows<32, 4> windows(places, rowBytes);
+__attribute__((always_inline)) inline Samples<V, rows> samplesAt(const Constants& constants,
+                                                                 const uint8_t* plane, std::ptrdiff_t stride,
+                                                                 int rowBytes, Vector places) {
+    const Windows<32, 4> windows(constants, constants.fourBytes, places, rowBytes);
     if (!windows.holdAll()) return gather<V, rows>(plane, stride, places);
     const uint8_t* low = windows.start(plane, stride, 0);
     const uint8_t* high = windows.start(plane, stride, 1);
-    const Vector bytes = windows.bytes(0x03020100);
+    const Vector bytes = windows.bytes();
     Samples<V, rows> samples;
     for (Vector& row : samples.row) {
         row = _mm512_permutexvar_epi8(bytes, joined(low, high));
@@ -93,10 +123,10 @@ __m256i joinedPlanes(const uint8_t* u, const uint8_t* v) {
 }
 
 /// Pairs of chroma from two planes.
-Samples<V, 2> pairsAt(const WarpSource& src, Vector places) {
-    const Windows<16, 2> windows(places, src.width / 2);
+Samples<V, 2> pairsAt(const WarpSource& src, const Constants& constants, Vector places) {
+    const Windows<16, 2> windows(constants, constants.twoPlanes, places, src.width / 2);
     if (!windows.holdAll()) return gatherPairs<V>(src, places);
-    const Vector bytes = windows.bytes(0x11011000);
+    const Vector bytes = windows.bytes();
     Samples<V, 2> pairs;
     for (int j = 0; j < 2; ++j) {
         const auto load = [&](int i) {
@@ -109,13 +139,6 @@ Samples<V, 2> pairsAt(const WarpSource& src, Vector places) {
     return pairs;
 }
 
-/// Upper halves of `rows` and lower ones of `columns`; 0 outside `chosen`.
-Vector placesOf(__mmask16 chosen, Vector columns, Vector rows) {
-    constexpr int kSelect = 0xCA;  // the second where the first is set, else the third
-    return _mm512_maskz_mov_epi32(
-        chosen, _mm512_ternarylogic_epi32(V::broadcast32(UINT16_MAX), columns, rows, kSelect));
-}
-
 /// Sixteen pixels, and what of their positions is needed later.
 struct Pixels {
     __mmask16 interior;
@@ -123,81 +146,75 @@ struct Pixels {
     Vector fractionY;
     Vector places;  // of their first taps: row x 65536 + column; 0 where not all taps lie inside
 
-    Pixels(const WarpSource& src, const int32_t* x, const int32_t* y) {
-        const Vector atX = V::load(x);
-        const Vector atY = V::load(y);
-        interior = hasAllTaps(atX, src.width) & hasAllTaps(atY, src.height);
-        // Shifted by two samples, so that the index is that of the first tap.
-        const Vector firstX = V::subtract32(atX, V::broadcast32(384));
-        const Vector firstY = V::subtract32(atY, V::broadcast32(384));
-        fractionX = V::bitAnd(firstX, V::broadcast32(255));
-        fractionY = V::bitAnd(firstY, V::broadcast32(255));
-        places = placesOf(interior, V::shiftRightSigned32<8>(firstX), V::shiftLeft32<8>(firstY));
+    Pixels(const Constants& constants, const int32_t* x, const int32_t* y) {
+        const Vector firstX = V::subtract32(V::load(x), constants.twoSamples);
+        const Vector firstY = V::subtract32(V::load(y), constants.twoSamples);
+        interior = constants.hasAllTaps(firstX, firstY);
+        fractionX = V::bitAnd(firstX, constants.fraction);
+        fractionY = V::bitAnd(firstY, constants.fraction);
+        places = constants.places(interior, V::shiftRightSigned32<8>(firstX), V::shiftLeft32<8>(firstY));
     }
 };
 
-/// The first `count` bytes; those outside `chosen` are 0.
-void storeSome(uint8_t* out, __m128i bytes, __mmask16 chosen, int count) {
-    const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);
-    _mm_mask_storeu_epi8(out, stored, _mm_maskz_mov_epi8(chosen, bytes));
+/// 32 bytes of luma; 0 where not all taps lie inside.
+__m256i blend(const WarpSource& src, const Constants& constants, const Pixels& left, const Pixels& right,
+              __mmask32 interior) {
+    const Weights<V> weights(constants.luma, V::packUnsigned32(left.fractionX, right.fractionX),
+                             V::packUnsigned32(left.fractionY, right.fractionY));
+    const Vector values =
+        filterLuma<V>(constants.luma, samplesAt<4>(constants, src.y, src.yStride, src.width, left.places),
+                      samplesAt<4>(constants, src.y, src.yStride, src.width, right.places), weights);
+    return _mm512_castsi512_si256(
+        _mm512_maskz_permutexvar_epi8(interior, _mm512_castsi256_si512(constants.valueBytes), values));
 }
 
-/// 32 pixels.
-void blend(const WarpSource& src, const Pixels& left, const Pixels& right, uint8_t* out, int count) {
-    const LumaValues<V> values = filterLuma<V>(samplesAt<4>(src.y, src.yStride, src.width, left.places),
-                                               samplesAt<4>(src.y, src.yStride, src.width, right.places),
-                                               {_mm512_packus_epi32(left.fractionX, right.fractionX),
-                                                _mm512_packus_epi32(left.fractionY, right.fractionY)});
-    storeSome(out, _mm512_cvtepi32_epi8(values.left), left.interior, count);
-    if (count <= V::kLanes32) return;
-    storeSome(out + V::kLanes32, _mm512_cvtepi32_epi8(values.right), right.interior, count - V::kLanes32);
-}
-
-bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
-    unsigned someOutside = 0;
-    for (int i = 0; i < count; i += 2 * V::kLanes32) {
-        const Pixels left(src, x + i, y + i);
-        const Pixels right(src, x + i + V::kLanes32, y + i + V::kLanes32);
-        someOutside |= 0xFFFFU & ~static_cast<unsigned>(left.interior & right.interior);
-        if ((left.interior | right.interior) == 0) {
-            const __m128i zero = _mm_setzero_si128();
-            storeSome(out + i, zero, 0, count - i);
-            if (count - i > V::kLanes32) storeSome(out + i + V::kLanes32, zero, 0, count - i - V::kLanes32);
-        } else {
-            blend(src, left, right, out + i, count - i);
-        }
+uint32_t luma(const WarpSource& source, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    constexpr __mmask32 kAll = ~__mmask32{0};
+    const WarpSource src = source;  // which `out` does not alias
+    const Constants constants(src);
+    uint32_t incomplete = 0;
+    for (int i = 0; i < count; i += kWarpLanes) {
+        const Pixels left(constants, x + i, y + i);
+        const Pixels right(constants, x + i + V::kLanes32, y + i + V::kLanes32);
+        const __mmask32 interior = _mm512_kunpackw(right.interior, left.interior);
+        incomplete |= uint32_t{interior != kAll} << (i / kWarpLanes);
+        const __m256i bytes =
+            interior == 0 ? _mm256_setzero_si256() : blend(src, constants, left, right, interior);
+        const __mmask32 stored = count - i >= kWarpLanes ? kAll : (__mmask32{1} << (count - i)) - 1;
+        _mm256_mask_storeu_epi8(out + i, stored, bytes);
     }
-    return someOutside == 0;
-}
-
-/// The even ones of 32 positions.
-Vector evenLanes(const int32_t* from) {
-    const Vector evens = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
-    return _mm512_permutex2var_epi32(V::load(from), evens, V::load(from + V::kLanes32));
+    return incomplete;
 }
 
 /// Sixteen pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
-void chromaGroup(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+void chromaGroup(const WarpSource& src, const Constants& constants, const int32_t* x, const int32_t* y,
+                 int count, uint8_t* out) {
+    const auto evenLanes = [&](const int32_t* from) {
+        return _mm512_permutex2var_epi32(V::load(from), constants.evens, V::load(from + V::kLanes32));
+    };
     const Vector atX = evenLanes(x);
     const Vector atY = evenLanes(y);
-    const __mmask16 interior = hasAllTaps(atX, src.width) & hasAllTaps(atY, src.height);
-    const Vector fromX = V::subtract32(atX, V::broadcast32(128));
-    const Vector fromY = V::subtract32(atY, V::broadcast32(128));
+    const __mmask16 interior = constants.hasAllTaps(V::subtract32(atX, constants.twoSamples),
+                                                    V::subtract32(atY, constants.twoSamples));
+    const Vector fromX = V::subtract32(atX, constants.chroma.halfSample);
+    const Vector fromY = V::subtract32(atY, constants.chroma.halfSample);
     const bool isPaired = src.chromaStep == 2;
     const Vector column = V::shiftRightSigned32<9>(fromX);
     const Vector places =
-        placesOf(interior, isPaired ? V::add32(column, column) : column, V::shiftLeft32<7>(fromY));
-    const Samples<V, 2> samples =
-        isPaired ? samplesAt<2>(src.u, src.uStride, src.width, places) : pairsAt(src, places);
-    const Vector pairs = mixPairs<V>(samples, fromX, fromY);
-    const Vector chosen = _mm512_mask_mov_epi32(V::broadcast32(0x8080), interior, pairs);
+        constants.places(interior, isPaired ? V::add32(column, column) : column, V::shiftLeft32<7>(fromY));
+    const Samples<V, 2> samples = isPaired ? samplesAt<2>(constants, src.u, src.uStride, src.width, places)
+                                           : pairsAt(src, constants, places);
+    const Vector pairs = mixPairs<V>(constants.chroma, samples, fromX, fromY);
+    const Vector chosen = _mm512_mask_mov_epi32(constants.chroma.neutral, interior, pairs);
     const auto stored = static_cast<__mmask16>(count >= V::kLanes32 ? 0xFFFF : (1 << count) - 1);
     _mm512_mask_cvtepi32_storeu_epi16(out, stored, chosen);
 }
 
-void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
+void chroma(const WarpSource& source, const int32_t* x, const int32_t* y, int pairs, uint8_t* out) {
+    const WarpSource src = source;
+    const Constants constants(src);
     for (int i = 0; i < pairs; i += V::kLanes32)
-        chromaGroup(src, x + 2 * i, y + 2 * i, pairs - i, out + 2 * i);
+        chromaGroup(src, constants, x + 2 * i, y + 2 * i, pairs - i, out + 2 * i);
 }
 
 }  // namespace

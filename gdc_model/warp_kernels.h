@@ -26,10 +26,12 @@ struct WarpLine {
 
 /// Columns that follow each other in one cell.
 struct WarpRun {
-    const int32_t* within;
-    const int32_t* bulge;
+    const int16_t* within;
+    const int16_t* bulge;
     int count;
-    bool isShort;  ///< invScale d + 4096 fits 32 bits, for both lines
+    /// |difference| < 2^14, |excess| < 2^13, |excess| + |slopeChange| < 2^15, |d| < 2^15 and invScale < 2^13,
+    /// for both lines.
+    bool isNarrow;
     WarpLine x;
     WarpLine y;
 };
@@ -67,8 +69,9 @@ struct WarpKernels {
     void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
-    /// of them is folded, 0 elsewhere. Returns true only if that holds for all positions.
-    bool (*luma)(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out);
+    /// of them is folded, 0 elsewhere. Returns bit k if that may not hold for all positions from k kWarpLanes
+    /// to (k + 1) kWarpLanes - 1.
+    uint32_t (*luma)(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out);
 
     /// Pairs of chroma at every second position, x[0], x[2], ...: the bilinear value where luma has all its
     /// taps, 128 elsewhere.

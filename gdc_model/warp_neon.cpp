@@ -48,15 +48,69 @@ private:
     int32x4_t base_;
 };
 
-void positions(const WarpRun& run, int32_t* x, int32_t* y) {
+void locate(const WarpRun& run, int32_t* x, int32_t* y) {
     Line lineX(run.x);
     Line lineY(run.y);
     for (int i = 0; i < run.count; i += kLanes) {
-        const int32x4_t u = vld1q_s32(run.within + i);
-        const int32x4_t q = vld1q_s32(run.bulge + i);
+        const int32x4_t u = vmovl_s16(vld1_s16(run.within + i));
+        const int32x4_t q = vmovl_s16(vld1_s16(run.bulge + i));
         vst1q_s32(x + i, lineX.next(u, q));
         vst1q_s32(y + i, lineY.next(u, q));
     }
+}
+
+/// The same in 16-bit lanes, eight columns at a time: (a b + 2^14) >> 15 of scaled factors.
+class NarrowLine {
+public:
+    explicit NarrowLine(const WarpLine& line)
+        : excess4_(vdupq_n_s16(static_cast<int16_t>(4 * line.excess))),
+          slopeChange_(vdupq_n_s16(static_cast<int16_t>(line.slopeChange))),
+          difference2_(vdupq_n_s16(static_cast<int16_t>(2 * line.difference))),
+          start_(vdupq_n_s16(static_cast<int16_t>(line.start))),
+          invScale4_(vdupq_n_s16(static_cast<int16_t>(4 * line.invScale))),
+          step_(vdupq_n_s32(kLanes * line.step)) {
+        const int32_t lanes[kLanes] = {0, 1, 2, 3};
+        base_ = vmlaq_s32(vdupq_n_s32(line.base), vld1q_s32(lanes), vdupq_n_s32(line.step));
+    }
+
+    void next(int16x8_t u32, int16x8_t q16, int32_t* out) {
+        const int16x8_t fromMiddle = vsubq_s16(vdupq_n_s16(256 * 32), u32);
+        const int16x8_t e = vaddq_s16(vqrdmulhq_s16(excess4_, fromMiddle), slopeChange_);
+        const int16x8_t linear = vaddq_s16(vqrdmulhq_s16(difference2_, u32), start_);
+        const int16x8_t d = vsubq_s16(linear, vqrdmulhq_s16(e, q16));
+        const int16x8_t displacement = vqrdmulhq_s16(d, invScale4_);
+        store(out, vget_low_s16(displacement));
+        store(out + kLanes, vget_high_s16(displacement));
+    }
+
+private:
+    void store(int32_t* out, int16x4_t displacement) {
+        vst1q_s32(out, vaddw_s16(base_, displacement));
+        base_ = vaddq_s32(base_, step_);
+    }
+
+    int16x8_t excess4_;
+    int16x8_t slopeChange_;
+    int16x8_t difference2_;
+    int16x8_t start_;
+    int16x8_t invScale4_;
+    int32x4_t step_;
+    int32x4_t base_;
+};
+
+void locateNarrow(const WarpRun& run, int32_t* x, int32_t* y) {
+    NarrowLine lineX(run.x);
+    NarrowLine lineY(run.y);
+    for (int i = 0; i < run.count; i += kGroup) {
+        const int16x8_t u32 = vshlq_n_s16(vld1q_s16(run.within + i), 5);
+        const int16x8_t q16 = vshlq_n_s16(vld1q_s16(run.bulge + i), 4);
+        lineX.next(u32, q16, x + i);
+        lineY.next(u32, q16, y + i);
+    }
+}
+
+void positions(const WarpRun& run, int32_t* x, int32_t* y) {
+    (run.isNarrow ? locateNarrow : locate)(run, x, y);
 }
 
 /// Eight 32-bit values.
@@ -82,9 +136,13 @@ int16x8_t remainders(const Wide& values) {
     return vandq_s16(narrowed, vdupq_n_s16((1 << bits) - 1));
 }
 
-/// Lanes where luma has all its taps: index 2 to size - 2.
-uint16x8_t hasAllTaps(const Wide& position, int size) {
-    const int16x8_t first = vqsubq_s16(quotients<8>(plus(position, 128)), vdupq_n_s16(2));
+/// The first of four taps along one axis.
+int16x8_t firstTap(const Wide& position) {
+    return quotients<8>(plus(position, -384));
+}
+
+/// Lanes whose four taps lie inside `size` samples.
+uint16x8_t hasAllTaps(int16x8_t first, int size) {
     return vcleq_u16(vreinterpretq_u16_s16(first), vdupq_n_u16(static_cast<uint16_t>(size - 4)));
 }
 
@@ -95,8 +153,9 @@ struct Offsets {
     Offsets(int16x8_t column, int16x8_t row, uint16x8_t chosen, std::ptrdiff_t stride) {
         const uint16x8_t x = vandq_u16(vreinterpretq_u16_s16(column), chosen);
         const uint16x8_t y = vandq_u16(vreinterpretq_u16_s16(row), chosen);
-        const auto offsets = [step = static_cast<uint32_t>(stride)](uint16x4_t byte, uint16x4_t line) {
-            return vreinterpretq_s32_u32(vmlaq_n_u32(vmovl_u16(byte), vmovl_u16(line), step));
+        const auto offsets = [step = vdupq_n_u32(static_cast<uint32_t>(stride))](uint16x4_t byte,
+                                                                                 uint16x4_t line) {
+            return vreinterpretq_s32_u32(vmlaq_u32(vmovl_u16(byte), vmovl_u16(line), step));
         };
         vst1q_s32(at, offsets(vget_low_u16(x), vget_low_u16(y)));
         vst1q_s32(at + kLanes, offsets(vget_high_u16(x), vget_high_u16(y)));
@@ -124,30 +183,23 @@ struct Taps {
         outer3 = vrshrq_n_s16(vqdmulhq_s16(pq, p), 2);
         // p^2 less 2^15, for signed products.
         const int16x8_t pp = veorq_s16(vmulq_s16(p, p), vdupq_n_s16(INT16_MIN));
-        const int16x8_t slope1 = vmlsq_n_s16(vdupq_n_s16(1280), p, 3);
+        const int16x8_t slope1 = vmlsq_s16(vdupq_n_s16(1280), p, vdupq_n_s16(3));
         const int16x8_t slope2 = vsubq_s16(slope1, whole);
         centre1 = vsubq_s16(whole, vrshrq_n_s16(vaddq_s16(vqdmulhq_s16(pp, slope1), slope1), 2));
-        centre2 = vrshrq_n_s16(vaddq_s16(vqdmulhq_s16(pp, slope2), vmlaq_n_s16(slope2, p, 2)), 2);
+        centre2 = vrshrq_n_s16(vaddq_s16(vqdmulhq_s16(pp, slope2), vsubq_s16(vdupq_n_s16(1024), p)), 2);
     }
 };
-
-int16x8_t minusTwice(int16x8_t tap) {
-    return vmulq_n_s16(tap, -2);
-}
-
-int16x8_t enlarged(int16x8_t tap64) {
-    return vorrq_s16(tap64, vdupq_n_s16(1));
-}
 
 /// Weights of four taps by those of one row: (128 x product + 2^14) >> 15 rounds ties up. Where one factor
 /// is an outer tap (never positive) and the other a centre tap (never negative), ties must go down: the
 /// centre tap is enlarged by 1/64, which changes the product by less than its distance from any other tie.
+/// Taps are magnitudes: such products take the negative of the centre tap, ~(64 x tap).
 class Weights {
 public:
     explicit Weights(int16x8_t fraction) {
         const Taps x(fraction);
-        outer0_ = minusTwice(x.outer0);
-        outer3_ = minusTwice(x.outer3);
+        outer0_ = vaddq_s16(x.outer0, x.outer0);
+        outer3_ = vaddq_s16(x.outer3, x.outer3);
         centre1_ = vshlq_n_s16(x.centre1, 6);
         centre2_ = vshlq_n_s16(x.centre2, 6);
     }
@@ -156,22 +208,22 @@ public:
         int16x8_t w[4];
     };
 
-    Row outerRow(int16x8_t magnitude) const {
-        const int16x8_t y = minusTwice(magnitude);
-        const int16x8_t y32 = vshlq_n_s16(y, 5);
-        return {{vqrdmulhq_s16(outer0_, y32), vqrdmulhq_s16(enlarged(centre1_), y),
-                 vqrdmulhq_s16(enlarged(centre2_), y), vqrdmulhq_s16(outer3_, y32)}};
+    Row outerRow(int16x8_t y) const {
+        const int16x8_t y2 = vaddq_s16(y, y);
+        const int16x8_t y64 = vshlq_n_s16(y, 6);
+        return {{vqrdmulhq_s16(outer0_, y64), vqrdmulhq_s16(vmvnq_s16(centre1_), y2),
+                 vqrdmulhq_s16(vmvnq_s16(centre2_), y2), vqrdmulhq_s16(outer3_, y64)}};
     }
 
     Row centreRow(int16x8_t y) const {
         const int16x8_t y2 = vaddq_s16(y, y);
-        const int16x8_t y64 = enlarged(vshlq_n_s16(y, 6));
-        return {{vqrdmulhq_s16(outer0_, y64), vqrdmulhq_s16(centre1_, y2), vqrdmulhq_s16(centre2_, y2),
-                 vqrdmulhq_s16(outer3_, y64)}};
+        const int16x8_t minusY64 = vmvnq_s16(vshlq_n_s16(y, 6));
+        return {{vqrdmulhq_s16(outer0_, minusY64), vqrdmulhq_s16(centre1_, y2), vqrdmulhq_s16(centre2_, y2),
+                 vqrdmulhq_s16(outer3_, minusY64)}};
     }
 
 private:
-    int16x8_t outer0_;  // -2 x tap
+    int16x8_t outer0_;  // 2 x tap
     int16x8_t outer3_;
     int16x8_t centre1_;  // 64 x tap
     int16x8_t centre2_;
@@ -191,14 +243,14 @@ void accumulate(Wide& sum, int16x8_t weights, uint8x8_t bytes) {
 /// Eight weighted sums of one row after the other, and what they are finished with.
 struct Blend {
     Wide sum{vdupq_n_s32(0), vdupq_n_s32(0)};
-    int16x8_t missing = vdupq_n_s16(256);  // what the weights lack, -5 to 5
+    int16x8_t scale = vdupq_n_s16(512);  // less the sum of the weights, which may not be 256
     uint8x8_t low = vdup_n_u8(255);
     uint8x8_t high = vdup_n_u8(0);
 
     void add(const Weights::Row& weights, const uint8x8x4_t& samples) {
         for (int i = 0; i < 4; ++i) {
             accumulate(sum, weights.w[i], samples.val[i]);
-            missing = vsubq_s16(missing, weights.w[i]);
+            scale = vsubq_s16(scale, weights.w[i]);
         }
     }
 
@@ -208,30 +260,46 @@ struct Blend {
     }
 
     uint8x8_t value() const {
-        const auto normalised = [](int32x4_t sums, int16x4_t lack) {
-            const int32x4_t correction = vrshrq_n_s32(vmulq_s32(sums, vmovl_s16(lack)), 8);
-            return vqrshrun_n_s32(vaddq_s32(sums, correction), 8);
+        // Adding (sum (scale - 256) + 128) >> 8 to the sum, and rounding it by 8 bits, is one rounding by 16.
+        const auto normalised = [](int32x4_t sums, int16x4_t factors) {
+            return vqrshrun_n_s32(vmlaq_s32(vdupq_n_s32(128), sums, vmovl_s16(factors)), 16);
         };
-        const uint16x8_t values = vcombine_u16(normalised(sum.low, vget_low_s16(missing)),
-                                               normalised(sum.high, vget_high_s16(missing)));
+        const uint16x8_t values = vcombine_u16(normalised(sum.low, vget_low_s16(scale)),
+                                               normalised(sum.high, vget_high_s16(scale)));
         return vmin_u8(vmax_u8(vqmovn_u16(values), low), high);
     }
 };
 
-/// Eight pixels; their lanes without all taps are 0.
-uint8x8_t lumaGroup(const WarpSource& src, const Wide& x, const Wide& y, uint16x8_t interior) {
-    const Wide halfX = plus(x, 128);
-    const Wide halfY = plus(y, 128);
-    const int16x8_t two = vdupq_n_s16(2);
-    const Offsets offsets(vqsubq_s16(quotients<8>(halfX), two), vqsubq_s16(quotients<8>(halfY), two),
-                          interior, src.yStride);
+/// Eight pixels, and which of them have all their taps.
+struct Pixels {
+    Wide x;
+    Wide y;
+    int16x8_t column;  // of the first tap
+    int16x8_t row;
+    uint16x8_t interior;
+
+    Pixels(const WarpSource& src, const int32_t* atX, const int32_t* atY)
+        : x{vld1q_s32(atX), vld1q_s32(atX + kLanes)},
+          y{vld1q_s32(atY), vld1q_s32(atY + kLanes)},
+          column(firstTap(x)),
+          row(firstTap(y)),
+          interior(vandq_u16(hasAllTaps(column, src.width), hasAllTaps(row, src.height))) {}
+
+    /// The lanes of `interior`, in bytes.
+    uint64_t bits() const { return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(interior)), 0); }
+};
+
+/// Inlined, as nothing may be passed through memory for every eight pixels.
+__attribute__((always_inline)) inline uint8x8_t lumaGroup(const WarpSource& src, const Pixels& pixels) {
+    const Offsets offsets(pixels.column, pixels.row, pixels.interior, src.yStride);
     uint8_t samples[4][4 * kGroup];
+    const uint8_t* const rows[4] = {src.y, src.y + src.yStride, src.y + 2 * src.yStride,
+                                    src.y + 3 * src.yStride};
     for (int i = 0; i < kGroup; ++i) {
-        const uint8_t* row = src.y + offsets.at[i];
-        for (int j = 0; j < 4; ++j, row += src.yStride) copy<4>(row, samples[j] + 4 * i);
+        for (int j = 0; j < 4; ++j) copy<4>(rows[j] + offsets.at[i], samples[j] + 4 * i);
     }
-    const Weights weights(remainders<8>(halfX));
-    const Taps down(remainders<8>(halfY));
+    const Weights weights(remainders<8>(plus(pixels.x, 128)));
+    const Taps down(remainders<8>(plus(pixels.y, 128)));
     Blend blend;
     const uint8x8x4_t row1 = vld4_u8(samples[1]);
     const uint8x8x4_t row2 = vld4_u8(samples[2]);
@@ -241,21 +309,17 @@ uint8x8_t lumaGroup(const WarpSource& src, const Wide& x, const Wide& y, uint16x
     blend.add(weights.centreRow(down.centre2), row2);
     blend.add(weights.outerRow(down.outer0), vld4_u8(samples[0]));
     blend.add(weights.outerRow(down.outer3), vld4_u8(samples[3]));
-    return vand_u8(blend.value(), vmovn_u16(interior));
+    return vand_u8(blend.value(), vmovn_u16(pixels.interior));
 }
 
-bool isZero(uint16x8_t mask) {
-    return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(mask)), 0) == 0;
-}
-
-bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
-    uint16x8_t all = vdupq_n_u16(UINT16_MAX);
+uint32_t luma(const WarpSource& source, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    const WarpSource src = source;  // which `out` does not alias
+    uint32_t incomplete = 0;
     for (int i = 0; i < count; i += kGroup) {
-        const Wide atX{vld1q_s32(x + i), vld1q_s32(x + i + kLanes)};
-        const Wide atY{vld1q_s32(y + i), vld1q_s32(y + i + kLanes)};
-        const uint16x8_t interior = vandq_u16(hasAllTaps(atX, src.width), hasAllTaps(atY, src.height));
-        all = vandq_u16(all, interior);
-        const uint8x8_t values = isZero(interior) ? vdup_n_u8(0) : lumaGroup(src, atX, atY, interior);
+        const Pixels pixels(src, x + i, y + i);
+        const uint64_t interior = pixels.bits();
+        incomplete |= uint32_t{interior != UINT64_MAX} << (i / kWarpLanes);
+        const uint8x8_t values = interior == 0 ? vdup_n_u8(0) : lumaGroup(src, pixels);
         if (count - i >= kGroup) {
             vst1_u8(out + i, values);
         } else {
@@ -264,7 +328,7 @@ bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, 
             __builtin_memcpy(out + i, some, static_cast<std::size_t>(count - i));
         }
     }
-    return isZero(vmvnq_u16(all));
+    return incomplete;
 }
 
 /// Eight samples of chroma from the four around each.
@@ -322,8 +386,10 @@ ChromaBlock chromaBlock(const WarpSource& src, int16x8_t column, int16x8_t row, 
 }
 
 /// Eight pairs. Chroma samples lie two luma samples apart; the first lies between luma samples 0 and 1.
-uint8x8x2_t chromaGroup(const WarpSource& src, const Wide& x, const Wide& y) {
-    const uint16x8_t interior = vandq_u16(hasAllTaps(x, src.width), hasAllTaps(y, src.height));
+__attribute__((always_inline)) inline uint8x8x2_t chromaGroup(const WarpSource& src, const Wide& x,
+                                                              const Wide& y) {
+    const uint16x8_t interior =
+        vandq_u16(hasAllTaps(firstTap(x), src.width), hasAllTaps(firstTap(y), src.height));
     const Wide fromX = plus(x, -128);
     const Wide fromY = plus(y, -128);
     const ChromaBlock block = chromaBlock(src, quotients<9>(fromX), quotients<9>(fromY), interior);

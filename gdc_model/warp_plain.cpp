@@ -42,15 +42,15 @@ uint8_t lumaValue(const WarpSource& src, const Place& at) {
     return static_cast<uint8_t>(Bicubic(block, at.x.fraction, at.y.fraction, {}).value);
 }
 
-bool luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
-    bool isAll = true;
+uint32_t luma(const WarpSource& src, const int32_t* x, const int32_t* y, int count, uint8_t* out) {
+    uint32_t incomplete = 0;
     for (int i = 0; i < count; ++i) {
         const Place at(x[i], y[i]);
         const bool isInterior = at.isInterior(src);
         out[i] = isInterior ? lumaValue(src, at) : 0;
-        isAll &= isInterior;
+        incomplete |= uint32_t{!isInterior} << (i / kWarpLanes);
     }
-    return isAll;
+    return incomplete;
 }
 
 uint8_t chromaValue(const uint8_t* plane, std::ptrdiff_t stride, int step, const Place& at) {

@@ -27,35 +27,40 @@ size_t paddedColumns(const GdcFrame& frame) {
 
 size_t WarpPositions::workingWords(const GdcFrame& frame) {
     static_assert(sizeof(CellColumns) == 3 * sizeof(int32_t));
-    return 2 * paddedColumns(frame) + 3 * static_cast<size_t>(frame.x.outCropSize);
+    // Two arrays of 16 bits.
+    return paddedColumns(frame) + 3 * static_cast<size_t>(frame.x.outCropSize);
 }
 
 WarpPositions::WarpPositions(const GdcFrame& frame, int32_t* memory)
     : frame_(frame),
       fitsVectors_(fitsVectors(frame.x) && fitsVectors(frame.y)),
-      within_(memory),
+      within_(reinterpret_cast<int16_t*>(memory)),
       bulge_(within_ + paddedColumns(frame)),
-      cells_(reinterpret_cast<CellColumns*>(bulge_ + paddedColumns(frame))) {
+      cells_(reinterpret_cast<CellColumns*>(memory + paddedColumns(frame))) {
     const int columns = frame.x.outCropSize;
     for (int i = 0; i < columns; ++i) {
         const VirtualPosition at = columnPosition(frame.x, i);
-        within_[i] = at.within;
-        bulge_[i] = cellBulge(at.within);
+        within_[i] = static_cast<int16_t>(at.within);
+        bulge_[i] = static_cast<int16_t>(cellBulge(at.within));
         if (cellCount_ == 0 || cells_[cellCount_ - 1].cell != at.cell)
             new (&cells_[cellCount_++]) CellColumns{at.cell, i, i};
         ++cells_[cellCount_ - 1].end;
     }
-    std::fill_n(within_ + columns, kWarpLanes, 0);
-    std::fill_n(bulge_ + columns, kWarpLanes, 0);
+    std::fill_n(within_ + columns, kWarpLanes, int16_t{0});
+    std::fill_n(bulge_ + columns, kWarpLanes, int16_t{0});
 }
 
 GridRows WarpPositions::row(const GridTables& grids, int outRow) const {
     const VirtualPosition at =
         virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
-    GridRows rows{GridRow(grids.x, at), GridRow(grids.y, at), false, false};
-    const int64_t bound = std::max(rows.x.bound(), rows.y.bound());
+    GridRows rows{GridRow(grids.x, at), GridRow(grids.y, at), false, false, false};
+    const int32_t bound = std::max(rows.x.bound(), rows.y.bound());
+    const int32_t stepY = rows.y.largestStep();
+    const int32_t step = std::max(rows.x.largestStep(), stepY);
     rows.fitsVectors = fitsVectors_ && bound < INT32_MAX;
-    rows.isShort = bound * std::max(frame_.x.invScale, frame_.y.invScale) + 4096 <= INT32_MAX;
+    rows.isNarrow = bound <= INT16_MAX && step <= INT16_MAX / 16 && frame_.x.invScale <= INT16_MAX / 4 &&
+                    frame_.y.invScale <= INT16_MAX / 4;
+    rows.isSteep = std::abs(sourceDisplacement(frame_.y.invScale, 0, stepY)) > kLevelStep * 256;
     return rows;
 }
 
@@ -75,7 +80,7 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
                                         [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
-        positions({within_ + i, bulge_ + i, columns, grids.isShort,
+        positions({within_ + i, bulge_ + i, columns, grids.isNarrow,
                    line(grids.x, cell->cell, frame_.x, undisplacedAt(frame_.x, i), stepX),
                    line(grids.y, cell->cell, frame_.y, undisplacedY, 0)},
                   x + (i - first), y + (i - first));

@@ -10,18 +10,21 @@
 
 namespace vantor {
 
+constexpr int kLevelStep = 4;
+
 /// Both grids along one output row.
 struct GridRows {
     GridRow x;
     GridRow y;
     bool fitsVectors;  ///< positions have what vector kernels ask for
-    bool isShort;      ///< as in WarpRun
+    bool isNarrow;     ///< as in WarpRun
+    bool isSteep;      ///< leaves more than kLevelStep source rows between two nodes
 };
 
 /// What depends on the columns of a region alone.
 class WarpPositions {
 public:
-    /// How much memory the positions of a frame take: 20 bytes per column, and 256.
+    /// How much memory the positions of a frame take: 16 bytes per column, and 128.
     static size_t workingWords(const GdcFrame& frame);
 
     /// Both outlive the object.
@@ -44,8 +47,8 @@ private:
 
     const GdcFrame& frame_;
     bool fitsVectors_;
-    int32_t* within_;
-    int32_t* bulge_;
+    int16_t* within_;
+    int16_t* bulge_;
     CellColumns* cells_;
     size_t cellCount_ = 0;
 };

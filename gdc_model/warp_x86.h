@@ -9,7 +9,7 @@ namespace vantor {
 namespace {
 
 /// What positions of one coordinate are computed from, a vector of columns at a time.
-template <typename V, bool isShort>
+template <typename V>
 class LineOfLanes {
 public:
     using Vector = typename V::Vector;
@@ -46,7 +46,6 @@ private:
 
     /// 24 bits by 15: the upper 16 bits of d apart from its lower eight, to which the rounding is added.
     Vector sourceDisplacement(Vector d) const {
-        if (isShort) return rounded<13>(V::multiply32(d, invScale_));
         const Vector upper = V::multiplyAdd16(V::template shiftRightSigned32<8>(d), invScale_);
         const Vector lower = V::bitOr(V::bitAnd(d, V::broadcast32(255)), V::broadcast32(4096 << 16));
         const Vector carried = V::template shiftRightSigned32<8>(V::multiplyAdd16(lower, invScaleAndOne_));
@@ -64,13 +63,65 @@ private:
     Vector step_;
 };
 
-template <typename V, bool isShort>
+/// The same in 16-bit lanes, two vectors of columns at a time: (a b + 2^14) >> 15 of scaled factors.
+template <typename V>
+class NarrowLine {
+public:
+    using Vector = typename V::Vector;
+
+    explicit NarrowLine(const WarpLine& line)
+        : excess4_(V::broadcast16(4 * line.excess)),
+          slopeChange_(V::broadcast16(line.slopeChange)),
+          difference2_(V::broadcast16(2 * line.difference)),
+          start_(V::broadcast16(line.start)),
+          invScale4_(V::broadcast16(4 * line.invScale)),
+          base_(V::add32(V::broadcast32(line.base), V::multiply32(V::iota32(), V::broadcast32(line.step)))),
+          step_(V::broadcast32(V::kLanes32 * line.step)) {}
+
+    void next(Vector u32, Vector q16, int32_t* out) {
+        const Vector fromMiddle = V::subtract16(V::broadcast16(256 * 32), u32);
+        const Vector e = V::add16(V::multiplyRounded16(excess4_, fromMiddle), slopeChange_);
+        const Vector linear = V::add16(V::multiplyRounded16(difference2_, u32), start_);
+        const Vector d = V::subtract16(linear, V::multiplyRounded16(e, q16));
+        const Vector displacement = V::multiplyRounded16(d, invScale4_);
+        store(out, V::widenLow16(displacement));
+        store(out + V::kLanes32, V::widenHigh16(displacement));
+    }
+
+private:
+    void store(int32_t* out, Vector displacement) {
+        V::store(out, V::add32(base_, displacement));
+        base_ = V::add32(base_, step_);
+    }
+
+    Vector excess4_;
+    Vector slopeChange_;
+    Vector difference2_;
+    Vector start_;
+    Vector invScale4_;
+    Vector base_;
+    Vector step_;
+};
+
+template <typename V>
+void locateNarrow(const WarpRun& run, int32_t* x, int32_t* y) {
+    NarrowLine<V> lineX(run.x);
+    NarrowLine<V> lineY(run.y);
+    for (int i = 0; i < run.count; i += V::kLanes16) {
+        const auto u32 = V::template shiftLeft16<5>(V::load(run.within + i));
+        const auto q16 = V::template shiftLeft16<4>(V::load(run.bulge + i));
+        lineX.next(u32, q16, x + i);
+        lineY.next(u32, q16, y + i);
+    }
+}
+
+template <typename V>
 void locate(const WarpRun& run, int32_t* x, int32_t* y) {
-    LineOfLanes<V, isShort> lineX(run.x);
-    LineOfLanes<V, isShort> lineY(run.y);
+    LineOfLanes<V> lineX(run.x);
+    LineOfLanes<V> lineY(run.y);
     for (int i = 0; i < run.count; i += V::kLanes32) {
-        const auto u = V::load(run.within + i);
-        const auto q = V::load(run.bulge + i);
+        const auto u = V::loadWidened16(run.within + i);
+        const auto q = V::loadWidened16(run.bulge + i);
         V::store(x + i, lineX.next(u, q));
         V::store(y + i, lineY.next(u, q));
     }
@@ -78,9 +129,30 @@ void locate(const WarpRun& run, int32_t* x, int32_t* y) {
 
 template <typename V>
 void positions(const WarpRun& run, int32_t* x, int32_t* y) {
-    const auto locateAll = run.isShort ? locate<V, true> : locate<V, false>;
-    locateAll(run, x, y);
+    (run.isNarrow ? locateNarrow<V> : locate<V>)(run, x, y);
 }
+
+/// A constant that stays in a register or in memory. Compilers would broadcast it anew from a general
+/// register in every group of pixels, which costs as much as arithmetic.
+template <typename Vector>
+Vector kept(Vector constant) {
+    asm("" : "+v"(constant));
+    return constant;
+}
+
+/// What all groups of pixels need.
+template <typename V>
+struct LumaConstants {
+    using Vector = typename V::Vector;
+    Vector whole = kept(V::broadcast16(256));
+    Vector slope = kept(V::broadcast16(1280));
+    Vector lowBytes = kept(V::broadcast16(255));
+    Vector twice = kept(V::broadcast16(512));
+    Vector ones = kept(V::broadcast16(1));
+    Vector half = kept(V::broadcast32(128 * 256 + 128));
+    Vector middle =
+        kept(V::repeat128(_mm_setr_epi8(1, 2, -1, -1, 5, 6, -1, -1, 9, 10, -1, -1, 13, 14, -1, -1)));
+};
 
 /// The magnitudes of the four taps' weights at phases p: of p (256 - p)^2, 2^25 - p^2 (1280 - 3p), p 2^16 +
 /// p^2 (1024 - 3p) and p^2 (256 - p), over 2^17, rounded. (x / 2^16 rounded down, plus 1) / 2 is that.
@@ -92,13 +164,13 @@ struct Taps {
     Vector centre2;
     Vector outer3;
 
-    explicit Taps(Vector p) {
+    Taps(const LumaConstants<V>& constants, Vector p) {
         const Vector zero = V::broadcast16(0);
-        const Vector whole = V::broadcast16(256);
+        const Vector whole = constants.whole;
         const Vector q = V::subtract16(whole, p);
         const Vector pq = V::multiply16(p, q);
         const Vector pp = V::multiply16(p, p);
-        const Vector slope = V::subtract16(V::broadcast16(1280), V::add16(V::add16(p, p), p));
+        const Vector slope = V::subtract16(constants.slope, V::add16(V::add16(p, p), p));
         outer0 = V::average16(V::multiplyHighUnsigned16(pq, q), zero);
         outer3 = V::average16(V::multiplyHighUnsigned16(pq, p), zero);
         centre1 = V::subtract16(whole, V::average16(V::multiplyHighUnsigned16(pp, slope), zero));
@@ -108,16 +180,18 @@ struct Taps {
 
 /// The sixteen weights of a pixel: (128 x product + 2^14) >> 15 rounds ties up. Where one factor is an
 /// outer tap (never positive) and the other a centre tap (never negative), ties must go down: the centre
-/// tap is enlarged by 1/64, which changes the product by less than its distance from any other tie.
+/// tap is enlarged by 1/64, which changes the product by less than its distance from any other tie. Taps are
+/// magnitudes: such products take the negative of the centre tap, ~(64 x tap).
 template <typename V>
 class Weights {
 public:
     using Vector = typename V::Vector;
 
-    Weights(Vector fractionX, Vector fractionY) : y_(fractionY) {
-        const Taps<V> x(fractionX);
-        outer0_ = minusTwice(x.outer0);
-        outer3_ = minusTwice(x.outer3);
+    Weights(const LumaConstants<V>& constants, Vector fractionX, Vector fractionY)
+        : y_(constants, fractionY) {
+        const Taps<V> x(constants, fractionX);
+        outer0_ = V::add16(x.outer0, x.outer0);
+        outer3_ = V::add16(x.outer3, x.outer3);
         centre1_ = V::template shiftLeft16<6>(x.centre1);
         centre2_ = V::template shiftLeft16<6>(x.centre2);
     }
@@ -131,30 +205,28 @@ public:
     };
 
     Row row(int j) const {
-        if (j == 0) return outerRow(minusTwice(y_.outer0));
+        if (j == 0) return outerRow(y_.outer0);
         if (j == 1) return centreRow(y_.centre1);
         if (j == 2) return centreRow(y_.centre2);
-        return outerRow(minusTwice(y_.outer3));
+        return outerRow(y_.outer3);
     }
 
 private:
-    static Vector minusTwice(Vector tap) { return V::subtract16(V::broadcast16(0), V::add16(tap, tap)); }
-    static Vector enlarged(Vector tap64) { return V::bitOr(tap64, V::broadcast16(1)); }
-
     Row outerRow(Vector y) const {
-        const Vector y32 = V::template shiftLeft16<5>(y);
-        return {V::multiplyRounded16(outer0_, y32), V::multiplyRounded16(enlarged(centre1_), y),
-                V::multiplyRounded16(enlarged(centre2_), y), V::multiplyRounded16(outer3_, y32)};
+        const Vector y2 = V::add16(y, y);
+        const Vector y64 = V::template shiftLeft16<6>(y);
+        return {V::multiplyRounded16(outer0_, y64), V::multiplyRounded16(V::bitNot(centre1_), y2),
+                V::multiplyRounded16(V::bitNot(centre2_), y2), V::multiplyRounded16(outer3_, y64)};
     }
     Row centreRow(Vector y) const {
         const Vector y2 = V::add16(y, y);
-        const Vector y64 = enlarged(V::template shiftLeft16<6>(y));
-        return {V::multiplyRounded16(outer0_, y64), V::multiplyRounded16(centre1_, y2),
-                V::multiplyRounded16(centre2_, y2), V::multiplyRounded16(outer3_, y64)};
+        const Vector minusY64 = V::bitNot(V::template shiftLeft16<6>(y));
+        return {V::multiplyRounded16(outer0_, minusY64), V::multiplyRounded16(centre1_, y2),
+                V::multiplyRounded16(centre2_, y2), V::multiplyRounded16(outer3_, minusY64)};
     }
 
     Taps<V> y_;
-    Vector outer0_;  // -2 x tap
+    Vector outer0_;  // 2 x tap
     Vector outer3_;
     Vector centre1_;  // 64 x tap
     Vector centre2_;
@@ -204,73 +276,92 @@ Samples<V, 2> gatherPairs(const WarpSource& src, typename V::Vector places) {
     return pairs;
 }
 
-/// The weighted sums of a vector of pixels, normalised and clamped by their 2 x 2 centre taps.
+/// Weighted sums of a vector of pixels, times `scale` / 256: 512 less the sum of their weights, which may not
+/// be 256.
 template <typename V>
-typename V::Vector finish(typename V::Vector sum, typename V::Vector missing, const Samples<V, 4>& samples) {
-    using Vector = typename V::Vector;
-    const Vector half = V::broadcast32(128);
-    const auto secondByte = [](Vector bytes) {
-        return V::bitAnd(V::template shiftRightSigned32<8>(bytes), V::broadcast32(255));
-    };
-    const Vector correction = V::template shiftRightSigned32<8>(V::add32(V::multiply32(sum, missing), half));
-    const Vector value = V::template shiftRightSigned32<8>(V::add32(V::add32(sum, correction), half));
-    const Vector least = V::min8(samples.row[1], samples.row[2]);
-    const Vector most = V::max8(samples.row[1], samples.row[2]);
-    const Vector low = secondByte(V::min8(least, V::template shiftRightSigned32<8>(least)));
-    const Vector high = secondByte(V::max8(most, V::template shiftRightSigned32<8>(most)));
-    return V::min32(V::max32(value, low), high);
+typename V::Vector normalised(const LumaConstants<V>& constants, typename V::Vector sum,
+                              typename V::Vector scale) {
+    // Adding (sum (scale - 256) + 128) >> 8 to the sum, and rounding it by 8 bits, is one rounding by 16.
+    return V::template shiftRightSigned32<16>(V::add32(V::multiply32(sum, scale), constants.half));
 }
 
-/// Two vectors of pixels, in order.
+/// Values of two vectors of pixels in 16-bit lanes, clamped by their 2 x 2 centre taps. Fractions and values
+/// are in the order of V::pack16: interleaving them gives 32-bit lanes in natural order.
 template <typename V>
-struct LumaValues {
-    typename V::Vector left;
-    typename V::Vector right;
-};
-
-/// Fractions are in the order of V::pack16: interleaving gives 32-bit lanes in natural order.
-template <typename V>
-LumaValues<V> filterLuma(const Samples<V, 4>& left, const Samples<V, 4>& right, const Weights<V>& weights) {
+typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
+                              const Samples<V, 4>& right, const Weights<V>& weights) {
     using Vector = typename V::Vector;
-    const Vector lowBytes = V::broadcast16(255);
-    Vector sumLeft = V::broadcast32(0);
-    Vector sumRight = V::broadcast32(0);
-    Vector missing = V::broadcast16(256);  // what the weights lack, -5 to 5
-    for (int j = 0; j < 4; ++j) {
+    Vector scale = constants.twice;
+    const auto subtractFromScale = [&](const typename Weights<V>::Row& w) {
+        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
+    };
+    // Weights of the outer rows are bytes, the first and the last of them not negative.
+    Vector pairsLeft = V::broadcast16(0);
+    Vector pairsRight = V::broadcast16(0);
+    for (int j = 0; j < 4; j += 3) {
+        const auto w = weights.row(j);
+        const Vector w01 = V::bitOr(w.w0, V::template shiftLeft16<8>(w.w1));
+        const Vector w23 = V::bitOr(V::bitAnd(w.w2, constants.lowBytes), V::template shiftLeft16<8>(w.w3));
+        pairsLeft = V::add16(pairsLeft, V::multiplyAdd8(left.row[j], V::interleaveLow16(w01, w23)));
+        pairsRight = V::add16(pairsRight, V::multiplyAdd8(right.row[j], V::interleaveHigh16(w01, w23)));
+        subtractFromScale(w);
+    }
+    Vector sumLeft = V::multiplyAdd16(pairsLeft, constants.ones);
+    Vector sumRight = V::multiplyAdd16(pairsRight, constants.ones);
+    for (int j = 1; j < 3; ++j) {
         const auto w = weights.row(j);
         const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
-            sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, lowBytes), even));
+            sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, constants.lowBytes), even));
             sum = V::add32(sum, V::multiplyAdd16(V::template shiftRight16<8>(bytes), odd));
         };
         add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
         add(sumRight, right.row[j], V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
-        missing = V::subtract16(missing, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
+        subtractFromScale(w);
     }
-    const Vector sign = V::template shiftRightSigned16<15>(missing);
-    return {finish<V>(sumLeft, V::interleaveLow16(missing, sign), left),
-            finish<V>(sumRight, V::interleaveHigh16(missing, sign), right)};
+    const Vector zero = V::broadcast16(0);
+    const Vector value = V::pack32(normalised<V>(constants, sumLeft, V::interleaveLow16(scale, zero)),
+                                   normalised<V>(constants, sumRight, V::interleaveHigh16(scale, zero)));
+    // The middle bytes of each 32-bit lane, in 16-bit lanes.
+    const auto middle = [&](Vector ofLeft, Vector ofRight) {
+        return V::packUnsigned32(V::shuffle8(ofLeft, constants.middle),
+                                 V::shuffle8(ofRight, constants.middle));
+    };
+    const Vector least = middle(V::min8(left.row[1], left.row[2]), V::min8(right.row[1], right.row[2]));
+    const Vector most = middle(V::max8(left.row[1], left.row[2]), V::max8(right.row[1], right.row[2]));
+    const Vector low = V::min8(least, V::template shiftRight16<8>(least));
+    const Vector high = V::bitAnd(V::max8(most, V::template shiftRight16<8>(most)), constants.lowBytes);
+    return V::min16(V::max16(value, low), high);
 }
+
+/// What all groups of chroma need.
+template <typename V>
+struct ChromaConstants {
+    using Vector = typename V::Vector;
+    Vector fraction = kept(V::broadcast32(511));
+    Vector whole = kept(V::broadcast32(512));
+    Vector half = kept(V::broadcast32(256));
+    Vector lowBytes = kept(V::broadcast16(255));
+    Vector halfSample = kept(V::broadcast32(128));  // of luma
+    Vector neutral = kept(V::broadcast32(0x8080));
+};
 
 /// Chroma pairs in 32-bit lanes, from the two by two around each and distances in 1/512 from the first of
 /// them.
 template <typename V>
-typename V::Vector mixPairs(const Samples<V, 2>& samples, typename V::Vector fromX,
-                            typename V::Vector fromY) {
+typename V::Vector mixPairs(const ChromaConstants<V>& constants, const Samples<V, 2>& samples,
+                            typename V::Vector fromX, typename V::Vector fromY) {
     using Vector = typename V::Vector;
-    const Vector fraction = V::broadcast32(511);
-    const Vector whole = V::broadcast32(512);
-    const Vector right = V::bitAnd(fromX, fraction);
-    const Vector upper = V::subtract32(whole, V::bitAnd(fromY, fraction));
-    const Vector across = V::interleaveEven16(V::subtract32(whole, right), right);
+    const Vector right = V::bitAnd(fromX, constants.fraction);
+    const Vector upper = V::subtract32(constants.whole, V::bitAnd(fromY, constants.fraction));
+    const Vector across = V::interleaveEven16(V::subtract32(constants.whole, right), right);
     // 9 bits of fraction: 64 x product, rounded by 15.
     const Vector top = V::multiplyRounded16(V::template shiftLeft16<3>(across),
                                             V::template shiftLeft16<3>(V::interleaveEven16(upper, upper)));
     const Vector weights[2] = {top, V::subtract16(across, top)};
-    const Vector lowBytes = V::broadcast16(255);
-    Vector u = V::broadcast32(256);
+    Vector u = constants.half;
     Vector v = u;
     for (int j = 0; j < 2; ++j) {
-        u = V::add32(u, V::multiplyAdd16(V::bitAnd(samples.row[j], lowBytes), weights[j]));
+        u = V::add32(u, V::multiplyAdd16(V::bitAnd(samples.row[j], constants.lowBytes), weights[j]));
         v = V::add32(v, V::multiplyAdd16(V::template shiftRight16<8>(samples.row[j]), weights[j]));
     }
     return V::bitOr(V::template shiftRightSigned32<9>(u),

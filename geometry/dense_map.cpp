@@ -17,7 +17,7 @@ struct Neighbours {
     double fraction;
 
     Neighbours(double position, int size)
-        : first(static_cast<int>(std::clamp(std::floor(position), 0.0, std::max(size - 2, 0) * 1.0))),
+        : first(static_cast<int>(std::clamp(position, 0.0, std::max(size - 2, 0) * 1.0))),
           second(std::min(first + 1, size - 1)),
           fraction(position - first) {}
 };

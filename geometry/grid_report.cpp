@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "gdc_model/grid_interp.h"
-#include "gdc_model/source_samples.h"
-#include "geometry/model_frame.h"
+#include "gdc_model/sampling.h"
+#include "geometry/source_rows.h"
 
 namespace vantor {
 namespace {
@@ -44,13 +44,16 @@ int countFolded(const Nodes& nodes) {
     return folded;
 }
 
+bool isFromInside(const SourceRows& rows, int column, Size frame) {
+    return isInside(rows.x()[column], frame.width) && isInside(rows.y()[column], frame.height);
+}
+
 double shareOutside(const Grid& grid, Size frame) {
-    const GdcFrame model = modelFrame(frame);
-    const GridTables tables(grid);
+    SourceRows rows(grid, frame, frame);
     size_t outside = 0;
-    for (int y = 0; y < frame.height; ++y) {
-        const GridLines lines(tables, model, y);
-        for (int x = 0; x < frame.width; ++x) outside += !lines.source(model, x, y).inside;
+    for (int row = 0; row < frame.height; ++row) {
+        rows.compute(row);
+        for (int i = 0; i < frame.width; ++i) outside += !isFromInside(rows, i, frame);
     }
     return static_cast<double>(outside) / static_cast<double>(frame.pixels());
 }
@@ -80,20 +83,19 @@ GridReport examine(const Grid& grid, Size frame) {
 }
 
 GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame, Counted counted) {
-    const GdcFrame model = modelFrame(frame);
-    const GridTables tables(grid);
+    SourceRows rows(grid, frame, picture);
     GridError error;
     double squares = 0;
     for (int y = 0; y < picture.height; ++y) {
-        const GridLines lines(tables, model, y);
+        rows.compute(y);
         for (int x = 0; x < picture.width; ++x) {
-            const PixelSource at = lines.source(model, x, y);
+            const Point at{rows.x()[x] / 256.0, rows.y()[x] / 256.0};
             const Point ideal = map({x + 0.5, y + 0.5});
             const bool isIdealInside =
                 ideal.x >= 0 && ideal.y >= 0 && ideal.x < picture.width && ideal.y < picture.height;
-            if (!isIdealInside && !(at.inside && counted == Counted::InsideByEither)) continue;
-            const double distance =
-                length({at.x.coordinate / 256.0 - ideal.x, at.y.coordinate / 256.0 - ideal.y});
+            if (!isIdealInside && !(counted == Counted::InsideByEither && isFromInside(rows, x, frame)))
+                continue;
+            const double distance = length({at.x - ideal.x, at.y - ideal.y});
             ++error.pixels;
             squares += distance * distance;
             error.beyondHalf += !(distance <= 0.5);

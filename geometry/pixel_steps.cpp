@@ -1,24 +1,26 @@
 #include "geometry/pixel_steps.h"
 
-#include "geometry/model_frame.h"
-
 namespace vantor {
 
 PixelSteps stepsOf(const Grid& grid, Size frameSize, const GdcPlanes<const uint8_t>& source, int column,
                    int row) {
-    const GdcFrame frame = modelFrame(frameSize);
-    const GridLines lines(GridTables(grid), frame, row);
+    const auto [width, height] = frameSize;
+    const GdcFrame frame = requestFrame(width, height, {0, 0, width - 1, height - 1});
+    const GridTables tables(grid);
     const VirtualPosition x = virtualPosition(frame.x, column, kVirtualCellWidth);
     const VirtualPosition y = virtualPosition(frame.y, row, kVirtualCellHeight);
-    const PixelSource at = lines.source(frame, column, row);
+    const int displacementX = GridRow(tables.x, y).displacement(x);
+    const int displacementY = GridRow(tables.y, y).displacement(x);
+    const PixelSource at = pixelSource(frame, sourceCoordinate(frame.x, column, displacementX),
+                                       sourceCoordinate(frame.y, row, displacementY));
     const LumaBlock samples = lumaBlock(frame, source, at);
     PixelSteps steps{column,
                      row,
                      frame,
                      x,
                      y,
-                     lines.x.displacement(x),
-                     lines.y.displacement(x),
+                     displacementX,
+                     displacementY,
                      at,
                      samples,
                      Bicubic(samples, at.x.fraction, at.y.fraction, frame.settings)};

@@ -50,7 +50,8 @@ bool hasHalfFloats() {
 bool hasAvx512() {
     return hasAvx2() && __builtin_cpu_supports("fma") && hasHalfFloats() &&
            __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
+           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
+           __builtin_cpu_supports("avx512vnni");
 }
 #endif
 

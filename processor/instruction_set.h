@@ -13,7 +13,7 @@ constexpr InstructionSet kInstructionSets[] = {InstructionSet::Plain, Instructio
 const char* instructionSetName(InstructionSet set);
 
 /// Whether the CPU and the system can run kernels of this set. Avx2 means AVX2 and POPCNT, Avx512
-/// for those, FMA, F16C and AVX-512's F, BW, VL and VBMI together.
+/// for those, FMA, F16C and AVX-512's F, BW, VL, VBMI and VNNI together.
 bool cpuHas(InstructionSet set);
 
 /// Whether `name` is a value of VANTOR_CPU: "plain", "avx2" or "avx512". Null (unset) is valid too.

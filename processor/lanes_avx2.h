@@ -20,6 +20,8 @@ struct Avx2Lanes {
     static Vector broadcast16(int value) { return _mm256_set1_epi16(static_cast<int16_t>(value)); }
     static Vector add16(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
     static Vector subtract16(Vector a, Vector b) { return _mm256_sub_epi16(a, b); }
+    static Vector min16(Vector a, Vector b) { return _mm256_min_epi16(a, b); }
+    static Vector max16(Vector a, Vector b) { return _mm256_max_epi16(a, b); }
     static Vector multiply16(Vector a, Vector b) { return _mm256_mullo_epi16(a, b); }
     static Vector multiplyHigh16(Vector a, Vector b) { return _mm256_mulhi_epi16(a, b); }
     static Vector multiplyHighUnsigned16(Vector a, Vector b) { return _mm256_mulhi_epu16(a, b); }
@@ -51,7 +53,6 @@ struct Avx2Lanes {
     static Vector add32(Vector a, Vector b) { return _mm256_add_epi32(a, b); }
     static Vector subtract32(Vector a, Vector b) { return _mm256_sub_epi32(a, b); }
     static Vector multiply32(Vector a, Vector b) { return _mm256_mullo_epi32(a, b); }
-    static Vector min32(Vector a, Vector b) { return _mm256_min_epi32(a, b); }
     static Vector max32(Vector a, Vector b) { return _mm256_max_epi32(a, b); }
     template <int Bits>
     static Vector shiftLeft32(Vector a) {
@@ -61,6 +62,13 @@ struct Avx2Lanes {
     static Vector shiftRightSigned32(Vector a) {
         return _mm256_srai_epi32(a, Bits);
     }
+
+    /// Sixteen-bit lanes, sign-extended: as many from memory as fill a vector, or one half of a vector's.
+    static Vector loadWidened16(const void* from) {
+        return _mm256_cvtepi16_epi32(_mm_loadu_si128(static_cast<const __m128i*>(from)));
+    }
+    static Vector widenLow16(Vector a) { return _mm256_cvtepi16_epi32(_mm256_castsi256_si128(a)); }
+    static Vector widenHigh16(Vector a) { return _mm256_cvtepi16_epi32(_mm256_extracti128_si256(a, 1)); }
 
     /// Each lane by as many bits as `counts` says.
     static Vector shiftRightBy32(Vector a, Vector counts) { return _mm256_srlv_epi32(a, counts); }
@@ -84,16 +92,18 @@ struct Avx2Lanes {
     static Vector max8(Vector a, Vector b) { return _mm256_max_epu8(a, b); }
 
     static Vector bitAnd(Vector a, Vector b) { return _mm256_and_si256(a, b); }
+    static Vector bitNot(Vector a) { return _mm256_xor_si256(a, broadcast32(-1)); }
     static Vector bitOr(Vector a, Vector b) { return _mm256_or_si256(a, b); }
 
     /// These interleave and pack within 128 bits; what was interleaved is packed back in order. Packing
-    /// saturates, 16-bit lanes to unsigned bytes, 32-bit lanes to signed 16-bit ones.
+    /// saturates, 16-bit lanes to unsigned bytes, 32-bit lanes to 16-bit ones.
     static Vector interleaveLow8(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
     static Vector interleaveHigh8(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }
     static Vector interleaveLow16(Vector a, Vector b) { return _mm256_unpacklo_epi16(a, b); }
     static Vector interleaveHigh16(Vector a, Vector b) { return _mm256_unpackhi_epi16(a, b); }
     static Vector pack16(Vector low, Vector high) { return _mm256_packus_epi16(low, high); }
     static Vector pack32(Vector low, Vector high) { return _mm256_packs_epi32(low, high); }
+    static Vector packUnsigned32(Vector low, Vector high) { return _mm256_packus_epi32(low, high); }
 };
 
 }  // namespace

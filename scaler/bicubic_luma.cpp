@@ -21,10 +21,12 @@ const BicubicLumaKernels& activeKernels() {
 /// Consecutive output columns with their positions. By where their taps fall they divide, from left to right,
 /// into left columns (on source column 0), middle columns (all four taps inside) and right columns (a tap
 /// beyond the last column). In sources of one or two columns all are right columns.
+template <int MaxColumns>
 class BicubicLumaColumns {
 public:
     using Kernels = BicubicLumaKernels;
     static constexpr int kChannels = 1;
+    static constexpr int kMaxColumns = MaxColumns;
     static constexpr int kTaps = 4;
 
     BicubicLumaColumns(const Kernels& kernels, const Axis& axis, int firstColumn, int columns,
@@ -96,8 +98,8 @@ private:
     int firstReadable_;
     int middleFirst_ = 0;
     int middleEnd_;
-    ColumnTable table_;
-    std::optional<PlannedColumns<BicubicLumaKernels, BicubicLumaPlan>> middle_;
+    ColumnTable<MaxColumns> table_;
+    std::optional<PlannedColumns<BicubicLumaKernels, BicubicLumaPlan, MaxColumns>> middle_;
 };
 
 int scaleRows(const ScaleSliceArgs& args, PositionFormat format, const RowRange& rows) {
@@ -176,7 +178,7 @@ void allocate_cubicinterpolate_opt_asm_2(unsigned char* row0, const short* phase
     int left = 8 * std::max(groups, 0);
     while (left > 0) {
         const int columns = std::min(left, kStripColumns);
-        ColumnTable table;
+        ColumnTable<> table;
         for (int i = 0; i < columns; ++i) {
             table.tap[i] = static_cast<uint16_t>(*tapX++);
             table.phase[i] = static_cast<uint8_t>(*phaseX++);

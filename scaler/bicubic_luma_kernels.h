@@ -12,9 +12,18 @@ namespace vantor {
 /// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
 /// the taps; what the others store is up to them.
 struct BicubicLumaPlan {
-    ColumnTaps taps;
+    template <int Columns>
+    using Memory = PlanMemory<Columns, int16_t, 1>;
+
+    template <int Columns>
+    explicit BicubicLumaPlan(Memory<Columns>& memory)
+        : elements{0, memory.start, memory.shuffle}, phase(memory.table) {}
+
+    ColumnTaps taps{};
     ElementPlan elements;
-    alignas(64) int16_t phase[kStripColumns];
+    int16_t* phase;
+    int repeatEnd = 0;  ///< up to this column the windows are `advance` bytes apart, and all else repeats
+    uint32_t advance = 0;
 };
 
 struct BicubicLumaKernels {

@@ -17,14 +17,16 @@ struct BicubicLuma {
         return V::planElements(taps, plan.elements);
     }
 
-    static void filterRow(const BicubicLumaPlan& plan, const uint8_t* row, const uint8_t* next,
+    static void filterRow(const BicubicLumaPlan& shared, const uint8_t* row, const uint8_t* next,
                           uint8_t* out) {
+        const BicubicLumaPlan plan = shared;  // what is stored cannot change it
         V::withWindows(
             plan.elements, [&](auto windows) __attribute__((always_inline)) {
                 const auto filter = [&](int vector) __attribute__((always_inline)) {
                     const auto taps =
                         V::template gather<decltype(windows)::value>(plan.elements, row, next, vector);
-                    return cubic(taps.even, taps.odd, V::load(plan.phase + vector * V::kLanes));
+                    return cubic(taps.even, taps.odd,
+                                 V::inRegister(V::load(plan.phase + vector * V::kLanes)));
                 };
                 for (int vector = 0; vector * V::kLanes < plan.taps.columns; vector += 2) {
                     V::store(out + vector * V::kLanes, V::packInOrder(filter(vector), filter(vector + 1)));

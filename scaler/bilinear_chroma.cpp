@@ -22,10 +22,12 @@ const BilinearChromaKernels& activeKernels() {
 constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour alone
 
 /// Consecutive output pairs with their positions.
+template <int MaxColumns>
 class BilinearChromaColumns {
 public:
     using Kernels = BilinearChromaKernels;
     static constexpr int kChannels = 2;
+    static constexpr int kMaxColumns = MaxColumns;
     static constexpr int kTaps = 2;
 
     BilinearChromaColumns(const Kernels& kernels, const Axis& axis, int firstPair, int pairs,
@@ -79,7 +81,7 @@ private:
             }
             return;
         }
-        PlanarPairs::Buffer pairs;
+        typename PlanarPairs<MaxColumns>::Buffer pairs;
         planar_.fetch(src, row, pairs);
         filter_->filter(pairs, pairs, out);
     }
@@ -87,9 +89,9 @@ private:
     const Axis& axis_;
     int firstPair_;
     int pairs_;
-    ColumnTable table_;
-    PlanarPairs planar_;
-    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> filter_;
+    ColumnTable<MaxColumns> table_;
+    PlanarPairs<MaxColumns> planar_;
+    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan, MaxColumns>> filter_;
 };
 
 int scaleBand(const ScaleSliceArgs& args, int band) {
@@ -134,7 +136,7 @@ void bilinear_neon(const unsigned char* phaseX, int groups, const unsigned int* 
     int left = 8 * std::max(groups, 0);
     while (left > 0) {
         const int pairs = std::min(left, kStripColumns);
-        ColumnTable table;
+        ColumnTable<> table;
         std::copy_n(tapX, pairs, table.tap);
         std::copy_n(phaseX, pairs, table.phase);
         uint8_t filtered[2][2 * kStripColumns];

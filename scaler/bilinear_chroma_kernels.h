@@ -14,9 +14,16 @@ namespace vantor {
 /// What a table's filterRow wants to know of the pairs, worked out once for all rows. The plain table keeps
 /// the taps; what the others store is up to them.
 struct BilinearChromaPlan {
-    ColumnTaps taps;
+    template <int Columns>
+    using Memory = PlanMemory<Columns, uint8_t, 2>;
+
+    template <int Columns>
+    explicit BilinearChromaPlan(Memory<Columns>& memory)
+        : elements{0, memory.start, memory.shuffle}, weights(memory.table) {}
+
+    ColumnTaps taps{};
     ElementPlan elements;
-    alignas(64) uint8_t weights[2 * kStripColumns];
+    uint8_t* weights;
 };
 
 struct BilinearChromaKernels {

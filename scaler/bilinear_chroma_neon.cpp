@@ -1,4 +1,4 @@
-// Bilinear UV pairs with 128-bit vectors: eight pairs per step, U and V in bytes.
+// Bilinear UV pairs with 128-bit vectors, U and V in bytes.
 #if defined(__ARM_NEON)
 
 #include "scaler/bilinear_chroma_kernels.h"
@@ -7,20 +7,25 @@
 namespace vantor {
 namespace {
 
-constexpr int kVectorPairs = 8;
+constexpr int kVectorPairs = 8;  // in two halves, each with windows of its own
 
-/// Weight and index of each pair are stored twice, for U and for V.
+inline uint8x16_t twice(uint8x8_t values) {
+    const uint8x8x2_t both = vzip_u8(values, values);
+    return vcombine_u8(both.val[0], both.val[1]);
+}
+
+/// Stores the indices of both neighbours of each byte, and the weight of the right one.
 bool plan(const ColumnTaps& taps, BilinearChromaPlan& plan) {
-    uint8_t index[kStripColumns];
+    uint8_t offset[kWideStripColumns];
     plan.taps = taps;
-    if (!planWindows(taps, kVectorPairs / 2, plan.elements, index)) return false;
+    if (!planWindows(taps, kVectorPairs / 2, plan.elements, offset)) return false;
+    const uint8x16_t isV = vreinterpretq_u8_u16(vdupq_n_u16(1 << 8));
     for (int i = 0; i < taps.columns; i += kVectorPairs) {
-        const uint8x8_t u = vld1_u8(index + i);
-        const uint8x8_t weight = vld1_u8(taps.phase + i);
-        const uint8x8x2_t indices = {{u, vadd_u8(u, vdup_n_u8(1))}};
-        const uint8x8x2_t weights = {{weight, weight}};
-        vst2_u8(plan.elements.shuffle + 2 * i, indices);
-        vst2_u8(plan.weights + 2 * i, weights);
+        const uint8x16_t left = vaddq_u8(twice(vld1_u8(offset + i)), isV);
+        const uint8x16_t right = vaddq_u8(left, vdupq_n_u8(2));
+        const uint8x16x2_t indices = {{indexOf(left, plan.elements), indexOf(right, plan.elements)}};
+        vst2q_u8(plan.elements.shuffle + 4 * i, indices);
+        vst1q_u8(plan.weights + 2 * i, twice(vld1_u8(taps.phase + i)));
     }
     return true;
 }
@@ -47,14 +52,19 @@ inline uint8x16_t linear(uint8x16_t a, uint8x16_t b, uint8x16_t weight) {
 
 template <int Bits>
 void filterRow(const BilinearChromaPlan& plan, const uint8_t* row, const uint8_t* next, uint8_t* out) {
-    const int columns = plan.taps.columns;
     withWindows<2, 4>(plan.elements, [&](auto count) {
-        for (int vector = 0; vector * kVectorPairs < columns; ++vector, out += kVectorBytes) {
-            const auto windows = loadWindows<decltype(count)::value>(plan.elements, row, next, vector);
-            const uint8x16_t first = vld1q_u8(plan.elements.shuffle + vector * kVectorBytes);
-            const uint8x16_t left = pick(windows, first);
-            const uint8x16_t right = pick(windows, vaddq_u8(first, vdupq_n_u8(2)));
-            vst1q_u8(out, linear<Bits>(left, right, vld1q_u8(plan.weights + vector * kVectorBytes)));
+        const uint32_t* start = plan.elements.start;
+        const uint8_t* shuffle = plan.elements.shuffle;
+        const uint8_t* weights = independent(plan.weights);
+        uint8_t* const end = out + 2 * plan.taps.columns;
+        for (; out < end; out += kVectorBytes) {
+            const auto windows = loadWindows<decltype(count)::value>(row + start[0], row + start[1]);
+            const uint8x16x2_t index = vld2q_u8(shuffle);
+            __builtin_prefetch(next + start[0]);
+            start += 2;
+            shuffle += 2 * kVectorBytes;
+            vst1q_u8(out, linear<Bits>(pick(windows, index.val[0]), pick(windows, index.val[1]),
+                                       loadNext(weights)));
         }
     });
 }
@@ -62,12 +72,12 @@ void filterRow(const BilinearChromaPlan& plan, const uint8_t* row, const uint8_t
 template <int Bits>
 void blendRows(const uint8_t* const rows[2], int weight, uint8_t* out, int pairs) {
     const uint8x16_t weights = vdupq_n_u8(static_cast<uint8_t>(weight));
-    const uint8_t* const upper = rows[0];
-    const uint8_t* const lower = rows[1];
-    for (int i = 0; i < 2 * pairs; i += kVectorBytes) {
-        storeBefore(out + 2 * pairs, out + i,
-                    linear<Bits>(vld1q_u8(upper + i), vld1q_u8(lower + i), weights));
-    }
+    const uint8_t* upper = rows[0];
+    const uint8_t* lower = rows[1];
+    storeVectors(out, 2 * pairs, [&] {
+        const uint8x16_t a = loadNext(upper);
+        return linear<Bits>(a, loadNext(lower), weights);
+    });
 }
 
 }  // namespace

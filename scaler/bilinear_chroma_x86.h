@@ -18,8 +18,9 @@ struct BilinearChroma {
         return V::planElements(taps, plan.elements);
     }
 
-    static void filterRow(const BilinearChromaPlan& plan, const uint8_t* row, const uint8_t* next,
+    static void filterRow(const BilinearChromaPlan& shared, const uint8_t* row, const uint8_t* next,
                           uint8_t* out) {
+        const BilinearChromaPlan plan = shared;  // what is stored cannot change it
         V::withWindows(
             plan.elements, [&](auto windows) __attribute__((always_inline)) {
                 for (int vector = 0; vector * V::kLanes < plan.taps.columns; ++vector) {

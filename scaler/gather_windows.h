@@ -18,6 +18,10 @@ constexpr int kVectorColumns = 64;
 /// stay within 16 KB of stack: what a new thread touches beyond that costs it page faults.
 constexpr int kStripColumns = 768;
 
+/// The same where the stack is deep, in up to 60 KB of it: whole rows, mostly, which is what the prefetchers
+/// of caches like best, and fewer calls per row.
+constexpr int kWideStripColumns = 2048;
+
 /// The elements of consecutive output columns, at least one. Up to paddedColumns(columns) both arrays repeat
 /// their last entry.
 struct ColumnTaps {
@@ -30,8 +34,18 @@ struct ColumnTaps {
 /// is up to the table.
 struct ElementPlan {
     int windowsPerVector;
-    uint32_t start[kStripColumns / 2];
-    alignas(64) uint8_t shuffle[4 * kStripColumns];
+    uint32_t* start;
+    uint8_t* shuffle;
+};
+
+/// The memory of a plan for at most `Columns` columns, with `PerColumn` entries in the family's own table.
+template <int Columns, typename Entry, int PerColumn>
+struct PlanMemory {
+    PlanMemory() {}  // leaves all as it is
+
+    uint32_t start[Columns / 2];
+    alignas(64) uint8_t shuffle[kElementBytes * Columns];
+    alignas(64) Entry table[PerColumn * Columns];
 };
 
 /// Lays a window of `windowBytes` bytes, the first from start[0] on, around each `perWindow` elements of the

@@ -36,12 +36,14 @@ struct ChromaPosition {
 };
 
 /// Consecutive output pairs of the chroma with their positions.
+template <int MaxColumns>
 class Interp4ChromaStrip {
 public:
     using Sample = uint8_t;
+    using Weight = int;
     static constexpr int kChannels = 2;
     static constexpr int kTaps = 2;
-    static constexpr int kMaxColumns = kStripColumns;
+    static constexpr int kMaxColumns = MaxColumns;
 
     Interp4ChromaStrip(const BilinearChromaKernels& kernels, const SourcePlane& src,
                        const Interp4Axis& columnAxis, const Interp4Axis& rowAxis, int firstPair, int pairs)
@@ -76,8 +78,8 @@ public:
 
     void storeRow(const uint8_t* row, uint8_t* out) const { std::copy_n(row, 2 * pairs_, out); }
 
-    void blendRows(const uint8_t* const rows[], int weight, uint8_t* out) const {
-        kernels_.blendRows(rows, weight, out, pairs_);
+    void blendRows(const uint8_t* const rows[], const int* weights, uint8_t* const* outs, int count) const {
+        for (int i = 0; i < count; ++i) kernels_.blendRows(rows, weights[i], outs[i], pairs_);
     }
 
 private:
@@ -109,7 +111,7 @@ private:
 
     void filterPlanar(int row, uint8_t* out) const {
         if (filter_) {
-            PlanarPairs::Buffer pairs;
+            typename PlanarPairs<MaxColumns>::Buffer pairs;
             planar_.fetch(src_, row, pairs);
             return filter_->filter(pairs, pairs, out);
         }
@@ -130,16 +132,17 @@ private:
     const Interp4Axis& rowAxis_;
     int firstPair_;
     int pairs_;
-    ColumnTable table_;
-    PlanarPairs planar_;
-    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan>> filter_;
+    ColumnTable<MaxColumns> table_;
+    PlanarPairs<MaxColumns> planar_;
+    std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan, MaxColumns>> filter_;
 };
 
 }  // namespace
 
 void scaleInterp4Chroma(const SourcePlane& src, const Target& dst, const Interp4Axis& columnAxis,
                         const Interp4Axis& rowAxis) {
-    scaleStrips<Interp4ChromaStrip>(dst, chromaKernels(), src, columnAxis, rowAxis);
+    scaleStrips<Interp4ChromaStrip<kStripColumns>, Interp4ChromaStrip<kWideStripColumns>>(
+        dst, chromaKernels(), src, columnAxis, rowAxis);
 }
 
 }  // namespace vantor

@@ -9,16 +9,23 @@
 
 namespace vantor {
 
-/// The maximum columns of a strip: fewer than elsewhere, as each takes more memory.
+/// The maximum columns of a strip on little stack: fewer than elsewhere, as each takes more memory.
 constexpr int kInterp4Columns = 512;
 
 /// What a table's filterRow wants to know of the columns, worked out once for all rows. The plain table keeps
 /// the taps and the coefficients; what the others store is up to them.
 struct Interp4Plan {
-    ColumnTaps taps;
-    const int16_t* coefficients;
+    template <int Columns>
+    using Memory = PlanMemory<Columns, int8_t, 8>;
+
+    template <int Columns>
+    explicit Interp4Plan(Memory<Columns>& memory)
+        : elements{0, memory.start, memory.shuffle}, weights(memory.table) {}
+
+    ColumnTaps taps{};
+    const int16_t* coefficients = nullptr;
     ElementPlan elements;
-    alignas(64) int8_t weights[8 * kInterp4Columns];
+    int8_t* weights;
 };
 
 struct Interp4Kernels {
@@ -35,9 +42,12 @@ struct Interp4Kernels {
     /// columns of `out` may be written.
     void (*filterRow)(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out);
 
-    /// Vertical stage: (sum of weight x row + 32768) >> 16, saturated to 0..255. The sum wraps at 32 bits,
-    /// the rounding does not. Padding columns of the rows are read, those of `out` are not written.
-    void (*blendRows)(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns);
+    /// Vertical stage of `count` output rows, each of the same four rows by its own four weights: (sum of
+    /// weight x row + 32768) >> 16, saturated to 0..255. In the plain table the sum wraps at 32 bits, the
+    /// rounding does not; the others take sums that stay below 2^31 when rounded, as those of weights that
+    /// fitBytes lets pass do. Padding columns of the rows are read, those of `outs` are not written.
+    void (*blendRows)(const int16_t* const rows[4], const int16_t* const* weights, uint8_t* const* outs,
+                      int count, int columns);
 
     /// The vertical stage where it has one tap of weight 4096: (row + 8) >> 4, saturated to 0..255.
     void (*roundRow)(const int16_t* row, uint8_t* out, int columns);

@@ -21,12 +21,14 @@ bool isSecondTapOnly(const int16_t* weights) {
 }
 
 /// Consecutive output columns of the luma with their taps and filter rows.
+template <int MaxColumns>
 class Interp4LumaStrip {
 public:
     using Sample = int16_t;
+    using Weight = const int16_t*;
     static constexpr int kChannels = 1;
     static constexpr int kTaps = kInterp4Taps;
-    static constexpr int kMaxColumns = kInterp4Columns;
+    static constexpr int kMaxColumns = MaxColumns;
 
     Interp4LumaStrip(const Interp4Kernels& kernels, const SourcePlane& src, const int16_t* coefficients,
                      const Interp4Axis& columnAxis, const Interp4Axis& rowAxis, int firstColumn, int columns)
@@ -41,7 +43,7 @@ public:
     int columns() const { return columns_; }
     int sourceHeight() const { return src_.rows; }
 
-    OutputRow<const int16_t*> outputRow(int y) const {
+    OutputRow<Weight> outputRow(int y) const {
         const int64_t position = rowAxis_.position(y);
         const int i = static_cast<int>(position >> 5);
         const int16_t* weights = coefficients_ + kTaps * (position & 31);
@@ -62,8 +64,9 @@ public:
 
     void storeRow(const int16_t* row, uint8_t* out) const { kernels_.roundRow(row, out, columns_); }
 
-    void blendRows(const int16_t* const rows[], const int16_t* weights, uint8_t* out) const {
-        kernels_.blendRows(rows, weights, out, columns_);
+    void blendRows(const int16_t* const rows[], const Weight* weights, uint8_t* const* outs,
+                   int count) const {
+        kernels_.blendRows(rows, weights, outs, count, columns_);
     }
 
 private:
@@ -87,15 +90,16 @@ private:
     const Interp4Axis& columnAxis_;
     const Interp4Axis& rowAxis_;
     int columns_;
-    ColumnTable table_;
-    PlannedColumns<Interp4Kernels, Interp4Plan> filter_;
+    ColumnTable<MaxColumns> table_;
+    PlannedColumns<Interp4Kernels, Interp4Plan, MaxColumns> filter_;
 };
 
 }  // namespace
 
 void scaleInterp4Luma(const SourcePlane& src, const Target& dst, const int16_t* coefficients,
                       const Interp4Axis& columnAxis, const Interp4Axis& rowAxis) {
-    scaleStrips<Interp4LumaStrip>(dst, lumaKernels(coefficients), src, coefficients, columnAxis, rowAxis);
+    scaleStrips<Interp4LumaStrip<kInterp4Columns>, Interp4LumaStrip<kWideStripColumns>>(
+        dst, lumaKernels(coefficients), src, coefficients, columnAxis, rowAxis);
 }
 
 }  // namespace vantor

@@ -1,4 +1,4 @@
-// Interp4's luma with 128-bit vectors: 16 columns per step, four sums of 32 bits per vector.
+// Interp4's luma with 128-bit vectors: eight columns at a time, in two vectors of 32-bit sums.
 #if defined(__ARM_NEON)
 
 #include "scaler/interp4_kernels.h"
@@ -8,67 +8,61 @@ namespace vantor {
 namespace {
 
 constexpr int kTaps = 4;
-constexpr int kColumns = 4;      // of 32-bit lanes
-constexpr int kWeightBytes = 8;  // per column
 
-/// Stores the weights of four columns as their sums take them: those of the first tap, of the second, and
-/// so on.
-inline void planWeights(const uint8_t* phase, const int16_t* coefficients, int8_t* weights) {
-    const auto column = [&](int i) { return vld1_s16(coefficients + kTaps * phase[i]); };
-    const int16x4x4_t columns = {{column(0), column(1), column(2), column(3)}};
-    vst4_s16(reinterpret_cast<int16_t*>(weights), columns);
-}
-
+/// Stores the weights of each column.
 bool plan(const ColumnTaps& taps, const int16_t* coefficients, Interp4Plan& plan) {
+    auto* const weights = reinterpret_cast<int16_t*>(plan.weights);
     plan.taps = taps;
-    for (int i = 0; i < taps.columns; i += kVectorBytes) {
-        for (int k = i; k < i + kVectorBytes; k += kColumns) {
-            planWeights(taps.phase + k, coefficients, plan.weights + k * kWeightBytes);
+    for (int i = 0; i < taps.columns; i += kElements) {
+        for (int k = i; k < i + kElements; ++k) {
+            vst1_s16(weights + kTaps * k, vld1_s16(coefficients + kTaps * taps.phase[k]));
         }
     }
     return planElements(taps, plan.elements);
 }
 
-inline int16x8_t loadWeights(const int8_t* from) {
-    return vreinterpretq_s16_s8(vld1q_s8(from));
-}
-
-template <int Half>
-inline int16x8_t widen(uint8x16_t bytes) {
-    return vreinterpretq_s16_u16(vmovl_u8(half<Half>(bytes)));
+inline int16x8_t widen(uint8x8_t bytes) {
+    return vreinterpretq_s16_u16(vmovl_u8(bytes));
 }
 
 /// Four columns. The sum is less than 2^25 in magnitude.
-inline int16x4_t filterFour(int16x4_t s0, int16x4_t s1, int16x4_t s2, int16x4_t s3, const int8_t* weights) {
-    const int16x8_t left = loadWeights(weights);
-    const int16x8_t right = loadWeights(weights + kVectorBytes);
-    int32x4_t sum = vmull_s16(s0, vget_low_s16(left));
-    sum = vmlal_s16(sum, s1, vget_high_s16(left));
-    sum = vmlal_s16(sum, s2, vget_low_s16(right));
-    sum = vmlal_s16(sum, s3, vget_high_s16(right));
+inline int16x4_t filterFour(int16x4_t s0, int16x4_t s1, int16x4_t s2, int16x4_t s3,
+                            const int16x4x4_t& weights) {
+    int32x4_t sum = vmull_s16(s0, weights.val[0]);
+    sum = vmlal_s16(sum, s1, weights.val[1]);
+    sum = vmlal_s16(sum, s2, weights.val[2]);
+    sum = vmlal_s16(sum, s3, weights.val[3]);
     return vqrshrn_n_s32(sum, 8);
 }
 
 template <int Half>
-inline int16x8_t filterHalf(const Elements& taps, const int8_t* weights) {
-    const int16x8_t s0 = widen<Half>(taps.byte[0]);
-    const int16x8_t s1 = widen<Half>(taps.byte[1]);
-    const int16x8_t s2 = widen<Half>(taps.byte[2]);
-    const int16x8_t s3 = widen<Half>(taps.byte[3]);
+inline int16x8_t filterHalf(const Elements& taps, const int16_t* weights) {
+    const int16x4x4_t lower = vld4_s16(weights);
+    const int16x4x4_t upper = vld4_s16(weights + kTaps * kLanes / 2);
+    const int16x8_t s0 = widen(half<Half>(taps.byte[0]));
+    const int16x8_t s1 = widen(half<Half>(taps.byte[1]));
+    const int16x8_t s2 = widen(half<Half>(taps.byte[2]));
+    const int16x8_t s3 = widen(half<Half>(taps.byte[3]));
     return vcombine_s16(
-        filterFour(vget_low_s16(s0), vget_low_s16(s1), vget_low_s16(s2), vget_low_s16(s3), weights),
-        filterFour(vget_high_s16(s0), vget_high_s16(s1), vget_high_s16(s2), vget_high_s16(s3),
-                   weights + kColumns * kWeightBytes));
+        filterFour(vget_low_s16(s0), vget_low_s16(s1), vget_low_s16(s2), vget_low_s16(s3), lower),
+        filterFour(vget_high_s16(s0), vget_high_s16(s1), vget_high_s16(s2), vget_high_s16(s3), upper));
 }
 
 void filterRow(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
-    const int columns = plan.taps.columns;
     withWindows<2, 4>(plan.elements, [&](auto windows) {
-        for (int vector = 0; vector * kVectorBytes < columns; ++vector, out += kVectorBytes) {
-            const Elements taps = gather<decltype(windows)::value>(plan.elements, row, next, vector);
-            const int8_t* const weights = plan.weights + vector * kVectorBytes * kWeightBytes;
-            vst1q_s16(out, filterHalf<0>(taps, weights));
-            vst1q_s16(out + kLanes, filterHalf<1>(taps, weights + kLanes * kWeightBytes));
+        const uint32_t* start = plan.elements.start;
+        const uint8_t* shuffle = plan.elements.shuffle;
+        const auto* weights = reinterpret_cast<const int16_t*>(independent(plan.weights));
+        int16_t* const end = out + plan.taps.columns;
+        while (out < end) {
+            const Elements taps = gather<decltype(windows)::value>(row, next, start, loadIndices(shuffle));
+            start += kStarts;
+            shuffle += kIndexBytes * kElements;
+            forHalves([&](auto half) {
+                vst1q_s16(out, filterHalf<decltype(half)::value>(taps, weights));
+                weights += kTaps * kLanes;
+                out += kLanes;
+            });
         }
     });
 }
@@ -82,31 +76,47 @@ inline int16x4_t blendFour(int16x4_t s0, int16x4_t s1, int16x4_t s2, int16x4_t s
     return vqrshrn_n_s32(sum, 16);
 }
 
-inline uint8x8_t blendEight(const int16_t* const rows[4], int column, int16x4_t weights) {
-    const int16x8_t s0 = vld1q_s16(rows[0] + column);
-    const int16x8_t s1 = vld1q_s16(rows[1] + column);
-    const int16x8_t s2 = vld1q_s16(rows[2] + column);
-    const int16x8_t s3 = vld1q_s16(rows[3] + column);
+inline uint8x8_t blendEight(int16x8_t s0, int16x8_t s1, int16x8_t s2, int16x8_t s3, int16x4_t weights) {
     return vqmovun_s16(vcombine_s16(
         blendFour(vget_low_s16(s0), vget_low_s16(s1), vget_low_s16(s2), vget_low_s16(s3), weights),
         blendFour(vget_high_s16(s0), vget_high_s16(s1), vget_high_s16(s2), vget_high_s16(s3), weights)));
 }
 
-void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
+/// The samples at even columns, then those at odd ones.
+inline int16x8x2_t loadNext(const int16_t*& from) {
+    const int16x8x2_t samples = vld2q_s16(from);
+    from += 2 * kLanes;
+    return samples;
+}
+
+inline uint8x16_t inTurns(uint8x8_t even, uint8x8_t odd) {
+    const uint8x8x2_t both = vzip_u8(even, odd);
+    return vcombine_u8(both.val[0], both.val[1]);
+}
+
+inline void blendRow(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
     const int16x4_t lanes = vld1_s16(weights);
-    const int16_t* const row[4] = {rows[0], rows[1], rows[2], rows[3]};
-    for (int i = 0; i < columns; i += kVectorBytes) {
-        storeBefore(out + columns, out + i,
-                    vcombine_u8(blendEight(row, i, lanes), blendEight(row, i + kLanes, lanes)));
-    }
+    const int16_t* row[4] = {rows[0], rows[1], rows[2], rows[3]};
+    storeVectors(out, columns, [&] {
+        const int16x8x2_t s0 = loadNext(row[0]);
+        const int16x8x2_t s1 = loadNext(row[1]);
+        const int16x8x2_t s2 = loadNext(row[2]);
+        const int16x8x2_t s3 = loadNext(row[3]);
+        return inTurns(blendEight(s0.val[0], s1.val[0], s2.val[0], s3.val[0], lanes),
+                       blendEight(s0.val[1], s1.val[1], s2.val[1], s3.val[1], lanes));
+    });
+}
+
+void blendRows(const int16_t* const rows[4], const int16_t* const* weights, uint8_t* const* outs, int count,
+               int columns) {
+    for (int i = 0; i < count; ++i) blendRow(rows, weights[i], outs[i], columns);
 }
 
 void roundRow(const int16_t* row, uint8_t* out, int columns) {
-    for (int i = 0; i < columns; i += kVectorBytes) {
-        storeBefore(out + columns, out + i,
-                    vcombine_u8(vqrshrun_n_s16(vld1q_s16(row + i), 4),
-                                vqrshrun_n_s16(vld1q_s16(row + i + kLanes), 4)));
-    }
+    storeVectors(out, columns, [&] {
+        const int16x8x2_t samples = loadNext(row);
+        return inTurns(vqrshrun_n_s16(samples.val[0], 4), vqrshrun_n_s16(samples.val[1], 4));
+    });
 }
 
 }  // namespace

@@ -31,11 +31,16 @@ uint32_t wrappedSum(const int16_t* const rows[4], const int16_t* weights, int i)
            product(weights[2], rows[2][i]) + product(weights[3], rows[3][i]);
 }
 
-void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
+void blendRow(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
     for (int i = 0; i < columns; ++i) {
         const auto sum = static_cast<int32_t>(wrappedSum(rows, weights, i));
         out[i] = static_cast<uint8_t>(std::clamp((sum >> 16) + ((sum >> 15) & 1), 0, 255));
     }
+}
+
+void blendRows(const int16_t* const rows[4], const int16_t* const* weights, uint8_t* const* outs, int count,
+               int columns) {
+    for (int i = 0; i < count; ++i) blendRow(rows, weights[i], outs[i], columns);
 }
 
 void roundRow(const int16_t* row, uint8_t* out, int columns) {

@@ -15,7 +15,8 @@ struct Interp4 {
         return V::planElements(taps, plan.elements);
     }
 
-    static void filterRow(const Interp4Plan& plan, const uint8_t* row, const uint8_t* next, int16_t* out) {
+    static void filterRow(const Interp4Plan& shared, const uint8_t* row, const uint8_t* next, int16_t* out) {
+        const Interp4Plan plan = shared;  // what is stored cannot change it
         V::withWindows(
             plan.elements, [&](auto windows) __attribute__((always_inline)) {
                 for (int vector = 0; vector * V::kLanes < plan.taps.columns; ++vector) {
@@ -27,14 +28,9 @@ struct Interp4 {
             });
     }
 
-    static void blendRows(const int16_t* const rows[4], const int16_t* weights, uint8_t* out, int columns) {
-        const Vector upper = pairWeights(weights);
-        const Vector lower = pairWeights(weights + 2);
-        for (int i = 0; i < columns; i += V::kBytes) {
-            V::storeBefore(
-                out + columns, out + i,
-                V::packInOrder(blend(rows, i, upper, lower), blend(rows, i + V::kLanes, upper, lower)));
-        }
+    static void blendRows(const int16_t* const rows[4], const int16_t* const* weights, uint8_t* const* outs,
+                          int count, int columns) {
+        blendUpTo<V::kSharingRows>(rows, weights, outs, count, columns);
     }
 
     static void roundRow(const int16_t* row, uint8_t* out, int columns) {
@@ -90,19 +86,59 @@ private:
         return V::broadcast32(both);
     }
 
-    /// In 1/2 level, saturated to 16 bits, which does not change what is left after the clamp to 0..255. The
-    /// last bit is rounded off by a rounding multiplication, whose sum cannot overflow.
-    static Vector blend(const int16_t* const rows[4], int column, Vector upper, Vector lower) {
-        Vector row[4];
-        for (int i = 0; i < 4; ++i) row[i] = V::load(rows[i] + column);
-        const Vector low = V::add32(V::multiplyAdd16(V::interleaveLow16(row[0], row[1]), upper),
-                                    V::multiplyAdd16(V::interleaveLow16(row[2], row[3]), lower));
-        const Vector high = V::add32(V::multiplyAdd16(V::interleaveHigh16(row[0], row[1]), upper),
-                                     V::multiplyAdd16(V::interleaveHigh16(row[2], row[3]), lower));
-        const Vector halfLevels =
-            V::pack32(V::template shiftRightSigned32<15>(low), V::template shiftRightSigned32<15>(high));
-        return V::multiplyRounded16(halfLevels, V::broadcast16(1 << 14));
+    /// `Count` output rows at a time, then fewer.
+    template <int Count>
+    static void blendUpTo(const int16_t* const rows[4], const int16_t* const* weights, uint8_t* const* outs,
+                          int count, int columns) {
+        for (; count >= Count; count -= Count, weights += Count, outs += Count) {
+            blendTogether<Count>(rows, weights, outs, columns);
+        }
+        if constexpr (Count > 1) blendUpTo<Count - 1>(rows, weights, outs, count, columns);
     }
+
+    template <int Count>
+    static void blendTogether(const int16_t* const rows[4], const int16_t* const* weights,
+                              uint8_t* const* outs, int columns) {
+        Vector upper[Count];
+        Vector lower[Count];
+        for (int k = 0; k < Count; ++k) {
+            upper[k] = pairWeights(weights[k]);
+            lower[k] = pairWeights(weights[k] + 2);
+        }
+        for (int i = 0; i < columns; i += V::kBytes) {
+            const RowPairs left(rows, i);
+            const RowPairs right(rows, i + V::kLanes);
+            for (int k = 0; k < Count; ++k) {
+                V::storeBefore(
+                    outs[k] + columns, outs[k] + i,
+                    V::packInOrder(left.blend(upper[k], lower[k]), right.blend(upper[k], lower[k])));
+            }
+        }
+    }
+
+    /// A vector of columns of four rows, as pairs of samples of the upper two and of the lower two.
+    class RowPairs {
+    public:
+        RowPairs(const int16_t* const rows[4], int column) {
+            Vector row[4];
+            for (int i = 0; i < 4; ++i) row[i] = V::load(rows[i] + column);
+            upperLow_ = V::interleaveLow16(row[0], row[1]);
+            upperHigh_ = V::interleaveHigh16(row[0], row[1]);
+            lowerLow_ = V::interleaveLow16(row[2], row[3]);
+            lowerHigh_ = V::interleaveHigh16(row[2], row[3]);
+        }
+
+        Vector blend(Vector upper, Vector lower) const {
+            return V::packRounded32(V::sumOfProducts16(upperLow_, upper, lowerLow_, lower),
+                                    V::sumOfProducts16(upperHigh_, upper, lowerHigh_, lower));
+        }
+
+    private:
+        Vector upperLow_;
+        Vector upperHigh_;
+        Vector lowerLow_;
+        Vector lowerHigh_;
+    };
 };
 
 }  // namespace vantor

@@ -59,7 +59,7 @@ void PictureScale::run(int tile) const {
 
 void PictureScale::runLuma(const RowRange& rows) const {
     const SourcePlane src{src_.luma, src_.lumaStride, src_.width, src_.height};
-    const Target dst{dst_.luma, dst_.lumaStride, 0, dst_.width, rows};
+    const Target dst{dst_.luma, dst_.lumaStride, 0, dst_.width, rows, true};
     if (method_ == Method::Copy) return copyRows(src, dst, src.columns);
     if (method_ == Method::Reduce) return reduceLuma(src, dst, dst_.height);
     scaleInterp4Luma(src, dst, kFilter.data(), columnAxis_, rowAxis_);
@@ -68,7 +68,7 @@ void PictureScale::runLuma(const RowRange& rows) const {
 void PictureScale::runChroma(const RowRange& rows) const {
     const SourcePlane src{src_.chroma, src_.chromaStride, src_.width / 2, src_.height / 2, 0,
                           src_.v,      src_.vStride};
-    const Target dst{dst_.chroma, dst_.chromaStride, 0, dst_.width / 2, rows, dst_.v, dst_.vStride};
+    const Target dst{dst_.chroma, dst_.chromaStride, 0, dst_.width / 2, rows, true, dst_.v, dst_.vStride};
     if (method_ == Method::Copy) return copyChroma(src, dst);
     if (method_ == Method::Reduce) return reduceChroma(src, dst, dst_.height / 2);
     scaleInterp4Chroma(src, dst, columnAxis_, rowAxis_);

@@ -27,12 +27,13 @@ inline void splitPairs(const uint8_t* __restrict pairs, int count, uint8_t* __re
 
 /// The pairs that a strip needs of a source row of U and V: the span between the outermost ones, or, where
 /// that is long, the two around each column, packed.
+template <int MaxColumns>
 class PlanarPairs {
 public:
-    using Buffer = uint8_t[2 * 4 * kStripColumns];
+    using Buffer = uint8_t[2 * 4 * MaxColumns];
 
     /// Fits taps, which count bytes of pairs from the row's first, to what fetch() gives.
-    ColumnTaps plan(ColumnTable& table, int columns) {
+    ColumnTaps plan(ColumnTable<MaxColumns>& table, int columns) {
         table_ = &table;
         columns_ = paddedColumns(columns);
         first_ = static_cast<int>(table.tap[0] / 2);
@@ -53,7 +54,7 @@ public:
 private:
     bool isSpan() const { return 2 * static_cast<size_t>(pairs_) <= sizeof(Buffer); }
 
-    const ColumnTable* table_ = nullptr;
+    const ColumnTable<MaxColumns>* table_ = nullptr;
     int columns_ = 0;
     int first_ = 0;
     int pairs_ = 0;

@@ -37,7 +37,8 @@ struct Target {
     int firstColumn;
     int endColumn;
     RowRange rows;
-    uint8_t* v = nullptr;  ///< as in SourcePlane
+    bool isStackDeep = false;  ///< the writer's, 64 KB and more, all of it touched before
+    uint8_t* v = nullptr;      ///< as in SourcePlane
     std::ptrdiff_t vStride = 0;
 
     uint8_t* row(int y) const { return data + y * stride; }

@@ -15,9 +15,10 @@ constexpr int paddedColumns(int columns) {
 }
 
 /// The tables behind ColumnTaps, filled for columns 0 to columns - 1.
+template <int MaxColumns = kStripColumns>
 struct ColumnTable {
-    uint32_t tap[kStripColumns];
-    uint8_t phase[kStripColumns];
+    uint32_t tap[MaxColumns];
+    uint8_t phase[MaxColumns];
 
     ColumnTaps padded(int columns) {
         for (int i = columns; i < paddedColumns(columns); ++i) {
@@ -29,13 +30,13 @@ struct ColumnTable {
 };
 
 /// Taps of elements that follow each other without gaps.
-constexpr std::array<uint32_t, kStripColumns> makePackedTaps() {
-    std::array<uint32_t, kStripColumns> taps{};
+constexpr std::array<uint32_t, kWideStripColumns> makePackedTaps() {
+    std::array<uint32_t, kWideStripColumns> taps{};
     for (uint32_t i = 0; i < taps.size(); ++i) taps[i] = i * kElementBytes;
     return taps;
 }
 
-constexpr std::array<uint32_t, kStripColumns> kPackedTaps = makePackedTaps();
+constexpr std::array<uint32_t, kWideStripColumns> kPackedTaps = makePackedTaps();
 
 /// Copies the elements of the padded columns without gaps.
 inline void packElements(const uint8_t* row, const ColumnTaps& taps, uint8_t* packed) {
@@ -46,23 +47,26 @@ inline void packElements(const uint8_t* row, const ColumnTaps& taps, uint8_t* pa
 
 /// `Kernels` is a family's table, `Plan` its plan. Where the elements lie too far apart for the table's
 /// windows, or too close together, the elements of each row are packed first.
-template <typename Kernels, typename Plan>
+template <typename Kernels, typename Plan, int MaxColumns = kStripColumns>
 class PlannedColumns {
 public:
     /// `taps` outlives the object; `more` is what else the family's plan takes.
     template <typename... More>
     PlannedColumns(const Kernels& kernels, const ColumnTaps& taps, More... more)
-        : kernels_(kernels), taps_(taps), isPacked_(!kernels.plan(taps, more..., plan_)) {
+        : kernels_(kernels), taps_(taps), plan_(memory_), isPacked_(!kernels.plan(taps, more..., plan_)) {
         if (isPacked_) {
             kernels.plan({kPackedTaps.data(), taps.phase, paddedColumns(taps.columns)}, more..., plan_);
         }
     }
 
+    PlannedColumns(const PlannedColumns&) = delete;
+    PlannedColumns& operator=(const PlannedColumns&) = delete;
+
     /// Padding columns of `out` may be written. `next` is the row that is likely to follow.
     template <typename Sample>
     void filter(const uint8_t* row, const uint8_t* next, Sample* out) const {
         if (!isPacked_) return kernels_.filterRow(plan_, row, next, out);
-        uint8_t packed[kStripColumns * kElementBytes];
+        uint8_t packed[MaxColumns * kElementBytes];
         packElements(row, taps_, packed);
         kernels_.filterRow(plan_, packed, packed, out);
     }
@@ -70,6 +74,7 @@ public:
 private:
     const Kernels& kernels_;
     ColumnTaps taps_;
+    typename Plan::template Memory<MaxColumns> memory_;
     Plan plan_;
     bool isPacked_;
 };

@@ -17,10 +17,11 @@ template <typename Columns>
 class ReducedStrip {
 public:
     using Sample = uint8_t;
+    using Weight = int;
     using Kernels = typename Columns::Kernels;
     static constexpr int kChannels = Columns::kChannels;
     static constexpr int kTaps = Columns::kTaps;
-    static constexpr int kMaxColumns = kStripColumns;
+    static constexpr int kMaxColumns = Columns::kMaxColumns;
 
     ReducedStrip(const Kernels& kernels, const SourcePlane& src, const Axis& columnAxis, const Axis& rowAxis,
                  int firstColumn, int columns)
@@ -37,8 +38,8 @@ public:
     void storeRow(const uint8_t* row, uint8_t* out) const {
         std::copy_n(row, kChannels * columns_.columns(), out);
     }
-    void blendRows(const uint8_t* const rows[], int phase, uint8_t* out) const {
-        kernels_.blendRows(rows, phase, out, columns_.columns());
+    void blendRows(const uint8_t* const rows[], const int* phases, uint8_t* const* outs, int count) const {
+        for (int i = 0; i < count; ++i) kernels_.blendRows(rows, phases[i], outs[i], columns_.columns());
     }
 
 private:
@@ -48,9 +49,12 @@ private:
     Columns columns_;
 };
 
+template <template <int> class Columns>
+using KernelsOf = typename Columns<kStripColumns>::Kernels;
+
 /// Writes `dst`, which has all columns of a plane of `dstRows` rows.
-template <typename Columns>
-void reduceRows(const typename Columns::Kernels& kernels, PositionFormat format, const SourcePlane& src,
+template <template <int> class Columns>
+void reduceRows(const KernelsOf<Columns>& kernels, PositionFormat format, const SourcePlane& src,
                 const Target& dst, int dstRows) {
     const Axis columnAxis(src.columns, dst.endColumn, format);
     const Axis rowAxis(src.rows, dstRows, format);
@@ -60,15 +64,16 @@ void reduceRows(const typename Columns::Kernels& kernels, PositionFormat format,
         decimateRows<1>(src, dst, columnStep, rowStep);
         decimateRows<1>(src.onlyV(), dst.onlyV(), columnStep, rowStep);
     } else if (columnStep > 0 && rowStep > 0) {
-        decimateRows<Columns::kChannels>(src, dst, columnStep, rowStep);
+        decimateRows<Columns<kStripColumns>::kChannels>(src, dst, columnStep, rowStep);
     } else {
-        scaleStrips<ReducedStrip<Columns>>(dst, kernels, src, columnAxis, rowAxis);
+        scaleStrips<ReducedStrip<Columns<kStripColumns>>, ReducedStrip<Columns<kWideStripColumns>>>(
+            dst, kernels, src, columnAxis, rowAxis);
     }
 }
 
 /// The same for the device's entries: nothing where a size is zero or less. Returns 0.
-template <typename Columns>
-int reduceRows(const typename Columns::Kernels& kernels, PositionFormat format, const ScaleSliceArgs& args,
+template <template <int> class Columns>
+int reduceRows(const KernelsOf<Columns>& kernels, PositionFormat format, const ScaleSliceArgs& args,
                const RowRange& rows) {
     if (args.srcWidth <= 0 || args.srcHeight <= 0 || args.dstWidth <= 0 || args.dstHeight <= 0) return 0;
     reduceRows<Columns>(kernels, format, {args.src, args.srcStride, args.srcWidth, args.srcHeight, -1},

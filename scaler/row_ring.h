@@ -9,6 +9,8 @@ namespace vantor {
 struct SourceRows {
     int first;
     int last;
+
+    bool operator==(const SourceRows& other) const { return first == other.first && last == other.last; }
 };
 
 /// Consecutive output rows share most of their source rows, so each is filtered once per strip as long as it

@@ -26,62 +26,67 @@ struct OutputRow {
     Weight weight;
 };
 
-/// Where a strip's part of an output row is made: in its place, or, for chroma in two planes, as pairs that
-/// are split afterwards.
-template <typename Strip>
-class StripOutput {
-public:
-    StripOutput(const Strip& strip, const Target& dst, int y, int firstColumn)
-        : columns_(strip.columns()),
-          row_(dst.row(y) + firstColumn),
-          v_(dst.v ? dst.vRow(y) + firstColumn : nullptr) {
-        if (!v_) row_ += (Strip::kChannels - 1) * std::ptrdiff_t{firstColumn};
-    }
-
-    uint8_t* row() const { return v_ ? pairs_ : row_; }
-    void finish() const {
-        if (v_) splitPairs(pairs_, columns_, row_, v_);
-    }
-
-private:
-    int columns_;
-    uint8_t* row_;
-    uint8_t* v_;
-    mutable uint8_t pairs_[Strip::kChannels == 2 ? 2 * Strip::kMaxColumns : 1];
-};
+/// Output rows that are blended together: as many as kernels do at a time.
+constexpr int kMaxSharingRows = 3;
 
 /// Writes one strip, which begins at column `firstColumn` of the destination.
 template <typename Strip>
 void scaleStrip(const Strip& strip, int firstColumn, const Target& dst) {
     using Sample = typename Strip::Sample;
+    using Weight = typename Strip::Weight;
     RowRing<Sample, Strip::kTaps, Strip::kChannels * Strip::kMaxColumns> ring(strip.sourceHeight(),
                                                                               dst.rows.upward);
     const auto filter = [&](int row, int next, Sample* out) { strip.filterRow(row, next, out); };
-    auto next = strip.outputRow(dst.rows.row(0));
-    for (int i = 0; i < dst.rows.count; ++i) {
-        const auto row = next;
-        next = strip.outputRow(dst.rows.row(i + 1));
+    // Chroma of two planes is made as pairs, row by row.
+    uint8_t pairs[Strip::kChannels == 2 ? 2 * Strip::kMaxColumns : 1];
+    const int most = dst.v ? 1 : kMaxSharingRows;
+    OutputRow<Weight> next = strip.outputRow(dst.rows.row(0));
+    for (int i = 0; i < dst.rows.count;) {
+        const SourceRows sources = next.sources;
+        const int y = dst.rows.row(i);
+        Weight weights[kMaxSharingRows];
+        uint8_t* outs[kMaxSharingRows];
+        int count = 0;
+        do {
+            weights[count] = next.weight;
+            outs[count++] =
+                dst.v ? pairs : dst.row(dst.rows.row(i)) + Strip::kChannels * std::ptrdiff_t{firstColumn};
+            next = strip.outputRow(dst.rows.row(++i));
+        } while (count < most && i < dst.rows.count && next.sources == sources);
         const Sample* taps[Strip::kTaps];
-        ring.fetch(row.sources, next.sources, taps, filter);
-        const StripOutput<Strip> output(strip, dst, dst.rows.row(i), firstColumn);
-        if (row.sources.first == row.sources.last) {
-            strip.storeRow(taps[0], output.row());
+        ring.fetch(sources, next.sources, taps, filter);
+        if (sources.first == sources.last) {
+            for (int k = 0; k < count; ++k) strip.storeRow(taps[0], outs[k]);
         } else {
-            strip.blendRows(taps, row.weight, output.row());
+            strip.blendRows(taps, weights, outs, count);
         }
-        output.finish();
+        if constexpr (Strip::kChannels == 2) {
+            if (dst.v)
+                splitPairs(pairs, strip.columns(), dst.row(y) + firstColumn, dst.vRow(y) + firstColumn);
+        }
     }
 }
 
-/// Writes all of `dst`. A `Strip`, made of `source` and the numbers of its first column and of its columns,
-/// has `kChannels` bytes per column and at most `kMaxColumns` columns. It filters its columns of a source row
-/// to a row of `Sample`s, knows which source rows, at most `kTaps`, an output row is made of, and makes it:
-/// blended of several filtered rows, or stored where there is only one.
+/// Not inlined: a caller with little stack takes no more of it than its own strips need.
 template <typename Strip, typename... Source>
-void scaleStrips(const Target& dst, const Source&... source) {
+[[gnu::noinline]] void scaleStripsOf(const Target& dst, const Source&... source) {
     const int step = stripColumns(dst.endColumn - dst.firstColumn, Strip::kMaxColumns);
     for (int x = dst.firstColumn; x < dst.endColumn; x += step) {
         scaleStrip(Strip(source..., x, std::min(step, dst.endColumn - x)), x, dst);
+    }
+}
+
+/// Writes all of `dst`. A strip, made of `source` and the numbers of its first column and of its columns,
+/// has `kChannels` bytes per column and at most `kMaxColumns` columns. It filters its columns of a source row
+/// to a row of `Sample`s, knows which source rows, at most `kTaps`, an output row is made of, and makes it:
+/// blended of several filtered rows, by its `Weight`, or stored where there is only one. Output rows of the
+/// same source rows are blended together. Wide strips are for deep stacks.
+template <typename Strip, typename WideStrip, typename... Source>
+void scaleStrips(const Target& dst, const Source&... source) {
+    if (dst.isStackDeep && dst.endColumn - dst.firstColumn > Strip::kMaxColumns) {
+        scaleStripsOf<WideStrip>(dst, source...);
+    } else {
+        scaleStripsOf<Strip>(dst, source...);
     }
 }
 

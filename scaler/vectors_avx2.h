@@ -10,6 +10,9 @@ namespace {
 struct Avx2 : Avx2Lanes {
     static constexpr int kLanes = kLanes16;  // one per column
 
+    /// Rows whose blending shares what is loaded: 16 registers hold no more.
+    static constexpr int kSharingRows = 1;
+
     /// Stores as many bytes as lie before `end`.
     static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
         if (end - to >= kBytes) return store(to, bytes);
@@ -17,6 +20,9 @@ struct Avx2 : Avx2Lanes {
         store(copy, bytes);
         for (int i = 0; to + i < end; ++i) to[i] = copy[i];
     }
+
+    /// With 16 registers the compiler knows best.
+    static Vector inRegister(Vector loaded) { return loaded; }
 
     /// A byte to each lane.
     static Vector widen(const uint8_t* lanes) {
@@ -26,6 +32,18 @@ struct Avx2 : Avx2Lanes {
     /// Packs the 16-bit lanes of two vectors to bytes, in order.
     static Vector packInOrder(Vector left, Vector right) {
         return _mm256_permute4x64_epi64(pack16(left, right), 0b11011000);
+    }
+
+    /// a x b + c x d, pairs of 16-bit lanes summed to 32 bits.
+    static Vector sumOfProducts16(Vector a, Vector b, Vector c, Vector d) {
+        return add32(multiplyAdd16(a, b), multiplyAdd16(c, d));
+    }
+
+    /// Such sums divided by 65536 and rounded, saturated to 16 bits. The last bit is rounded off by a
+    /// rounding multiplication, in 16 bits: saturation before it does not change what bytes are left.
+    static Vector packRounded32(Vector low, Vector high) {
+        const Vector halves = pack32(shiftRightSigned32<15>(low), shiftRightSigned32<15>(high));
+        return multiplyRounded16(halves, broadcast16(1 << 14));
     }
 
     /// The entry of each lane's phase.
@@ -49,7 +67,7 @@ struct Avx2 : Avx2Lanes {
     /// With one there are shuffle bytes for all even lanes, then for all odd ones; with more, for the even
     /// and odd lanes of the first four columns of each half, then of the last four.
     static bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
-        uint8_t offset[kStripColumns];
+        uint8_t offset[kWideStripColumns];
         plan.windowsPerVector = 2;
         while (!placeWindows(taps, kLanes / plan.windowsPerVector, kWindowBytes, plan.start, offset)) {
             plan.windowsPerVector *= 2;

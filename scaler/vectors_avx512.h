@@ -11,11 +11,20 @@ namespace {
 struct Avx512 : Avx512Lanes {
     static constexpr int kLanes = kLanes16;  // one per column
 
+    /// Rows whose blending shares what is loaded.
+    static constexpr int kSharingRows = 3;
+
     /// Stores as many bytes as lie before `end`.
     static void storeBefore(uint8_t* end, uint8_t* to, Vector bytes) {
         const auto count = end - to;
         const __mmask64 stored = count < kBytes ? (__mmask64{1} << count) - 1 : ~__mmask64{0};
         _mm512_mask_storeu_epi8(to, stored, bytes);
+    }
+
+    /// What is used several times; g++ would load it again for each use.
+    static Vector inRegister(Vector loaded) {
+        asm("" : "+v"(loaded));
+        return loaded;
     }
 
     /// A byte to each lane.
@@ -26,6 +35,16 @@ struct Avx512 : Avx512Lanes {
     /// Packs the 16-bit lanes of two vectors to bytes, in order.
     static Vector packInOrder(Vector left, Vector right) {
         return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), pack16(left, right));
+    }
+
+    /// a x b + c x d + 32768, pairs of 16-bit lanes summed to 32 bits.
+    static Vector sumOfProducts16(Vector a, Vector b, Vector c, Vector d) {
+        return _mm512_dpwssd_epi32(_mm512_dpwssd_epi32(broadcast32(1 << 15), a, b), c, d);
+    }
+
+    /// Such sums divided by 65536, saturated to 16 bits.
+    static Vector packRounded32(Vector low, Vector high) {
+        return pack32(shiftRightSigned32<16>(low), shiftRightSigned32<16>(high));
     }
 
     /// The entry of each lane's phase.
@@ -45,7 +64,7 @@ struct Avx512 : Avx512Lanes {
     /// One window of 64 bytes per vector, or two or four. For each vector the shuffle bytes of all even
     /// lanes, then of all odd ones.
     static bool planElements(const ColumnTaps& taps, ElementPlan& plan) {
-        uint8_t offset[kStripColumns];
+        uint8_t offset[kWideStripColumns];
         plan.windowsPerVector = 1;
         while (!placeWindows(taps, kLanes / plan.windowsPerVector, kBytes, plan.start, offset)) {
             plan.windowsPerVector *= 2;

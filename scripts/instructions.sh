@@ -24,12 +24,12 @@ measure() {
         cmake --build "$out/$preset" --target vantor-count; } >"$out/$preset.log" 2>&1 ||
         { cat "$out/$preset.log"; exit 1; }
     set -- "$@" "$out/$preset/bin/vantor-count"
-    for family in luma chroma interp4-luma interp4-nv12 warp; do
+    for family in luma chroma nv12-1.5 nv12-2 nv12-2.1 nv12-3.75 interp4-luma interp4-nv12 warp; do
         for limit in plain ''; do
-            echo "$(count "$limit" "$family" 96 "$@") $(count "$limit" "$family" 288 "$@")"
+            echo "$(count "$limit" "$family" 120 "$@") $(count "$limit" "$family" 360 "$@")"
         done | awk -v name="$name" -v family="$family" '
             { cost[NR] = ($4 - $2) / ($3 - $1) }
-            END { printf "| %-6s | %-12s | %6.1f | %10.1f | %5.1f |\n", name, family, cost[1], cost[2], cost[1] / cost[2] }'
+            END { printf "| %-6s | %-12s | %6.2f | %10.2f | %5.1f |\n", name, family, cost[1], cost[2], cost[1] / cost[2] }'
     done
 }
 

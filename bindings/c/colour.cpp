@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "bindings/c/failure.h"
@@ -50,17 +49,28 @@ struct IntegerEncoding {
                 static_cast<uint8_t>((112 * red - 94 * green - 18 * blue + 0x8000) >> 8)};
     }
 
-    Rgb rgb(int y, int u, int v) const {
+    /// What chroma adds to red, green and blue.
+    struct Tint {
+        int red;
+        int green;
+        int blue;
+    };
+
+    Tint tint(const Chroma& chroma) const {
+        const int u = chroma.u - kNeutral;
+        const int v = chroma.v - kNeutral;
+        return {102 * v, -25 * u - 52 * v, 128 * u};
+    }
+
+    Rgb rgb(int y, const Tint& tint) const {
         const int gray = ((y * 0x0101 * 18997) >> 16) - 1160;
-        u -= kNeutral;
-        v -= kNeutral;
-        return {clampToByte((gray + 102 * v) >> 6), clampToByte((gray - 25 * u - 52 * v) >> 6),
-                clampToByte((gray + 128 * u) >> 6)};
+        return {clampToByte((gray + tint.red) >> 6), clampToByte((gray + tint.green) >> 6),
+                clampToByte((gray + tint.blue) >> 6)};
     }
 };
 
 uint8_t roundToByte(double value) {
-    return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
+    return static_cast<uint8_t>(std::clamp(value, 0.0, 255.0) + 0.5);
 }
 
 /// The other encodings, rounded to nearest.
@@ -90,11 +100,21 @@ public:
                 roundToByte(kNeutral + (rgb[0] - luma) / (1 - red_) * scale)};
     }
 
-    Rgb rgb(int y, int u, int v) const {
-        const double luma = (y - black_) * 255 / lumaSteps_;
+    /// What chroma adds to red and blue.
+    struct Tint {
+        double red;
+        double blue;
+    };
+
+    Tint tint(const Chroma& chroma) const {
         const double scale = 2 * 255 / chromaSteps_;
-        const double blue = luma + (u - kNeutral) * (1 - blue_) * scale;
-        const double red = luma + (v - kNeutral) * (1 - red_) * scale;
+        return {(chroma.v - kNeutral) * (1 - red_) * scale, (chroma.u - kNeutral) * (1 - blue_) * scale};
+    }
+
+    Rgb rgb(int y, const Tint& tint) const {
+        const double luma = (y - black_) * 255 / lumaSteps_;
+        const double blue = luma + tint.blue;
+        const double red = luma + tint.red;
         return {roundToByte(red), roundToByte((luma - red_ * red - blue_ * blue) / (1 - red_ - blue_)),
                 roundToByte(blue)};
     }
@@ -169,12 +189,14 @@ void decode(const Encoding& encoding, const vantor_rgb& dst, const vantor_image&
         const uint8_t* const luma = src.plane[0] + row * src.stride[0];
         const ChromaRow chroma(src, row / 2);
         uint8_t* pixel = dst.pixels + row * dst.stride;
-        for (int x = 0; x < dst.width; ++x, pixel += 3) {
-            const auto [u, v] = chroma.at(x / 2);
-            const auto [red, green, blue] = encoding.rgb(luma[x], u, v);
-            pixel[0] = red;
-            pixel[1] = green;
-            pixel[2] = blue;
+        for (int left = 0; left < dst.width; left += 2) {
+            const auto tint = encoding.tint(chroma.at(left / 2));
+            for (int x = left; x < std::min(left + 2, dst.width); ++x, pixel += 3) {
+                const auto [red, green, blue] = encoding.rgb(luma[x], tint);
+                pixel[0] = red;
+                pixel[1] = green;
+                pixel[2] = blue;
+            }
         }
     }
 }

@@ -10,8 +10,8 @@ namespace {
 constexpr int kMaxThreads = 256;
 
 int usableProcessors() {
-    cpu_set_t set;
-    const int count = sched_getaffinity(0, sizeof set, &set) == 0 ? CPU_COUNT(&set) : 1;
+    cpu_set_t sets[16];  // of 1024 processors each
+    const int count = sched_getaffinity(0, sizeof sets, sets) == 0 ? CPU_COUNT_S(sizeof sets, sets) : 1;
     return std::clamp(count, 1, kMaxThreads);
 }
 
@@ -45,29 +45,31 @@ int workersFor(const vantor_engine* engine, int64_t samples, int64_t share) {
 using namespace vantor::c;
 
 vantor_engine* vantor_engine_new(int threads) {
-    std::unique_ptr<vantor_engine> engine;
+    vantor_engine* made = nullptr;
     guarded(nullptr, [&] {
         checkThreads(threads, 0);
-        engine = std::make_unique<vantor_engine>();
+        auto engine = std::make_unique<vantor_engine>();
         engine->threads = threads == 0 ? usableProcessors() : threads;
-        if (engine->threads == 1) return;
-        engine->opaque = &engine->pool.emplace(engine->threads - 1);
-        engine->run = ThreadPool::run;
+        if (engine->threads > 1) {
+            engine->opaque = &engine->pool.emplace(engine->threads - 1);
+            engine->run = ThreadPool::run;
+        }
+        made = engine.release();
     });
-    return engine.release();
+    return made;
 }
 
 vantor_engine* vantor_engine_new_with_runner(vantor_runner* run, void* opaque, int threads) {
-    std::unique_ptr<vantor_engine> engine;
+    vantor_engine* made = nullptr;
     guarded(nullptr, [&] {
         if (!run) throw invalid("run is null");
         checkThreads(threads, 1);
-        engine = std::make_unique<vantor_engine>();
-        engine->threads = threads;
-        engine->run = run;
-        engine->opaque = opaque;
+        made = new vantor_engine;
+        made->threads = threads;
+        made->run = run;
+        made->opaque = opaque;
     });
-    return engine.release();
+    return made;
 }
 
 void vantor_engine_free(vantor_engine* engine) {

@@ -35,8 +35,8 @@ private:
     int32_t* words_;
 };
 
-/// How many threads shall work on `samples` of output, of which each is to have `share` at least: with less it would
-/// take longer to wake a thread than to do its work.
+/// How many threads shall work on `samples` of output, of which each is to have `share` at least: with less
+/// it would take longer to wake a thread than to do its work.
 int workersFor(const vantor_engine* engine, int64_t samples, int64_t share);
 
 /// Calls `tile(i)` for every i below `tiles`, on as many threads as `workers` says.

@@ -2,19 +2,19 @@
 #include <array>
 #include <cmath>
 #include <iterator>
-#include <memory>
+#include <string_view>
 
 #include "bindings/c/buffer.h"
 #include "bindings/c/grid_view.h"
 #include "bindings/c/picture_view.h"
 #include "bindings/c/warp_size.h"
+#include "gdc_model/fixed_point.h"
 #include "gdc_model/matrix_grid.h"
-#include "gdc_model/warp_positions.h"
 #include "geometry/dense_map.h"
 #include "geometry/error.h"
 #include "geometry/grid_report.h"
 #include "geometry/grid_text.h"
-#include "geometry/model_frame.h"
+#include "geometry/source_rows.h"
 #include "geometry/undistort_map.h"
 #include "geometry/warp_map.h"
 
@@ -123,24 +123,13 @@ void storeMatrix(const Camera& camera, double* matrix) {
     std::copy(std::begin(rows), std::end(rows), matrix);
 }
 
-/// Row by row, as the engine computes them.
 void storePositions(const vantor_grid& grid, Size picture, int32_t* x, int32_t* y) {
-    static const WarpKernels& kernels = bestTable(kWarpTables);
-    const Size extended = extendedSize(picture);
-    const GdcFrame frame =
-        requestFrame(extended.width, extended.height, {0, 0, picture.width - 1, picture.height - 1});
-    const size_t rowWords = static_cast<size_t>(picture.width) + 2 * kWarpLanes;
-    const size_t words = WarpPositions::workingWords(frame);
-    const std::unique_ptr<int32_t[]> memory(new int32_t[words + 2 * rowWords]);
-    int32_t* const rowX = memory.get() + words;
-    int32_t* const rowY = rowX + rowWords;
-    const WarpPositions positions(frame, memory.get());
-    const GridTables grids(grid.dx, grid.dy);
+    SourceRows rows(gridOf(grid), extendedSize(picture), picture);
     const auto toCentre = [](int32_t coordinate) { return wrapSub(coordinate, 128); };
     for (int row = 0; row < picture.height; ++row) {
-        positions.compute(kernels, positions.row(grids, row), row, 0, picture.width, rowX, rowY);
-        x = std::transform(rowX, rowX + picture.width, x, toCentre);
-        y = std::transform(rowY, rowY + picture.width, y, toCentre);
+        rows.compute(row);
+        x = std::transform(rows.x(), rows.x() + picture.width, x, toCentre);
+        y = std::transform(rows.y(), rows.y() + picture.width, y, toCentre);
     }
 }
 

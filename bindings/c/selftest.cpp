@@ -28,11 +28,14 @@ struct Picture {
     vantor_image view;
 };
 
-/// Whether the C entries take a request: chroma of even sizes only.
+/// Whether the C entries do the same: they have no chroma of odd sizes, and leave that of gray pictures
+/// alone, which the device reduces.
 bool isTaken(const Scaling& r) {
-    return r.format == 0 || (r.srcWidth | r.srcHeight | r.dstWidth | r.dstHeight) % 2 == 0;
+    if (r.format != 0) return (r.srcWidth | r.srcHeight | r.dstWidth | r.dstHeight) % 2 == 0;
+    return r.dstWidth > r.srcWidth || r.dstHeight > r.srcHeight ||
+           (r.dstWidth == r.srcWidth && r.dstHeight == r.srcHeight);
 }
-/// Whole pictures: the device packs the samples of others.
+/// And they leave parts where they are in the picture.
 bool isTaken(const GridWarp& r) {
     return r.region.width == 0;
 }

@@ -25,7 +25,7 @@ WarpOutputPlanes partOf(WarpOutputPlanes planes, const vantor_rect& part) {
 void checkRange(const char* start, const char* count, int32_t first, int32_t size, int32_t limit,
                 bool isEven) {
     const int least = isEven ? 2 : 1;
-    if (first < 0 || first >= limit)
+    if (first < 0 || first > limit - least)
         throw invalid("part: %s %d, expected 0 to %d", start, first, limit - least);
     if (size < least || size > limit - first)
         throw invalid("part: %s %d, expected %d to %d", count, size, least, limit - first);
@@ -46,7 +46,10 @@ void warpPart(vantor_engine* engine, const vantor_image& src, const vantor_grid&
     const OutputRegion region(part.x, part.y, part.x + part.width - 1, part.y + part.height - 1);
     const Size extended = extendedSize({src.width, src.height});
     const GdcFrame frame = requestFrame(extended.width, extended.height, region);
-    WorkingMemory memory(engine, WarpPositions::workingWords(frame));
+    // Enough for the whole picture, so that no later call on it allocates.
+    GdcFrame whole = frame;
+    whole.x.outCropSize = whole.x.sourceSize;
+    WorkingMemory memory(engine, WarpPositions::workingWords(whole));
     const int workers = workersFor(engine, int64_t{part.width} * part.height, kSamplesPerThread);
     const int tileRows = workers == 1
                              ? PictureWarp::kTileRows

@@ -9,12 +9,20 @@ namespace vantor::c {
 /// The planes as the engine takes them. Chroma is warped alike in either order: of NV21, U here is V.
 template <typename Byte>
 GdcPlanes<Byte> warpPlanes(const vantor_image& image) {
-    const int step = image.format == VANTOR_I420 ? 1 : 2;
-    uint8_t* const u = hasChroma(image) ? image.plane[1] : nullptr;
-    uint8_t* const v = !u ? nullptr : step == 1 ? image.plane[2] : u + 1;
-    const std::ptrdiff_t vStride = image.stride[step == 1 ? 2 : 1];
-    return {image.plane[0], u,    v,           image.stride[0], 2 * image.stride[1],
-            2 * vStride,    step, image.width, image.height};
+    GdcPlanes<Byte> planes{image.plane[0], nullptr,     nullptr, image.stride[0], 0, 0, 2,
+                           image.width,    image.height};
+    if (!hasChroma(image)) return planes;
+    // A single row may have a stride that cannot be doubled.
+    const auto twoRows = [&](int plane) { return image.height > 2 ? 2 * image.stride[plane] : 0; };
+    planes.u = image.plane[1];
+    planes.v = planes.u + 1;
+    planes.uTwoRows = planes.vTwoRows = twoRows(1);
+    if (image.format == VANTOR_I420) {
+        planes.v = image.plane[2];
+        planes.vTwoRows = twoRows(2);
+        planes.chromaStep = 1;
+    }
+    return planes;
 }
 
 /// Writes a part of a picture, which has been checked, to planes that begin with it.

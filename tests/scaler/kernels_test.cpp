@@ -33,14 +33,18 @@ TEST(Kernels, UsersLimitTheInstructionSets) {
     }
 }
 
-/// Ascending columns at any ratio of sizes, and a row that begins and ends with their elements, next to unmapped pages.
+/// Ascending columns at any ratio of sizes, half of which repeat but for one, and a row that begins and ends with
+/// their elements, next to unmapped pages.
 class Columns {
 public:
     Columns(Random& random, int count, int phases, uint32_t elementStep) {
-        const double step = std::exp2(random.between(-30, 45) / 10.0);
+        const bool repeats = random.between(0, 1) == 1, isMoved = random.between(0, 1) == 1;
+        const double step = repeats ? random.between(1, 32) / 8.0 : std::exp2(random.between(-30, 45) / 10.0);
+        const int different = random.between(0, count - 1);
         for (int i = 0; i < count; ++i) {
-            table_.tap[i] = static_cast<uint32_t>(i * step) * elementStep;
+            table_.tap[i] = static_cast<uint32_t>(i * step + (isMoved && i >= different)) * elementStep;
             table_.phase[i] = static_cast<uint8_t>(random.between(0, phases - 1));
+            if (repeats && i >= 8 && (isMoved || i != different)) table_.phase[i] = table_.phase[i - 8];
         }
         taps = table_.padded(count);
         row = random.content(table_.tap[count - 1] + 4);
@@ -60,7 +64,7 @@ public:
     std::vector<uint8_t> row;
 
 private:
-    ColumnTable table_;
+    ColumnTable<> table_;
 };
 
 /// Each vector table that this CPU can run against the plain one, over columns of any number and position.
@@ -96,6 +100,25 @@ std::vector<std::vector<Sample>> combinations(const std::vector<Sample>& levels)
     return rows;
 }
 
+template <typename Kernels, typename Sample>
+void blend(const Kernels& kernels, const Sample* const* rows, int weight, uint8_t* out, int columns) {
+    kernels.blendRows(rows, weight, out, columns);
+}
+
+/// Output rows that are blended together; one of them is looked at.
+struct SharingRows {
+    std::vector<const int16_t*> weights;
+    size_t shown;
+};
+
+void blend(const Interp4Kernels& kernels, const int16_t* const* rows, const SharingRows& sharing, uint8_t* out,
+           int columns) {
+    std::vector<uint8_t> others(static_cast<size_t>(columns));
+    std::vector<uint8_t*> outs(sharing.weights.size(), others.data());
+    outs[sharing.shown] = out;
+    kernels.blendRows(rows, sharing.weights.data(), outs.data(), static_cast<int>(outs.size()), columns);
+}
+
 /// Blends the combinations by every table, up to a guard, each weight those of one column less.
 template <size_t Rows, typename Sample, typename Kernels, int Count, typename Weight>
 void expectSameBlend(const Kernels* const (&tables)[Count], const std::vector<Sample>& levels,
@@ -108,11 +131,11 @@ void expectSameBlend(const Kernels* const (&tables)[Count], const std::vector<Sa
         const Weight& weight = weights[i];
         const size_t columns = maxColumns - i % kVectorColumns;
         GuardedPlane expected(columns * samplesPerColumn, Guard::Back), out(columns * samplesPerColumn, Guard::Back);
-        tables[0]->blendRows(rows, weight, expected.data(), static_cast<int>(columns));
+        blend(*tables[0], rows, weight, expected.data(), static_cast<int>(columns));
         for (const Kernels* table : tables) {
             if (table == tables[0] || !cpuHas(table->set)) continue;
             ASSERT_NE(table->blendRows, tables[0]->blendRows);
-            table->blendRows(rows, weight, out.data(), static_cast<int>(columns));
+            blend(*table, rows, weight, out.data(), static_cast<int>(columns));
             ASSERT_EQ(out.bytes(), expected.bytes()) << instructionSetName(table->set);
         }
     }
@@ -152,14 +175,17 @@ TEST(Kernels, VectorTablesBlendRowsAsThePlainOnesDo) {
     expectSameBlend<2>(kBilinearChromaTruncatedTables, all, upTo(32), 2);
     expectSameBlend<2>(kBilinearChromaRoundedTables, all, upTo(64), 2);
     const std::vector<int16_t> extremes = {INT16_MIN, INT16_MIN + 1, -4096, -1, 0, 1, 4080, INT16_MAX};
-    const auto weightRows = combinations<4>(std::vector<int16_t>{INT16_MIN, -256, 0, 1, 2304, INT16_MAX});
+    const auto weightRows = combinations<4>(std::vector<int16_t>{-4096, -256, 0, 1, 2304, 4096});
     std::vector<std::array<int16_t, 4>> weights;
     for (size_t i = 0; i + kVectorColumns < weightRows[0].size(); ++i) {
         weights.push_back({weightRows[0][i], weightRows[1][i], weightRows[2][i], weightRows[3][i]});
     }
-    std::vector<const int16_t*> pointers;
-    for (const auto& row : weights) pointers.push_back(row.data());
-    expectSameBlend<4>(kInterp4Tables, extremes, pointers, 1);
+    std::vector<SharingRows> sharing;
+    for (size_t i = 0; i < weights.size(); ++i) {
+        sharing.push_back({{}, i / 5 % (i % 5 + 1)});
+        for (size_t k = 0; k <= i % 5; ++k) sharing[i].weights.push_back(weights[i - k].data());
+    }
+    expectSameBlend<4>(kInterp4Tables, extremes, sharing, 1);
     std::vector<int16_t> words(65536 + kVectorColumns);
     std::iota(words.begin(), words.end(), INT16_MIN);
     GuardedPlane expected(65536, Guard::Back), out(65536, Guard::Back);

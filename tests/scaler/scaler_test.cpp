@@ -3,7 +3,9 @@
 #include "scaler/bicubic_luma.h"
 #include "scaler/bilinear_chroma.h"
 #include "scaler/interp4.h"
+#include "scaler/interp4_chroma.h"
 #include "scaler/interp4_filter.h"
+#include "scaler/interp4_luma.h"
 #include "scaler/interpolate.h"
 #include "tests/scaler/reference.h"
 #include "tests/support.h"
@@ -240,6 +242,25 @@ TEST(Interp4, BandEqualsAPixelByPixelWalkOverCropsTablesAndOddSizes) {
                 [&](uint8_t* from, uint8_t* to) { with(NV12_Interp4_Interpolate, from, to); },
                 [&](const uint8_t* from, uint8_t* to) { with(reference::interp4, from, to); });
         }
+    }
+}
+
+TEST(Interp4, WideStripsWriteWhatNarrowOnesDo) {
+    Random random(seed());
+    const Interp4Filter filter = makeInterp4Filter();
+    for (int width : {1200, 2048, 4100}) {
+        const Interp4Axis columns(700, 0, 700, width), rows(6, 0, 6, random.between(7, 40));
+        const std::vector<uint8_t> src = random.content(700 * 6);
+        const auto scaled = [&](bool isStackDeep) {
+            std::vector<uint8_t> out(static_cast<size_t>(width) * 9);
+            scaleInterp4Luma({src.data(), 700, 700, 6}, {out.data(), width, 0, width, {0, 6, false}, isStackDeep},
+                             filter.data(), columns, rows);
+            scaleInterp4Chroma({src.data(), 700, 350, 3},
+                               {&out[static_cast<size_t>(width) * 6], width, 0, width / 2, {0, 3, false}, isStackDeep},
+                               columns, rows);
+            return out;
+        };
+        EXPECT_TRUE(scaled(true) == scaled(false)) << "seed " << seed() << ": " << width;
     }
 }
 
