@@ -94,17 +94,18 @@ def test_maps_of_opencv_and_what_a_grid_cannot_hold():
     assert moved.error(*maps).rms == pytest.approx(2, abs=.05)
 
 
-def test_grids_are_saved_pickled_compared_and_drawn():
+def test_grids_are_saved_pickled_applied_and_drawn(tool):
     grid = vantor.Grid(np.arange(1089).reshape(33, 33) - 5, np.full((33, 33), -2**31))
     grid.save("a.grid")
     grid.save("a.txt", comment="a comment")
     assert "\n# a comment\ndX\n-5 -4 " in open("a.txt").read() and len(open("a.grid", "rb").read()) == 8712
     for same in (vantor.Grid.load("a.txt"), vantor.Grid.load("a.grid"), pickle.loads(pickle.dumps(grid))):
         assert same == grid != vantor.Grid()
-    matrix = [4096, 0, 64, 0, 4096, 32]
     image = noise((320, 180))
-    shifted = vantor.warp(image, vantor.Grid.from_matrix(np.reshape(matrix, (2, 3)), image.size))
-    assert np.array_equal(shifted.y[8:100, 8:100], image.y[9:101, 10:102])
+    vantor.write("in_320x180.nv12", image)
+    tool("warp", "in_320x180.nv12", "-o", "out_320x180.nv12", "--matrix=4000,90,64,-70,4100,-32")
+    warped = vantor.warp(image, vantor.Grid.from_matrix(np.array([[4000, 90, 64], [-70, 4100, -32]]), image.size))
+    assert vantor.compare(warped, vantor.read("out_320x180.nv12")).identical
     open("a.txt", "w").write("dX 1")
     with pytest.raises(ValueError, match="a.txt: "):
         vantor.Grid.load("a.txt")
