@@ -1,8 +1,9 @@
 #!/bin/sh
-# setup.sh [--all|--api|--bench|--count|--deb|--packages|--python|--rooms]: installs what the build, the tool and the native tests
-# need; also, with --all what the whole test matrix needs, with --bench the libraries that the benchmarks compare with,
-# with --count what counts instructions, with --rooms what draws the rooms, and what the scripts api.sh, packages.sh,
-# packages.sh --deb and python.sh need. Only missing packages are installed, and nothing is done where none is missing.
+# setup.sh [--all|--api|--bench|--count|--deb|--packages|--python|--rooms]: installs what the build, the tool and the
+# native tests need; also, with --all what the whole test matrix needs, with --bench the libraries that the benchmarks
+# compare with, with --count what counts instructions, with --rooms what draws the rooms, and what the scripts api.sh,
+# packages.sh, packages.sh --deb and python.sh need. Only missing packages are installed, and nothing is done where none
+# is missing.
 set -eu
 packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libyaml-cpp-dev"
 packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3 python3-numpy python3-pil"
