@@ -1,9 +1,9 @@
-// vantor-bench: times this library and its peers. Every time is CPU time of the whole process, threads
-// included. Google Benchmark's options choose what runs; names are GROUP/CASE/CONTENDER.
+// vantor-bench: times this library and its peers, in CPU time of the whole process, threads included, and in
+// elapsed time. Google Benchmark's options choose what runs; names are GROUP/CASE/CONTENDER.
 #include <benchmark/benchmark.h>
 #include <pthread.h>
-#include <sched.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -60,11 +60,14 @@ private:
 
 Stage stage;
 
-void measure(State& state, const Work& work, Filter filter, const Picture& result, const Pictures& pictures) {
+/// Of a Scaler or a Warper.
+template <typename Measured>
+void measure(State& state, const Work& work, const Measured& measured, const Picture& result,
+             const Pictures& pictures) {
     work();  // warm-up: caches, page faults and one-time initialisation
     for (auto _ : state) work();
-    state.SetLabel(filter == Filter::FourTaps ? "four taps" : "");
-    state.counters["pixels"] = static_cast<double>(result.size().pixels());
+    state.SetLabel(measured.filter == Filter::FourTaps ? "four taps" : "");
+    state.counters["pixels"] = static_cast<double>(result.size().pixels()) * measured.pictures;
     state.counters["psnr"] = pictures.psnrAgainst(result);
 }
 
@@ -73,7 +76,7 @@ void addScaling(const std::string& group, const ScaleCase& scaling, const Scaler
         const Pictures& pictures =
             stage.pictures(group + scaling.name, scaling.src, scaling.dst, ownScaler().prepare);
         Picture dst(scaling.dst, rowAlignment);
-        measure(state, scaler.prepare(pictures.src, dst), scaler.filter, dst, pictures);
+        measure(state, scaler.prepare(pictures.src, dst), scaler, dst, pictures);
     });
 }
 
@@ -85,8 +88,26 @@ void addWarp(const std::string& group, const WarpCase& warp, const Warper& warpe
         };
         const Pictures& pictures = stage.pictures(group + warp.name, warp.size, warp.size, prepareOwn);
         Picture dst(warp.size);
-        measure(state, warper.prepare(grid, pictures.src, dst), warper.filter, dst, pictures);
+        measure(state, warper.prepare(grid, pictures.src, dst), warper, dst, pictures);
     });
+}
+
+/// The rows of both planes that a reduction to `dst` takes, each once, from the top.
+std::vector<const uint8_t*> filteredRows(const Picture& src, Size dst) {
+    std::vector<const uint8_t*> rows;
+    const auto addPlane = [&](const uint8_t* plane, int srcRows, int dstRows, int before, int after) {
+        int next = 0;
+        for (int y = 0; y < dstRows; ++y) {
+            const int row = static_cast<int>(int64_t{y} * srcRows / dstRows);
+            const bool isBetween = int64_t{y} * srcRows % dstRows != 0;
+            const int last = isBetween ? std::min(row + after, srcRows - 1) : row;
+            for (next = std::max(next, isBetween ? row - before : row); next <= last; ++next)
+                rows.push_back(plane + static_cast<ptrdiff_t>(next) * src.stride());
+        }
+    };
+    addPlane(src.y(), src.size().height, dst.height, 1, 2);
+    addPlane(src.uv(), src.chromaSize().height, dst.height / 2, 0, 1);
+    return rows;
 }
 
 /// Copies as many bytes as make reads and writes together as large as source and destination together.
@@ -100,6 +121,22 @@ void addCopy(const std::string& group, const std::string& name, Size src, Size d
             benchmark::ClobberMemory();
         }
         state.counters["pixels"] = static_cast<double>(dst.pixels());
+    });
+}
+
+/// Fetches, from each cache line of the rows that a reduction filters, one byte.
+void addRead(const std::string& group, const ScaleCase& scaling) {
+    add(group + '/' + scaling.name + "/memory read", [=](State& state) {
+        const Picture src = makeScene(scaling.src);
+        const std::vector<const uint8_t*> rows = filteredRows(src, scaling.dst);
+        for (auto _ : state) {
+            unsigned sum = 0;
+            for (const uint8_t* row : rows) {
+                for (int x = 0; x < src.stride(); x += 64) sum += row[x];
+            }
+            benchmark::DoNotOptimize(sum);
+        }
+        state.counters["pixels"] = static_cast<double>(scaling.dst.pixels());
     });
 }
 
@@ -120,37 +157,40 @@ void addThreads(int rounds) {
     });
 }
 
-void addAll(const std::vector<Contender>& peers) {
+void addAll(std::vector<Contender> contenders) {
     addThreads(1);
     addThreads(2);
+    contenders.insert(contenders.begin(), engines());
     for (const ScaleCase& scaling : scaleCases()) {
         addScaling("scale", scaling, ownScaler(), 1);
-        for (const Contender& peer : peers) {
-            for (const Scaler& scaler : peer.scalers) addScaling("scale", scaling, scaler, kAlignment);
+        for (const Contender& contender : contenders) {
+            for (const Scaler& scaler : contender.scalers) addScaling("scale", scaling, scaler, kAlignment);
         }
         addCopy("scale", scaling.name, scaling.src, scaling.dst);
+        if (scaling.dst.height < scaling.src.height) addRead("scale", scaling);
     }
     for (const WarpCase& warp : warpCases()) {
         addWarp("warp", warp, ownWarper());
-        for (const Contender& peer : peers) {
-            for (const Warper& warper : peer.warpers) addWarp("warp", warp, warper);
+        for (const Contender& contender : contenders) {
+            for (const Warper& warper : contender.warpers) addWarp("warp", warp, warper);
         }
         addCopy("warp", warp.name, warp.size, warp.size);
     }
-    for (const ScaleCase& scaling : scaleSweep()) addScaling("sweep", scaling, ownScaler(), 1);
-    for (const WarpCase& warp : warpSweep()) addWarp("sweep", warp, ownWarper());
+    const Contender engine = engines();
+    for (const ScaleCase& scaling : scaleSweep()) {
+        addScaling("sweep", scaling, ownScaler(), 1);
+        addScaling("sweep", scaling, engine.scalers.front(), 1);
+    }
+    for (const WarpCase& warp : warpSweep()) {
+        addWarp("sweep", warp, ownWarper());
+        addWarp("sweep", warp, engine.warpers.front());
+    }
 }
 
 template <typename Kernels, int Count>
 void nameTable(const char* family, const Kernels* const (&tables)[Count]) {
     benchmark::AddCustomContext(std::string("kernels of ") + family,
                                 instructionSetName(bestTable(tables).set));
-}
-
-/// How many CPUs this process may run on.
-int usableCpus() {
-    cpu_set_t processors;
-    return sched_getaffinity(0, sizeof processors, &processors) == 0 ? CPU_COUNT(&processors) : 0;
 }
 
 void describe(const std::vector<Contender>& peers) {

@@ -56,7 +56,8 @@ std::vector<ScaleCase> scaleCases() {
     return {scaling({1920, 1080}, {1280, 720}),  scaling({1920, 1080}, {1366, 768}),
             scaling({4032, 3024}, {1920, 1440}), scaling({3840, 2160}, {1024, 576}),
             scaling({3840, 2160}, {1920, 1080}), scaling({1280, 720}, {1920, 1080}),
-            scaling({960, 540}, {3840, 2160}),   scaling({640, 480}, {1280, 960})};
+            scaling({960, 540}, {3840, 2160}),   scaling({640, 480}, {1280, 960}),
+            scaling({144, 96}, {96, 64})};
 }
 
 std::vector<WarpCase> warpCases() {

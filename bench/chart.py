@@ -6,8 +6,9 @@ import pathlib
 import sys
 from html import escape
 
-from report import BEST, OWN, Results, ns
+from report import BEST, Results, ns
 
+OWN = {"libvantor": Results.engine, "libVantor10": Results.own}
 WIDTH, MARGIN, PANEL_GAP = 960, 24, 32
 TITLE, BAR, BAR_GAP, PANEL_END = 26, 16, 4, 18
 LABEL, VALUE = 186, 44  # margins to the left and to the right of bars
@@ -28,14 +29,15 @@ def rectangle(x, y, width, height, color, rest=""):
 
 
 def bars(results, group, case):
-    """Names and times: this library, then the fastest filter of each peer; of warps, every filter."""
+    """Names and times: this project's entries, then the fastest filter of each peer; of warps, every filter."""
     peers = sorted(results.peers(case), key=lambda row: row["cpu_ns_per_pixel"])
     if group == "scale":
         fastest = {}
         for row in peers:
             fastest.setdefault(row["contender"].split()[0], row)
         peers = fastest.values()
-    return [(OWN, results.own(case))] + [(row["contender"], row["cpu_ns_per_pixel"]) for row in peers]
+    own = [(name, time(results, case)) for name, time in OWN.items()]
+    return own + [(row["contender"], row["cpu_ns_per_pixel"]) for row in peers]
 
 
 def panel(x, y, title, content):
@@ -44,7 +46,7 @@ def panel(x, y, title, content):
     scale = (PANEL_WIDTH - LABEL - VALUE) / longest
     for i, (name, value) in enumerate(content):
         top = y + TITLE + i * (BAR + BAR_GAP)
-        own = name == OWN
+        own = name in OWN
         weight = "bold" if own else "normal"
         parts += [text(x + LABEL - 8, top + 12, name, anchor="end", weight=weight),
                   rectangle(x + LABEL, top, max(value * scale, 1), BAR, "own" if own else "peer", 'rx="2"'),

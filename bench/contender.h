@@ -22,6 +22,7 @@ struct Scaler {
     std::string name;
     Filter filter;
     std::function<Work(const Picture& src, Picture& dst)> prepare;
+    int pictures = 1;  ///< that one call makes
 };
 
 /// Warps one NV12 picture to another of the same size.
@@ -29,6 +30,7 @@ struct Warper {
     std::string name;
     Filter filter;
     std::function<Work(const Grid& grid, const Picture& src, Picture& dst)> prepare;
+    int pictures = 1;
 };
 
 struct Contender {
@@ -38,10 +40,17 @@ struct Contender {
     std::vector<Warper> warpers;
 };
 
-/// This library, by the entries that its client calls. Pictures are packed.
-constexpr char kOwnName[] = "Vantor10";
+/// How many CPUs this process may run on.
+int usableCpus();
+
+/// This library, by the entries that the device's client calls. Pictures are packed.
 Scaler ownScaler();
 Warper ownWarper();
+
+/// The C entries: an engine of one thread and, where this process may run on several CPUs, an engine that
+/// uses all of them, and as many engines of one thread side by side, each with pictures of its own, to
+/// compare that with.
+Contender engines();
 
 /// The other libraries that were found when this was built, on one thread each. Rows of the pictures that
 /// they write are to lie a multiple of kAlignment bytes apart.

@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "hardware/vantorClient/vantor_client.h"
+#include "published/generator.h"
 #include "scaler/bicubic_luma.h"
 #include "scaler/bilinear_chroma.h"
 #include "scaler/interp4.h"
 #include "scaler/interp4_filter.h"
-#include "published/generator.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """python.py [--repeat N]: times the Python package on one core, against the C call beneath it and OpenCV, in turns, and
-prints the least times, their ratios and the acceptance ratios; then threads against one. Needs python3-opencv. Where the
-package is not installed, PYTHONPATH=bindings/python VANTOR_LIBRARY=build/lib/libvantor.so.1."""
+prints the least times, their ratios and the acceptance ratios; then threads against one. Needs python3-opencv. Where
+the package is not installed, PYTHONPATH=bindings/python VANTOR_LIBRARY=build/lib/libvantor.so.1 find it."""
 
 import argparse
 import concurrent.futures
@@ -17,7 +17,8 @@ from vantor import _library as c
 
 def noise(size):
     image = vantor.Image.empty(size)
-    image.array[...] = cv2.GaussianBlur(np.random.default_rng(1).integers(0, 256, image.array.shape, np.uint8), (5, 5), 0)
+    samples = np.random.default_rng(1).integers(0, 256, image.array.shape, np.uint8)
+    image.array[...] = cv2.GaussianBlur(samples, (5, 5), 0)
     return image
 
 
@@ -62,7 +63,8 @@ def warping(repeat):
     chroma = cv2.initUndistortRectifyMap(half, D, None, half, (960, 540), cv2.CV_32FC1)
     package, opencv = least([
         lambda: vantor.warp(image, grid, out=out, engine=engine),
-        lambda: (cv2.remap(image.y, *luma, cv2.INTER_CUBIC), cv2.remap(pairs(image), *chroma, cv2.INTER_CUBIC))], repeat)
+        lambda: [cv2.remap(plane, *maps, cv2.INTER_CUBIC) for plane, maps in ((image.y, luma), (pairs(image), chroma))]],
+        repeat)
     report("warp 1080p, against cv2.remap", package, opencv, 0.16)
 
 

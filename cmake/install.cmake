@@ -1,4 +1,5 @@
-# What cmake --install puts where. The components are the packages: library, development and tool.
+# What cmake --install puts where. The components are the packages: the C library and its development, the device's
+# library and its development, and the tool.
 include(CMakePackageConfigHelpers)
 set(private_libraries ${CMAKE_INSTALL_LIBDIR}/vantor10)
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/vantor10)
@@ -9,6 +10,8 @@ file(RELATIVE_PATH from_tools ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_
 set_target_properties(Vantor10 vantor10_service PROPERTIES INSTALL_RPATH $ORIGIN/vantor10)
 install(TARGETS Vantor10 vantor10_service EXPORT Vantor10
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
+install(TARGETS vantor_c EXPORT vantor
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT c_library NAMELINK_COMPONENT c_development)
 install(TARGETS vantor_platform LIBRARY DESTINATION ${private_libraries} COMPONENT library)
 
 file(STRINGS cmake/public_headers.txt public_headers)
@@ -16,21 +19,27 @@ foreach(header ${public_headers})
     get_filename_component(directory ${header} DIRECTORY)
     install(FILES ${header} DESTINATION ${headers}/${directory} COMPONENT development)
 endforeach()
+install(FILES bindings/c/vantor/vantor.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantor COMPONENT c_development)
 
-install(EXPORT Vantor10 NAMESPACE Vantor10:: FILE Vantor10Config.cmake DESTINATION ${cmake_files} COMPONENT development)
+# One package for find_package, of whose targets each library's development component brings its own.
+install(EXPORT vantor NAMESPACE Vantor10:: FILE VantorTargets.cmake DESTINATION ${cmake_files} COMPONENT c_development)
+install(EXPORT Vantor10 NAMESPACE Vantor10:: FILE Vantor10Targets.cmake DESTINATION ${cmake_files}
+        COMPONENT development)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/Vantor10ConfigVersion.cmake
                                  COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/package/Vantor10ConfigVersion.cmake DESTINATION ${cmake_files}
-        COMPONENT development)
+install(FILES cmake/Vantor10Config.cmake ${PROJECT_BINARY_DIR}/package/Vantor10ConfigVersion.cmake
+        DESTINATION ${cmake_files} COMPONENT c_development)
 
 # The paths start at the file's own directory, so that an installation can be moved.
 file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
-foreach(name vantor10 vantor10-service)
+foreach(name vantor vantor10 vantor10-service)
     configure_file(cmake/${name}.pc.in package/${name}.pc @ONLY)
-    install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-            COMPONENT development)
 endforeach()
+install(FILES ${PROJECT_BINARY_DIR}/package/vantor.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT c_development)
+install(FILES ${PROJECT_BINARY_DIR}/package/vantor10.pc ${PROJECT_BINARY_DIR}/package/vantor10-service.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 set_target_properties(vantor-selftest PROPERTIES INSTALL_RPATH $ORIGIN/${from_tools})
 install(TARGETS vantor-selftest RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
@@ -44,6 +53,6 @@ if(TARGET vantor)
 endif()
 
 file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} docs/*.md)
-install(FILES CHANGELOG.md LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
-install(DIRECTORY docs/images DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(FILES CHANGELOG.md LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT c_development)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT c_development)
+install(DIRECTORY docs/images DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT c_development)

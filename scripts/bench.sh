@@ -1,5 +1,5 @@
 #!/bin/sh
-# bench.sh [--quick]: sets up, builds and times the library against its peers, pinned to one CPU and once on all;
+# bench.sh [--quick]: sets up, builds and times the libraries against their peers, pinned to one CPU, and on all;
 # about ten minutes. Prints the numbers, and writes build-bench/bench.json, docs/images/speed.svg and the measured parts
 # of docs/performance.md and bench/README.md. With --quick it takes a few numbers in 20 seconds and writes no document.
 set -eu
@@ -27,20 +27,22 @@ run() {
 
 # The machine may be slower for seconds at a time: all take turns, and the minimum time of each counts.
 all="^(threads/|scale/|warp/$warps)"
-own="^(scale/|warp/$warps).*/Vantor10"
+own="^(scale/|warp/$warps).*/(Vantor10|engine, 1 thread)"
+on_all="^(scale/|warp/$warps).*/(engine, all threads|engines side by side)"
 round=1
 while [ "$round" -le "$rounds" ]; do
     echo "bench: round $round of $rounds"
     run "all-$round" "$all" taskset -c 0
     run "avx2-$round" "$own" env VANTOR_CPU=avx2 taskset -c 0
     run "plain-$round" "$own" env VANTOR_CPU=plain taskset -c 0
+    run "engines-$round" "$on_all" env
     round=$((round + 1))
 done
 if [ -z "$quick" ]; then
     echo "bench: growth with size"
     run sweep '^sweep/' taskset -c 0
     echo "bench: all processors"
-    run cores "$all" env
+    run cores "^(scale|warp)/.*/Vantor10" env
 fi
 
 python3 -B bench/report.py "$out" ${quick:+--quick}

@@ -11,16 +11,24 @@ quietly() {
     "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
 }
 
-# check NAME COMMAND... DIRECTORY: the examples in the directory give the tool's bytes, one in the library, one on its
-# service.
+# Examples of the C library, and of the device's.
+of_c="half half_clip half_loaded" of_device="half_client half_on_service"
+
+# check NAME EXAMPLES COMMAND... DIRECTORY: the examples in the directory give the tool's bytes.
 check() {
-    name=$1
-    shift
-    for example in half half_on_service; do
+    name=$1 names=$2
+    shift 2
+    for example in $names; do
+        # shellcheck disable=SC2145 # the last argument is the directory
         "$@/$example" 1280 720 <"$out/chart_1280x720.nv12" >"$out/half.nv12"
         cmp "$out/half.nv12" "$out/expected_640x360.nv12"
-        echo "packages: $name: $example links, and halves a picture"
+        echo "packages: $name: $example is built, and halves a picture"
     done
+}
+
+# shown LANGUAGE PAGE: the blocks of code in a page.
+shown() {
+    sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/{/^\`\`\`/!p}" "$2"
 }
 
 examples() {
@@ -41,29 +49,41 @@ examples() {
         echo "#include \"$header\"" | g++ -std=c++14 -pedantic-errors -Wall -Wextra -Werror -fsyntax-only \
             -I"$out/moved/include/vantor10" -x c++ -
     done <cmake/public_headers.txt
-    # The README shows the example.
-    sed -n '/^```cmake$/,/^```$/{/^```/!p}' README.md | diff - examples/find_package/CMakeLists.txt
+    # The README shows the first example, and how it is built; what docs/c.md shows compiles.
+    shown c README.md | diff - examples/half.c
+    shown c docs/c.md | gcc -std=c99 -pedantic-errors -Wall -Wextra -Werror -fopenmp -fsyntax-only \
+        -I"$out/moved/include" -x c -
+    { shown cmake README.md && echo 'include(../others.cmake)'; } | diff - examples/find_package/CMakeLists.txt
     quietly cmake -S examples/find_package -B "$out/find_package" -DCMAKE_PREFIX_PATH="$out/moved"
     quietly cmake --build "$out/find_package"
-    check find_package "$out/find_package"
+    check find_package "$of_c $of_device" "$out/find_package"
 
     PKG_CONFIG_PATH=$(dirname "$(find "$out/moved" -name vantor10.pc)")
     export PKG_CONFIG_PATH
-    quietly make -C examples/pkg_config OUT="$out/half"
-    quietly make -C examples/pkg_config OUT="$out/half_on_service" EXAMPLE=half_on_service PACKAGE=vantor10-service
-    check pkg-config env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor10)" "$out"
+    # shellcheck disable=SC2086 # lists of words
+    quietly make -C examples/pkg_config OUT="$out" $of_c $of_device
+    check pkg-config "$of_c $of_device" env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vantor)" "$out"
 
     quietly cmake -S examples/add_subdirectory -B "$out/add_subdirectory" -G Ninja
     quietly cmake --build "$out/add_subdirectory"
     ninja -C "$out/add_subdirectory" -t commands | grep -q -e '-O3 .*scaler/interpolate.cpp' ||
         { echo "packages: add_subdirectory: not optimised without a build type" >&2; exit 1; }
-    check add_subdirectory "$out/add_subdirectory"
+    check add_subdirectory "$of_c $of_device" "$out/add_subdirectory"
 }
 
 # bare COMMAND...: runs a command in the bare system, with /proc, which $ORIGIN needs, mounted for it alone.
 bare() {
     env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive \
         unshare --mount sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
+}
+
+# try EXAMPLES PACKAGES: installs packages in the bare system, and builds and runs examples there.
+try() {
+    quietly bare sh -ec "apt-get install -q -y --no-install-recommends $2
+        rm -rf /tmp/build && cmake -S /tmp/examples/find_package -B /tmp/build && cmake --build /tmp/build
+        make -C /tmp/examples/pkg_config OUT=/tmp $1"
+    check find_package "$1" bare /tmp/build
+    check pkg-config "$1" bare /tmp
 }
 
 packages() {
@@ -91,14 +111,11 @@ packages() {
     bare vantor warp /tmp/chart_1280x720.nv12 -o /tmp/straight.png --lens=-0.15,0.02
 
     cp -R examples "$root/tmp"
-    quietly bare sh -c 'apt-get install -q -y --no-install-recommends /tmp/libvantor10-dev_*.deb cmake g++ make pkg-config'
-    quietly bare sh -ec 'cmake -S /tmp/examples/find_package -B /tmp/build && cmake --build /tmp/build
-        make -C /tmp/examples/pkg_config OUT=/tmp/half
-        make -C /tmp/examples/pkg_config OUT=/tmp/half_on_service EXAMPLE=half_on_service PACKAGE=vantor10-service'
     out=$root/tmp
-    check find_package bare /tmp/build
-    check pkg-config bare /tmp
-    quietly bare apt-get purge -q -y libvantor10 libvantor10-dev vantor
+    # With the C library's development package alone, and then with both.
+    try "$of_c" 'cmake g++ make pkg-config /tmp/libvantor1_*.deb /tmp/libvantor-dev_*.deb'
+    try "$of_c $of_device" '/tmp/libvantor10-dev_*.deb'
+    quietly bare apt-get purge -q -y libvantor1 libvantor-dev libvantor10 libvantor10-dev vantor
     left=$(find "$root/usr" "$root/etc" -iname '*vantor*')
     [ -z "$left" ] || { echo "packages: left behind: $left" >&2; exit 1; }
     echo "packages: installed, run and removed without a trace"

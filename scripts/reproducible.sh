@@ -1,6 +1,6 @@
 #!/bin/sh
-# reproducible.sh: builds the library, the tool and the Debian packages from two clean clones in different directories, and
-# compares their hashes. Takes some minutes.
+# reproducible.sh: builds the libraries, the tool and the Debian packages from two clean clones in different directories,
+# and compares their hashes. Takes some minutes.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh --deb

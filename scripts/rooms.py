@@ -48,7 +48,7 @@ def room_of(file):
 def included(file):
     """The files of this tree, relative to the root, that a file includes."""
     for name in re.findall(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', (ROOT / file).read_text(), re.M):
-        for directory in "", "platform/linux/include/", "platform/linux/include/generated/":
+        for directory in "", "bindings/c/", "platform/linux/include/", "platform/linux/include/generated/":
             if (ROOT / directory / name).is_file():
                 yield directory + name
 

@@ -1,13 +1,13 @@
 # Run by cpack over the installed files, before they are packed: what Debian requires of every package.
 find_program(GZIP gzip REQUIRED)
 set(source ${CMAKE_CURRENT_LIST_DIR}/../..)
-foreach(component LIBRARY DEVELOPMENT TOOL PYTHON)
+foreach(component C_LIBRARY C_DEVELOPMENT LIBRARY DEVELOPMENT TOOL PYTHON)
     string(TOLOWER ${component} directory)
     set(root ${CPACK_TEMPORARY_DIRECTORY}/${directory})
     set(share ${root}/usr/share)
     set(name ${CPACK_DEBIAN_${component}_PACKAGE_NAME})
     set(doc ${share}/doc/${name})
-    if(component STREQUAL DEVELOPMENT)
+    if(component STREQUAL C_DEVELOPMENT)
         # One directory for all of it, under the package's name; the licence is in the file "copyright".
         file(RENAME ${share}/doc/Vantor10 ${doc})
         file(REMOVE ${doc}/CHANGELOG.md ${doc}/LICENSE)

@@ -20,7 +20,8 @@
  *
  * Fork. An engine that was not in a call during fork() works in the child too, with threads of its own.
  *
- * Stability. As long as the library is libvantor.so.1, nothing declared here changes its size, layout, value or meaning.
+ * Stability. As long as the library is libvantor.so.1, nothing declared here changes its size, layout, value or
+ * meaning.
  */
 #ifndef VANTOR_VANTOR_H
 #define VANTOR_VANTOR_H
@@ -53,9 +54,9 @@ enum {
 
 /** A view of a picture. Planes that the format does not have are not looked at. */
 typedef struct vantor_image {
-    int32_t format; /**< VANTOR_GRAY8 to VANTOR_I420 */
-    int32_t width;  /**< in luma samples; even where there is chroma */
-    int32_t height;
+    int32_t format;      /**< VANTOR_GRAY8 to VANTOR_I420 */
+    int32_t width;       /**< in luma samples; even where there is chroma */
+    int32_t height;      /**< likewise */
     uint8_t *plane[3];   /**< the first sample of the top row; only read in sources */
     ptrdiff_t stride[3]; /**< bytes from one row to the next, at least those of a row */
 } vantor_image;
@@ -75,10 +76,10 @@ typedef struct vantor_grid {
 
 /** A part of a picture, in luma samples. */
 typedef struct vantor_rect {
-    int32_t x;
-    int32_t y;
-    int32_t width;
-    int32_t height;
+    int32_t x;      /**< the leftmost column */
+    int32_t y;      /**< the topmost row */
+    int32_t width;  /**< how many columns */
+    int32_t height; /**< how many rows */
 } vantor_rect;
 
 /** @name Engines
@@ -126,9 +127,9 @@ int vantor_engine_threads(const vantor_engine *engine);
 /**
  * Scales all of `src` to all of `dst`, by any factor. Both have one format and sizes from 1 x 1 (2 x 2 with chroma) to
  * 16384 x 16384. The bytes are those of runInterpBicubic for the same planes without gaps: a copy at one size, the
- * four-tap filter where a side grows, else bicubic luma and bilinear chroma. Gray pictures are luma alone. In sources one
- * or two columns wide the tap to the left of a row, for which the device reads the byte before the row, is the row's
- * first sample.
+ * four-tap filter where a side grows, else bicubic luma and bilinear chroma. Gray pictures are luma alone. In sources
+ * one or two columns wide the tap to the left of a row, for which the device reads the byte before the row, is the
+ * row's first sample.
  */
 int vantor_scale(vantor_engine *engine, const vantor_image *dst, const vantor_image *src);
 
@@ -150,22 +151,23 @@ int vantor_warp_part(vantor_engine *engine, const vantor_image *dst, const vanto
 /** @}
  * @name Grids
  * Nodes are spread over the picture; over the extended picture, for sizes that the device does not take, as by
- * vantor_warp(). Sizes are from 1 x 1 to 8192 x 6144. Maps and positions are arrays of width x height, row by row without
- * gaps: for each pixel of the result the position in the source that it comes from, the centre of the first pixel being
- * at 0, 0, as for OpenCV's remap. Displacements too large for a node are clamped to its range. A call that fails leaves
- * what it would have written as it was, and vantor_message(NULL) says why it failed.
+ * vantor_warp(). Sizes are from 1 x 1 to 8192 x 6144. Maps and positions are arrays of width x height, row by row
+ * without gaps: for each pixel of the result the position in the source that it comes from, the centre of the first
+ * pixel being at 0, 0, as for OpenCV's remap. Displacements too large for a node are clamped to its range. A call that
+ * fails leaves what it would have written as it was, and vantor_message(NULL) says why it failed.
  * @{ */
 
 /**
- * The grid with which the device warps by a matrix a, b, c, d, e, f: pixel x, y of the result comes from
- * a x + b y + c, d x + e y + f, with a, b, d and e in 1/4096 and c and f in 1/32 pixel. Nodes that it leads out of the
- * picture are moved to its border.
+ * The grid with which the device warps by a matrix a, b, c, d, e, f: pixel x, y of the result comes from a x + b y + c,
+ * d x + e y + f, with a, b, d and e in 1/4096 and c and f in 1/32 pixel. Nodes that it leads out of the picture are
+ * moved to its border. As on the device, sources of nodes are rounded to whole pixels and then lie half a pixel too far
+ * to the right and below.
  */
 int vantor_grid_from_matrix(vantor_grid *grid, const int16_t matrix[6], int width, int height);
 
 /**
- * The grid whose nodes are displaced as the map is there: between pixels bilinear, and beyond the outermost pixels, where
- * the outermost nodes are, continued straight on. Positions that are not finite are VANTOR_INVALID.
+ * The grid whose nodes are displaced as the map is there: between pixels bilinear, and beyond the outermost pixels,
+ * where the outermost nodes are, continued straight on. Positions that are not finite are VANTOR_INVALID.
  */
 int vantor_grid_from_map(vantor_grid *grid, const float *map_x, const float *map_y, int width, int height);
 
@@ -186,8 +188,8 @@ typedef struct vantor_transform {
 int vantor_grid_from_transform(vantor_grid *grid, const vantor_transform *transform, int width, int height);
 
 /**
- * The grid that takes out the distortion of a lens: k1, k2, k3, p1, p2 of the usual polynomial, for radii in units of half
- * the picture's diagonal.
+ * The grid that takes out the distortion of a lens: k1, k2, k3, p1, p2 of the usual polynomial, for radii in units of
+ * half the picture's diagonal.
  */
 int vantor_grid_from_lens(vantor_grid *grid, const double lens[5], int width, int height);
 
@@ -203,8 +205,8 @@ typedef struct vantor_calibration {
 } vantor_calibration;
 
 /**
- * The grid that straightens pictures of a calibrated camera, which are scaled to width x height. Where `straight` is not
- * null, it gets the camera matrix of the result.
+ * The grid that straightens pictures of a calibrated camera, which are scaled to width x height. Where `straight` is
+ * not null, it gets the camera matrix of the result.
  */
 int vantor_grid_from_calibration(vantor_grid *grid, const vantor_calibration *calibration, int width, int height,
                                  double straight[9]);
@@ -217,8 +219,8 @@ int vantor_grid_positions(const vantor_grid *grid, int width, int height, int32_
  * that the map takes from inside the picture, and the first pixel where it is largest; all 0 if there is no such pixel.
  * Null for what is not asked for.
  */
-int vantor_grid_error(const vantor_grid *grid, const float *map_x, const float *map_y, int width, int height, double *rms,
-                      double *largest, int32_t *at_x, int32_t *at_y);
+int vantor_grid_error(const vantor_grid *grid, const float *map_x, const float *map_y, int width, int height,
+                      double *rms, double *largest, int32_t *at_x, int32_t *at_y);
 
 /** The forms of grid files. */
 enum {
@@ -230,11 +232,12 @@ enum {
 int vantor_grid_parse(vantor_grid *grid, const void *bytes, size_t size);
 
 /**
- * Writes the bytes of a grid file to `bytes`, which has room for `size` of them, and how many they are to `needed`. With
- * null for `bytes` it writes the latter only; too little room is VANTOR_INVALID, and writes it as well. `comment` is a
- * line of printable text for the text form, or null.
+ * Writes the bytes of a grid file to `bytes`, which has room for `size` of them, and how many they are to `needed`.
+ * With null for `bytes` it writes the latter only; too little room is VANTOR_INVALID, and writes it as well. `comment`
+ * is a line of printable text for the text form, or null.
  */
-int vantor_grid_format(const vantor_grid *grid, int form, const char *comment, void *bytes, size_t size, size_t *needed);
+int vantor_grid_format(const vantor_grid *grid, int form, const char *comment, void *bytes, size_t size,
+                       size_t *needed);
 
 /** @}
  * @name RGB
@@ -309,16 +312,16 @@ typedef struct vantor_difference {
 } vantor_difference;
 
 /**
- * Compares two pictures of one size in luma, U and V, whatever the order in which they keep the latter; gray ones in luma,
- * whereupon the other two elements stay as they are. A gray picture and one with chroma are VANTOR_INVALID.
+ * Compares two pictures of one size in luma, U and V, whatever the order in which they keep the latter; gray ones in
+ * luma, whereupon the other two elements stay as they are. A gray picture and one with chroma are VANTOR_INVALID.
  */
 int vantor_compare(const vantor_image *a, const vantor_image *b, vantor_difference differences[3]);
 
 /**
  * Every step with which the engine computes one pixel of a warp, as JSON text: what `vantor explain --json` prints but
  * for the description of the warp. Writes the text and a zero to `json`, which has room for `size` bytes, and how many
- * they are to `needed`. With null for `json` it writes the latter only; too little room is VANTOR_INVALID, and writes it
- * as well.
+ * they are to `needed`. With null for `json` it writes the latter only; too little room is VANTOR_INVALID, and writes
+ * it as well.
  */
 int vantor_explain(const vantor_image *src, const vantor_grid *grid, int x, int y, char *json, size_t size,
                    size_t *needed);

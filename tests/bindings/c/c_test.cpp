@@ -99,7 +99,7 @@ TEST(CScale, EqualsTheDeviceInEveryLayout) {
     Random random(seed());
     const Engine engine = engineOf(3);
     for (const auto& [from, to] : kSizes) {
-        for (const int format : {VANTOR_GRAY8, VANTOR_NV12, VANTOR_NV21}) {
+        for (const int format : {VANTOR_GRAY8, VANTOR_NV12, VANTOR_NV21, VANTOR_I420}) {
             if (format != VANTOR_GRAY8 && !(from.isEven() && to.isEven())) continue;
             const Bytes source = random.content(from.bytes(format));
             const Bytes expected = deviceScale(source, from, to, format == VANTOR_GRAY8);

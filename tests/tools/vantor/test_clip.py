@@ -46,7 +46,8 @@ def test_any_number_of_workers_gives_the_same_hash_on_both_paths(vantor, chart):
     each = sum(map(float, read("times.txt").split()[1::2])) / 8
     assert float(re.search(r"each (\S+) ms", text)[1]) == pytest.approx(each, abs=0.006)  # as both are rounded
     arguments = "warp chart_320x180_8.nv12 -o hw.nv12 --rotate 9 --jobs 4 --backend hardware --verify"
-    vantor(f"{arguments} {text.split('hash ')[1]}", text="service) in")
+    result = vantor(f"{arguments} {text.split('hash ')[1]}", text="service) in")
+    assert "note: --jobs 4: the library's client takes one request at a time" in result.text
     assert read("hw.nv12") == read("model.nv12")
 
 
@@ -81,6 +82,22 @@ def test_padding_is_left_out_and_written_as_zeros(vantor, source, result):
         options = f"--{side}-stride 32 --{side}-slice-height 20"
         vantor(f"scale {form}_24x16.{source} -o x.{result} --size 100% {options}", text=f"{result}: copied")
         assert read(f"x.{result}") == dump(result, stride, slice_height, b"\0")
+
+
+@pytest.mark.parametrize("command", ["scale --size 200x140", "scale --size 640x200", "warp --rotate 9",
+                                     "warp --matrix 4034,-711,201,711,4034,-251"])
+@pytest.mark.parametrize("layout", ["nv12", "nv21", "i420", "gray", "y4m"])
+def test_frames_that_lie_anyhow_give_the_bytes_of_the_client(vantor, layout, command):
+    size = "107x71" if layout == "y4m" else "320x180"  # odd, and in colour
+    write("seed_320x180.nv12", random.Random(2).randbytes(86400))
+    vantor(f"scale seed_320x180.nv12 -o seed.png --size {size if layout != 'y4m' else '108x72'}")
+    read_as, written_as = ("" if layout == "y4m" else f"--{side}-stride 705 --{side}-slice-height 211"
+                           for side in ("input", "output"))
+    vantor(f"scale seed.png -o in_{size}.{layout} --size 100% {written_as}")
+    command = f"{command} in_{size}.{layout} {read_as}"
+    text = vantor(f"{command} -o packed.{layout} --backend hardware --hash", text="hardware backend (").text
+    for jobs in 1, 3:
+        vantor(f"{command} -o x.{layout} {written_as} --jobs {jobs} --verify {text.split('hash ')[1]}")
 
 
 @pytest.mark.parametrize("tags, arguments, output, text", [

@@ -38,7 +38,8 @@ def test_refusals_are_told(refuse, arguments, text):
 ])
 def test_crosscheck_finds_both_paths_identical(vantor, arguments):
     vantor("scale chart.png -o small_160x90.gray --size 50%")
-    vantor(f"crosscheck {arguments}", text="software backend: identical")
+    for what in "hardware backend (here the software service)", "C library":
+        vantor(f"crosscheck {arguments}", text=f"{what} and software backend: identical")
     assert vantor(f"crosscheck {arguments} --json").json()["identical"] is True
 
 
@@ -49,9 +50,9 @@ def test_crosscheck_wants_one_request(vantor, options):
 
 def test_a_fallback_has_the_same_bytes_and_is_named(vantor, not_sanitized):
     vantor("scale chart.png -o expected.gray --size 160x90")
-    # Descriptors enough for the result, the allocator and two pictures, and no more.
-    text = "as gray by the hardware backend's fallback (ion_alloc_fd(6) failed)"
-    vantor("scale chart.png -o x.gray --size 160x90 --backend hardware", text=text, under="prlimit --nofile=7")
+    # Descriptors enough for the result, the worker, the allocator and two pictures, and no more.
+    text = "as gray by the hardware backend's fallback (ion_alloc_fd(7) failed)"
+    vantor("scale chart.png -o x.gray --size 160x90 --backend hardware", text=text, under="prlimit --nofile=8")
     assert read("x.gray") == read("expected.gray")
 
 

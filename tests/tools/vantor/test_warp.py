@@ -30,7 +30,7 @@ def test_a_grid_does_what_the_options_do_that_made_it(vantor, chart):
 
 def test_the_librarys_log_is_shown_on_request(vantor, chart):
     line = "I VANTOR_CLIENT: vantor_client.cpp:runGDCGrid():1132 Process WARPING"
-    vantor("warp chart.png -o x.png --zoom 2", text=line, env={"VANTOR_LOG": "info"})
+    vantor("record x.vrec warp chart.png -o x.png --zoom 2", text=line, env={"VANTOR_LOG": "info"})
     assert "VANTOR_CLIENT" not in vantor("warp chart.png -o x.png --zoom 2").text
 
 

@@ -40,8 +40,8 @@ PixelFormat Clip::writtenFormat() const {
     return tool::writtenFormat(outputSpec_, reader_->shape().format);
 }
 
-PixelFormat Clip::working() const {
-    return workingFormat(reader_->shape().format, writtenFormat());
+bool Clip::isColor() const {
+    return workingFormat(reader_->shape().format, writtenFormat()) != PixelFormat::Gray;
 }
 
 FrameShape Clip::written(const std::string& what, Size size) const {
@@ -78,15 +78,22 @@ std::optional<uintmax_t> Clip::framesLeft() const {
                                        : options_.part.limit;
 }
 
-size_t Clip::jobs() const {
-    const uintmax_t wanted = options_.jobs != 0 ? options_.jobs : std::thread::hardware_concurrency();
-    const uintmax_t useful = framesLeft().value_or(kMaxJobs);
-    return static_cast<size_t>(std::clamp<uintmax_t>(wanted, 1, std::clamp<uintmax_t>(useful, 1, kMaxJobs)));
+Pipeline Clip::pipelineFor(const FramePlan& plan) const {
+    if (plan.usesClient()) {
+        if (options_.jobs > 1)
+            note("--jobs " + std::to_string(options_.jobs) +
+                 ": the library's client takes one request at a time, so frames are not processed in "
+                 "parallel");
+        return {plan, 1, 1};
+    }
+    const size_t wanted = options_.jobs != 0 ? options_.jobs : std::thread::hardware_concurrency();
+    const size_t threads = std::clamp(wanted, size_t{1}, kMaxJobs);
+    const bool hasMany = framesLeft().value_or(kMaxJobs) >= threads;
+    return hasMany ? Pipeline(plan, threads, 1) : Pipeline(plan, 1, threads);
 }
 
 ClipTotals Clip::processFrames(const FramePlan& plan) {
     skipFrames(*reader_, options_.part.skip);
-    Pipeline pipeline(plan, plan.watch ? 1 : jobs());
     if (outputSpec_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
     ClipWriter writer(outputSpec_, plan.written, headerOf(plan.written), reader_->chunks());
     std::optional<OutputFile> times;
@@ -94,20 +101,21 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
     std::optional<PictureHash> hash;
     if (options_.hash || !options_.verify.empty()) hash.emplace();
     const std::optional<uintmax_t> all = framesLeft();
+    Pipeline pipeline = pipelineFor(plan);
     Progress progress;
     ClipTotals totals;
-    const auto use = [&](const WorkerMessage& message, uint8_t* frame, const std::string& tags) {
+    const auto use = [&](const RequestResult& result, uint8_t* frame, const std::string& tags) {
         writer.write(frame, tags);
         if (hash) hash->add(plan.written, frame);
         if (times) {
             char line[64];
             const int length = std::snprintf(line, sizeof line, "%ju %.3f\n",
-                                             options_.part.skip + totals.frames, message.milliseconds);
+                                             options_.part.skip + totals.frames, result.milliseconds);
             times->write(reinterpret_cast<const uint8_t*>(line), static_cast<size_t>(length));
         }
         ++totals.frames;
-        totals.milliseconds += message.milliseconds;
-        if (totals.fallback.empty()) totals.fallback = message.text;
+        totals.milliseconds += result.milliseconds;
+        if (totals.fallback.empty()) totals.fallback = result.fallback();
         progress.show(totals.frames, all);
     };
 
@@ -142,9 +150,9 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
     return totals;
 }
 
-int Clip::process(const FrameShape& written, Size src, Size dst, const Request& request,
-                  const std::string& what, const std::string& software) {
-    const FramePlan plan{reader_->shape(), written, working(), src, dst, request, color(), options_.watch};
+int Clip::process(const FrameShape& written, const Request& request, const std::string& what,
+                  const std::string& software) {
+    const FramePlan plan{reader_->shape(), written, request, color(), options_.watch};
     const ClipTotals totals = processFrames(plan);
     if (options_.json) {
         reportJson(options_, plan, totals, what);

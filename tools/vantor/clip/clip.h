@@ -8,6 +8,7 @@
 
 #include "tools/vantor/clip/frame_range.h"
 #include "tools/vantor/clip/frame_task.h"
+#include "tools/vantor/clip/pipeline.h"
 #include "tools/vantor/io/clip_reader.h"
 
 namespace vantor::tool {
@@ -19,7 +20,7 @@ struct ClipOptions {
     FileOptions outputOptions{"--output", {}, {}};
     bool overwriteInput = false;
     FrameRange part;
-    size_t jobs = 0;  ///< 0: one per CPU
+    size_t jobs = 0;  ///< threads; 0: one per CPU
     std::string timesFile;
     bool hash = false;
     std::string verify;
@@ -46,22 +47,23 @@ public:
     explicit Clip(const ClipOptions& options);
 
     Size size() const { return reader_->shape().size; }
-    /// The format that the library works on.
-    PixelFormat working() const;
+    /// Whether the library works on chroma too.
+    bool isColor() const;
     /// The shape of frames of a size that are written. `what` is what an error names.
     FrameShape written(const std::string& what, Size size) const;
 
-    /// Makes all frames with `request`, from pictures of `src`'s to pictures of `dst`'s size, and prints a
-    /// summary line, of `what` was done and where, to standard error. Returns the exit status.
-    int process(const FrameShape& written, Size src, Size dst, const Request& request,
-                const std::string& what, const std::string& software);
+    /// Makes all frames with `request`, and prints a summary line, of `what` was done and where, to standard
+    /// error. Returns the exit status.
+    int process(const FrameShape& written, const Request& request, const std::string& what,
+                const std::string& software);
 
 private:
     PixelFormat writtenFormat() const;
     YuvColor color() const;
     Y4mHeader headerOf(const FrameShape& written) const;
     std::optional<uintmax_t> framesLeft() const;
-    size_t jobs() const;
+    /// A worker per thread with many frames, else one with an engine of all threads.
+    Pipeline pipelineFor(const FramePlan& plan) const;
     ClipTotals processFrames(const FramePlan& plan);
 
     ClipOptions options_;

@@ -23,7 +23,7 @@ void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTot
     nlohmann::ordered_json json{{"input", file(options.input, plan.read)},
                                 {"output", file(options.output, plan.written)},
                                 {"what", what},
-                                {"worked_on_as", toString(plan.working)},
+                                {"worked_on_as", toString(plan.working())},
                                 {"backend", isHardware ? "hardware" : "software"},
                                 {"path", isHardware ? "hardware" : "processor"},  // the older name
                                 {"frames", totals.frames},
@@ -48,7 +48,7 @@ void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals&
     const std::string line = options.input + " " + toString(plan.read.size) + " " +
                              toString(plan.read.format) + " to " + options.output + " " +
                              toString(plan.written.size) + " " + toString(plan.written.format) + ": " + what +
-                             " as " + toString(plan.working) + " " +
+                             " as " + toString(plan.working()) + " " +
                              describe(plan.request.backend(), software, totals.fallback) + " " + time +
                              (isRgb(plan) ? std::string("; RGB by ") + toString(plan.color) : "") +
                              (totals.hash.empty() ? "" : "; hash " + totals.hash);

@@ -2,29 +2,45 @@
 
 namespace vantor::tool {
 
-FrameTask::FrameTask(const FramePlan& plan)
-    : plan_(plan),
-      src_(plan.working, plan.src, plan.request.backend()),
-      dst_(plan.working, plan.dst, plan.request.backend()) {}
+PixelFormat FramePlan::working() const {
+    const bool isOneLayout = read.format == written.format && isSubsampled(read.format);
+    return isOneLayout && read.size.isEven() && !usesClient() ? read.format
+                                                              : workingFormat(read.format, written.format);
+}
 
-WorkingPicture FrameTask::share(WorkingMemory& memory, const Planes& frame) const {
-    WorkingPicture picture = memory.picture();
-    Planes& planes = picture.planes;
-    const bool isPacked = frame.size == planes.size && frame.lumaStride == planes.lumaStride;
-    if (plan_.request.backend() == Backend::Hardware || frame.format == PixelFormat::Rgb || !isPacked)
-        return picture;
-    planes.luma = frame.luma;
-    if (frame.format == PixelFormat::Nv12 && planes.format == PixelFormat::Nv12) planes.chroma = frame.chroma;
+Size FramePlan::worked(Size frame) const {
+    if (usesClient() && request.isWarp()) return deviceSize(frame);
+    return working() == PixelFormat::Gray ? frame : frame.roundedUp(2, 2);
+}
+
+FrameTask::Side::Side(const FramePlan& plan, const FrameShape& shape)
+    : isLumaShared_(!plan.usesClient() && shape.format != PixelFormat::Rgb &&
+                    plan.worked(shape.size) == shape.size) {
+    if (isLumaShared_ && shape.format == plan.working()) return;
+    memory_.emplace(plan.working(), plan.worked(shape.size), plan.request.backend());
+}
+
+WorkingPicture FrameTask::Side::picture(const Planes& frame) const {
+    if (!memory_) return {frame, fullRegion(frame.size)};
+    WorkingPicture picture = memory_->picture();
+    if (isLumaShared_) {
+        picture.planes.luma = frame.luma;
+        picture.planes.lumaStride = frame.lumaStride;
+    }
     return picture;
 }
+
+FrameTask::FrameTask(const FramePlan& plan, size_t threads)
+    : plan_(plan), src_(plan, plan.read), dst_(plan, plan.written), engine_(threads) {}
 
 RequestResult FrameTask::run(uint8_t* read, uint8_t* written) {
     const Planes input = planesIn(plan_.read, read);
     const Planes output = planesIn(plan_.written, written);
-    const WorkingPicture src = share(src_, input);
-    const WorkingPicture dst = share(dst_, output);
+    const WorkingPicture src = src_.picture(input);
+    const WorkingPicture dst = dst_.picture(output);
     toWorking(input, src.planes, plan_.color);
-    const RequestResult result = runRequest(dst, src, plan_.request, plan_.watch);
+    const RequestResult result = plan_.usesClient() ? runRequest(dst, src, plan_.request, plan_.watch)
+                                                    : engine_.run(dst.planes, src.planes, plan_.request);
     fromWorking(dst.planes, output, plan_.color);
     return result;
 }

@@ -1,6 +1,9 @@
-// What is done to each frame of a clip, in one process.
+// What is done to each frame of a clip.
 #pragma once
 
+#include <optional>
+
+#include "tools/vantor/library/engine.h"
 #include "tools/vantor/library/request.h"
 
 namespace vantor::tool {
@@ -8,30 +11,47 @@ namespace vantor::tool {
 struct FramePlan {
     FrameShape read;     ///< a frame of the input
     FrameShape written;  ///< a frame of the output
-    PixelFormat working;
-    Size src;  ///< what the library gets: as large as what is read, or larger
-    Size dst;  ///< what the library makes: as large as what is written, or larger
     Request request;
     YuvColor color;
     RequestWatch watch;
+
+    /// Whether the request goes through the client, which takes one at a time per process. All others are the
+    /// engine's.
+    bool usesClient() const { return watch || request.backend() == Backend::Hardware; }
+    /// The format that the library works on.
+    PixelFormat working() const;
+    /// The size at which the library works on a frame of this size: as large, or larger.
+    Size worked(Size frame) const;
 };
 
 /// Not thread-safe.
 class FrameTask {
 public:
-    explicit FrameTask(const FramePlan& plan);
+    /// With the engine's threads. The plan outlives the task.
+    FrameTask(const FramePlan& plan, size_t threads);
 
-    /// Makes a frame of the output from one of the input. The library works in place on those planes
-    /// whose layout it takes; only others are copied.
+    /// Makes a frame of the output from one of the input. The engine works on those planes of both whose
+    /// layout it takes; only others are copied.
     RequestResult run(uint8_t* read, uint8_t* written);
 
 private:
-    /// The library's picture, with those planes of the frame that can serve for it.
-    WorkingPicture share(WorkingMemory& memory, const Planes& frame) const;
+    /// A frame as the library takes it.
+    class Side {
+    public:
+        Side(const FramePlan& plan, const FrameShape& shape);
 
-    FramePlan plan_;
-    WorkingMemory src_;
-    WorkingMemory dst_;
+        /// With the frame's own planes where they can serve.
+        WorkingPicture picture(const Planes& frame) const;
+
+    private:
+        std::optional<WorkingMemory> memory_;  ///< unless all planes serve
+        bool isLumaShared_;
+    };
+
+    const FramePlan& plan_;
+    Side src_;
+    Side dst_;
+    Engine engine_;
 };
 
 }  // namespace vantor::tool

@@ -1,13 +1,12 @@
 #include "tools/vantor/clip/workers.h"
 
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <system_error>
 #include <utility>
 
 #include "tools/vantor/base/error.h"
@@ -15,100 +14,86 @@
 namespace vantor::tool {
 namespace {
 
-template <typename Message>
-bool sendMessage(int socket, const Message& message) {
-    ssize_t sent = 0;
-    do {
-        sent = send(socket, &message, sizeof message, MSG_NOSIGNAL);
-    } while (sent < 0 && errno == EINTR);
-    return sent == ssize_t{sizeof message};
-}
-
-/// False if the other side has closed the connection.
-template <typename Message>
-bool receiveMessage(int socket, Message& message) {
-    ssize_t received = 0;
-    do {
-        received = recv(socket, &message, sizeof message, 0);
-    } while (received < 0 && errno == EINTR);
-    return received == ssize_t{sizeof message};
-}
-
-std::string describeEnd(int status) {
-    if (WIFSIGNALED(status)) {
-        return "ended by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) +
-               ")";
-    }
-    return "ended with status " + std::to_string(WEXITSTATUS(status));
+[[noreturn]] void failToStart(int error) {
+    throw UserError(std::string("cannot start a worker: ") + std::strerror(error));
 }
 
 }  // namespace
 
-Workers::Workers(size_t count, Work work) : work_(std::move(work)) {
-    while (count > 1 && workers_.size() < count) startWorker();
+Workers::End::End() : descriptor(eventfd(0, EFD_CLOEXEC)) {
+    if (descriptor < 0) failToStart(errno);
+}
+
+Workers::End::~End() {
+    close(descriptor);
+}
+
+Workers::Workers(size_t count, size_t pieces, Work work) : work_(std::move(work)), ends_(pieces) {
+    if (count == 1) return;
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    int error = 0;
+    try {
+        while (threads_.size() < count) threads_.emplace_back(&Workers::serve, this, threads_.size());
+    } catch (const std::system_error& failure) {
+        error = failure.code().value();
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (error == 0) return;
+    joinThreads();
+    failToStart(error);
 }
 
 Workers::~Workers() {
-    for (Worker& worker : workers_) end(worker);
-    for (const Worker& worker : workers_) close(worker.socket);
+    joinThreads();
 }
 
-void Workers::startWorker() {
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        throw UserError(std::string("cannot start a worker: ") + std::strerror(errno));
+void Workers::joinThreads() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isEnding_ = true;
     }
-    const pid_t parent = getpid();
-    const pid_t process = fork();
-    if (process == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != parent) _exit(kFailed);
-        close(ends[0]);
-        for (const Worker& worker : workers_) close(worker.socket);
-        serve(ends[1]);
-    }
-    const int error = errno;
-    close(ends[1]);
-    if (process < 0) {
-        close(ends[0]);
-        throw UserError(std::string("cannot start a worker: ") + std::strerror(error));
-    }
-    workers_.push_back({process, ends[0]});
+    wake_.notify_all();
+    for (std::thread& thread : threads_) thread.join();
 }
 
-void Workers::serve(int socket) const {
-    size_t piece = 0;
-    while (receiveMessage(socket, piece) && sendMessage(socket, work_(piece))) continue;
-    _exit(kDone);
+void Workers::serve(size_t worker) {
+    for (std::unique_lock<std::mutex> lock(mutex_);;) {
+        wake_.wait(lock, [&] { return isEnding_ || !started_.empty(); });
+        if (isEnding_) return;
+        const size_t piece = started_.front();
+        started_.pop_front();
+        lock.unlock();
+        run(worker, piece);
+        lock.lock();
+    }
+}
+
+void Workers::run(size_t worker, size_t piece) {
+    try {
+        work_(worker, piece);
+    } catch (...) {
+        ends_[piece].error = std::current_exception();
+    }
+    constexpr uint64_t kOnce = 1;
+    [[maybe_unused]] const ssize_t written = write(ends_[piece].descriptor, &kOnce, sizeof kOnce);
 }
 
 void Workers::start(size_t piece) {
-    if (workers_.empty()) {
-        own_ = work_(piece);
-    } else if (!sendMessage(workerOf(piece).socket, piece)) {
-        failOf(piece);
+    if (threads_.empty()) return run(0, piece);
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        started_.push_back(piece);
     }
+    wake_.notify_one();
 }
 
-WorkerMessage Workers::wait(size_t piece) {
-    WorkerMessage outcome = own_;
-    if (!workers_.empty() && !receiveMessage(workerOf(piece).socket, outcome)) failOf(piece);
-    if (outcome.isFailure) throw UserError(outcome.text);
-    return outcome;
-}
-
-int Workers::end(Worker& worker) {
-    int status = 0;
-    if (worker.process == 0) return status;
-    kill(worker.process, SIGKILL);  // which leaves the status of one that has ended
-    waitpid(std::exchange(worker.process, 0), &status, 0);
-    return status;
-}
-
-void Workers::failOf(size_t piece) {
-    Worker& worker = workers_[piece % workers_.size()];
-    const std::string process = std::to_string(worker.process);
-    throw UserError("worker process " + process + " " + describeEnd(end(worker)));
+void Workers::wait(size_t piece) {
+    End& end = ends_[piece];
+    uint64_t times = 0;
+    while (read(end.descriptor, &times, sizeof times) < 0 && errno == EINTR) continue;
+    if (end.error) std::rethrow_exception(std::exchange(end.error, nullptr));
 }
 
 }  // namespace vantor::tool

@@ -1,59 +1,59 @@
-// Processes that work in parallel: the model has one state per process.
+// Threads that work in parallel.
 #pragma once
 
-#include <sys/types.h>
-
+#include <condition_variable>
 #include <cstddef>
+#include <deque>
+#include <exception>
 #include <functional>
-#include <string>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 namespace vantor::tool {
 
-/// What came of one piece of work, as it goes from one process to the other.
-struct WorkerMessage {
-    double milliseconds;
-    bool isFailure;
-    char text[500];  ///< why, or a note
-};
-
-/// Each worker does what it is given one by one and in order. They are forked by the constructor, before this
-/// process has threads, and see memory of that time, and what is shared. They end with this process, whatever
-/// ends it.
+/// Each worker takes the first piece that was started and that no other has taken. Signals are left to the
+/// other threads of the process.
 class Workers {
 public:
-    using Work = std::function<WorkerMessage(size_t piece)>;
+    using Work = std::function<void(size_t worker, size_t piece)>;
 
-    /// With a `count` of one, this process works itself.
-    Workers(size_t count, Work work);
+    /// For pieces below `pieces`. With a `count` of one, the caller's thread works, in start().
+    Workers(size_t count, size_t pieces, Work work);
+    /// Waits for the pieces that are being worked on; the others are dropped.
     ~Workers();
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
 
-    /// Hands a piece to a worker, of which each has its share: piece modulo count.
     void start(size_t piece);
-    /// The outcome of a started piece, of each worker's the first that was not waited for. Fails if the work
-    /// did, or the worker ended.
-    WorkerMessage wait(size_t piece);
-    /// What can be waited for until wait() does not wait; negative if it never does.
-    int descriptor(size_t piece) const { return workers_.empty() ? -1 : workerOf(piece).socket; }
+    /// Waits for a started piece, and throws what its work threw.
+    void wait(size_t piece);
+    /// What can be polled until wait() does not wait.
+    int descriptor(size_t piece) const { return ends_[piece].descriptor; }
 
 private:
-    struct Worker {
-        pid_t process;  ///< 0: no more
-        int socket;
+    /// The end of a piece's work.
+    struct End {
+        End();
+        ~End();
+        End(const End&) = delete;
+        End& operator=(const End&) = delete;
+
+        int descriptor;
+        std::exception_ptr error;
     };
 
-    const Worker& workerOf(size_t piece) const { return workers_[piece % workers_.size()]; }
-    void startWorker();
-    [[noreturn]] void serve(int socket) const;
-    /// Returns how it ended, as waitpid() says it.
-    static int end(Worker& worker);
-    [[noreturn]] void failOf(size_t piece);
+    void joinThreads();
+    void serve(size_t worker);
+    void run(size_t worker, size_t piece);
 
     Work work_;
-    WorkerMessage own_{};  ///< if this process works itself
-    std::vector<Worker> workers_;
+    std::vector<End> ends_;
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::deque<size_t> started_;
+    bool isEnding_ = false;
+    std::vector<std::thread> threads_;
 };
 
 }  // namespace vantor::tool

@@ -42,7 +42,7 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
     };
     addFrameRangeOptions(command, options.part);
     add("Clips", "--jobs", options.jobs, "N",
-        "Process N frames in parallel, 1 to 256; one per CPU if not given")
+        "Use N threads, 1 to 256, on a frame each or all on a single one; one per CPU if not given")
         ->check(CLI::Range(size_t{1}, kMaxJobs).description(""));
     add("Clips", "--times", options.timesFile, "FILE",
         "Write each frame's number and its time in the library, in milliseconds, to FILE");

@@ -1,4 +1,4 @@
-// vantor crosscheck: the same request on both backends, compared.
+// vantor crosscheck: the same request on both backends and by the C library, compared.
 #include <algorithm>
 #include <memory>
 
@@ -10,6 +10,7 @@
 #include "tools/vantor/commands/target_size.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/io/picture_file.h"
+#include "tools/vantor/library/engine.h"
 #include "tools/vantor/library/request.h"
 #include "tools/vantor/picture/difference.h"
 
@@ -48,6 +49,16 @@ Check warping(const CrosscheckOptions& options, Picture input) {
             on(Backend::Hardware)};
 }
 
+bool areIdentical(const std::vector<Difference>& differences) {
+    return std::all_of(differences.begin(), differences.end(),
+                       [](const Difference& difference) { return difference.differing == 0; });
+}
+
+void print(const char* what, const std::vector<Difference>& differences) {
+    printLine("%s and software backend: %s", what, areIdentical(differences) ? "identical" : "different");
+    print(differences);
+}
+
 int run(const CrosscheckOptions& options) {
     if (options.size.empty() == !options.warp.isGiven()) {
         throw UserError(
@@ -55,26 +66,29 @@ int run(const CrosscheckOptions& options) {
             "for a warping request");
     }
     Picture input = readPicture(inputSpec(options.input, options.fileOptions));
-    const Check check =
+    Check check =
         options.size.empty() ? warping(options, std::move(input)) : scaling(options, std::move(input));
     Picture fromProcessor = makePicture(check.src.format, check.dstSize);
-    Picture fromHardware = makePicture(check.src.format, check.dstSize);
+    Picture fromEngine = fromProcessor;
+    Picture fromHardware = fromProcessor;
     runRequest(fromProcessor, check.src, check.processor);
+    Engine(0).run(planesOf(fromEngine), planesOf(check.src), check.processor);
     const RequestResult result = runRequest(fromHardware, check.src, check.hardware);
     if (!result.fallback().empty()) {
         throw UserError("nothing to compare: the hardware backend fell back to the CPU (" +
                         result.fallback() + ")");
     }
-    const std::vector<Difference> differences = measure(fromHardware, fromProcessor);
-    const bool isSame = std::all_of(differences.begin(), differences.end(),
-                                    [](const Difference& difference) { return difference.differing == 0; });
+    const std::vector<Difference> ofHardware = measure(fromHardware, fromProcessor);
+    const std::vector<Difference> ofEngine = measure(fromEngine, fromProcessor);
+    const bool isSame = areIdentical(ofHardware) && areIdentical(ofEngine);
     if (options.json) {
-        printDocument({{"identical", isSame}, {"components", toJson(differences)}});
-        return isSame ? kDone : kDifferent;
+        printDocument({{"identical", isSame},
+                       {"components", toJson(ofHardware)},
+                       {"c_library_components", toJson(ofEngine)}});
+    } else {
+        print("hardware backend (here the software service)", ofHardware);
+        print("C library", ofEngine);
     }
-    printLine("hardware backend (here the software service) and software backend: %s",
-              isSame ? "identical" : "different");
-    print(differences);
     return isSame ? kDone : kDifferent;
 }
 
@@ -83,7 +97,8 @@ int run(const CrosscheckOptions& options) {
 void addCrosscheck(CLI::App& app, Run& run) {
     auto options = std::make_shared<CrosscheckOptions>();
     CLI::App* command = app.add_subcommand(
-        "crosscheck", "Run a request on both backends, hardware and software, and compare");
+        "crosscheck",
+        "Run a request on both backends, hardware and software, and by the C library, and compare");
     command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)
         ->type_name("FILE")
         ->required();

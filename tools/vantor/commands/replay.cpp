@@ -83,10 +83,8 @@ RequestResult runAgain(const Record& record, const Picture& source, Picture& mad
 
 std::string describe(const Record& record) {
     const Request& request = record.request;
-    const bool isWarp = request.operation == Request::Operation::GdcGrid ||
-                        request.operation == Request::Operation::GdcMatrix;
     return std::string(toString(request.operation)) +
-           (isWarp ? std::string(" on ") + targetName(request.target) : "") + ", " +
+           (request.isWarp() ? std::string(" on ") + targetName(request.target) : "") + ", " +
            toString(record.source.size) + " to " + toString(record.result.size) + " " +
            toString(record.format);
 }

@@ -24,13 +24,12 @@ const char* describe(Size from, Size to) {
 
 int run(const ScaleOptions& options) {
     Clip clip(options.clip);
-    const bool isColor = clip.working() != PixelFormat::Gray;
+    const bool isColor = clip.isColor();
     const Size src = isColor ? evenSize(clip.size()) : clip.size();
     const Size dst = targetSize(options.size, src, isColor ? 2 : 1);
     const FrameShape written = clip.written("--size", dst);
     noteAliasing(src, dst);
-    return clip.process(written, src, dst, scalingRequest(options.backend.chosen()), describe(src, dst),
-                        "software");
+    return clip.process(written, scalingRequest(options.backend.chosen()), describe(src, dst), "software");
 }
 
 }  // namespace

@@ -33,8 +33,7 @@ int run(const WarpCommand& command) {
     const Size frame = warpFrame(command.clip.input, size);
     const Request request = requestFrom(command.warp, command.backend.chosen(), size, frame);
     noteFrame(command.clip.input, size, frame);
-    return clip.process(written, frame, frame, request, "warped (" + describe(command.warp) + ")",
-                        "the software model");
+    return clip.process(written, request, "warped (" + describe(command.warp) + ")", "the software model");
 }
 
 }  // namespace

@@ -3,13 +3,13 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <chrono>
 
 #include "hardware/vantorClient/warp_limits.h"
 #include "service/start_software_service.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/library/log_watch.h"
+#include "tools/vantor/library/timed.h"
 
 namespace vantor::tool {
 namespace {
@@ -34,13 +34,6 @@ BufferData describeBuffer(const WorkingPicture& picture) {
 int32_t formatOf(const WorkingPicture& picture) {
     return picture.planes.format == PixelFormat::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE
                                                       : hardware::IMAGE_FORMAT_NV12;
-}
-
-template <typename Call>
-double timed(Call&& call) {
-    const auto start = std::chrono::steady_clock::now();
-    call();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
 /// Raises the limit on descriptors: the library leaves one or two open with each request of gray pictures.
@@ -78,11 +71,11 @@ WorkingMemory::WorkingMemory(PixelFormat format, Size size, Backend backend) : l
     if (backend == Backend::Hardware) {
         shared_.emplace(length);
     } else {
-        own_.resize(length);
+        own_.emplace(length);
     }
 }
 
-WorkingPicture WorkingMemory::picture() {
+WorkingPicture WorkingMemory::picture() const {
     WorkingPicture picture{planesIn(packedShape(PixelFormat::Nv12, size_), bytes()), fullRegion(size_),
                            shared_ ? shared_->descriptor() : -1};
     picture.planes.format = layout_;
@@ -97,8 +90,7 @@ static hardware::vantorClient::_GDCGrid clientGrid(const Grid& grid) {
 }
 
 Backend Request::backend() const {
-    const bool isScaling = operation == Operation::InterpBicubic || operation == Operation::Csc;
-    const bool isHardware = isScaling ? operation == Operation::Csc : target == hardware::GDC_HW;
+    const bool isHardware = isWarp() ? target == hardware::GDC_HW : operation == Operation::Csc;
     return isHardware ? Backend::Hardware : Backend::Software;
 }
 
@@ -170,6 +162,10 @@ std::string describe(Backend backend, const std::string& software, const std::st
     return "by the hardware backend's fallback (" + fallback + ")";
 }
 
+Size deviceSize(Size picture) {
+    return picture.roundedUp(hardware::kWarpWidthAlignment, hardware::kWarpHeightAlignment);
+}
+
 Size warpFrame(const std::string& what, Size picture) {
     constexpr Size kMinSize{hardware::kMinWarpWidth, hardware::kMinWarpHeight};
     constexpr Size kMaxSize{hardware::kMaxWarpWidth, hardware::kMaxWarpHeight};
@@ -178,7 +174,7 @@ Size warpFrame(const std::string& what, Size picture) {
         throw UserError(what + ": " + toString(picture) + " picture: warps take " + toString(kMinSize) +
                         " to " + toString(kMaxSize));
     }
-    return picture.roundedUp(hardware::kWarpWidthAlignment, hardware::kWarpHeightAlignment);
+    return deviceSize(picture);
 }
 
 void noteFrame(const std::string& what, Size picture, Size frame) {

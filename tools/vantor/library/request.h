@@ -5,10 +5,10 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "geometry/warp_map.h"
 #include "hardware/vantorClient/vantor_client.h"
+#include "tools/vantor/base/zeroed_memory.h"
 #include "tools/vantor/library/shared_buffer.h"
 #include "tools/vantor/picture/planes.h"
 
@@ -32,6 +32,7 @@ struct Request {
     Grid grid{};                             ///< of GdcGrid
     std::array<int16_t, 6> matrix{};         ///< of GdcMatrix
 
+    bool isWarp() const { return operation == Operation::GdcGrid || operation == Operation::GdcMatrix; }
     Backend backend() const;
     int32_t operator()(const hardware::vantorClient::BufferData& dst,
                        const hardware::vantorClient::BufferData& src, int32_t format) const;
@@ -66,13 +67,13 @@ class WorkingMemory {
 public:
     WorkingMemory(PixelFormat format, Size size, Backend backend);
 
-    uint8_t* bytes() { return shared_ ? shared_->bytes() : own_.data(); }
-    WorkingPicture picture();
+    uint8_t* bytes() const { return shared_ ? shared_->bytes() : own_->bytes(); }
+    WorkingPicture picture() const;
 
 private:
     PixelFormat layout_;
     Size size_;
-    std::vector<uint8_t> own_;
+    std::optional<ZeroedMemory> own_;
     std::optional<SharedBuffer> shared_;
 };
 
@@ -103,8 +104,10 @@ RequestResult runRequest(Picture& dst, const Picture& src, const Request& reques
 /// Where the work was done, for the summary line, such as "in the software model".
 std::string describe(Backend backend, const std::string& software, const std::string& fallback);
 
-/// The size at which the library warps a picture: the next multiples of 16 and 2. Refuses sizes outside its
-/// limits; `what` is what an error names.
+/// The size at which the device warps a picture: the next multiples of 16 and 2.
+Size deviceSize(Size picture);
+
+/// The same. Refuses sizes outside the device's limits; `what` is what an error names.
 Size warpFrame(const std::string& what, Size picture);
 
 /// Prints a note if the frame is larger than the picture.

@@ -13,7 +13,7 @@ public:
     SharedBuffer(const SharedBuffer&) = delete;
     SharedBuffer& operator=(const SharedBuffer&) = delete;
 
-    uint8_t* bytes() { return bytes_; }
+    uint8_t* bytes() const { return bytes_; }
     int descriptor() const { return descriptor_; }
 
 private:

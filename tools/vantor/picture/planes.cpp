@@ -90,6 +90,7 @@ void copyLuma(const Planes& from, const Planes& to, Size size) {
 /// Chroma of `size` to NV12's pairs, or from them.
 void moveChroma(const Planes& from, const Planes& to, Size size) {
     const auto [width, height] = size;
+    if (from.chroma == to.chroma) return;
     if (from.format == PixelFormat::I420) {
         libyuv::MergeUVPlane(from.chroma, from.chromaStride, from.second, from.chromaStride, to.chroma,
                              to.chromaStride, width, height);
@@ -98,7 +99,7 @@ void moveChroma(const Planes& from, const Planes& to, Size size) {
                              to.chromaStride, width, height);
     } else if (from.format != to.format) {
         libyuv::SwapUVPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, width, height);
-    } else if (from.chroma != to.chroma) {
+    } else {
         libyuv::CopyPlane(from.chroma, from.chromaStride, to.chroma, to.chromaStride, 2 * width, height);
     }
 }

@@ -1,4 +1,5 @@
-// half WIDTH HEIGHT: halves a raw NV12 picture, from standard input to standard output.
+// half_client WIDTH HEIGHT: halves a raw NV12 picture, from standard input to standard output, through the
+// interface of the device's clients.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -25,14 +26,14 @@ int main(int argc, char** argv) {
     const int width = argc == 3 ? std::atoi(argv[1]) : 0;
     const int height = argc == 3 ? std::atoi(argv[2]) : 0;
     if (width < 16 || width > 8192 || width % 4 != 0 || height < 16 || height > 8192 || height % 4 != 0) {
-        std::fputs("usage: half WIDTH HEIGHT <FROM >TO, both 16 to 8192 and multiples of 4\n", stderr);
+        std::fputs("usage: half_client WIDTH HEIGHT <FROM >TO, both 16 to 8192 and multiples of 4\n", stderr);
         return 2;
     }
     std::vector<uint8_t> from, to;
     const auto src = nv12(from, width, height);
     const auto dst = nv12(to, width / 2, height / 2);
     if (std::fread(from.data(), 1, from.size(), stdin) != from.size()) {
-        std::fprintf(stderr, "half: expected %zu bytes\n", from.size());
+        std::fprintf(stderr, "half_client: expected %zu bytes\n", from.size());
         return 2;
     }
     if (vantorClient::runInterpBicubic(dst, src, hardware::IMAGE_FORMAT_NV12) != 0) return 1;

@@ -1,0 +1,15 @@
+# The examples after the first, for projects in which the targets of Vantor10 are defined.
+set(examples ${CMAKE_CURRENT_LIST_DIR})
+add_executable(half_clip ${examples}/half_clip.cpp)
+target_link_libraries(half_clip PRIVATE Vantor10::vantor)
+# It needs the header alone, and at run time to find the library.
+add_executable(half_loaded ${examples}/half_loaded.c)
+target_include_directories(half_loaded PRIVATE $<TARGET_PROPERTY:Vantor10::vantor,INTERFACE_INCLUDE_DIRECTORIES>)
+target_link_libraries(half_loaded PRIVATE ${CMAKE_DL_LIBS})
+set_target_properties(half_loaded PROPERTIES BUILD_RPATH $<TARGET_FILE_DIR:Vantor10::vantor>)
+if(TARGET Vantor10::Vantor10)
+    add_executable(half_client ${examples}/half_client.cpp)
+    target_link_libraries(half_client PRIVATE Vantor10::Vantor10)
+    add_executable(half_on_service ${examples}/half_on_service.cpp)
+    target_link_libraries(half_on_service PRIVATE Vantor10::service)
+endif()
