@@ -6,6 +6,7 @@ the package is not installed, PYTHONPATH=bindings/python VANTOR_LIBRARY=build/li
 import argparse
 import concurrent.futures
 import os
+import random
 import time
 
 import cv2
@@ -28,14 +29,14 @@ def pairs(image):
 
 
 def least(calls, repeat):
-    """The least seconds of each call, taken in turns so that all see the same machine."""
-    times = [[] for _ in calls]
+    """The least seconds of each call, taken in turns, and in any order as each leaves its data in the caches."""
+    times = {call: [] for call in calls}
     for _ in range(repeat):
-        for call, taken in zip(calls, times):
+        for call in random.sample(calls, len(calls)):
             start = time.perf_counter()
             call()
-            taken.append(time.perf_counter() - start)
-    return [min(taken) for taken in times]
+            times[call].append(time.perf_counter() - start)
+    return [min(taken) for taken in times.values()]
 
 
 def report(name, ours, theirs, limit):
@@ -63,8 +64,8 @@ def warping(repeat):
     chroma = cv2.initUndistortRectifyMap(half, D, None, half, (960, 540), cv2.CV_32FC1)
     package, opencv = least([
         lambda: vantor.warp(image, grid, out=out, engine=engine),
-        lambda: [cv2.remap(plane, *maps, cv2.INTER_CUBIC) for plane, maps in ((image.y, luma), (pairs(image), chroma))]],
-        repeat)
+        lambda: [cv2.remap(plane, *maps, cv2.INTER_CUBIC)
+                 for plane, maps in ((image.y, luma), (pairs(image), chroma))]], repeat)
     report("warp 1080p, against cv2.remap", package, opencv, 0.16)
 
 
