@@ -173,15 +173,16 @@ int vantor_grid_from_map(vantor_grid *grid, const float *map_x, const float *map
 
 /** A warp in parts, in the order in which they lead from a pixel of the result to its source. */
 typedef struct vantor_transform {
-    double rotate;             /**< degrees, counter-clockwise as seen */
-    double zoom;               /**< above 0; above 1 enlarges */
-    double shear_x;            /**< pixels to the right per pixel down */
-    double shear_y;            /**< pixels down per pixel to the right; shear_x times shear_y is not 1 */
-    double shift_x;            /**< pixels to the right */
-    double shift_y;            /**< pixels down */
-    double lens[5];            /**< k1, k2, k3, p1, p2 as for vantor_grid_from_lens() */
-    double center_x, center_y; /**< of all parts: pixels from the picture's left and upper edge */
-    int32_t has_center;        /**< 0: the picture's centre instead */
+    double rotate;      /**< degrees, counter-clockwise as seen */
+    double zoom;        /**< above 0; above 1 enlarges */
+    double shear_x;     /**< pixels to the right per pixel down */
+    double shear_y;     /**< pixels down per pixel to the right; shear_x times shear_y is not 1 */
+    double shift_x;     /**< pixels to the right */
+    double shift_y;     /**< pixels down */
+    double lens[5];     /**< k1, k2, k3, p1, p2 as for vantor_grid_from_lens() */
+    double center_x;    /**< of all parts: pixels from the picture's left edge */
+    double center_y;    /**< pixels from its upper edge */
+    int32_t has_center; /**< 0: the picture's centre instead */
 } vantor_transform;
 
 /** The grid of rotation, zoom, shear, shift and lens; the one that `vantor grid` makes of options of these names. */
@@ -199,7 +200,8 @@ typedef struct vantor_calibration {
     double coefficients[14];   /**< k1, k2, p1, p2, k3 to k6, s1 to s4, and two zeros; of a fisheye k1 to k4 */
     int32_t coefficient_count; /**< 4, 5, 8, 12 or 14; 4 for a fisheye */
     int32_t is_fisheye;        /**< not 0: equidistant, as of OpenCV's fisheye functions */
-    int32_t width, height;     /**< of the pictures that it was made with, 1 to 1000000 */
+    int32_t width;             /**< of the pictures that it was made with, 1 to 1000000 */
+    int32_t height;            /**< the same */
     int32_t has_alpha;         /**< 0: the result has the camera matrix of the calibration */
     double alpha;              /**< else: 0 shows only what the source has, 1 all that it has, between is a blend */
 } vantor_calibration;
@@ -245,19 +247,14 @@ int vantor_grid_format(const vantor_grid *grid, int form, const char *comment, v
 
 /** A view of 8-bit pixels: R, G, B. */
 typedef struct vantor_rgb {
-    int32_t width; /**< 1 to 16384 */
-    int32_t height;
+    int32_t width;    /**< 1 to 16384 */
+    int32_t height;   /**< the same */
     uint8_t *pixels;  /**< the first of the top row; only read in sources */
     ptrdiff_t stride; /**< bytes from one row to the next, at least 3 x width */
 } vantor_rgb;
 
 /** Which YUV encodes RGB: the matrix, and whether luma is from 16 to 235 and chroma from 16 to 240, or both full. */
-enum {
-    VANTOR_BT601_LIMITED = 0,
-    VANTOR_BT709_LIMITED = 1,
-    VANTOR_BT601_FULL = 2,
-    VANTOR_BT709_FULL = 3
-};
+enum { VANTOR_BT601_LIMITED = 0, VANTOR_BT709_LIMITED = 1, VANTOR_BT601_FULL = 2, VANTOR_BT709_FULL = 3 };
 
 /**
  * RGB to a picture as the command-line tool converts it. Without chroma `dst` has the size of `src`, with chroma that
@@ -277,9 +274,9 @@ int vantor_to_rgb(const vantor_rgb *dst, const vantor_image *src, int encoding);
 
 /** A running hash: XXH64 with seed 0. It may be copied, and needs no end. */
 typedef struct vantor_hash {
-    uint64_t lanes[4];
-    uint64_t length;
-    uint8_t rest[32];
+    uint64_t lanes[4]; /**< the state of whole blocks of 32 bytes */
+    uint64_t length;   /**< bytes so far */
+    uint8_t rest[32];  /**< those after the last whole block */
 } vantor_hash;
 
 /** Begins a hash. */
@@ -299,13 +296,13 @@ uint64_t vantor_hash_value(const vantor_hash *hash);
 
 /** How two pictures differ in one component. */
 typedef struct vantor_difference {
-    uint64_t samples;
+    uint64_t samples;        /**< of the component */
     uint64_t differing;      /**< samples that differ at all; the rest means nothing where there are none */
     int32_t largest;         /**< difference, not negative; 0 where there is none */
     int32_t first_x;         /**< in samples of the component; the first in the order of rows */
-    int32_t first_y;
-    int32_t first_a;         /**< the samples there */
-    int32_t first_b;
+    int32_t first_y;         /**< its row */
+    int32_t first_a;         /**< the sample there in `a` */
+    int32_t first_b;         /**< and in `b` */
     double squares;          /**< the sum of all squared differences */
     double psnr;             /**< in decibels; infinite where there is no difference */
     uint64_t histogram[256]; /**< how many samples differ by 0, 1, ... */
