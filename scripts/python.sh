@@ -23,10 +23,10 @@ echo "== python"
 flake8 --max-line-length 120 bindings/python examples/python tests/bindings/python bench/python.py
 
 quietly cmake --preset release
-quietly cmake --build --preset release
+quietly cmake --build --preset release --target vantor
 # A distribution with this version of the C library may have an older one of the C++ library.
 quietly cmake -S . -B "$out/library" -G Ninja -DVANTOR_TOOL=OFF \
-    -DCMAKE_SHARED_LINKER_FLAGS="-static-libstdc++ -static-libgcc"
+    -DCMAKE_SHARED_LINKER_FLAGS="-static-libstdc++ -Wl,--gc-sections"
 quietly cmake --build "$out/library" --target vantor_c
 library=$out/library/lib/libvantor.so.1
 strip --strip-unneeded "$library"
