@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import collections.abc
 import contextlib
 import os
 import pathlib
@@ -27,7 +28,7 @@ _BIT_DEPTH_AT = 24
 
 def read_text(path: Path) -> bytes:
     """The content of a small file."""
-    with open(path, "rb") as file:
+    with open(os.fspath(path), "rb") as file:
         content = file.read(_MOST_TEXT + 1)
     if len(content) > _MOST_TEXT:
         raise ValueError(f"{c.shown(path)}: more than {_MOST_TEXT} bytes, expected a grid or a calibration")
@@ -214,6 +215,8 @@ def write(path: Path, images: Union[Image, Iterable[Image]], *, encoding: str = 
     another than the pictures', which have one size. In PNG files, colour becomes RGB by `encoding` as for
     Image.to_rgb(). `tags` go to the header of Y4M files, such as those of a vantor.Clip.
     """
+    if not isinstance(images, (Image, collections.abc.Iterable)):
+        raise TypeError(f"images: {c.kind(images)}, expected a vantor.Image or several")
     frames = iter([images] if isinstance(images, Image) else images)
     first = expect_image("images", next(frames, None))
     if _ending(path) == "png":
@@ -255,7 +258,7 @@ def _write_png(path: Path, image: Image, encoding: str) -> None:
 
 
 def _name_words(path: Path) -> List[str]:
-    return re.split(r"[_\-. ]", os.path.basename(os.fspath(path)).lower())
+    return re.split(r"[_\-. ]", os.path.basename(os.fsdecode(path)).lower())
 
 
 def _ending(path: Path) -> str:

@@ -124,7 +124,7 @@ class Grid:
         a blend of both. The attribute `camera_matrix` is that of the result.
         """
         width, height = _checked_size(size)
-        made_with = size_of("calibrated_size", calibrated_size or size, (1000000, 1000000))
+        made_with = size_of("calibrated_size", size if calibrated_size is None else calibrated_size, (1000000, 1000000))
         matrix = reals("K", K, (9,), "3 x 3")
         counts = (4,) if fisheye else (4, 5, 8, 12, 14)
         coefficients = reals("D", D, counts, f"{' or '.join(map(str, counts))}{' for a fisheye' if fisheye else ''}")
@@ -147,8 +147,8 @@ class Grid:
         """
         found = _calibration.load_calibration(path, fisheye=fisheye, calibrated_size=calibrated_size)
         try:
-            return cls.from_calibration(found.K, found.D, size or found.size, alpha=alpha, fisheye=found.fisheye,
-                                        calibrated_size=found.size)
+            return cls.from_calibration(found.K, found.D, found.size if size is None else size, alpha=alpha,
+                                        fisheye=found.fisheye, calibrated_size=found.size)
         except ValueError as error:
             raise ValueError(f"{c.shown(path)}: {error}") from None
 
@@ -276,8 +276,11 @@ def expect_grid(name: str, grid: Any) -> Grid:
 
 
 def _checked_nodes(name: str, values: Any) -> npt.NDArray[Any]:
-    nodes = np.asarray(values)
     shape = (c.NODES, c.NODES)
+    try:
+        nodes = np.asarray(values)
+    except ValueError:
+        raise ValueError(f"{name}: rows of different lengths, expected integers of shape {shape}") from None
     if nodes.shape != shape or nodes.dtype.kind not in "iu":
         raise ValueError(f"{name}: {nodes.dtype} of shape {nodes.shape}, expected integers of shape {shape}")
     low, high = int(nodes.min()), int(nodes.max())
