@@ -26,6 +26,7 @@ class BicubicLumaColumns {
 public:
     using Kernels = BicubicLumaKernels;
     static constexpr int kChannels = 1;
+    static constexpr bool kIsPlanar = false;
     static constexpr int kMaxColumns = MaxColumns;
     static constexpr int kTaps = 4;
 

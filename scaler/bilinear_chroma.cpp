@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <type_traits>
 
 #include "scaler/bands.h"
 #include "scaler/bilinear_chroma_kernels.h"
@@ -22,20 +23,22 @@ const BilinearChromaKernels& activeKernels() {
 constexpr uint8_t kRightOnly = 32;  // the weight of a right neighbour alone
 
 /// Consecutive output pairs with their positions.
-template <int MaxColumns>
+template <int MaxColumns, bool IsPlanar>
 class BilinearChromaColumns {
 public:
     using Kernels = BilinearChromaKernels;
     static constexpr int kChannels = 2;
     static constexpr int kMaxColumns = MaxColumns;
+    static constexpr bool kIsPlanar = IsPlanar;
     static constexpr int kTaps = 2;
 
     BilinearChromaColumns(const Kernels& kernels, const Axis& axis, int firstPair, int pairs,
                           const SourcePlane& src)
         : axis_(axis), firstPair_(firstPair), pairs_(pairs) {
         if (src.columns < 2 || axis_.wholeStep() > 0) return;
-        const ColumnTaps inRow = taps(src.columns);
-        filter_.emplace(kernels, src.v ? planar_.plan(table_, pairs) : inRow);
+        ColumnTaps elements = taps(src.columns);
+        if constexpr (IsPlanar) elements = planar_.plan(table_, pairs);
+        filter_.emplace(kernels, elements);
     }
 
     int columns() const { return pairs_; }
@@ -47,13 +50,11 @@ public:
 
     /// Padding pairs of `out` may be written.
     void filter(const SourcePlane& src, int row, int next, uint8_t* out) const {
-        if (src.v) return filterPlanar(src, row, out);
-        const uint8_t* const pairs = src.row(row);
-        if (const int step = axis_.wholeStep(); step > 0) {
-            return decimate<2>(pairs + 2 * std::ptrdiff_t{axis_.index(firstPair_)}, step, out, pairs_);
+        if constexpr (IsPlanar) {
+            filterPlanar(src, row, out);
+        } else {
+            filterPairs(src.row(row), src.row(next), out);
         }
-        if (filter_) return filter_->filter(pairs, src.row(next), out);
-        for (int i = 0; i < pairs_; ++i) std::copy_n(pairs, 2, out + 2 * i);
     }
 
 private:
@@ -68,6 +69,14 @@ private:
             *phase++ = index > lastLeft ? kRightOnly : static_cast<uint8_t>(pairPhase);
         });
         return table_.padded(pairs_);
+    }
+
+    void filterPairs(const uint8_t* row, const uint8_t* next, uint8_t* out) const {
+        if (const int step = axis_.wholeStep(); step > 0) {
+            return decimate<2>(row + 2 * std::ptrdiff_t{axis_.index(firstPair_)}, step, out, pairs_);
+        }
+        if (filter_) return filter_->filter(row, next, out);
+        for (int i = 0; i < pairs_; ++i) std::copy_n(row, 2, out + 2 * i);
     }
 
     void filterPlanar(const SourcePlane& src, int row, uint8_t* out) const {
@@ -90,19 +99,24 @@ private:
     int firstPair_;
     int pairs_;
     ColumnTable<MaxColumns> table_;
-    PlanarPairs<MaxColumns> planar_;
+    std::conditional_t<IsPlanar, PlanarPairs<MaxColumns>, NoPlanarPairs> planar_;
     std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan, MaxColumns>> filter_;
 };
 
+template <int MaxColumns>
+using PairColumns = BilinearChromaColumns<MaxColumns, false>;
+template <int MaxColumns>
+using PlanarColumns = BilinearChromaColumns<MaxColumns, true>;
+
 int scaleBand(const ScaleSliceArgs& args, int band) {
-    return reduceRows<BilinearChromaColumns>(activeKernels(), kPosition8192, args,
-                                             quarterBand(band, args.dstHeight));
+    return reduceRows<PairColumns>(activeKernels(), kPosition8192, args, quarterBand(band, args.dstHeight));
 }
 
 }  // namespace
 
 void reduceChroma(const SourcePlane& src, const Target& dst, int dstRows) {
-    reduceRows<BilinearChromaColumns>(activeKernels(), kPosition8192, src, dst, dstRows);
+    if (src.v) return reduceRows<PlanarColumns>(activeKernels(), kPosition8192, src, dst, dstRows);
+    reduceRows<PairColumns>(activeKernels(), kPosition8192, src, dst, dstRows);
 }
 
 }  // namespace vantor

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <type_traits>
 
 #include "scaler/bilinear_chroma_kernels.h"
 #include "scaler/linear.h"
@@ -36,7 +37,7 @@ struct ChromaPosition {
 };
 
 /// Consecutive output pairs of the chroma with their positions.
-template <int MaxColumns>
+template <int MaxColumns, bool IsPlanar>
 class Interp4ChromaStrip {
 public:
     using Sample = uint8_t;
@@ -44,6 +45,7 @@ public:
     static constexpr int kChannels = 2;
     static constexpr int kTaps = 2;
     static constexpr int kMaxColumns = MaxColumns;
+    static constexpr bool kIsPlanar = IsPlanar;
 
     Interp4ChromaStrip(const BilinearChromaKernels& kernels, const SourcePlane& src,
                        const Interp4Axis& columnAxis, const Interp4Axis& rowAxis, int firstPair, int pairs)
@@ -55,8 +57,9 @@ public:
           firstPair_(firstPair),
           pairs_(pairs) {
         if (!columnAxis.holdsAllTaps()) return;
-        const ColumnTaps inRow = taps();
-        filter_.emplace(kernels, src.v ? planar_.plan(table_, pairs) : inRow);
+        ColumnTaps elements = taps();
+        if constexpr (IsPlanar) elements = planar_.plan(table_, pairs);
+        filter_.emplace(kernels, elements);
     }
 
     int columns() const { return pairs_; }
@@ -68,11 +71,10 @@ public:
     }
 
     void filterRow(int row, int next, uint8_t* out) const {
-        if (src_.v) return filterPlanar(row, out);
-        if (filter_ && offset(row, table_.tap[pairs_ - 1] + 3) < planeBytes_) {
-            filter_->filter(src_.row(row), src_.row(next), out);
+        if constexpr (IsPlanar) {
+            filterPlanar(row, out);
         } else {
-            for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);
+            filterPairs(row, next, out);
         }
     }
 
@@ -83,6 +85,14 @@ public:
     }
 
 private:
+    void filterPairs(int row, int next, uint8_t* out) const {
+        if (filter_ && offset(row, table_.tap[pairs_ - 1] + 3) < planeBytes_) {
+            filter_->filter(src_.row(row), src_.row(next), out);
+        } else {
+            for (int i = 0; i < 2 * pairs_; ++i) out[i] = sampleAtPlaneEnd(row, i / 2, i & 1);
+        }
+    }
+
     ColumnTaps taps() {
         uint32_t* tap = table_.tap;
         uint8_t* phase = table_.phase;
@@ -133,7 +143,7 @@ private:
     int firstPair_;
     int pairs_;
     ColumnTable<MaxColumns> table_;
-    PlanarPairs<MaxColumns> planar_;
+    std::conditional_t<IsPlanar, PlanarPairs<MaxColumns>, NoPlanarPairs> planar_;
     std::optional<PlannedColumns<BilinearChromaKernels, BilinearChromaPlan, MaxColumns>> filter_;
 };
 
@@ -141,8 +151,14 @@ private:
 
 void scaleInterp4Chroma(const SourcePlane& src, const Target& dst, const Interp4Axis& columnAxis,
                         const Interp4Axis& rowAxis) {
-    scaleStrips<Interp4ChromaStrip<kStripColumns>, Interp4ChromaStrip<kWideStripColumns>>(
-        dst, chromaKernels(), src, columnAxis, rowAxis);
+    const BilinearChromaKernels& kernels = chromaKernels();
+    if (src.v) {
+        scaleStrips<Interp4ChromaStrip<kStripColumns, true>, Interp4ChromaStrip<kWideStripColumns, true>>(
+            dst, kernels, src, columnAxis, rowAxis);
+    } else {
+        scaleStrips<Interp4ChromaStrip<kStripColumns, false>, Interp4ChromaStrip<kWideStripColumns, false>>(
+            dst, kernels, src, columnAxis, rowAxis);
+    }
 }
 
 }  // namespace vantor

@@ -27,6 +27,7 @@ public:
     using Sample = int16_t;
     using Weight = const int16_t*;
     static constexpr int kChannels = 1;
+    static constexpr bool kIsPlanar = false;
     static constexpr int kTaps = kInterp4Taps;
     static constexpr int kMaxColumns = MaxColumns;
 

@@ -25,6 +25,9 @@ inline void splitPairs(const uint8_t* __restrict pairs, int count, uint8_t* __re
     }
 }
 
+/// In place of PlanarPairs where there are pairs.
+struct NoPlanarPairs {};
+
 /// The pairs that a strip needs of a source row of U and V: the span between the outermost ones, or, where
 /// that is long, the two around each column, packed.
 template <int MaxColumns>

@@ -22,6 +22,7 @@ public:
     static constexpr int kChannels = Columns::kChannels;
     static constexpr int kTaps = Columns::kTaps;
     static constexpr int kMaxColumns = Columns::kMaxColumns;
+    static constexpr bool kIsPlanar = Columns::kIsPlanar;
 
     ReducedStrip(const Kernels& kernels, const SourcePlane& src, const Axis& columnAxis, const Axis& rowAxis,
                  int firstColumn, int columns)
@@ -60,11 +61,13 @@ void reduceRows(const KernelsOf<Columns>& kernels, PositionFormat format, const 
     const Axis rowAxis(src.rows, dstRows, format);
     const int columnStep = columnAxis.wholeStep();
     const int rowStep = rowAxis.wholeStep();
-    if (columnStep > 0 && rowStep > 0 && src.v) {
-        decimateRows<1>(src, dst, columnStep, rowStep);
-        decimateRows<1>(src.onlyV(), dst.onlyV(), columnStep, rowStep);
-    } else if (columnStep > 0 && rowStep > 0) {
-        decimateRows<Columns<kStripColumns>::kChannels>(src, dst, columnStep, rowStep);
+    if (columnStep > 0 && rowStep > 0) {
+        if constexpr (Columns<kStripColumns>::kIsPlanar) {
+            decimateRows<1>(src, dst, columnStep, rowStep);
+            decimateRows<1>(src.onlyV(), dst.onlyV(), columnStep, rowStep);
+        } else {
+            decimateRows<Columns<kStripColumns>::kChannels>(src, dst, columnStep, rowStep);
+        }
     } else {
         scaleStrips<ReducedStrip<Columns<kStripColumns>>, ReducedStrip<Columns<kWideStripColumns>>>(
             dst, kernels, src, columnAxis, rowAxis);

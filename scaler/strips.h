@@ -38,8 +38,8 @@ void scaleStrip(const Strip& strip, int firstColumn, const Target& dst) {
                                                                               dst.rows.upward);
     const auto filter = [&](int row, int next, Sample* out) { strip.filterRow(row, next, out); };
     // Chroma of two planes is made as pairs, row by row.
-    uint8_t pairs[Strip::kChannels == 2 ? 2 * Strip::kMaxColumns : 1];
-    const int most = dst.v ? 1 : kMaxSharingRows;
+    uint8_t pairs[Strip::kIsPlanar ? 2 * Strip::kMaxColumns : 1];
+    constexpr int kMost = Strip::kIsPlanar ? 1 : kMaxSharingRows;
     OutputRow<Weight> next = strip.outputRow(dst.rows.row(0));
     for (int i = 0; i < dst.rows.count;) {
         const SourceRows sources = next.sources;
@@ -49,10 +49,11 @@ void scaleStrip(const Strip& strip, int firstColumn, const Target& dst) {
         int count = 0;
         do {
             weights[count] = next.weight;
-            outs[count++] =
-                dst.v ? pairs : dst.row(dst.rows.row(i)) + Strip::kChannels * std::ptrdiff_t{firstColumn};
+            outs[count++] = Strip::kIsPlanar
+                                ? pairs
+                                : dst.row(dst.rows.row(i)) + Strip::kChannels * std::ptrdiff_t{firstColumn};
             next = strip.outputRow(dst.rows.row(++i));
-        } while (count < most && i < dst.rows.count && next.sources == sources);
+        } while (count < kMost && i < dst.rows.count && next.sources == sources);
         const Sample* taps[Strip::kTaps];
         ring.fetch(sources, next.sources, taps, filter);
         if (sources.first == sources.last) {
@@ -60,9 +61,8 @@ void scaleStrip(const Strip& strip, int firstColumn, const Target& dst) {
         } else {
             strip.blendRows(taps, weights, outs, count);
         }
-        if constexpr (Strip::kChannels == 2) {
-            if (dst.v)
-                splitPairs(pairs, strip.columns(), dst.row(y) + firstColumn, dst.vRow(y) + firstColumn);
+        if constexpr (Strip::kIsPlanar) {
+            splitPairs(pairs, strip.columns(), dst.row(y) + firstColumn, dst.vRow(y) + firstColumn);
         }
     }
 }
@@ -80,7 +80,8 @@ template <typename Strip, typename... Source>
 /// has `kChannels` bytes per column and at most `kMaxColumns` columns. It filters its columns of a source row
 /// to a row of `Sample`s, knows which source rows, at most `kTaps`, an output row is made of, and makes it:
 /// blended of several filtered rows, by its `Weight`, or stored where there is only one. Output rows of the
-/// same source rows are blended together. Wide strips are for deep stacks.
+/// same source rows are blended together. Wide strips are for deep stacks. Planar ones have U and V in planes
+/// of their own: a type apart, as the others have no stack to spare for their buffers.
 template <typename Strip, typename WideStrip, typename... Source>
 void scaleStrips(const Target& dst, const Source&... source) {
     if (dst.isStackDeep && dst.endColumn - dst.firstColumn > Strip::kMaxColumns) {

@@ -51,9 +51,10 @@ void warpPart(vantor_engine* engine, const vantor_image& src, const vantor_grid&
     whole.x.outCropSize = whole.x.sourceSize;
     WorkingMemory memory(engine, WarpPositions::workingWords(whole));
     const int workers = workersFor(engine, int64_t{part.width} * part.height, kSamplesPerThread);
+    // Many more tiles than workers, so that none waits long for the last.
     const int tileRows = workers == 1
                              ? PictureWarp::kTileRows
-                             : std::clamp(part.height / (4 * workers), 8, PictureWarp::kTileRows) & ~1;
+                             : std::clamp(part.height / (16 * workers), 16, PictureWarp::kTileRows) & ~1;
     const PictureWarp picture(frame, warpPlanes<const uint8_t>(src), grid.dx, grid.dy, memory.words(),
                               tileRows);
     forEachTile(engine, workers, picture.tiles(), [&](int tile) { picture.run(tile, output); });
