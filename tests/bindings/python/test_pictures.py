@@ -166,6 +166,20 @@ def test_wrong_calls_name_argument_value_and_limit(call, text, directory):
     assert not list(directory.iterdir())
 
 
+@pytest.mark.parametrize("wrong", [3, "x", b"x", {}, object()])
+@pytest.mark.parametrize("argument, call", [
+    ("image", lambda wrong: V.scale(wrong, (4, 4))), ("size", lambda wrong: V.scale(image, wrong)),
+    ("out", lambda wrong: V.scale(image, out=wrong)), ("engine", lambda wrong: V.scale(image, (4, 4), engine=wrong)),
+    ("grid", lambda wrong: V.warp(image, wrong)), ("part", lambda wrong: V.warp(image, G(), part=wrong, out=gray)),
+    ("b", lambda wrong: V.compare(image, wrong)), ("image", lambda wrong: V.explain(wrong, 0, 0, G())),
+    ("matrix", lambda wrong: G.from_matrix(wrong, (96, 64))), ("map_x", lambda wrong: G.from_map(wrong, zeros)),
+    ("K", lambda wrong: G.from_calibration(wrong, d, (96, 64))), ("u", lambda wrong: I(y, u=wrong, v=wrong)),
+])
+def test_values_of_other_types_are_refused_by_the_arguments_name(argument, call, wrong):
+    with pytest.raises((ValueError, TypeError), match=rf"^{argument}\b.*(expected|not)"):
+        call(wrong)
+
+
 @pytest.mark.parametrize("name, content, text", [
     ("x_4x4.gray", b"12345", "frame 0 .4x4 gray. is truncated: 5 of 16 bytes"),
     ("x_1x1.gray", b"12", "more than one frame"),
