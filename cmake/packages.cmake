@@ -62,4 +62,5 @@ Scales and warps PNG and raw NV12, I420 and grayscale pictures with
 libVantor10, makes grids from camera calibrations, and compares, explains and
 shows results. vantor-selftest says whether a machine gives the published
 bytes.")
+include(cmake/python.cmake)
 include(CPack)

@@ -1,6 +1,7 @@
 #!/bin/sh
 # android.sh: compiles and links the library for the device's triple, with Debian's parts instead of a development kit,
-# and compares its undefined symbols with platform/android/undefined.txt. Compiles its self-test as well.
+# and compares its undefined symbols with platform/android/undefined.txt. Compiles its self-test and the C library as
+# well.
 set -eu
 cd "$(dirname "$0")/.."
 out=$PWD/build-android
@@ -42,4 +43,5 @@ diff platform/android/undefined.txt "$out/undefined.txt" || {
     exit 1
 }
 for source in tools/selftest/*.cpp; do compile "$source" -fno-exceptions -fno-rtti -o "$out/selftest.o"; done
+for source in bindings/c/*.cpp geometry/*.cpp; do compile "$source" -Ibindings/c -DVANTOR_VERSION='""' -o "$out/c.o"; done
 echo "android: compiled, linked and asks for what it should"

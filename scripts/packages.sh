@@ -115,7 +115,13 @@ packages() {
     # With the C library's development package alone, and then with both.
     try "$of_c" 'cmake g++ make pkg-config /tmp/libvantor1_*.deb /tmp/libvantor-dev_*.deb'
     try "$of_c $of_device" '/tmp/libvantor10-dev_*.deb'
-    quietly bare apt-get purge -q -y libvantor1 libvantor-dev libvantor10 libvantor10-dev vantor
+    quietly bare sh -c 'apt-get install -q -y --no-install-recommends /tmp/python3-vantor_*.deb'
+    bare python3 -c "import vantor
+right, pictures = vantor.selftest()
+vantor.write('/tmp/half.nv12', vantor.scale(vantor.read('/tmp/chart_1280x720.nv12'), (640, 360)))
+print(f'packages: python3-vantor: {right} of {pictures} pictures have the published bytes')"
+    cmp "$out/half.nv12" "$out/expected_640x360.nv12"
+    quietly bare apt-get purge -q -y libvantor1 libvantor-dev libvantor10 libvantor10-dev python3-vantor vantor
     left=$(find "$root/usr" "$root/etc" -iname '*vantor*')
     [ -z "$left" ] || { echo "packages: left behind: $left" >&2; exit 1; }
     echo "packages: installed, run and removed without a trace"

@@ -1,24 +1,29 @@
 #!/bin/sh
-# setup.sh [--all|--api|--bench|--count|--deb|--packages|--rooms]: installs what the build, the tool and the native tests
-# need; also, with --all what the whole test matrix needs, with --bench the libraries that the benchmarks compare with,
-# with --count what counts instructions, with --rooms what draws the rooms, and what the scripts api.sh, packages.sh and
-# packages.sh --deb need. Only missing packages are installed, and nothing is done where none is missing.
+# setup.sh [--all|--api|--bench|--count|--deb|--packages|--python|--rooms]: installs what the build, the tool and the
+# native tests need; also, with --all what the whole test matrix needs, with --bench the libraries that the benchmarks
+# compare with, with --count what counts instructions, with --rooms what draws the rooms, and what the scripts api.sh,
+# packages.sh, packages.sh --deb and python.sh need. Only missing packages are installed, and nothing is done where none
+# is missing.
 set -eu
 packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libyaml-cpp-dev"
-packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3 python3-pytest"
+packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3 python3-numpy python3-pil"
+packages="$packages python3-pytest python3-yaml"
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 integration="make pkg-config"
+python="binutils flake8 mypy opencv-doc python3-distributed python3-matplotlib python3-opencv python3-pip"
+python="$python python3-setuptools python3-venv python3-wheel"
 peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
 case ${1:-} in
 --all)
     packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
-    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers"
+    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python"
     ;;
 --api) packages="$packages doxygen" ;;
 --bench) packages="$packages $peers" ;;
 --count) packages="$packages $emulated" ;;
 --deb) packages="$packages $integration debootstrap dpkg-dev file git lintian" ;;
 --packages) packages="$packages $integration" ;;
+--python) packages="$packages $python" ;;
 --rooms) packages="$packages graphviz" ;;
 esac
 

@@ -1,8 +1,8 @@
 #!/bin/sh
 # test.sh [--all]: sets up, builds and runs the native tests; with --all the whole matrix: the format of the sources,
 # the includes between the rooms, the generated headers, the platform's real libraries, a build for the device's triple,
-# the reference of the public headers, the installation, whether what measures still runs, valgrind, g++ and clang,
-# sanitizers, 32-bit and 64-bit ARM and s390x under the emulator, and a short run of each fuzzer.
+# the reference of the public headers, the installation, the Python wheel, whether what measures still runs, valgrind,
+# g++ and clang, sanitizers, 32-bit and 64-bit ARM and s390x under the emulator, and a short run of each fuzzer.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh "$@"
@@ -40,6 +40,7 @@ if [ "${1:-}" = --all ]; then
     scripts/android.sh
     scripts/api.sh
     scripts/packages.sh
+    scripts/python.sh
     quietly bench scripts/bench.sh --quick
     quietly instructions scripts/instructions.sh
     echo "== memcheck"

@@ -85,8 +85,8 @@ void ThreadPool::startThreads(int count) {
 
 void ThreadPool::run(vantor_task* task, void* job, int count) {
     leaveParent();
-    const int helpers = count - 1;
-    if (started_ < helpers) startThreads(helpers);
+    const int others = count - 1;
+    if (started_ < others) startThreads(others);
     {
         const std::lock_guard<std::mutex> lock(shared_.mutex);
         shared_.task = task;
@@ -96,7 +96,7 @@ void ThreadPool::run(vantor_task* task, void* job, int count) {
         shared_.isOpen = true;
         ++shared_.generation;
     }
-    for (int i = 0; i < std::min(helpers, started_); ++i) shared_.wake.notify_one();
+    for (int i = 0; i < std::min(others, started_); ++i) shared_.wake.notify_one();
     takeShares(shared_);
     std::unique_lock<std::mutex> lock(shared_.mutex);
     shared_.isOpen = false;
