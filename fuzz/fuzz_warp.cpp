@@ -204,10 +204,12 @@ void kernelTables(Input& input) {
     const int first = input.between(0, 1), pairs = (at.count - first + 1) / 2;
     forEachVectorTable(kWarpTables, [&](const WarpKernels& vector) {
         const auto sampleLuma = [&](const WarpKernels& kernels, const uint8_t* from, uint8_t* to) {
-            return kernels.luma({from, nullptr, nullptr, width, 0, 0, 2, width, height}, at.x.data(), at.y.data(), at.count, to);
+            return kernels.luma({from, nullptr, nullptr, width, 0, 0, 2, width, height}, at.x.data(), at.y.data(),
+                                at.count, to);
         };
         const auto sampleChroma = [&](const WarpKernels& kernels, const uint8_t* from, uint8_t* to) {
-            kernels.chroma({nullptr, from, from + 1, 0, width, width, 2, width, height}, at.x.data() + first, at.y.data() + first, pairs, to);
+            kernels.chroma({nullptr, from, from + 1, 0, width, width, 2, width, height}, at.x.data() + first,
+                           at.y.data() + first, pairs, to);
         };
         bool isAll = false, isAllPlain = false;
         expectSameOutput(

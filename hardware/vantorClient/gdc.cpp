@@ -5,8 +5,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "gdc_model/matrix_grid.h"
 #include "gdc_model/device_warp.h"
+#include "gdc_model/matrix_grid.h"
 #include "hardware/vantorClient/connection.h"
 #include "hardware/vantorClient/log.h"
 #include "hardware/vantorClient/service_request.h"
@@ -90,7 +90,7 @@ int32_t runModel(const BufferData& dst, const BufferData& src, const Grid& grid,
     vantor::PlanePair<uint8_t> output{};
     if (dst.y != nullptr) output = {dst.y, chromaOf(dst, format)};
     const bool isWarped = vantor::warpOnDevice(src.width, src.height, region, {src.y, chromaOf(src, format)},
-                                              output, grid.dX, grid.dY);
+                                               output, grid.dX, grid.dY);
     if (format == IMAGE_FORMAT_NV12 && dst.y == nullptr) {
         VANTOR_LOG_ERROR("runGDCCModelGrid", vantor::kLineModelDestination,
                          "Invalid arguments [dst.y=%p / dst.uv=%p]", static_cast<void*>(dst.y),

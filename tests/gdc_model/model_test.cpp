@@ -1,12 +1,12 @@
 // The model against a literal pixel-by-pixel walk, its state included, and its helpers against worked-out numbers.
 
+#include "gdc_model/device_warp.h"
 #include "gdc_model/gdc_core.h"
 #include "gdc_model/gdc_extent.h"
 #include "gdc_model/gdc_planes.h"
 #include "gdc_model/gdc_run.h"
 #include "gdc_model/gdc_scales.h"
 #include "gdc_model/gdc_state.h"
-#include "gdc_model/device_warp.h"
 #include "gdc_model/sampling.h"
 #include "tests/gdc_model/gdc_reference.h"
 #include "tests/support.h"
@@ -149,7 +149,7 @@ TEST(GdcModel, PictureWarpsEqualAWalkOverPlanesWhereverTheOutputStands) {
             expected[k] = static_cast<uint8_t>(dst[planar]);
         }
         warpOnDevice(W, H, region, {at + from, isGray ? nullptr : at + from + luma},
-                    {at + to, isGray ? nullptr : at + to + luma}, gridX.data(), gridY.data());
+                     {at + to, isGray ? nullptr : at + to + luma}, gridX.data(), gridY.data());
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), at + to))
             << "seed " << seed() << " case " << i << ": " << W << "x" << H << " to " << outW << "x" << outH;
         expectSameState(state);
