@@ -31,7 +31,13 @@ inline void planRepeats(BicubicLumaPlan& plan) {
     };
     plan.advance = windowAdvance(kStarts + 1);
     const auto isRepeated = [](const uint8_t* from, int bytes) {
-        return __builtin_memcmp(from, from - bytes, static_cast<unsigned>(bytes)) == 0;
+        for (int i = 0; i < bytes; i += 8) {
+            uint64_t now, before;
+            __builtin_memcpy(&now, from + i, sizeof now);
+            __builtin_memcpy(&before, from + i - bytes, sizeof before);
+            if (now != before) return false;
+        }
+        return true;
     };
     const auto repeatsAt = [&](int column) {
         for (int i = 0; i < kStarts; ++i) {
