@@ -163,7 +163,7 @@ Positions positionsOfRow(Input& input, int width, int height) {
     std::vector<int32_t> memory(WarpPositions::workingWords(frame));
     const WarpPositions rows(frame, memory.data());
     const int row = input.between(0, height - 1), first = input.between(0, frame.x.outCropSize - 1);
-    const GridRows nodes = rows.row(GridTables(grid), row);
+    const GridRows nodes = rows.row(GridTables(grid.dX, grid.dY), row);
     Positions plain(std::min(input.between(1, kWarpRunColumns), frame.x.outCropSize - first));
     const auto compute = [&](const WarpKernels& kernels, uint8_t* to) {
         Positions positions(plain.count);
