@@ -76,7 +76,7 @@ public:
           start_(V::broadcast16(line.start)),
           invScale4_(V::broadcast16(4 * line.invScale)),
           base_(V::add32(V::broadcast32(line.base), V::multiply32(V::iota32(), V::broadcast32(line.step)))),
-          step_(V::broadcast32(V::kLanes32 * line.step)) {}
+          step_(V::multiply32(V::broadcast32(line.step), V::broadcast32(V::kLanes32))) {}
 
     void next(Vector u32, Vector q16, int32_t* out) {
         const Vector fromMiddle = V::subtract16(V::broadcast16(256 * 32), u32);
