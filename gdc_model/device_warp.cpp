@@ -56,12 +56,6 @@ void copyPlanes(const uint8_t* planes, size_t luma, const PlanePair<uint8_t>& ds
     }
 }
 
-/// Tiles in their order: with an odd width, the last chroma sample of a row and the first of the next share
-/// an address, and the later write wins.
-void runTiles(const PictureWarp& warp, const WarpOutputPlanes& dst) {
-    for (int tile = 0; tile < warp.tiles(); ++tile) warp.run(tile, dst);
-}
-
 /// `warp` is null for a region without columns or rows.
 bool writeRegion(const PictureWarp* warp, const GdcFrame& frame, const OutputRegion& region,
                  const PlanePair<const uint8_t>& src, const PlanePair<uint8_t>& dst) {
@@ -69,14 +63,14 @@ bool writeRegion(const PictureWarp* warp, const GdcFrame& frame, const OutputReg
     const int height = frame.y.sourceSize;
     const size_t luma = static_cast<size_t>(width) * static_cast<size_t>(height);
     if (region.width == width && region.height == height && !overlap(src, dst, luma)) {
-        runTiles(*warp, WarpOutputPlanes::pairs(dst.y, dst.uv, width, height));
+        warp->run(WarpOutputPlanes::pairs(dst.y, dst.uv, width, height));
         return true;
     }
     const int columns = frame.x.outCropSize;
     const int rows = frame.y.outCropSize;
     const auto planes = zeroedIfPossible<uint8_t>(std::max(luma / 2 * 3, gdcPictureSamples(columns, rows)));
     if (!planes) return false;
-    if (warp) runTiles(*warp, WarpOutputPlanes::consecutive(planes.get(), columns, rows, frame.settings));
+    if (warp) warp->run(WarpOutputPlanes::consecutive(planes.get(), columns, rows, frame.settings));
     copyPlanes(planes.get(), luma, dst);
     return true;
 }
@@ -92,6 +86,8 @@ bool warpOnDevice(int width, int height, const OutputRegion& region, const Plane
     std::optional<Bilinear> last;
     if (!isEmpty) memory = zeroedIfPossible<int32_t>(WarpPositions::workingWords(frame));
     if (memory) {
+        // With an odd width, the last chroma sample of a row and the first of the next share an address, and
+        // the later write wins.
         const int tileRows = region.width % 2 != 0 ? 1 : PictureWarp::kTileRows;
         warp.emplace(frame, sourcePlanes(src, width, height), gridX, gridY, memory.get(), tileRows);
         last = warp->lastBilinear();

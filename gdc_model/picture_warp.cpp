@@ -158,6 +158,10 @@ void PictureWarp::run(int tile, const WarpOutputPlanes& dst) const {
     TileWalk(*this).run(top, std::min(top + tileRows_, frame_.y.outCropSize), dst);
 }
 
+void PictureWarp::run(const WarpOutputPlanes& dst) const {
+    for (int tile = 0; tile < tiles(); ++tile) run(tile, dst);
+}
+
 std::optional<Bilinear> PictureWarp::lastBilinear() const {
     const int column = lastWithChroma(frame_.x);
     const int row = lastWithChroma(frame_.y);

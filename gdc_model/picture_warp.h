@@ -35,6 +35,9 @@ public:
     /// Writes one tile of the output, whose planes begin with the region. Thread-safe.
     void run(int tile, const WarpOutputPlanes& dst) const;
 
+    /// All tiles in their order.
+    void run(const WarpOutputPlanes& dst) const;
+
     /// The bilinear interpolation of the last chroma sample of V, if the region has any chroma.
     std::optional<Bilinear> lastBilinear() const;
 

@@ -43,8 +43,7 @@ void warp(const Nv12& from, const Nv12& to, const SoftwareService::GdcGrid& grid
     std::vector<int32_t> memory(WarpPositions::workingWords(frame));
     const auto src = WarpSourcePlanes::pairs(from.luma, from.chroma(), from.width, from.height);
     const auto dst = WarpOutputPlanes::pairs(to.luma, to.chroma(), to.width, to.height);
-    const PictureWarp warp(frame, src, &grid.dX[0][0], &grid.dY[0][0], memory.data());
-    for (int tile = 0; tile < warp.tiles(); ++tile) warp.run(tile, dst);
+    PictureWarp(frame, src, &grid.dX[0][0], &grid.dY[0][0], memory.data()).run(dst);
 }
 
 }  // namespace
