@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "bench/contender.h"
+#include "bindings/c/grid_view.h"
 #include "hardware/vantorClient/vantor_client.h"
 #include "scaler/interp4.h"
 #include "scaler/interpolate.h"
@@ -94,8 +95,7 @@ Work warpOn(const Engine& engine, const vantor_grid& grid, const Picture& src, c
 
 vantor_grid nodes(const Grid& grid) {
     vantor_grid nodes;
-    std::copy(std::begin(grid.dX), std::end(grid.dX), nodes.dx);
-    std::copy(std::begin(grid.dY), std::end(grid.dY), nodes.dy);
+    c::store(grid, nodes);
     return nodes;
 }
 

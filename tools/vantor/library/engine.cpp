@@ -1,8 +1,8 @@
 #include "tools/vantor/library/engine.h"
 
-#include <algorithm>
 #include <new>
 
+#include "bindings/c/grid_view.h"
 #include "gdc_model/matrix_grid.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/library/timed.h"
@@ -38,8 +38,7 @@ vantor_grid gridOf(const Request& request, Size picture) {
             ? request.grid
             : gridFromMatrix(AffineMatrix(request.matrix.data()).values, frame.width, frame.height, true);
     vantor_grid result;
-    std::copy(std::begin(grid.dX), std::end(grid.dX), result.dx);
-    std::copy(std::begin(grid.dY), std::end(grid.dY), result.dy);
+    c::store(grid, result);
     return result;
 }
 
