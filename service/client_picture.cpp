@@ -15,39 +15,36 @@ constexpr int kMaxSide = 8192;
 
 }  // namespace
 
-ClientPicture::ClientPicture(const char* name, Access access, const ImageGeometry& geometry,
-                             const ::android::hardware::hidl_handle& handle)
+ClientPicture::ClientPicture(const char* name, Access access, const ImageGeometry& geometry, Buffers buffers)
     : name_(name), geometry_(geometry) {
     checkGeometry();
-    const native_handle_t* buffers = handle.getNativeHandle();
-    if (buffers == nullptr) refuse("no buffers");
-    const int count = buffers->numFds;
+    const int count = buffers.count;
     if (count != 1 && count != 2) refuse(std::to_string(count) + " buffers, expected 1 or 2");
     const size_t luma = static_cast<size_t>(geometry_.width) * static_cast<size_t>(geometry_.height);
-    luma_ = {buffers->data[0], 0};
+    luma_ = {0, buffers.descriptors[0], 0};
     if (count == 1) {
-        chroma_ = {luma_.descriptor, luma};
-        checkBuffer(luma_.descriptor, luma + luma / 2, access);
+        chroma_ = {0, luma_.descriptor, luma};
+        checkBuffer(luma_, luma + luma / 2, access);
     } else {
-        chroma_ = {buffers->data[1], 0};
-        checkBuffer(luma_.descriptor, luma, access);
-        checkBuffer(chroma_.descriptor, luma / 2, access);
+        chroma_ = {1, buffers.descriptors[1], 0};
+        checkBuffer(luma_, luma, access);
+        checkBuffer(chroma_, luma / 2, access);
     }
 }
 
-ClientPicture::Region ClientPicture::region() const {
+vantor_rect ClientPicture::region() const {
     return {geometry_.cropLeft, geometry_.cropTop, geometry_.cropRight - geometry_.cropLeft + 1,
             geometry_.cropBottom - geometry_.cropTop + 1};
 }
 
-void ClientPicture::read(const Region& part, const Nv12& to) const {
-    transfer(part, to, 0, 0, [](int descriptor, uint8_t* memory, size_t bytes, off_t place) {
+void ClientPicture::read(const vantor_rect& part, const vantor_image& to) const {
+    transfer(part, to, [](int descriptor, uint8_t* memory, size_t bytes, off_t place) {
         return pread(descriptor, memory, bytes, place);
     });
 }
 
-void ClientPicture::writeRegion(const Nv12& from, int left, int top) const {
-    transfer(region(), from, left, top, [](int descriptor, uint8_t* memory, size_t bytes, off_t place) {
+void ClientPicture::writeRegion(const vantor_image& from) const {
+    transfer(region(), from, [](int descriptor, uint8_t* memory, size_t bytes, off_t place) {
         return pwrite(descriptor, memory, bytes, place);
     });
 }
@@ -71,8 +68,9 @@ void ClientPicture::checkGeometry() const {
     }
 }
 
-void ClientPicture::checkBuffer(int descriptor, size_t length, Access access) const {
-    const std::string buffer = "buffer " + std::to_string(descriptor);
+void ClientPicture::checkBuffer(const Plane& plane, size_t length, Access access) const {
+    const int descriptor = plane.descriptor;
+    const std::string buffer = "buffer " + std::to_string(plane.buffer);
     // Asked first, because no file system answers it: a client's own (FUSE) could let even fstat wait for
     // ever. Seals themselves are not required.
     const int seals = fcntl(descriptor, F_GET_SEALS);
@@ -96,32 +94,27 @@ void ClientPicture::checkBuffer(int descriptor, size_t length, Access access) co
     }
 }
 
-void ClientPicture::transfer(const Region& part, const Nv12& memory, int left, int top, Transfer call) const {
-    const auto at = [&](uint8_t* plane, int row) {
-        return plane + static_cast<size_t>(row) * static_cast<size_t>(memory.width) + left;
-    };
-    transfer(luma_, part, at(memory.luma, top), memory.width, call);
-    transfer(chroma_, {part.left, part.top / 2, part.width, part.height / 2}, at(memory.chroma(), top / 2),
-             memory.width, call);
+void ClientPicture::transfer(const vantor_rect& part, const vantor_image& memory, Transfer call) const {
+    transfer(luma_, part, memory.plane[0], call);
+    transfer(chroma_, {part.x, part.y / 2, part.width, part.height / 2}, memory.plane[1], call);
 }
 
-void ClientPicture::transfer(const Plane& plane, const Region& part, uint8_t* memory, int stride,
+void ClientPicture::transfer(const Plane& plane, const vantor_rect& part, uint8_t* memory,
                              Transfer call) const {
-    const auto width = static_cast<size_t>(geometry_.width);
-    const bool isOneRun = part.width == geometry_.width && part.width == stride;
+    const auto stride = static_cast<size_t>(width());
+    const bool isOneRun = part.width == width();
     const int runs = isOneRun ? 1 : part.height;
     const size_t bytes = static_cast<size_t>(part.width) * static_cast<size_t>(isOneRun ? part.height : 1);
-    size_t place = plane.start + static_cast<size_t>(part.top) * width + static_cast<size_t>(part.left);
-    for (int run = 0; run < runs; ++run) {
-        const ssize_t done = call(plane.descriptor, memory, bytes, static_cast<off_t>(place));
+    size_t place = static_cast<size_t>(part.y) * stride + static_cast<size_t>(part.x);
+    for (int run = 0; run < runs; ++run, place += stride) {
+        const ssize_t done =
+            call(plane.descriptor, memory + place, bytes, static_cast<off_t>(plane.start + place));
         if (done != static_cast<ssize_t>(bytes)) {
-            refuse("buffer " + std::to_string(plane.descriptor) + ": " +
+            refuse("buffer " + std::to_string(plane.buffer) + ": " +
                    (done < 0 ? strerror(errno)
                              : std::to_string(done) + " of " + std::to_string(bytes) + " bytes at " +
-                                   std::to_string(place) + " passed"));
+                                   std::to_string(plane.start + place) + " passed"));
         }
-        memory += stride;
-        place += width;
     }
 }
 

@@ -1,7 +1,6 @@
 // A picture as the service gets it: descriptors of unknown files, and a geometry of unknown numbers.
 #pragma once
 
-#include <hidl/HidlSupport.h>
 #include <sys/types.h>
 #include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
 
@@ -9,15 +8,17 @@
 #include <cstdint>
 #include <string>
 
-#include "service/working_memory.h"
+#include "service/refusal.h"
+#include "vantor/vantor.h"
 
 namespace vantor {
 
 using ImageGeometry = ::vendor::norlake::hardware::vantorService::V1_0::ImageGeometry;
 
-/// A request that the service refuses; the text names what was wrong, its value and the limit.
-struct Refusal {
-    std::string text;
+/// The descriptors of a picture's buffers.
+struct Buffers {
+    const int* descriptors;
+    int count;
 };
 
 /// One picture in a client's buffers. They are read and written by calls and never mapped, so that nothing
@@ -27,32 +28,27 @@ class ClientPicture {
 public:
     enum class Access { Read, Write };
 
-    struct Region {
-        int left;
-        int top;
-        int width;
-        int height;
-    };
-
     /// Takes one buffer of luma and chroma, or two. Throws a Refusal unless sizes and region of interest are
     /// even, lie within 4 to 8192 and the picture, and the buffers are memory files as long as the picture
     /// needs, which can be written to for Access::Write.
-    ClientPicture(const char* name, Access access, const ImageGeometry& geometry,
-                  const ::android::hardware::hidl_handle& handle);
+    ClientPicture(const char* name, Access access, const ImageGeometry& geometry, Buffers buffers);
 
-    Region whole() const { return {0, 0, geometry_.width, geometry_.height}; }
-    Region region() const;
+    int width() const { return geometry_.width; }
+    int height() const { return geometry_.height; }
+    vantor_rect whole() const { return {0, 0, width(), height()}; }
+    vantor_rect region() const;
 
-    /// Reads a part of the picture to one of the part's size. Throws a Refusal where bytes are missing.
-    void read(const Region& part, const Nv12& to) const;
+    /// Reads a part to the same place in a picture of this size. Throws a Refusal where bytes are missing.
+    void read(const vantor_rect& part, const vantor_image& to) const;
 
-    /// Writes the region of interest from the samples of `from` that begin at (left, top). Throws a Refusal
-    /// where the buffers do not take all the bytes.
-    void writeRegion(const Nv12& from, int left, int top) const;
+    /// Writes the region of interest of a picture of this size. Throws a Refusal where the buffers do not
+    /// take all the bytes.
+    void writeRegion(const vantor_image& from) const;
 
 private:
     /// Where a plane is in the client's buffers.
     struct Plane {
+        int buffer;  ///< its number, as refusals have it
         int descriptor;
         size_t start;
     };
@@ -60,10 +56,10 @@ private:
     using Transfer = ssize_t (*)(int descriptor, uint8_t* memory, size_t bytes, off_t place);
 
     void checkGeometry() const;
-    void checkBuffer(int descriptor, size_t length, Access access) const;
-    /// Between a part of the picture and the samples in memory that begin at (left, top).
-    void transfer(const Region& part, const Nv12& memory, int left, int top, Transfer call) const;
-    void transfer(const Plane& plane, const Region& part, uint8_t* memory, int stride, Transfer call) const;
+    void checkBuffer(const Plane& plane, size_t length, Access access) const;
+    /// Between a part of the picture and the same of one in memory.
+    void transfer(const vantor_rect& part, const vantor_image& memory, Transfer call) const;
+    void transfer(const Plane& plane, const vantor_rect& part, uint8_t* memory, Transfer call) const;
     [[noreturn]] void refuse(const std::string& what) const;
 
     const char* name_;

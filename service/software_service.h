@@ -3,12 +3,14 @@
 
 #include <vendor/norlake/hardware/vantorService/1.0/IVantorService.h>
 
-#include "service/working_memory.h"
+#include <list>
+#include <mutex>
+
+#include "service/call.h"
 
 namespace vantor {
 
-/// Serves any number of clients at a time, whose warps wait for each other, as the model has one state
-/// (which clients that warp in a model of the same process must not share at the same time).
+/// Serves any number of clients at a time. A derived class may replace one operation alone.
 ///
 /// Trusts nothing in a request: what does not fit is refused with a status other than 0 and one line in the
 /// log, tag "VANTOR_SERVICE". Buffers must be memory files (memfd_create) or shared memory (tmpfs); others
@@ -21,9 +23,9 @@ namespace vantor {
 /// written. A client that keeps its destination locked, by a write of its own that never ends, keeps this
 /// one request waiting.
 ///
-/// Keeps no client's token and no buffer after its request, but as much memory as the largest pictures of
-/// as many requests as ran at once: at most 200 MB each.
-class SoftwareService final : public ::vendor::norlake::hardware::vantorService::V1_0::IVantorService {
+/// Keeps no client's token and no buffer after its request, but threads, and as much memory as the largest
+/// pictures, of as many requests as ran at once: at most 200 MB each.
+class SoftwareService : public ::vendor::norlake::hardware::vantorService::V1_0::IVantorService {
 public:
     using Geometry = ::vendor::norlake::hardware::vantorService::V1_0::ImageGeometry;
     using GdcGrid = ::vendor::norlake::hardware::vantorService::V1_0::GdcGrid;
@@ -41,7 +43,13 @@ public:
                   const Handle& srcBuffers, const GdcGrid& grid, const Token& token) override;
 
 private:
-    MemoryPool memory_;
+    Status serve(const Geometry& dstGeometry, const Handle& dstBuffers, const Geometry& srcGeometry,
+                 const Handle& srcBuffers, const vantor_grid* grid);
+    /// A seat on loan.
+    class Loan;
+
+    std::mutex mutex_;
+    std::list<Seat> idle_;
 };
 
 }  // namespace vantor

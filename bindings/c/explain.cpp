@@ -90,7 +90,7 @@ std::string engineSamples(const vantor_image& src, const vantor_grid& grid, int 
     const vantor_rect part{left, top, std::min(2, src.width - left), std::min(2, src.height - top)};
     uint8_t luma[4] = {};
     uint8_t pair[2] = {};
-    warpPart(nullptr, src, grid, part,
+    warpPart(nullptr, extendedSize({src.width, src.height}), src, grid, part,
              {luma, hasChroma(src) ? pair : nullptr, pair + 1, 2, 0, 0, 2, part.width, part.height});
     if (src.format == VANTOR_NV21) std::swap(pair[0], pair[1]);
     const int value = luma[2 * (y - top) + (x - left)];

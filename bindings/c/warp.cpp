@@ -41,11 +41,10 @@ void checkPart(const vantor_image& dst, const vantor_rect& part) {
 
 }  // namespace
 
-void warpPart(vantor_engine* engine, const vantor_image& src, const vantor_grid& grid,
+void warpPart(vantor_engine* engine, Size size, const vantor_image& src, const vantor_grid& grid,
               const vantor_rect& part, const WarpOutputPlanes& output) {
     const OutputRegion region(part.x, part.y, part.x + part.width - 1, part.y + part.height - 1);
-    const Size extended = extendedSize({src.width, src.height});
-    const GdcFrame frame = requestFrame(extended.width, extended.height, region);
+    const GdcFrame frame = requestFrame(size.width, size.height, region);
     // Enough for the whole picture, so that no later call on it allocates.
     GdcFrame whole = frame;
     whole.x.outCropSize = whole.x.sourceSize;
@@ -82,6 +81,7 @@ int vantor_warp_part(vantor_engine* engine, const vantor_image* dst, const vanto
         if (!grid) throw invalid("grid is null");
         if (!part) throw invalid("part is null");
         checkPart(*dst, *part);
-        warpPart(engine, *src, *grid, *part, partOf(warpPlanes<uint8_t>(*dst), *part));
+        const vantor::Size extended = extendedSize({src->width, src->height});
+        warpPart(engine, extended, *src, *grid, *part, partOf(warpPlanes<uint8_t>(*dst), *part));
     });
 }

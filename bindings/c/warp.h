@@ -3,6 +3,7 @@
 
 #include "bindings/c/picture_view.h"
 #include "gdc_model/picture_warp.h"
+#include "geometry/size.h"
 
 namespace vantor::c {
 
@@ -25,8 +26,9 @@ GdcPlanes<Byte> warpPlanes(const vantor_image& image) {
     return planes;
 }
 
-/// Writes a part of a picture, which has been checked, to planes that begin with it.
-void warpPart(vantor_engine* engine, const vantor_image& src, const vantor_grid& grid,
+/// Writes a part of a picture, which has been checked, to planes that begin with it. The grid is spread over
+/// `frame`, which the picture is extended to.
+void warpPart(vantor_engine* engine, Size frame, const vantor_image& src, const vantor_grid& grid,
               const vantor_rect& part, const WarpOutputPlanes& output);
 
 }  // namespace vantor::c
