@@ -7,6 +7,7 @@
 #include "platform/linux/service_packet.h"
 #include "service/backend.h"
 #include "service/client_picture.h"
+#include "service/faults.h"
 #include "service/working_memory.h"
 
 namespace vantor {
@@ -24,6 +25,7 @@ struct Call {
     ImageGeometry srcGeometry;
     Buffers srcBuffers;
     const vantor_grid* grid;  ///< of a warp, which nobody else can write to; null for scaling
+    Faults faults{};
 
     /// As log lines name it.
     const char* method() const { return grid ? "runGDC" : "runCSC"; }
@@ -35,7 +37,8 @@ struct Answer {
 };
 
 /// Does a request on the seat that `takeSeat` gives, or refuses it. `isWanted` is asked between the work and
-/// the first byte that is written to the client's buffers: the request ends there if it says no.
+/// the first byte that is written to the client's buffers: the request ends there if it says no. Of its
+/// faults, those of the reply are left to the caller.
 Answer answer(
     const Call& call, const std::function<Seat&()>& takeSeat,
     const std::function<bool()>& isWanted = [] { return true; }) noexcept;

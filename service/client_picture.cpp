@@ -43,8 +43,8 @@ void ClientPicture::read(const vantor_rect& part, const vantor_image& to) const 
     });
 }
 
-void ClientPicture::writeRegion(const vantor_image& from) const {
-    transfer(region(), from, [](int descriptor, uint8_t* memory, size_t bytes, off_t place) {
+void ClientPicture::write(const vantor_rect& part, const vantor_image& from) const {
+    transfer(part, from, [](int descriptor, uint8_t* memory, size_t bytes, off_t place) {
         return pwrite(descriptor, memory, bytes, place);
     });
 }

@@ -41,9 +41,9 @@ public:
     /// Reads a part to the same place in a picture of this size. Throws a Refusal where bytes are missing.
     void read(const vantor_rect& part, const vantor_image& to) const;
 
-    /// Writes the region of interest of a picture of this size. Throws a Refusal where the buffers do not
+    /// Writes a part from the same place in a picture of this size. Throws a Refusal where the buffers do not
     /// take all the bytes.
-    void writeRegion(const vantor_image& from) const;
+    void write(const vantor_rect& part, const vantor_image& from) const;
 
 private:
     /// Where a plane is in the client's buffers.
