@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
@@ -27,7 +28,8 @@ struct Seating {
 /// A text of the back end, which may hold anything.
 std::string printable(std::string text) {
     const auto isPrintable = [](char c) { return c >= ' ' && c <= '~'; };
-    std::replace_if(text.begin(), text.end(), [&](char c) { return !isPrintable(c); }, '?');
+    std::replace_if(
+        text.begin(), text.end(), [&](char c) { return !isPrintable(c); }, '?');
     return text;
 }
 
@@ -43,7 +45,8 @@ public:
         seating_->fail(text.empty() ? "open() returned " + std::to_string(status) : text);
     }
     ~TableBackend() override {
-        if (seating_->table.close) seating_->table.close(state_);
+        const vantor_backend_table& table = seating_->table;
+        if (table.open && table.close) table.close(state_);
     }
     TableBackend(const TableBackend&) = delete;
     TableBackend& operator=(const TableBackend&) = delete;

@@ -9,7 +9,6 @@
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/library/build_facts.h"
 #include "tools/vantor/library/record_file.h"
-#include "tools/vantor/picture/picture_hash.h"
 
 namespace vantor::tool {
 namespace {
@@ -20,19 +19,8 @@ struct RecordCommand {
     std::vector<std::string> arguments;
 };
 
-std::vector<uint8_t> packed(const Planes& planes) {
-    const size_t pixels = planes.size.pixels();
-    std::vector<uint8_t> bytes(planes.luma, planes.luma + pixels);
-    if (planes.format == PixelFormat::Nv12)
-        bytes.insert(bytes.end(), planes.chroma, planes.chroma + pixels / 2);
-    return bytes;
-}
-
 RecordedPicture recorded(const WorkingPicture& picture, bool hashOnly) {
-    RecordedPicture result{picture.planes.size, picture.region, {}, packed(picture.planes)};
-    PictureHash hash;
-    hash.add(result.planes.data(), result.planes.size());
-    result.hash = hash.text();
+    RecordedPicture result = recordedPicture(picture.planes, picture.region);
     if (hashOnly) result.planes.clear();
     return result;
 }

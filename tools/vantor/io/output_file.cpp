@@ -146,7 +146,9 @@ void OutputFile::openNamed(const std::string& directory) {
     temporary_ = std::move(name);
     next_ = std::exchange(first_, this);
     for (int signal : kFatalSignals) {
-        if (std::signal(signal, removeAllAndReraise) == SIG_IGN) std::signal(signal, SIG_IGN);
+        struct sigaction current {};
+        sigaction(signal, nullptr, &current);
+        if (current.sa_handler == SIG_DFL) std::signal(signal, removeAllAndReraise);  // others end the tool in order
     }
 }
 

@@ -298,6 +298,16 @@ const char* targetName(int32_t target) {
     return target == hardware::GDC_HW ? "GDC_HW" : "GDC_C_MODEL";
 }
 
+RecordedPicture recordedPicture(const Planes& planes, const Region& region) {
+    const size_t pixels = planes.size.pixels();
+    RecordedPicture picture{planes.size, region, {}, {planes.luma, planes.luma + pixels}};
+    if (planes.format == PixelFormat::Nv12) {
+        picture.planes.insert(picture.planes.end(), planes.chroma, planes.chroma + pixels / 2);
+    }
+    picture.hash = hashOf(picture.planes.data(), picture.planes.size());
+    return picture;
+}
+
 void writeRecord(const std::string& path, const Record& record) {
     const std::string header = textOf(headerOf(record));
     if (header.size() > kMaxHeaderBytes) {

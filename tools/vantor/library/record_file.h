@@ -27,6 +27,9 @@ struct Record {
     nlohmann::ordered_json madeBy;               ///< the build, the machine and the arguments
 };
 
+/// A picture with all samples and their hash.
+RecordedPicture recordedPicture(const Planes& planes, const Region& region);
+
 /// Written atomically; docs/records.md describes the format.
 void writeRecord(const std::string& path, const Record& record);
 

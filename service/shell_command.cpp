@@ -1,0 +1,244 @@
+#include "service/shell_command.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/packet_channel.h"
+
+extern char** environ;
+
+namespace vantor {
+namespace {
+
+using remote::Deadline;
+
+void check(int error, const char* call) {
+    if (error != 0) throw std::system_error(error, std::generic_category(), call);
+}
+
+/// Writing to a pipe without a reader fails with EPIPE and sends this thread no signal while this exists.
+class NoPipeSignal {
+public:
+    NoPipeSignal() {
+        sigemptyset(&signal_);
+        sigaddset(&signal_, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+    }
+    ~NoPipeSignal() {
+        constexpr timespec kNow{};
+        if (sigismember(&before_, SIGPIPE) == 0) sigtimedwait(&signal_, nullptr, &kNow);
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    NoPipeSignal(const NoPipeSignal&) = delete;
+    NoPipeSignal& operator=(const NoPipeSignal&) = delete;
+
+private:
+    sigset_t signal_;
+    sigset_t before_;
+};
+
+class Descriptor {
+public:
+    Descriptor() = default;
+    ~Descriptor() { close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    void set(int value) { value_ = value; }
+    int get() const { return value_; }
+    bool isOpen() const { return value_ >= 0; }
+    void close() {
+        if (isOpen()) ::close(std::exchange(value_, -1));
+    }
+    void makeNonBlocking() const { fcntl(value_, F_SETFL, fcntl(value_, F_GETFL) | O_NONBLOCK); }
+
+private:
+    int value_ = -1;
+};
+
+struct Pipe {
+    Pipe() {
+        int ends[2];
+        check(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe2");
+        read.set(ends[0]);
+        write.set(ends[1]);
+    }
+    Descriptor read;
+    Descriptor write;
+};
+
+/// How a shell is started: as the leader of a process group, with the signals of a fresh process.
+class SpawnRules {
+public:
+    SpawnRules(int in, int out, int error) {
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, error, STDERR_FILENO);
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setsigmask(&attributes, &none);
+        posix_spawnattr_setsigdefault(&attributes, &all);
+        posix_spawnattr_setpgroup(&attributes, 0);
+        posix_spawnattr_setflags(&attributes,
+                                 POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    }
+    ~SpawnRules() {
+        posix_spawnattr_destroy(&attributes);
+        posix_spawn_file_actions_destroy(&actions);
+    }
+    SpawnRules(const SpawnRules&) = delete;
+    SpawnRules& operator=(const SpawnRules&) = delete;
+
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+};
+
+/// One run of a command.
+class Run {
+public:
+    explicit Run(const ShellCommand& command)
+        : command_(command), deadline_(Deadline::clock::now() + command.timeout) {
+        Pipe in, out, error;
+        const SpawnRules rules(in.read.get(), out.write.get(), error.write.get());
+        const char* const words[] = {"sh", "-c", command.text.c_str(), nullptr};
+        check(posix_spawn(&process_, "/bin/sh", &rules.actions, &rules.attributes,
+                          const_cast<char* const*>(words), environ),
+              "posix_spawn /bin/sh");
+        take(in.write, in_);
+        take(out.read, out_);
+        take(error.read, error_);
+    }
+    ~Run() {
+        kill(-process_, SIGKILL);
+        while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) continue;
+        readError();
+        if (!line_.empty()) command_.log(line_);
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    void exchange(const std::vector<uint8_t>& input, std::vector<uint8_t>& output) {
+        const NoPipeSignal noSignal;
+        size_t sent = 0;
+        size_t received = 0;
+        while (out_.isOpen()) {
+            wait(out_.get(), in_.get());
+            send(input, sent);
+            receive(output, received);
+            readError();
+        }
+        in_.close();
+        while (!hasExited()) {
+            constexpr int kMillisecondsBetweenLooks = 2;
+            wait(-1, -1, kMillisecondsBetweenLooks);
+            readError();
+        }
+        checkStatus();
+        const auto some = [](size_t part, size_t all) {
+            return std::to_string(part) + " of " + std::to_string(all) + " bytes";
+        };
+        if (sent < input.size()) fail("it read no more than " + some(sent, input.size()));
+        if (received < output.size()) fail("it wrote " + some(received, output.size()));
+    }
+
+private:
+    static void take(Descriptor& from, Descriptor& to) {
+        to.set(from.get());
+        from.set(-1);
+        to.makeNonBlocking();
+    }
+
+    [[noreturn]] void fail(const std::string& what) const {
+        throw std::runtime_error("command " + command_.text + ": " + what);
+    }
+
+    /// Until something can be read or written, or for some milliseconds.
+    void wait(int out, int in, int milliseconds = INT32_MAX) {
+        const int left = remote::millisecondsUntil(deadline_);
+        if (left == 0) {
+            fail("it took longer than " + std::to_string(command_.timeout.count()) + " ms");
+        }
+        pollfd waiting[] = {{out, POLLIN, 0}, {in, POLLOUT, 0}, {error_.get(), POLLIN, 0}};
+        poll(waiting, std::size(waiting), std::min(left, milliseconds));
+    }
+
+    void send(const std::vector<uint8_t>& input, size_t& sent) {
+        if (!in_.isOpen()) return;
+        const ssize_t done = ::write(in_.get(), input.data() + sent, input.size() - sent);
+        if (done > 0) sent += static_cast<size_t>(done);
+        if ((done < 0 && errno == EPIPE) || sent == input.size()) in_.close();
+    }
+
+    void receive(std::vector<uint8_t>& output, size_t& received) {
+        uint8_t more;
+        const bool isFull = received == output.size();
+        const ssize_t done = ::read(out_.get(), isFull ? &more : output.data() + received,
+                                    isFull ? 1 : output.size() - received);
+        if (done > 0 && isFull) fail("it wrote more than " + std::to_string(output.size()) + " bytes");
+        if (done > 0) received += static_cast<size_t>(done);
+        if (done == 0) out_.close();
+    }
+
+    /// Reads what a pipe holds, once, as there may be no end to it, and hands on whole lines.
+    void readError() {
+        constexpr size_t kMaxLine = 400;
+        constexpr size_t kPipe = 65536;
+        if (!error_.isOpen()) return;
+        char bytes[kPipe];
+        const ssize_t count = ::read(error_.get(), bytes, sizeof bytes);
+        if (count == 0) error_.close();
+        for (const char c : std::string_view(bytes, static_cast<size_t>(std::max<ssize_t>(count, 0)))) {
+            if (c != '\n') line_ += c;
+            if (c == '\n' || line_.size() == kMaxLine) command_.log(std::exchange(line_, {}));
+        }
+    }
+
+    /// It stays a zombie, so that no other process can get its number.
+    bool hasExited() const {
+        siginfo_t state{};
+        if (waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOHANG | WNOWAIT) != 0) {
+            check(errno, "waitid");
+        }
+        return state.si_pid == process_;
+    }
+
+    void checkStatus() const {
+        siginfo_t state{};
+        waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOWAIT);
+        if (state.si_code != CLD_EXITED) fail("signal " + std::to_string(state.si_status) + " ended it");
+        if (state.si_status != 0) fail("it exited with status " + std::to_string(state.si_status));
+    }
+
+    const ShellCommand& command_;
+    Deadline deadline_;
+    pid_t process_ = 0;
+    Descriptor in_;
+    Descriptor out_;
+    Descriptor error_;
+    std::string line_;  ///< of its standard error, as far as it was read
+};
+
+}  // namespace
+
+void ShellCommand::run(const std::vector<uint8_t>& input, std::vector<uint8_t>& output) const {
+    Run(*this).exchange(input, output);
+}
+
+}  // namespace vantor
