@@ -2,12 +2,14 @@
 
 #include <android/log.h>
 
+#include "platform/linux/remote_service.h"
 #include "service/software_service.h"
 
 namespace vantor {
 
 void startSoftwareService() {
     using ::vendor::norlake::hardware::vantorService::V1_0::IVantorService;
+    if (remote::serviceAddress() != nullptr) return;
     if (IVantorService::getService("default", false) != nullptr) return;
     const ::android::sp<SoftwareService> service = new SoftwareService;
     if (service->registerAsService("default") != ::android::OK) {

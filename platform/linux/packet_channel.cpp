@@ -108,7 +108,7 @@ int sendPacket(int socket, const void* bytes, size_t size, const int* descriptor
                     [&] { return sendmsg(socket, &message, MSG_DONTWAIT | MSG_NOSIGNAL); });
 }
 
-int receivePacket(int socket, Packet& packet, Deadline deadline) {
+int receivePacket(int socket, Packet& packet, Deadline deadline, int maxDescriptors) {
     iovec data{packet.bytes.data(), packet.bytes.size()};
     Control control{};
     msghdr message{};
@@ -118,8 +118,10 @@ int receivePacket(int socket, Packet& packet, Deadline deadline) {
         message = {};
         message.msg_iov = &data;
         message.msg_iovlen = 1;
-        message.msg_control = control.bytes;
-        message.msg_controllen = sizeof control;
+        if (maxDescriptors != 0) {
+            message.msg_control = control.bytes;
+            message.msg_controllen = sizeof control;
+        }
         return recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
     });
     if (error) return error;

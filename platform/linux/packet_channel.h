@@ -74,9 +74,11 @@ int sendMessage(int socket, const Message& message, Deadline deadline, const int
     return sendPacket(socket, &message, sizeof message, descriptors, count, deadline);
 }
 
-/// Receives one packet. Returns 0 or an error number: ETIMEDOUT at the deadline, ECONNRESET where the other
-/// side has closed, EPROTO for a packet that is too long or brings too many descriptors.
-int receivePacket(int socket, Packet& packet, Deadline deadline);
+/// Receives one packet with up to kMaxDescriptors descriptors, or with 0. Returns 0 or an error number:
+/// ETIMEDOUT at the deadline, ECONNRESET where the other side has closed, EPROTO for a packet that is too
+/// long or brings too many descriptors. With 0, they are not even opened here: closing one can take for ever,
+/// where a file system of the sender's has to agree (FUSE).
+int receivePacket(int socket, Packet& packet, Deadline deadline, int maxDescriptors = kMaxDescriptors);
 
 /// Whether the other side has closed the connection.
 bool isClosed(int socket);

@@ -3,6 +3,8 @@
 #include <map>
 #include <mutex>
 
+#include "platform/linux/remote_service.h"
+
 namespace vendor::norlake::hardware::vantorService::V1_0 {
 
 using android::sp;
@@ -47,11 +49,13 @@ Registry& registry() {
 const char* IVantorService::descriptor = "vendor.norlake.hardware.vantorService@1.0::IVantorService";
 
 sp<IVantorService> IVantorService::getService(const std::string& serviceName, bool) {
-    return registry().get(serviceName);
+    const char* address = vantor::remote::serviceAddress();
+    return address && serviceName == "default" ? vantor::remote::connectToService(address)
+                                               : registry().get(serviceName);
 }
 
 sp<IVantorService> IVantorService::tryGetService(const std::string& serviceName, bool) {
-    return registry().get(serviceName);
+    return getService(serviceName, false);
 }
 
 android::status_t IVantorService::registerAsService(const std::string& serviceName) {
