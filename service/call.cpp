@@ -24,6 +24,10 @@ void checkSizes(const ClientPicture& dst, const ClientPicture& src) {
     throw Refusal{"src of " + text(src) + ", dst of " + text(dst) + ", expected one size"};
 }
 
+void expectWanted(const std::function<bool()>& isWanted) {
+    if (!isWanted()) throw Refusal{"the client has gone"};
+}
+
 /// Buffers whose descriptors were closed. Their numbers may be others' by now.
 Buffers closed(const Buffers& buffers) {
     static constexpr int kNone[] = {-1, -1};
@@ -59,6 +63,7 @@ void write(const ClientPicture& dst, const vantor_image& result, const Faults& f
 }
 
 void serve(const Call& call, const std::function<Seat&()>& takeSeat, const std::function<bool()>& isWanted) {
+    expectWanted(isWanted);
     const Faults& faults = call.faults;
     const auto buffersOf = [&](const Buffers& buffers) {
         return faults.areBuffersClosed ? closed(buffers) : buffers;
@@ -76,7 +81,7 @@ void serve(const Call& call, const std::function<Seat&()>& takeSeat, const std::
     const BackendPicture to{seat.memory.dst.picture(dst.width(), dst.height()), dst.region()};
     src.read(call.grid ? src.whole() : src.region(), from.image);
     compute(call, seat, to, from);
-    if (!isWanted()) throw Refusal{"the client has gone"};
+    expectWanted(isWanted);
     write(dst, to.image, faults);
     faults.dieAt(Faults::Death::After);
 }

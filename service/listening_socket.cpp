@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include "service/refusal.h"
 
@@ -79,19 +78,6 @@ int option(int socket, int name) {
 }
 
 }  // namespace
-
-OwnedDescriptor& OwnedDescriptor::operator=(OwnedDescriptor&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
-    return *this;
-}
-
-OwnedDescriptor::~OwnedDescriptor() {
-    if (descriptor_ >= 0) close(descriptor_);
-}
-
-int OwnedDescriptor::release() {
-    return std::exchange(descriptor_, -1);
-}
 
 ListeningSocket::ListeningSocket(const std::string& path, bool isForGroup) {
     const sockaddr_un address = addressOf(path);

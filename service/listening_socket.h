@@ -3,22 +3,9 @@
 
 #include <string>
 
+#include "service/owned_descriptor.h"
+
 namespace vantor {
-
-/// A descriptor that is closed at the end.
-class OwnedDescriptor {
-public:
-    explicit OwnedDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    OwnedDescriptor(OwnedDescriptor&& other) noexcept : descriptor_(other.release()) {}
-    OwnedDescriptor& operator=(OwnedDescriptor&& other) noexcept;
-    ~OwnedDescriptor();
-
-    int get() const { return descriptor_; }
-    int release();
-
-private:
-    int descriptor_;
-};
 
 /// Listens on a path of its own until its end, or on a socket that whoever started the process listens on.
 class ListeningSocket {

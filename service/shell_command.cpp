@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "platform/linux/packet_channel.h"
+#include "service/owned_descriptor.h"
 
 extern char** environ;
 
@@ -50,35 +51,25 @@ private:
     sigset_t before_;
 };
 
-class Descriptor {
-public:
-    Descriptor() = default;
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    void set(int value) { value_ = value; }
-    int get() const { return value_; }
-    bool isOpen() const { return value_ >= 0; }
-    void close() {
-        if (isOpen()) ::close(std::exchange(value_, -1));
-    }
-    void makeNonBlocking() const { fcntl(value_, F_SETFL, fcntl(value_, F_GETFL) | O_NONBLOCK); }
-
-private:
-    int value_ = -1;
-};
-
 struct Pipe {
     Pipe() {
         int ends[2];
         check(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe2");
-        read.set(ends[0]);
-        write.set(ends[1]);
+        read = OwnedDescriptor(ends[0]);
+        write = OwnedDescriptor(ends[1]);
     }
-    Descriptor read;
-    Descriptor write;
+    OwnedDescriptor read;
+    OwnedDescriptor write;
 };
+
+OwnedDescriptor nonBlocking(OwnedDescriptor&& descriptor) {
+    fcntl(descriptor.get(), F_SETFL, fcntl(descriptor.get(), F_GETFL) | O_NONBLOCK);
+    return std::move(descriptor);
+}
+
+void close(OwnedDescriptor& descriptor) {
+    descriptor = OwnedDescriptor();
+}
 
 /// How a shell is started: as the leader of a process group, with the signals of a fresh process.
 class SpawnRules {
@@ -121,9 +112,9 @@ public:
         check(posix_spawn(&process_, "/bin/sh", &rules.actions, &rules.attributes,
                           const_cast<char* const*>(words), environ),
               "posix_spawn /bin/sh");
-        take(in.write, in_);
-        take(out.read, out_);
-        take(error.read, error_);
+        in_ = nonBlocking(std::move(in.write));
+        out_ = nonBlocking(std::move(out.read));
+        error_ = nonBlocking(std::move(error.read));
     }
     ~Run() {
         kill(-process_, SIGKILL);
@@ -138,13 +129,13 @@ public:
         const NoPipeSignal noSignal;
         size_t sent = 0;
         size_t received = 0;
-        while (out_.isOpen()) {
+        while (out_.get() >= 0) {
             wait(out_.get(), in_.get());
             send(input, sent);
             receive(output, received);
             readError();
         }
-        in_.close();
+        close(in_);
         while (!hasExited()) {
             constexpr int kMillisecondsBetweenLooks = 2;
             wait(-1, -1, kMillisecondsBetweenLooks);
@@ -159,12 +150,6 @@ public:
     }
 
 private:
-    static void take(Descriptor& from, Descriptor& to) {
-        to.set(from.get());
-        from.set(-1);
-        to.makeNonBlocking();
-    }
-
     [[noreturn]] void fail(const std::string& what) const {
         throw std::runtime_error("command " + command_.text + ": " + what);
     }
@@ -180,10 +165,10 @@ private:
     }
 
     void send(const std::vector<uint8_t>& input, size_t& sent) {
-        if (!in_.isOpen()) return;
+        if (in_.get() < 0) return;
         const ssize_t done = ::write(in_.get(), input.data() + sent, input.size() - sent);
         if (done > 0) sent += static_cast<size_t>(done);
-        if ((done < 0 && errno == EPIPE) || sent == input.size()) in_.close();
+        if ((done < 0 && errno == EPIPE) || sent == input.size()) close(in_);
     }
 
     void receive(std::vector<uint8_t>& output, size_t& received) {
@@ -193,17 +178,17 @@ private:
                                     isFull ? 1 : output.size() - received);
         if (done > 0 && isFull) fail("it wrote more than " + std::to_string(output.size()) + " bytes");
         if (done > 0) received += static_cast<size_t>(done);
-        if (done == 0) out_.close();
+        if (done == 0) close(out_);
     }
 
     /// Reads what a pipe holds, once, as there may be no end to it, and hands on whole lines.
     void readError() {
         constexpr size_t kMaxLine = 400;
         constexpr size_t kPipe = 65536;
-        if (!error_.isOpen()) return;
+        if (error_.get() < 0) return;
         char bytes[kPipe];
         const ssize_t count = ::read(error_.get(), bytes, sizeof bytes);
-        if (count == 0) error_.close();
+        if (count == 0) close(error_);
         for (const char c : std::string_view(bytes, static_cast<size_t>(std::max<ssize_t>(count, 0)))) {
             if (c != '\n') line_ += c;
             if (c == '\n' || line_.size() == kMaxLine) command_.log(std::exchange(line_, {}));
@@ -229,9 +214,9 @@ private:
     const ShellCommand& command_;
     Deadline deadline_;
     pid_t process_ = 0;
-    Descriptor in_;
-    Descriptor out_;
-    Descriptor error_;
+    OwnedDescriptor in_;
+    OwnedDescriptor out_;
+    OwnedDescriptor error_;
     std::string line_;  ///< of its standard error, as far as it was read
 };
 

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,26 +13,26 @@
 namespace vantor::tool {
 
 struct BackendOptions {
-    std::string name = "model";
+    std::string backend = "model";
     std::string options;  ///< for a shared object's open()
-    std::string answer = "model";
+    std::string answer;   ///< what computes for a trace or a faulty one; empty: the model
     std::string record;
     std::string command;
-    double timeout = 30;  ///< of the command, in seconds
+    std::optional<double> timeout;  ///< of the command, in seconds
     std::string script;
     std::vector<std::string> faults;
 };
 
-/// What serves.
-struct ServedBackend {
-    std::string name;  ///< for clients
+struct SeatedBackend {
     BackendMaker make;
-    std::shared_ptr<FaultScript> faults;  ///< null: none
+    std::string name;                       ///< as clients are told
+    int engines;                            ///< by default
+    std::shared_ptr<FaultScript> faults{};  ///< null: none
 };
 
 void addBackendOptions(CLI::App& command, BackendOptions& options);
 
 /// Throws a UserError where options do not go together, or name what cannot be had.
-ServedBackend backendFrom(const BackendOptions& options);
+SeatedBackend seat(const BackendOptions& options);
 
 }  // namespace vantor::tool

@@ -148,7 +148,8 @@ void OutputFile::openNamed(const std::string& directory) {
     for (int signal : kFatalSignals) {
         struct sigaction current {};
         sigaction(signal, nullptr, &current);
-        if (current.sa_handler == SIG_DFL) std::signal(signal, removeAllAndReraise);  // others end the tool in order
+        if (current.sa_handler == SIG_DFL)
+            std::signal(signal, removeAllAndReraise);  // others end the tool in order
     }
 }
 

@@ -31,7 +31,8 @@ RecordedPicture recordedRegion(const BackendPicture& picture) {
     const vantor_rect& region = picture.region;
     Picture copy = makePicture(PixelFormat::Nv12, {picture.image.width, picture.image.height});
     copyRegion(picture, planesOf(copy));
-    return recordedPicture(planesOf(copy), {region.x, region.y, region.x + region.width - 1, region.y + region.height - 1});
+    return recordedPicture(planesOf(copy),
+                           {region.x, region.y, region.x + region.width - 1, region.y + region.height - 1});
 }
 
 }  // namespace
@@ -69,12 +70,16 @@ int32_t TraceBackend::warp(const BackendPicture& dst, const BackendPicture& src,
     std::copy(std::begin(grid.dy), std::end(grid.dy), copy.dY);
     BackendPicture whole = src;
     whole.region = {0, 0, src.image.width, src.image.height};
-    return recorded(warpingRequest(Backend::Hardware, copy), dst, whole, [&] { return answer_->warp(dst, src, grid); });
+    return recorded(warpingRequest(Backend::Hardware, copy), dst, whole,
+                    [&] { return answer_->warp(dst, src, grid); });
 }
 
 template <typename Ask>
-int32_t TraceBackend::recorded(const Request& request, const BackendPicture& dst, const BackendPicture& src, Ask&& ask) {
-    Record record{request, PixelFormat::Nv12, recordedRegion(src), {{dst.image.width, dst.image.height}, {}, {}, {}}, {}, buildFacts()};
+int32_t TraceBackend::recorded(const Request& request, const BackendPicture& dst, const BackendPicture& src,
+                               Ask&& ask) {
+    Record record{
+        request, PixelFormat::Nv12, recordedRegion(src), {{dst.image.width, dst.image.height}, {}, {}, {}},
+        {},      buildFacts()};
     const vantor_rect& region = dst.region;
     record.result.region = {region.x, region.y, region.x + region.width - 1, region.y + region.height - 1};
     record.madeBy["answered_by"] = answerName_;
