@@ -21,8 +21,13 @@ void checkSizes(const ClientPicture& dst, const ClientPicture& src) {
     throw Refusal{"src of " + text(src) + ", dst of " + text(dst) + ", expected one size"};
 }
 
+void expectWanted(const std::function<bool()>& isWanted) {
+    if (!isWanted()) throw Refusal{"the client has gone"};
+}
+
 void compute(const Call& call, const std::function<Seat&()>& takeSeat,
              const std::function<bool()>& isWanted) {
+    expectWanted(isWanted);
     const ClientPicture src("src", ClientPicture::Access::Read, call.srcGeometry, call.srcBuffers);
     const ClientPicture dst("dst", ClientPicture::Access::Write, call.dstGeometry, call.dstBuffers);
     if (call.grid) checkSizes(dst, src);
@@ -33,7 +38,7 @@ void compute(const Call& call, const std::function<Seat&()>& takeSeat,
     const int32_t status =
         call.grid ? seat.backend->warp(to, from, *call.grid) : seat.backend->scale(to, from);
     if (status != 0) throw Failed{status};
-    if (!isWanted()) throw Refusal{"the client has gone"};
+    expectWanted(isWanted);
     dst.writeRegion(to.image);
 }
 

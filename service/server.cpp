@@ -93,8 +93,6 @@ Server::Server(ListeningSocket& socket, ServerOptions options)
     done_.reserve(kMaxConnections);
 }
 
-Server::~Server() = default;
-
 void Server::stop() noexcept {
     raise(stopping_);
 }
@@ -115,6 +113,10 @@ void Server::run() {
     } workers{*this, {}};
     for (Seat& seat : seats_) workers.threads.emplace_back([this, &seat] { work(seat); });
     serveAll();
+}
+
+Server::~Server() {
+    for (Connection& connection : connections_) closer_.close(connection.packet.descriptors);
 }
 
 void Server::serveAll() {
@@ -199,8 +201,13 @@ void Server::accept() {
 bool Server::receive(Connection& connection) {
     const int error = remote::receivePacket(connection.socket.get(), connection.packet, Clock::now());
     if (error == ETIMEDOUT) return true;  // nothing there after all
-    if (error) return false;
-    if (connection.state == Connection::State::New) return welcome(connection);
+    const bool goesOn = error == 0 && (connection.state == Connection::State::New ? welcome(connection)
+                                                                                  : enqueue(connection));
+    if (connection.state != Connection::State::Busy) closer_.close(connection.packet.descriptors);
+    return goesOn;
+}
+
+bool Server::enqueue(Connection& connection) {
     if (ReceivedCall received; !received.take(connection.packet)) return false;
     connection.state = Connection::State::Busy;
     {
@@ -265,10 +272,9 @@ bool Server::serve(Connection& connection, Seat& seat) {
     received.take(connection.packet);
     const Call& call = received.call;
     const auto isWanted = [&] { return !isClosed(connection.socket.get()); };
-    if (!isWanted()) return false;
-    Answer result = answer(
+    const Answer result = answer(
         call, [&]() -> Seat& { return seat; }, isWanted);
-    connection.packet.descriptors.close();
+    closer_.close(connection.packet.descriptors);
     remote::Reply reply{remote::headerOf<remote::Reply>(received.sequence), result.status, ""};
     std::memcpy(reply.text, result.text, sizeof reply.text);
     const bool isDelivered = remote::sendMessage(connection.socket.get(), reply, Clock::now()) == 0;

@@ -14,6 +14,7 @@
 
 #include "platform/linux/packet_channel.h"
 #include "service/call.h"
+#include "service/descriptor_closer.h"
 #include "service/listening_socket.h"
 
 namespace vantor {
@@ -82,6 +83,7 @@ private:
     /// Takes the next packet of a connection, and returns whether it goes on.
     bool receive(Connection& connection);
     bool welcome(Connection& connection);
+    bool enqueue(Connection& connection);
     void takeBackAnswered();
 
     void work(Seat& seat);
@@ -92,6 +94,7 @@ private:
     ServerOptions options_;
     OwnedDescriptor stopping_;  ///< an event each
     OwnedDescriptor answered_;
+    DescriptorCloser closer_;
     std::vector<Seat> seats_;
     std::list<Connection> connections_;  ///< of the waiting thread, but for what is Busy
 
