@@ -36,9 +36,9 @@ struct Answer {
     char text[sizeof remote::Reply::text] = "";  ///< why not, as one line for the log; empty for status 0
 };
 
-/// Does a request on the seat that `takeSeat` gives, or refuses it. `isWanted` is asked between the work and
-/// the first byte that is written to the client's buffers: the request ends there if it says no. Of its
-/// faults, those of the reply are left to the caller.
+/// Does a request on the seat that `takeSeat` gives, or refuses it. `isWanted` is asked before the work, and
+/// between it and the first byte that is written to the client's buffers: the request ends there if it says
+/// no. Of the faults, those of the reply are left to the caller.
 Answer answer(
     const Call& call, const std::function<Seat&()>& takeSeat,
     const std::function<bool()>& isWanted = [] { return true; }) noexcept;

@@ -93,8 +93,6 @@ Server::Server(ListeningSocket& socket, ServerOptions options)
     done_.reserve(kMaxConnections);
 }
 
-Server::~Server() = default;
-
 void Server::stop() noexcept {
     raise(stopping_);
 }
@@ -115,6 +113,10 @@ void Server::run() {
     } workers{*this, {}};
     for (Seat& seat : seats_) workers.threads.emplace_back([this, &seat] { work(seat); });
     serveAll();
+}
+
+Server::~Server() {
+    for (Connection& connection : connections_) closer_.close(connection.packet.descriptors);
 }
 
 void Server::serveAll() {
@@ -199,8 +201,13 @@ void Server::accept() {
 bool Server::receive(Connection& connection) {
     const int error = remote::receivePacket(connection.socket.get(), connection.packet, Clock::now());
     if (error == ETIMEDOUT) return true;  // nothing there after all
-    if (error) return false;
-    if (connection.state == Connection::State::New) return welcome(connection);
+    const bool goesOn = error == 0 && (connection.state == Connection::State::New ? welcome(connection)
+                                                                                  : enqueue(connection));
+    if (connection.state != Connection::State::Busy) closer_.close(connection.packet.descriptors);
+    return goesOn;
+}
+
+bool Server::enqueue(Connection& connection) {
     if (ReceivedCall received; !received.take(connection.packet)) return false;
     connection.state = Connection::State::Busy;
     {
@@ -259,19 +266,32 @@ void Server::work(Seat& seat) {
     }
 }
 
+bool Server::isWanted(const Connection& connection, const Faults& faults) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return !isClosed(connection.socket.get()) && !(isEnding_ && faults.delay.count() > 0);
+}
+
+bool Server::reply(const Connection& connection, uint32_t sequence, const Answer& answer, ReplyFault fault) {
+    remote::Reply reply{remote::headerOf<remote::Reply>(sequence), answer.status, ""};
+    std::memcpy(reply.text, answer.text, sizeof reply.text);
+    const int socket = connection.socket.get();
+    if (fault == ReplyFault::None) return remote::sendMessage(socket, reply, Clock::now()) == 0;
+    if (const auto packet = packetOf(reply, fault)) {
+        remote::sendPacket(socket, packet->data(), packet->size(), nullptr, 0, Clock::now());
+    }
+    return false;
+}
+
 bool Server::serve(Connection& connection, Seat& seat) {
     const Time start = Clock::now();
     ReceivedCall received;
     received.take(connection.packet);
-    const Call& call = received.call;
-    const auto isWanted = [&] { return !isClosed(connection.socket.get()); };
-    if (!isWanted()) return false;
-    Answer result = answer(
-        call, [&]() -> Seat& { return seat; }, isWanted);
-    connection.packet.descriptors.close();
-    remote::Reply reply{remote::headerOf<remote::Reply>(received.sequence), result.status, ""};
-    std::memcpy(reply.text, result.text, sizeof reply.text);
-    const bool isDelivered = remote::sendMessage(connection.socket.get(), reply, Clock::now()) == 0;
+    Call& call = received.call;
+    if (options_.faults) call.faults = options_.faults->next(call.grid != nullptr);
+    const Answer result = answer(
+        call, [&]() -> Seat& { return seat; }, [&] { return isWanted(connection, call.faults); });
+    closer_.close(connection.packet.descriptors);
+    const bool isDelivered = reply(connection, received.sequence, result, call.faults.reply);
     if (options_.said) {
         const std::chrono::duration<double, std::milli> time = Clock::now() - start;
         const std::lock_guard<std::mutex> lock(saying_);

@@ -14,6 +14,7 @@
 
 #include "platform/linux/packet_channel.h"
 #include "service/call.h"
+#include "service/descriptor_closer.h"
 #include "service/listening_socket.h"
 
 namespace vantor {
@@ -37,6 +38,7 @@ struct ServerOptions {
     bool isForGroup = false;                          ///< users of this process's group are served, too
     std::function<void(const ServedRequest&)> said;   ///< called after each request, by one thread at a time
     std::function<void(const std::string&)> refused;  ///< of connections: the same
+    std::shared_ptr<FaultScript> faults;              ///< null: none
 };
 
 /// Serves at most kMaxConnections clients at a time; others wait until one goes, or until one that asks for
@@ -82,9 +84,14 @@ private:
     /// Takes the next packet of a connection, and returns whether it goes on.
     bool receive(Connection& connection);
     bool welcome(Connection& connection);
+    bool enqueue(Connection& connection);
     void takeBackAnswered();
 
     void work(Seat& seat);
+    /// Whether the client still waits; a request that is delayed to order does not outlast the service.
+    bool isWanted(const Connection& connection, const Faults& faults);
+    /// Returns whether the reply could be sent as it is.
+    bool reply(const Connection& connection, uint32_t sequence, const Answer& answer, ReplyFault fault);
     /// Answers the request of a connection, and returns whether it goes on.
     bool serve(Connection& connection, Seat& seat);
 
@@ -92,6 +99,7 @@ private:
     ServerOptions options_;
     OwnedDescriptor stopping_;  ///< an event each
     OwnedDescriptor answered_;
+    DescriptorCloser closer_;
     std::vector<Seat> seats_;
     std::list<Connection> connections_;  ///< of the waiting thread, but for what is Busy
 

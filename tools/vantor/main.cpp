@@ -152,6 +152,7 @@ int runTool(int argc, char** argv) {
     addInfo(app, run);
     addRecord(app, run, {argv + 1, argv + argc});
     addReplay(app, run);
+    addServe(app, run);
     addSelftest(app, run);
     addQuietOption(app);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {

@@ -26,5 +26,6 @@ void addInfo(CLI::App& app, Run& run);
 void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& arguments);
 void addReplay(CLI::App& app, Run& run);
 void addSelftest(CLI::App& app, Run& run);
+void addServe(CLI::App& app, Run& run);
 
 }  // namespace vantor::tool

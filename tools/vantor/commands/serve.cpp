@@ -65,12 +65,9 @@ nlohmann::ordered_json toJson(const ImageGeometry& picture) {
 }
 
 void printJson(const ServedRequest& served) {
-    nlohmann::ordered_json line{{"client", served.client},
-                                {"request", served.method},
-                                {"src", toJson(served.src)},
-                                {"dst", toJson(served.dst)},
-                                {"status", served.status},
-                                {"milliseconds", served.milliseconds},
+    nlohmann::ordered_json line{{"client", served.client},        {"request", served.method},
+                                {"src", toJson(served.src)},      {"dst", toJson(served.dst)},
+                                {"status", served.status},        {"milliseconds", served.milliseconds},
                                 {"delivered", served.isDelivered}};
     if (served.status != 0) line["error"] = served.text;
     std::printf("%s\n", toText(line, -1).c_str());
@@ -121,9 +118,12 @@ int serve(const ServeOptions& options) {
     const SeatedBackend seated = seat(options.backend);
     const auto socket = listen(options);
     Report report(options);
-    ServerOptions server{seated.make, seated.name};
+    ServerOptions server;
+    server.backend = seated.make;
+    server.backendName = seated.name;
     server.engines = options.engines > 0 ? options.engines : seated.engines;
     server.isForGroup = options.allowGroup;
+    server.faults = seated.faults;
     server.said = [&](const ServedRequest& served) { report(served); };
     server.refused = [](const std::string& why) { printMessage("refused a connection: %s", why.c_str()); };
     Server service(*socket, std::move(server));
