@@ -61,7 +61,8 @@ std::string TraceDirectory::fileOf(int number) const {
 }
 
 int32_t TraceBackend::scale(const BackendPicture& dst, const BackendPicture& src) {
-    return recorded(scalingRequest(Backend::Hardware), dst, src, [&] { return answer_->scale(dst, src); });
+    return recorded(scalingRequest(tool::Backend::Hardware), dst, src,
+                    [&] { return answer_->scale(dst, src); });
 }
 
 int32_t TraceBackend::warp(const BackendPicture& dst, const BackendPicture& src, const vantor_grid& grid) {
@@ -70,7 +71,7 @@ int32_t TraceBackend::warp(const BackendPicture& dst, const BackendPicture& src,
     std::copy(std::begin(grid.dy), std::end(grid.dy), copy.dY);
     BackendPicture whole = src;
     whole.region = {0, 0, src.image.width, src.image.height};
-    return recorded(warpingRequest(Backend::Hardware, copy), dst, whole,
+    return recorded(warpingRequest(tool::Backend::Hardware, copy), dst, whole,
                     [&] { return answer_->warp(dst, src, grid); });
 }
 
