@@ -19,7 +19,8 @@ foreach(header ${public_headers})
     get_filename_component(directory ${header} DIRECTORY)
     install(FILES ${header} DESTINATION ${headers}/${directory} COMPONENT development)
 endforeach()
-install(FILES bindings/c/vantor/vantor.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantor COMPONENT c_development)
+install(FILES bindings/c/vantor/vantor.h bindings/c/vantor/vantor_backend.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantor COMPONENT c_development)
 
 # One package for find_package, of whose targets each library's development component brings its own.
 install(EXPORT vantor NAMESPACE Vantor10:: FILE VantorTargets.cmake DESTINATION ${cmake_files} COMPONENT c_development)

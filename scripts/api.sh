@@ -4,5 +4,5 @@ set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh --api
 mkdir -p build-api
-{ cat Doxyfile; echo "INPUT = bindings/c/vantor/vantor.h $(tr '\n' ' ' <cmake/public_headers.txt)"; } | doxygen -
+{ cat Doxyfile; echo "INPUT = bindings/c/vantor/vantor.h bindings/c/vantor/vantor_backend.h $(tr '\n' ' ' <cmake/public_headers.txt)"; } | doxygen -
 echo "api: build-api/html/index.html"

@@ -84,13 +84,13 @@ typedef struct vantor_server vantor_server;
 
 /**
  * Opens a socket and the back end, whose table is kept until the end; null is the software model. Returns null and a
- * text in `message`, which has `size` bytes, where that fails: the options, another service on the socket, the back
- * end's own refusal.
+ * text in `message`, which has `size` bytes, where that fails: options out of range, a service that listens there
+ * already, a back end that refuses.
  */
 vantor_server *vantor_server_new(const vantor_backend_table *backend, const vantor_server_options *options,
                                  char *message, size_t size);
 
-/** Serves until vantor_server_stop(). Called once. Returns 0, or a negative error number where waiting failed. */
+/** Serves until vantor_server_stop(). Called once. Returns 0, or -1 where threads or waiting failed. */
 int vantor_server_run(vantor_server *server);
 
 /** Ends vantor_server_run(), after the requests that are computed now. May be called by any thread, and signal

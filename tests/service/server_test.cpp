@@ -1,0 +1,307 @@
+// The service in another process: what the one in this process does, whatever its clients send, and whenever it dies.
+#include "service/server.h"
+
+#include <android/log.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <hidl/HidlSupport.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <filesystem>
+
+#include "service/model_backend.h"
+#include "service/software_service.h"
+#include "tests/support.h"
+
+namespace {
+std::vector<std::string> lines;    // logged
+std::atomic<int> stepsToLive{-1};  // calls of the functions below before the process is killed; negative: it lives
+
+void step() {
+    if (stepsToLive >= 0 && stepsToLive-- == 0) raise(SIGKILL);
+}
+template <typename Call>
+Call* next(const char* name) {
+    return reinterpret_cast<Call*>(dlsym(RTLD_NEXT, name));
+}
+}  // namespace
+
+extern "C" {
+int __android_log_print(int priority, const char*, const char* format, ...) {
+    char text[1024];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    if (priority >= ANDROID_LOG_ERROR) lines.push_back(text);
+    return 1;
+}
+ssize_t pread(int fd, void* bytes, size_t count, off_t place) {
+    step();
+    return next<ssize_t(int, void*, size_t, off_t)>("pread")(fd, bytes, count, place);
+}
+ssize_t pwrite(int fd, const void* bytes, size_t count, off_t place) {
+    step();
+    return next<ssize_t(int, const void*, size_t, off_t)>("pwrite")(fd, bytes, count, place);
+}
+ssize_t recvmsg(int fd, msghdr* message, int flags) {
+    step();
+    return next<ssize_t(int, msghdr*, int)>("recvmsg")(fd, message, flags);
+}
+ssize_t sendmsg(int fd, const msghdr* message, int flags) {
+    step();
+    return next<ssize_t(int, const msghdr*, int)>("sendmsg")(fd, message, flags);
+}
+}
+
+namespace vantor::test {
+namespace {
+
+using hardware::vantorClient;
+using ::vendor::norlake::hardware::vantorService::V1_0::IVantorService;
+using Geometry = SoftwareService::Geometry;
+
+/// Another process that serves until the end of this object.
+class Service {
+public:
+    explicit Service(int steps = -1) : path_("/tmp/vantor-server-test-" + std::to_string(getpid())) {
+        int ready[2];
+        EXPECT_EQ(0, pipe(ready));
+        process_ = fork();
+        if (process_ == 0) serve(steps, ready[1]);
+        close(ready[1]);
+        char byte;
+        EXPECT_EQ(1, read(ready[0], &byte, 1));
+        close(ready[0]);
+        setenv("VANTOR_SERVICE", ("unix:" + path_).c_str(), 1);
+    }
+    ~Service() {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+    /// How many descriptors it has, and pages of memory.
+    std::pair<size_t, long> footprint() const {
+        const std::string directory = "/proc/" + std::to_string(process_);
+        long all = 0, resident = 0;
+        std::ifstream(directory + "/statm") >> all >> resident;
+        return {count((directory + "/fd").c_str()), resident};
+    }
+    const std::string& path() const { return path_; }
+
+private:
+    static size_t count(const char* directory) {
+        size_t entries = 0;
+        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory)) ++entries;
+        return entries;
+    }
+    [[noreturn]] void serve(int steps, int ready) const {
+        ListeningSocket socket(path_, false);
+        ServerOptions options;
+        options.backend = [] { return std::make_unique<ModelBackend>(); };
+        options.engines = 2;
+        Server server(socket, std::move(options));
+        EXPECT_EQ(1, write(ready, "!", 1));
+        stepsToLive = steps;
+        server.run();
+        _exit(0);
+    }
+
+    std::string path_;
+    pid_t process_;
+};
+
+/// A memory file, which others may read and write.
+struct Memory {
+    explicit Memory(const std::vector<uint8_t>& content) : size(content.size()), fd(memfd_create("test", MFD_CLOEXEC)) {
+        EXPECT_EQ(static_cast<ssize_t>(size), write(fd, content.data(), size));
+    }
+    ~Memory() { close(fd); }
+    Memory(const Memory&) = delete;
+    Memory& operator=(const Memory&) = delete;
+    std::vector<uint8_t> bytes() const {
+        std::vector<uint8_t> content(size);
+        EXPECT_EQ(static_cast<ssize_t>(size), pread(fd, content.data(), size, 0));
+        return content;
+    }
+    size_t size;
+    int fd;
+};
+
+/// A picture's geometry, which the service takes or, one time in eight, most often does not.
+Geometry anyGeometry(Random& random, int width, int height) {
+    const auto span = [&](int side) {
+        const int first = 2 * random.between(0, side / 2 - 2);
+        return std::make_pair(first, first + 2 * random.between(2, (side - first) / 2) - 1);
+    };
+    const auto [left, right] = span(width);
+    const auto [top, bottom] = span(height);
+    Geometry geometry{width, height, left, top, right, bottom};
+    if (random.between(0, 7) == 0) (&geometry.width)[random.between(0, 5)] += random.between(-9, 9);
+    return geometry;
+}
+
+/// What a request does to a buffer, and how it ends.
+struct Outcome {
+    int32_t status;
+    std::vector<std::string> log;
+    std::vector<uint8_t> dst;
+
+    bool operator==(const Outcome& other) const {
+        return status == other.status && log == other.log && dst == other.dst;
+    }
+};
+
+Outcome run(IVantorService& service, const Geometry& to, const Geometry& from, const std::vector<uint8_t>& content,
+            const SoftwareService::GdcGrid* grid) {
+    Memory src(content), dst(std::vector<uint8_t>(content.size(), 9));
+    native_handle_t* const handles[] = {native_handle_create(1, 0), native_handle_create(1, 0)};
+    handles[0]->data[0] = dst.fd;
+    handles[1]->data[0] = src.fd;
+    lines.clear();
+    const int32_t status = grid ? service.runGDC(to, handles[0], from, handles[1], *grid, nullptr)
+                                : service.runCSC(to, handles[0], from, handles[1], nullptr);
+    for (native_handle_t* handle : handles) native_handle_delete(handle);
+    return {status, lines, dst.bytes()};
+}
+
+int rounds(int usual) {
+    const char* const requests = std::getenv("VANTOR_REQUESTS");
+    return requests ? std::atoi(requests) : usual;
+}
+
+TEST(Server, DoesWhatTheServiceInTheProcessDoes) {
+    const Service other;
+    const auto remote = IVantorService::getService("default", false);
+    ASSERT_NE(nullptr, remote.get());
+    SoftwareService local;
+    Random random(seed());
+    std::pair<size_t, long> before;
+    int refused = 0;
+    for (int i = 0, count = rounds(200); i < count; ++i) {
+        const int width = 2 * random.between(2, 120), height = 2 * random.between(2, 60);
+        const bool isWarp = random.between(0, 1) == 1;
+        const Geometry src = anyGeometry(random, width, height);
+        const Geometry dst = isWarp ? anyGeometry(random, width, height)
+                                    : anyGeometry(random, 2 * random.between(2, 120), 2 * random.between(2, 60));
+        SoftwareService::GdcGrid grid;
+        for (int32_t* node : {&grid.dX[0][0], &grid.dY[0][0]})
+            for (int k = 0; k < 1089; ++k) node[k] = random.between(-90000, 90000);
+        const auto content = random.content(240 * 120 * 3 / 2);
+        const Outcome expected = run(local, dst, src, content, isWarp ? &grid : nullptr);
+        ASSERT_TRUE(run(*remote, dst, src, content, isWarp ? &grid : nullptr) == expected) << seed() << " " << i;
+        refused += expected.status != 0;
+        if (i == count / 2) before = other.footprint();
+    }
+    EXPECT_TRUE(refused > 0 && refused < rounds(200) / 2);
+    EXPECT_EQ(before.first, other.footprint().first) << "descriptors";
+    EXPECT_LT(other.footprint().second, before.second + 100) << "pages";
+}
+
+TEST(Server, MayDieAtAnyStepOfARequest) {
+    std::vector<uint8_t> from, to, expected;
+    vantorClient::BufferData src = wholePicture(from, 256, 140), dst = wholePicture(to, 192, 96);
+    Random random(seed());
+    from = random.content(from.size());
+    src.y = from.data();
+    expected.resize(to.size());
+    ASSERT_EQ(0, vantorClient::runInterpBicubic({expected.data(), nullptr, -1, -1, 192, 96, 0, 0, 191, 95}, src, 1));
+    int failed = 0, steps = 0;
+    bool isConnected = false;
+    for (int32_t status = -38; status != 0; ++steps) {
+        Memory shared(from);
+        vantorClient::BufferData given = src;
+        given.fdY = shared.fd;
+        given.cropRight -= 2;  // row by row
+        {
+            const Service dying(steps);
+            if (const int32_t connected = isConnected ? 0 : vantorClient::init(); connected != 0) {
+                vantorClient::deinit();
+                continue;
+            }
+            isConnected = true;
+            std::fill(to.begin(), to.end(), uint8_t{9});
+            status = vantorClient::runCSC(dst, given, 1);
+            failed += status != 0;
+            ASSERT_TRUE(status == 0 || (status == -38 && to == expected)) << steps;
+        }
+        const Service next;
+        ASSERT_EQ(0, vantorClient::runCSC(dst, src, 1)) << steps;
+        ASSERT_EQ(expected, to) << steps;
+    }
+    EXPECT_GT(failed, 200);
+}
+
+/// A client that keeps to no rules.
+class Stranger {
+public:
+    explicit Stranger(const std::string& path) : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0)) {
+        sockaddr_un address{AF_UNIX, ""};
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return;
+        send(remote::Hello{remote::headerOf<remote::Hello>(0)}, {});
+    }
+    ~Stranger() { close(socket_); }
+    Stranger(const Stranger&) = delete;
+    Stranger& operator=(const Stranger&) = delete;
+
+    template <typename Message>
+    void send(const Message& message, const std::vector<int>& descriptors, size_t size = sizeof(Message)) {
+        remote::sendPacket(socket_, &message, size, descriptors.data(), static_cast<int>(descriptors.size()),
+                           std::chrono::steady_clock::now());
+    }
+
+private:
+    int socket_;
+};
+
+TEST(Server, ServesOthersWhateverOneClientSends) {
+    const Service service;
+    const auto remote = IVantorService::getService("default", false);
+    ASSERT_NE(nullptr, remote.get());
+    Random random(seed());
+    const auto content = random.content(64 * 48 * 3 / 2);
+    const Geometry whole{64, 48, 0, 0, 63, 47}, half{32, 24, 0, 0, 31, 23};
+    const Outcome expected = run(*remote, half, whole, content, nullptr);
+    ASSERT_EQ(0, expected.status);
+    Memory victim(content);
+    const pid_t flipping = fork();
+    while (flipping == 0) {
+        const uint8_t byte = static_cast<uint8_t>(random.between(0, 255));
+        [[maybe_unused]] const auto done = pwrite(victim.fd, &byte, 1, random.between(0, 64 * 48 - 1));
+    }
+    const int foreign[] = {open("/proc/version", O_RDONLY), open("/", O_RDONLY), open("/dev/zero", O_RDWR),
+                           eventfd(0, 0), victim.fd};
+    std::pair<size_t, long> before;
+    for (int round = 0; round < 40; ++round) {
+        std::vector<std::unique_ptr<Stranger>> crowd;
+        for (int i = 0; i < 100; ++i) {
+            Stranger& stranger = *crowd.emplace_back(new Stranger(service.path()));
+            remote::WarpRequest warp{
+                remote::headerOf<remote::WarpRequest>(7), {64, 48, 0, 0, 63, 47}, {64, 48, 0, 0, 63, 47}, 1, 1, {}, {}};
+            auto* const words = reinterpret_cast<uint32_t*>(&warp);
+            for (int k = random.between(0, 3); k > 0; --k) words[random.between(0, 17)] ^= 1u << random.between(0, 31);
+            std::vector<int> descriptors;
+            for (int k = random.between(0, 6); k > 0; --k) descriptors.push_back(foreign[random.between(0, 4)]);
+            if (random.between(0, 2) == 0) descriptors = {victim.fd, victim.fd};
+            const bool isWhole = random.between(0, 3) != 0;
+            for (int k = 0; k < 3; ++k)
+                stranger.send(warp, descriptors, isWhole ? sizeof warp : static_cast<size_t>(random.between(0, 8784)));
+        }
+        ASSERT_TRUE(run(*remote, half, whole, content, nullptr) == expected) << seed() << " " << round;
+        if (round == 20) before = service.footprint();
+    }
+    for (int i = 0; i < 50; ++i) usleep(service.footprint().first > before.first ? 20000 : 0);
+    EXPECT_LE(service.footprint().first, before.first) << "descriptors";
+    EXPECT_LT(service.footprint().second, before.second + 500) << "pages";
+    kill(flipping, SIGKILL);
+    waitpid(flipping, nullptr, 0);
+    EXPECT_TRUE(run(*remote, half, whole, content, nullptr) == expected);
+}
+
+}  // namespace
+}  // namespace vantor::test
