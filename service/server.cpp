@@ -276,10 +276,9 @@ bool Server::reply(const Connection& connection, uint32_t sequence, const Answer
     std::memcpy(reply.text, answer.text, sizeof reply.text);
     const int socket = connection.socket.get();
     if (fault == ReplyFault::None) return remote::sendMessage(socket, reply, Clock::now()) == 0;
-    if (const auto packet = packetOf(reply, fault)) {
-        remote::sendPacket(socket, packet->data(), packet->size(), nullptr, 0, Clock::now());
-    }
-    return false;
+    const auto packet = packetOf(reply, fault);
+    return packet &&
+           remote::sendPacket(socket, packet->data(), packet->size(), nullptr, 0, Clock::now()) == 0;
 }
 
 bool Server::serve(Connection& connection, Seat& seat) {

@@ -90,7 +90,7 @@ private:
     void work(Seat& seat);
     /// Whether the client still waits; a request that is delayed to order does not outlast the service.
     bool isWanted(const Connection& connection, const Faults& faults);
-    /// Returns whether the reply could be sent as it is.
+    /// Sends the reply, or what its fault makes of it, and returns whether anything could be sent.
     bool reply(const Connection& connection, uint32_t sequence, const Answer& answer, ReplyFault fault);
     /// Answers the request of a connection, and returns whether it goes on.
     bool serve(Connection& connection, Seat& seat);
