@@ -62,7 +62,7 @@ public:
     }
 
     /// Whether a request has to end with this status; only while each packet was answered by one at most.
-    bool isRight(int32_t status) const { return !isOrderly_ || (status_ ? status == *status_ : status != 0); }
+    bool isRight(int32_t status) const { return !isOrderly_ || (status_ ? status == *status_ : status < 0); }
 
     /// The socket where the client connects.
     static int listener() {
@@ -87,6 +87,7 @@ private:
         if (input_.between(0, 31) == 0) return;
         Bytes bytes = input_.content(size);
         std::memcpy(bytes.data(), &header, sizeof header);
+        if (input_.ConsumeBool()) std::memset(&bytes[sizeof header], 0, sizeof(int32_t));  // the status of a reply
         for (int i = input_.seldom(3); i > 0; --i) {
             bytes[static_cast<size_t>(input_.between(0, 31))] = input_.ConsumeIntegral<uint8_t>();
         }
