@@ -120,9 +120,8 @@ public:
 
     /// Fails with the error of a call.
     [[noreturn]] void fail(int error) const {
-        fail(error, error == ETIMEDOUT    ? "no answer within " + timeout_.text() + " s"
-                    : error == ECONNRESET ? "the service closed the connection"
-                                          : strerror(error));
+        if (error == EPIPE || error == ECONNRESET) fail(ECONNRESET, "the service closed the connection");
+        fail(error, error == ETIMEDOUT ? "no answer within " + timeout_.text() + " s" : strerror(error));
     }
 
 private:
@@ -141,7 +140,28 @@ int aboveStandardStreams(int descriptor) {
     return moved;
 }
 
-/// A connection of the process that made it.
+/// A socket of the process that made it. A forked child only closes its copy; the process itself ends
+/// the connection, whoever has a copy of the socket.
+class Socket {
+public:
+    explicit Socket(int descriptor) : descriptor_(descriptor) {}
+    ~Socket() {
+        if (descriptor_ < 0) return;
+        if (isOwn()) shutdown(descriptor_, SHUT_RDWR);
+        close(descriptor_);
+    }
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+
+    int get() const { return descriptor_; }
+    bool isOwn() const { return owner_ == getpid(); }
+
+private:
+    int descriptor_;
+    pid_t owner_ = getpid();
+};
+
+/// A connection to the service.
 class Connection {
 public:
     /// Connects, and learns what is at the other side. A Failure after the deadline at the latest.
@@ -191,27 +211,6 @@ public:
     }
 
 private:
-    /// A socket of the process that made it. A forked child only closes its copy; the process itself ends
-    /// the connection, whoever has a copy of the socket.
-    class Socket {
-    public:
-        explicit Socket(int descriptor) : descriptor_(descriptor) {}
-        ~Socket() {
-            if (descriptor_ < 0) return;
-            if (isOwn()) shutdown(descriptor_, SHUT_RDWR);
-            close(descriptor_);
-        }
-        Socket(const Socket&) = delete;
-        Socket& operator=(const Socket&) = delete;
-
-        int get() const { return descriptor_; }
-        bool isOwn() const { return owner_ == getpid(); }
-
-    private:
-        int descriptor_;
-        pid_t owner_ = getpid();
-    };
-
     /// The kernel's own deadline bounds the wait for a service that accepts no more connections.
     void connect(const Address& address, Deadline deadline) const {
         using std::chrono::microseconds;
@@ -322,7 +321,8 @@ public:
         const native_handle_t* handle = to.getNativeHandle();
         std::unique_ptr<Connection> connection = idle_.take();
         if (!handle || handle->numFds < 1 || !connection) return Void();
-        dprintf(handle->data[0], "%s at %s\n", connection->description().c_str(), address_.text().c_str());
+        dprintf(handle->data[0], "service at %s: %s", address_.text().c_str(),
+                connection->description().c_str());
         idle_.put(std::move(connection));
         return Void();
     }

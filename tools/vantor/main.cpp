@@ -15,6 +15,7 @@
 #include "processor/instruction_set.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/manual.h"
 #include "tools/vantor/io/output_file.h"
@@ -114,6 +115,14 @@ void refuseEmptyValues(const CLI::App& command) {
     for (const CLI::App* inner : command.get_subcommands()) refuseEmptyValues(*inner);
 }
 
+/// Commands that make no requests to the hardware backend do not have the option, which may come before them.
+void refuseUnusedService(const CLI::App& app) {
+    for (const CLI::App* command : app.get_subcommands()) {
+        if (app.count("--service") == 0 || command->get_option_no_throw("--service") != nullptr) continue;
+        throw UserError("--service: vantor " + command->get_name() + " makes no requests to a service");
+    }
+}
+
 int runTool(int argc, char** argv) {
     CLI::App app{"Scales, warps and compares pictures and clips (PNG, Y4M, raw) with libVantor10."};
     app.name("vantor");
@@ -125,6 +134,9 @@ int runTool(int argc, char** argv) {
         "Environment:\n"
         "  VANTOR_CPU=plain|avx2|avx512  the best instruction set that may be used; default: the CPU's best\n"
         "  VANTOR_LOG=off|error|info     what the library logs to standard error; default: error\n"
+        "  VANTOR_SERVICE=unix:PATH      the socket of the service that the hardware backend reaches; "
+        "default: none\n"
+        "  VANTOR_SERVICE_TIMEOUT=N      how long a request to it may take, in seconds; default: 5\n"
         "\n"
         "Exit status:\n"
         "  0  success; compare, crosscheck, replay, selftest: identical\n"
@@ -141,6 +153,7 @@ int runTool(int argc, char** argv) {
     bool wantsManual = false;
     app.add_flag("--manual", wantsManual, "Print the manual page")->group("");
     Run run;
+    addServiceOption(app);
     addScale(app, run);
     addWarp(app, run);
     addGrid(app, run);
@@ -170,6 +183,7 @@ int runTool(int argc, char** argv) {
     }
     checkEnvironment();
     refuseEmptyValues(app);
+    refuseUnusedService(app);
     if (!run && !wantsManual) return fail("expected a sub-command:" + joined(subcommandNames(app)));
     const int status = run ? run() : printManual(app);
     finishStandardOutput();

@@ -1,4 +1,4 @@
-// The option that says which backend does the work.
+// The options that say which backend does the work.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -9,9 +9,12 @@
 
 namespace vantor::tool {
 
+/// Declares --service.
+void addServiceOption(CLI::App& command);
+
 class BackendOption {
 public:
-    /// Declares --backend, and --path, as it was once called.
+    /// Declares --backend, --path, as it was once called, and --service, which implies --backend hardware.
     void addTo(CLI::App& command);
 
     /// What was chosen; a note tells users of --path the new name.

@@ -5,12 +5,14 @@
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/commands/target_size.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/library/engine.h"
+#include "tools/vantor/library/hardware_service.h"
 #include "tools/vantor/library/request.h"
 #include "tools/vantor/picture/difference.h"
 
@@ -54,8 +56,9 @@ bool areIdentical(const std::vector<Difference>& differences) {
                        [](const Difference& difference) { return difference.differing == 0; });
 }
 
-void print(const char* what, const std::vector<Difference>& differences) {
-    printLine("%s and software backend: %s", what, areIdentical(differences) ? "identical" : "different");
+void print(const std::string& what, const std::vector<Difference>& differences) {
+    printLine("%s and software backend: %s", what.c_str(),
+              areIdentical(differences) ? "identical" : "different");
     print(differences);
 }
 
@@ -83,10 +86,11 @@ int run(const CrosscheckOptions& options) {
     const bool isSame = areIdentical(ofHardware) && areIdentical(ofEngine);
     if (options.json) {
         printDocument({{"identical", isSame},
+                       {"service", serviceName()},
                        {"components", toJson(ofHardware)},
                        {"c_library_components", toJson(ofEngine)}});
     } else {
-        print("hardware backend (here the software service)", ofHardware);
+        print("hardware backend (here the " + serviceName() + ")", ofHardware);
         print("C library", ofEngine);
     }
     return isSame ? kDone : kDifferent;
@@ -104,6 +108,7 @@ void addCrosscheck(CLI::App& app, Run& run) {
         ->required();
     command->add_option("-s,--size", options->size, std::string("Scale to this size, ") + kTargetSizes)
         ->type_name("SIZE");
+    addServiceOption(*command);
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
@@ -112,7 +117,8 @@ void addCrosscheck(CLI::App& app, Run& run) {
     command->footer(
         "On a workstation the hardware service is the software service, which computes with this library, "
         "too: "
-        "there\nthis checks the exchange of buffers with the service, not the hardware.\n"
+        "there\nthis checks the exchange of buffers with the service, not the hardware. --service leads to "
+        "another.\n"
         "Exit status: 0 identical, 1 different, 2 error.\n"
         "Examples:\n"
         "  vantor crosscheck photo.png --size 50%\n"

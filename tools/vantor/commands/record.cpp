@@ -5,6 +5,7 @@
 
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/library/build_facts.h"
@@ -77,6 +78,7 @@ void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& argument
         ->required();
     command->add_flag("--hashes-only", options->hashesOnly,
                       "Store hashes instead of samples: replaying the record then takes the source picture");
+    addServiceOption(*command);
     command->require_subcommand(1);
     const RequestWatch watch = [options](const Request& request, const WorkingPicture& dst,
                                          const WorkingPicture& src, const RequestResult* result) {

@@ -5,9 +5,11 @@
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/library/build_facts.h"
+#include "tools/vantor/library/hardware_service.h"
 #include "tools/vantor/library/record_file.h"
 #include "tools/vantor/picture/difference.h"
 #include "tools/vantor/picture/picture_hash.h"
@@ -67,6 +69,17 @@ Picture sourceOf(const ReplayCommand& command, Record& record) {
     return source;
 }
 
+/// Has a request that was recorded in software run on the hardware backend.
+void moveToHardware(Record& record) {
+    Request& request = record.request;
+    if (request.operation == Request::Operation::InterpBicubic) {
+        request.operation = Request::Operation::Csc;
+        record.source.region = fullRegion(record.source.size);  // which scaling in software does not look at
+        record.result.region = fullRegion(record.result.size);
+    }
+    if (request.isWarp()) request.target = hardware::GDC_HW;
+}
+
 /// The request, run again. `made` is as large as the recorded destination.
 RequestResult runAgain(const Record& record, const Picture& source, Picture& made) {
     WorkingMemory from(record.format, source.size, record.request.backend());
@@ -120,6 +133,7 @@ std::string nameOf(const Json& facts) {
 
 int run(const ReplayCommand& command) {
     Record record = readRecord(command.file);
+    if (isServiceGiven()) moveToHardware(record);
     const Picture source = sourceOf(command, record);
     Picture made = makePicture(record.format, record.result.size);
     const RunEnd recorded{record.requestResult, record.result.hash};
@@ -158,10 +172,12 @@ void addReplay(CLI::App& app, Run& run) {
         ->add_option("--source", options->source,
                      "Source picture of the request, for records with hashes only")
         ->type_name("FILE");
+    addServiceOption(*command);
     addFileOptions(*command, options->fileOptions);
     command->add_flag("--json", options->json, "Print the result as JSON");
     command->footer(
         "Exit status: 0 same status and bytes, 1 different, 2 error.\n"
+        "With --service, requests that were recorded in software are run on that service.\n"
         "Where pictures differ, \"first at (column, row)\" is followed by the recorded and the new sample.\n"
         "Examples:\n"
         "  vantor replay bug.vrec\n"

@@ -9,6 +9,7 @@ _vantor_help() {
 _vantor() {
     local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} values="" path=() i
     for ((i = 1; i < COMP_CWORD; i++)); do
+        [[ ${COMP_WORDS[i - 1]} == --service ]] && continue
         case ${path[*]-}:${COMP_WORDS[i]} in
         record:scale | record:warp) path+=("${COMP_WORDS[i]}") ;;
         :[a-z]*) path=("${COMP_WORDS[i]}") ;;

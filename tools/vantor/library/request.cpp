@@ -1,13 +1,11 @@
 #include "tools/vantor/library/request.h"
 
-#include <sys/resource.h>
-
 #include <algorithm>
 
 #include "hardware/vantorClient/warp_limits.h"
-#include "service/start_software_service.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/library/hardware_service.h"
 #include "tools/vantor/library/log_watch.h"
 #include "tools/vantor/library/timed.h"
 
@@ -34,24 +32,6 @@ BufferData describeBuffer(const WorkingPicture& picture) {
 int32_t formatOf(const WorkingPicture& picture) {
     return picture.planes.format == PixelFormat::Gray ? hardware::IMAGE_FORMAT_GRAYSCALE
                                                       : hardware::IMAGE_FORMAT_NV12;
-}
-
-/// Raises the limit on descriptors: the library leaves one or two open with each request of gray pictures.
-void allowDescriptors() {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
-}
-
-/// Once per process.
-void connectToService() {
-    static bool isConnected = false;
-    if (isConnected) return;
-    allowDescriptors();
-    startSoftwareService();
-    if (hardware::vantorClient::init() != 0) throw UserError("no hardware service: " + firstErrorLine());
-    isConnected = true;
 }
 
 /// Whether the library fell back to the CPU, which in place of a warp copies.
@@ -158,7 +138,7 @@ RequestResult runRequest(Picture& dst, const Picture& src, const Request& reques
 
 std::string describe(Backend backend, const std::string& software, const std::string& fallback) {
     if (backend == Backend::Software) return "in " + software;
-    if (fallback.empty()) return "on the hardware backend (software service)";
+    if (fallback.empty()) return "on the hardware backend (" + serviceName() + ")";
     return "by the hardware backend's fallback (" + fallback + ")";
 }
 

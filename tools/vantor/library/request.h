@@ -20,7 +20,8 @@ PixelFormat workingFormat(PixelFormat read, PixelFormat written);
 /// What computes a request.
 enum class Backend {
     Software,  ///< the scalers or the model, on the CPU
-    Hardware,  ///< the service; on a workstation the software service, in this process
+    Hardware,  ///< the service; on a workstation the software service in this process, unless another is
+               ///< given
 };
 
 /// One of the library's requests with all that it takes beside pictures.
