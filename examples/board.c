@@ -1,6 +1,6 @@
 /*
- * A back end of the service: a board whose scaler takes every other sample. It stands for a simulation or a driver;
- * seat it, and let clients run on it:
+ * A back end of the service: a board whose scaler picks samples. It stands for a simulation or a driver. Seat it, and
+ * let clients run on it:
  *
  *   cc -std=c99 -shared -fPIC board.c -o board.so $(pkg-config --cflags vantor)
  *   vantor serve --backend ./board.so --socket /tmp/board.sock

@@ -52,14 +52,17 @@ void compute(const Call& call, Seat& seat, const BackendPicture& to, const Backe
 }
 
 void write(const ClientPicture& dst, const vantor_image& result, const Faults& faults) {
+    vantor_rect rest = dst.region();
     if (faults.isSplit()) {
-        vantor_rect half = dst.region();
-        half.height = half.height / 4 * 2;
+        vantor_rect half = rest;
+        half.height = rest.height / 4 * 2;
         dst.write(half, result);
         faults.dieAt(Faults::Death::During);
         std::this_thread::sleep_for(faults.delayDuring);
+        rest.y += half.height;
+        rest.height -= half.height;
     }
-    dst.write(dst.region(), result);
+    dst.write(rest, result);
 }
 
 void serve(const Call& call, const std::function<Seat&()>& takeSeat, const std::function<bool()>& isWanted) {

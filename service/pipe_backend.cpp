@@ -16,15 +16,20 @@ std::string sizeOf(const vantor_image& picture) {
 template <typename Use>
 void forEachRow(const vantor_image& picture, Use&& use) {
     for (int plane = 0; plane < 2; ++plane) {
-        for (int y = 0; y < picture.height >> plane; ++y) {
-            use(picture.plane[plane] + y * picture.stride[plane], static_cast<size_t>(picture.width));
-        }
+        for (int y = 0; y < picture.height >> plane; ++y)
+            use(plane, y, picture.plane[plane] + y * picture.stride[plane]);
     }
 }
 
 void append(std::vector<uint8_t>& bytes, const vantor_image& picture) {
     forEachRow(picture,
-               [&](const uint8_t* row, size_t count) { bytes.insert(bytes.end(), row, row + count); });
+               [&](int, int, const uint8_t* row) { bytes.insert(bytes.end(), row, row + picture.width); });
+}
+
+void copy(const vantor_image& from, const vantor_image& to) {
+    forEachRow(to, [&](int plane, int y, uint8_t* row) {
+        std::copy_n(from.plane[plane] + y * from.stride[plane], to.width, row);
+    });
 }
 
 }  // namespace
@@ -34,7 +39,8 @@ int32_t PipeBackend::scale(const BackendPicture& dst, const BackendPicture& src)
     const std::string line = "scale " + sizeOf(from) + " " + sizeOf(regionOf(dst)) + "\n";
     input_.assign(line.begin(), line.end());
     append(input_, from);
-    runTo(dst);
+    const vantor_image to = regionOf(dst);
+    copy(run(to.width, to.height), to);
     return 0;
 }
 
@@ -47,19 +53,15 @@ int32_t PipeBackend::warp(const BackendPicture& dst, const BackendPicture& src, 
     const auto* bytes = reinterpret_cast<const uint8_t*>(&grid);
     input_.insert(input_.end(), bytes, bytes + sizeof grid);
     append(input_, src.image);
-    runTo(dst);
+    copy(regionOf({run(src.image.width, src.image.height), part}), regionOf(dst));
     return 0;
 }
 
-void PipeBackend::runTo(const BackendPicture& dst) {
-    const vantor_image to = regionOf(dst);
-    output_.resize(static_cast<size_t>(to.width) * static_cast<size_t>(to.height) * 3 / 2);
+vantor_image PipeBackend::run(int width, int height) {
+    const size_t luma = static_cast<size_t>(width) * static_cast<size_t>(height);
+    output_.resize(luma + luma / 2);
     command_.run(input_, output_);
-    const uint8_t* from = output_.data();
-    forEachRow(to, [&](uint8_t* row, size_t count) {
-        std::copy_n(from, count, row);
-        from += count;
-    });
+    return {VANTOR_NV12, width, height, {output_.data(), output_.data() + luma, nullptr}, {width, width, 0}};
 }
 
 }  // namespace vantor

@@ -9,11 +9,12 @@ namespace vantor {
 
 /// To scale, the command reads a line
 ///     scale WIDTHxHEIGHT WIDTHxHEIGHT
-/// with the sizes of source and result, and then the source; both are the regions alone. To warp,
+/// with the sizes of source and result, the source, and writes the result; both are the regions alone. To
+/// warp, it reads
 ///     warp WIDTHxHEIGHT X,Y,WIDTH,HEIGHT
-/// with the size of the source and the part of the result that is wanted, then the grid (33 x 33
-/// displacements to the right, then down, 32 bits each in the machine's order) and the source. It writes the
-/// result. Pictures are NV12 without gaps.
+/// the grid (33 x 33 displacements to the right, then as many down, 32 bits each in the machine's order) and
+/// the source, and writes a result of that size, of which the part X,Y,WIDTH,HEIGHT is used. Pictures are
+/// NV12 without gaps.
 class PipeBackend final : public Backend {
 public:
     explicit PipeBackend(ShellCommand command) : command_(std::move(command)) {}
@@ -22,8 +23,8 @@ public:
     int32_t warp(const BackendPicture& dst, const BackendPicture& src, const vantor_grid& grid) override;
 
 private:
-    /// Sends the input and puts what comes into the region.
-    void runTo(const BackendPicture& dst);
+    /// Sends the input. What comes is a picture of this size.
+    vantor_image run(int width, int height);
 
     ShellCommand command_;
     std::vector<uint8_t> input_;  ///< kept between requests

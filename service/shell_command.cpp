@@ -120,7 +120,7 @@ public:
         kill(-process_, SIGKILL);
         while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) continue;
         readError();
-        if (!line_.empty()) command_.log(line_);
+        if (!line_.empty()) logLine();
     }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
@@ -142,23 +142,19 @@ public:
             readError();
         }
         checkStatus();
-        const auto some = [](size_t part, size_t all) {
-            return std::to_string(part) + " of " + std::to_string(all) + " bytes";
-        };
-        if (sent < input.size()) fail("it read no more than " + some(sent, input.size()));
-        if (received < output.size()) fail("it wrote " + some(received, output.size()));
+        if (received < output.size())
+            fail("wrote " + std::to_string(received) + " of " + std::to_string(output.size()) + " bytes");
+        if (sent < input.size()) fail("did not read its " + std::to_string(input.size()) + " bytes of input");
     }
 
 private:
-    [[noreturn]] void fail(const std::string& what) const {
-        throw std::runtime_error("command " + command_.text + ": " + what);
-    }
+    [[noreturn]] void fail(const std::string& what) const { throw std::runtime_error("the command " + what); }
 
     /// Until something can be read or written, or for some milliseconds.
     void wait(int out, int in, int milliseconds = INT32_MAX) {
         const int left = remote::millisecondsUntil(deadline_);
         if (left == 0) {
-            fail("it took longer than " + std::to_string(command_.timeout.count()) + " ms");
+            fail("took longer than " + std::to_string(command_.timeout.count()) + " ms");
         }
         pollfd waiting[] = {{out, POLLIN, 0}, {in, POLLOUT, 0}, {error_.get(), POLLIN, 0}};
         poll(waiting, std::size(waiting), std::min(left, milliseconds));
@@ -176,7 +172,7 @@ private:
         const bool isFull = received == output.size();
         const ssize_t done = ::read(out_.get(), isFull ? &more : output.data() + received,
                                     isFull ? 1 : output.size() - received);
-        if (done > 0 && isFull) fail("it wrote more than " + std::to_string(output.size()) + " bytes");
+        if (done > 0 && isFull) fail("wrote more than " + std::to_string(output.size()) + " bytes");
         if (done > 0) received += static_cast<size_t>(done);
         if (done == 0) close(out_);
     }
@@ -191,8 +187,16 @@ private:
         if (count == 0) close(error_);
         for (const char c : std::string_view(bytes, static_cast<size_t>(std::max<ssize_t>(count, 0)))) {
             if (c != '\n') line_ += c;
-            if (c == '\n' || line_.size() == kMaxLine) command_.log(std::exchange(line_, {}));
+            if (c == '\n' || line_.size() == kMaxLine) logLine();
         }
+    }
+
+    void logLine() {
+        constexpr int kMaxLines = 1000;
+        if (lines_ < kMaxLines) command_.log(line_);
+        if (lines_ == kMaxLines) command_.log("(more than " + std::to_string(kMaxLines) + " lines)");
+        ++lines_;
+        line_.clear();
     }
 
     /// It stays a zombie, so that no other process can get its number.
@@ -207,8 +211,8 @@ private:
     void checkStatus() const {
         siginfo_t state{};
         waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOWAIT);
-        if (state.si_code != CLD_EXITED) fail("signal " + std::to_string(state.si_status) + " ended it");
-        if (state.si_status != 0) fail("it exited with status " + std::to_string(state.si_status));
+        if (state.si_code != CLD_EXITED) fail("was ended by signal " + std::to_string(state.si_status));
+        if (state.si_status != 0) fail("exited with status " + std::to_string(state.si_status));
     }
 
     const ShellCommand& command_;
@@ -217,7 +221,8 @@ private:
     OwnedDescriptor in_;
     OwnedDescriptor out_;
     OwnedDescriptor error_;
-    std::string line_;  ///< of its standard error, as far as it was read
+    std::string line_;   ///< of its standard error, as far as it was read
+    int64_t lines_ = 0;  ///< before that
 };
 
 }  // namespace

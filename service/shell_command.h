@@ -12,7 +12,7 @@ namespace vantor {
 struct ShellCommand {
     std::string text;
     std::chrono::milliseconds timeout;
-    std::function<void(const std::string& line)> log;  ///< takes what it writes to its standard error
+    std::function<void(const std::string& line)> log;  ///< takes the first lines of its standard error
 
     /// Runs it once. It has to read all of the input, to fill all of the output and to exit with status 0
     /// before the time is over: else this throws std::runtime_error. It gets no descriptor but its standard

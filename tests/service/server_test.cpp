@@ -69,11 +69,12 @@ using Geometry = SoftwareService::Geometry;
 /// Another process that serves until the end of this object.
 class Service {
 public:
-    explicit Service(int steps = -1) : path_("/tmp/vantor-server-test-" + std::to_string(getpid())) {
+    explicit Service(int steps = -1, const std::string& fault = {})
+        : path_("/tmp/vantor-server-test-" + std::to_string(getpid())) {
         int ready[2];
         EXPECT_EQ(0, pipe(ready));
         process_ = fork();
-        if (process_ == 0) serve(steps, ready[1]);
+        if (process_ == 0) serve(steps, fault, ready[1]);
         close(ready[1]);
         char byte;
         EXPECT_EQ(1, read(ready[0], &byte, 1));
@@ -100,11 +101,13 @@ private:
         for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory)) ++entries;
         return entries;
     }
-    [[noreturn]] void serve(int steps, int ready) const {
+    [[noreturn]] void serve(int steps, const std::string& fault, int ready) const {
         ListeningSocket socket(path_, false);
         ServerOptions options;
         options.backend = [] { return std::make_unique<ModelBackend>(); };
         options.engines = 2;
+        options.faults = std::make_shared<FaultScript>();
+        options.faults->add("test", fault);
         Server server(socket, std::move(options));
         EXPECT_EQ(1, write(ready, "!", 1));
         stepsToLive = steps;
@@ -128,6 +131,10 @@ struct Memory {
         std::vector<uint8_t> content(size);
         EXPECT_EQ(static_cast<ssize_t>(size), pread(fd, content.data(), size, 0));
         return content;
+    }
+    /// Until the end of the process.
+    uint8_t* map() const {
+        return static_cast<uint8_t*>(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
     }
     size_t size;
     int fd;
@@ -237,6 +244,105 @@ TEST(Server, MayDieAtAnyStepOfARequest) {
         ASSERT_EQ(expected, to) << steps;
     }
     EXPECT_GT(failed, 200);
+}
+
+using Row = std::vector<std::string>;
+
+/// The rows of the table of faults.
+std::vector<Row> documentedFaults() {
+    std::vector<Row> rows;
+    std::ifstream page(VANTOR_DOCS "/hardware.md");
+    bool isTable = false;
+    for (std::string line; std::getline(page, line);) {
+        isTable = line.rfind("| fault ", 0) == 0 || (isTable && !line.empty());
+        if (!isTable || line.rfind("| `", 0) != 0) continue;
+        std::istringstream cells(line.substr(2));
+        Row row;
+        for (std::string cell; std::getline(cells, cell, '|');) {
+            cell = cell.substr(cell.find_first_not_of(" `"));
+            row.push_back(cell.substr(0, cell.find_last_not_of(" `") + 1));
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+/// What a cell says of the destination's bytes.
+std::vector<uint8_t> documentedBytes(const std::string& cell, const std::vector<uint8_t>& result,
+                                     const std::vector<uint8_t>& fallback) {
+    const std::vector<uint8_t> before(result.size(), 9);
+    const auto rows = [&](const std::vector<uint8_t>& from, int first, int last, std::vector<uint8_t> to) {
+        for (int y = 0; y < 64 * 3 / 2; ++y) {  // luma, then chroma, of 96x64
+            const int luma = y < 64 ? y : (y - 64) * 2;
+            if (luma >= first && luma < last) std::copy_n(&from[y * 96], 96, &to[y * 96]);
+        }
+        return to;
+    };
+    std::vector<uint8_t> inverted = result;
+    for (uint8_t& sample : inverted) sample = static_cast<uint8_t>(~sample);
+    const std::map<std::string, std::vector<uint8_t>> meaning{
+        {"the result", result},
+        {"the fallback", fallback},
+        {"as it was", before},
+        {"half of the result", rows(result, 0, 32, before)},
+        {"half of the result, later all of it", result},
+        {"the fallback, later with the second half of the result", rows(result, 32, 64, fallback)},
+        {"the result but for these rows", rows(inverted, 8, 16, result)}};
+    return meaning.at(cell);
+}
+
+TEST(Server, FailsAsTheTableOfFaultsSays) {
+    setenv("VANTOR_SERVICE_TIMEOUT", "0.5", 1);
+    Random random(seed());
+    std::vector<uint8_t> result;
+    vantorClient::BufferData whole = wholePicture(result, 96, 64);
+    const std::vector<uint8_t> source = random.content(result.size());
+    vantorClient::_GDCGrid grid{};
+    std::fill_n(grid.dX, 1089, 99999);
+    vantorClient::BufferData own = whole;
+    std::vector<uint8_t> copy = source;
+    own.y = copy.data();
+    ASSERT_EQ(0, vantorClient::runGDCGrid(whole, own, grid, 1, hardware::GDC_C_MODEL));
+    const auto warp = [&](Memory& to, bool hasAddresses) {
+        Memory from(source);
+        vantorClient::BufferData src = whole, dst = whole;
+        src.fdY = from.fd;
+        dst.fdY = to.fd;
+        src.y = hasAddresses ? copy.data() : nullptr;
+        dst.y = hasAddresses ? to.map() : nullptr;
+        return vantorClient::runGDCGrid(dst, src, grid, 1, hardware::GDC_HW);
+    };
+    const std::vector<Row> faults = documentedFaults();
+    EXPECT_GT(faults.size(), 20u);
+    for (const Row& row : faults) {
+        SCOPED_TRACE(row[0]);
+        for (const bool hasAddresses : {true, false}) {
+            auto service = std::make_unique<Service>(-1, "warp 1: " + row[0]);
+            ASSERT_EQ(0, vantorClient::init());
+            Memory to(std::vector<uint8_t>(source.size(), 9));
+            lines.clear();
+            EXPECT_EQ(std::stoi(row[1]), warp(to, hasAddresses));
+            const std::string& text = row[2];
+            const size_t more = text.find("...");
+            const std::string line = lines.empty() ? "none" : lines[0];
+            EXPECT_EQ(0, line.compare(0, more, text, 0, more)) << line;
+            const std::string end = more == std::string::npos ? "" : text.substr(more + 3);
+            EXPECT_TRUE(line.size() >= end.size() && line.compare(line.size() - end.size(), end.size(), end) == 0)
+                << line;
+            if (row[0].rfind("die", 0) == 0) {
+                service.reset();
+                service = std::make_unique<Service>();
+            }
+            Memory other(source);
+            EXPECT_EQ(0, warp(other, false)) << "the next request";
+            EXPECT_EQ(result, other.bytes());
+            const auto expected = documentedBytes(row[hasAddresses ? 3 : 4], result, source);
+            for (int i = 0; i < 100 && to.bytes() != expected; ++i) usleep(20000);
+            EXPECT_EQ(expected, to.bytes());
+            vantorClient::deinit();
+        }
+    }
+    unsetenv("VANTOR_SERVICE_TIMEOUT");
 }
 
 /// A client that keeps to no rules.

@@ -55,7 +55,7 @@ SeatedBackend seatPipe(const BackendOptions& options) {
     const auto timeout = std::chrono::duration<double>(options.timeout.value_or(kDefaultTimeout));
     const ShellCommand command{options.command, std::chrono::ceil<std::chrono::milliseconds>(timeout),
                                [](const std::string& line) { printMessage("command: %s", line.c_str()); }};
-    return {[command] { return std::make_unique<PipeBackend>(command); }, "pipe to " + options.command, 1};
+    return {[command] { return std::make_unique<PipeBackend>(command); }, "pipe", 1};
 }
 
 /// What answers requests: `option` named it.
@@ -113,7 +113,7 @@ void addBackendOptions(CLI::App& command, BackendOptions& options) {
         "and raw planes on its standard output");
     add("--timeout", options.timeout, "SECONDS",
         "The longest that a command may take, up to 3600; default: 30")
-        ->check(CLI::Range(0.001, 3600.0));
+        ->check(CLI::Range(0.001, 3600.0).description(""));
     add("--answer", options.answer, "BACKEND",
         "What computes for trace and faulty: model (default), pipe or a shared object");
     add("--record", options.record, "DIRECTORY",
