@@ -12,7 +12,7 @@ import numpy.typing as npt
 
 from . import _calibration, _files
 from . import _library as c
-from ._arguments import (Size, array_of, integers, optional_pair, real, reals, row_stride, size_of)
+from ._arguments import FLOAT32, Size, array_of, integers, optional_pair, real, reals, row_stride, size_of
 
 Nodes = npt.NDArray[np.int32]
 Map = npt.NDArray[np.float32]
@@ -296,7 +296,7 @@ def _checked_size(size: Any) -> Size:
 def _checked_maps(map_x: Any, map_y: Any) -> Tuple[int, int, int, int]:
     """Addresses, width and height."""
     for name, array in (("map_x", map_x), ("map_y", map_y)):
-        array_of(name, array, np.float32, "(height, width)")
+        array_of(name, array, FLOAT32, "(height, width)")
         if array.ndim != 2 or not array.size:
             raise ValueError(f"{name}: shape {array.shape}, expected (height, width)")
         if array.shape != map_x.shape:

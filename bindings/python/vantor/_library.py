@@ -18,7 +18,8 @@ NAME = "libvantor.so.1"
 
 class ImageView(ctypes.Structure):
     _fields_ = [("format", ctypes.c_int32), ("width", ctypes.c_int32), ("height", ctypes.c_int32),
-                ("plane", ctypes.c_void_p * 3), ("stride", ctypes.c_ssize_t * 3)]
+                *((f"plane{i}", ctypes.c_void_p) for i in range(3)),  # arrays take longer to fill
+                *((f"stride{i}", ctypes.c_ssize_t) for i in range(3))]
 
 
 class RgbView(ctypes.Structure):
@@ -136,9 +137,10 @@ def kind(value: object) -> str:
 
 def choice(name: str, value: str, choices: Tuple[str, ...]) -> int:
     """The place of a word among those that an argument may have."""
-    if value not in choices:
-        raise ValueError(f"{name}: {value!r}, expected {', '.join(choices[:-1])} or {choices[-1]}")
-    return choices.index(value)
+    try:
+        return choices.index(value)
+    except ValueError:
+        raise ValueError(f"{name}: {value!r}, expected {', '.join(choices[:-1])} or {choices[-1]}") from None
 
 
 def optional(module: str, package: str, purpose: str) -> Any:
