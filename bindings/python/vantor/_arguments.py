@@ -7,7 +7,7 @@ from typing import Any, Optional, Sequence, Tuple
 
 import numpy as np
 
-from ._library import kind
+from ._library import kind, short
 
 Size = Tuple[int, int]
 UINT8 = np.dtype(np.uint8)
@@ -22,7 +22,7 @@ def integers(name: str, values: Any, count: int, what: str) -> Tuple[int, ...]:
     except TypeError:
         numbers = ()
     if len(numbers) != count or min(numbers) < -2**31 or max(numbers) >= 2**31:
-        raise ValueError(f"{name}: {values!r}, expected {what}")
+        raise ValueError(f"{name}: {short(values[0] if count == 1 else values)}, expected {what}")
     return numbers
 
 
@@ -31,7 +31,7 @@ def size_of(name: str, value: Any, largest: Size = _LARGEST) -> Size:
     try:
         width, height = map(operator.index, value)
     except (TypeError, ValueError):
-        raise ValueError(f"{name}: {value!r}, expected two integers: width and height") from None
+        raise ValueError(f"{name}: {short(value)}, expected two integers: width and height") from None
     if not (1 <= width <= largest[0] and 1 <= height <= largest[1]):
         raise ValueError(f"{name}: {width} x {height}, expected 1 x 1 to {largest[0]} x {largest[1]}")
     return width, height

@@ -170,6 +170,8 @@ class Grid:
 
         `comment` is a line of printable ASCII, for the text form.
         """
+        if not isinstance(comment, (str, type(None))):
+            raise TypeError(f"comment: {c.kind(comment)}, expected text")
         form = _TEXT_FORM if pathlib.Path(path).suffix == ".txt" else 0
         _files.write_whole(path, [self._formatted(form, comment)])
 

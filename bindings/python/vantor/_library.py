@@ -7,6 +7,7 @@ import importlib
 import os
 import pathlib
 import re
+import reprlib
 from typing import Any, Dict, Optional, Tuple
 
 NO_MEMORY = -2
@@ -130,6 +131,11 @@ def shown(text: object) -> str:
     return "".join(c if c.isprintable() else f"\\x{ord(c):02x}" for c in str(text))
 
 
+def short(value: object) -> str:
+    """A value in at most a line, as errors show it."""
+    return shown(reprlib.repr(value))
+
+
 def kind(value: object) -> str:
     """The type of a value, as errors name it."""
     return "None" if value is None else f"of type {type(value).__name__}"
@@ -140,7 +146,7 @@ def choice(name: str, value: str, choices: Tuple[str, ...]) -> int:
     try:
         return choices.index(value)
     except ValueError:
-        raise ValueError(f"{name}: {value!r}, expected {', '.join(choices[:-1])} or {choices[-1]}") from None
+        raise ValueError(f"{name}: {short(value)}, expected {', '.join(choices[:-1])} or {choices[-1]}") from None
 
 
 def optional(module: str, package: str, purpose: str) -> Any:
