@@ -239,7 +239,8 @@ class Grid:
             axes = c.optional("matplotlib.pyplot", "python3-matplotlib", "plot()").figure().add_subplot()
         if maps is not None:
             drawn = axes.imshow(np.hypot(x - maps[0], y - maps[1]), cmap="magma")
-            axes.figure.colorbar(drawn, ax=axes, label="distance from the map, pixels")
+            axes.figure.colorbar(drawn, ax=axes, label="distance from the map, pixels", pad=0.04,
+                                 fraction=0.046 * height / width)  # as high as the picture
         else:
             for row in np.linspace(0, height - 1, c.NODES).astype(int):
                 axes.plot(x[row], y[row], color="tab:blue", linewidth=0.7)
