@@ -8,6 +8,42 @@
 namespace vantor {
 namespace {
 
+/// A third of factor x value / 2^shift, below 2^23, whose single-precision third is exact or rounds away from
+/// the next integer.
+template <typename V, int shift>
+typename V::Vector roundedThird(int factor, typename V::Vector value) {
+    const auto product = V::multiply32(value, V::broadcast32(factor));
+    return V::third32(
+        V::template shiftRightSigned32<shift>(V::add32(product, V::broadcast32(1 << (shift - 1)))));
+}
+
+template <typename V>
+void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
+    using Vector = typename V::Vector;
+    const bool isFirst = cell == 1, isLast = cell == kGridCells;
+    const int bulge = (64 + within * (384 - within)) / 384;
+    for (int i = 0; i < kGridNodes; i += V::kLanes32) {
+        const int first = i < kGridNodes - V::kLanes32 ? i : kGridNodes - V::kLanes32;
+        const Vector top = V::load(grid[cell - 1] + first);
+        const Vector bottom = V::load(grid[cell] + first);
+        const Vector difference = V::subtract32(bottom, top);
+        const Vector chord = V::template shiftLeft32<2>(difference);
+        Vector slope0 = difference, slope1 = difference;
+        if (!isFirst) slope0 = V::subtract32(bottom, V::load(grid[cell - 2] + first));
+        if (!isLast) slope1 = V::subtract32(V::load(grid[cell + 1] + first), top);
+        if (isFirst) slope0 = V::subtract32(chord, slope1);
+        if (isLast) slope1 = V::subtract32(chord, slope0);
+        const Vector excess = V::subtract32(V::subtract32(chord, slope0), slope1);
+        const Vector halfChange = V::template shiftRightSigned32<1>(V::subtract32(slope1, slope0));
+        const Vector outer = V::add32(roundedThird<V, 8>(384 - 2 * within, excess), halfChange);
+        const Vector linear =
+            V::add32(roundedThird<V, 8>(within, difference), V::template shiftRightSigned32<1>(top));
+        const Vector value = V::subtract32(linear, roundedThird<V, 9>(bulge, outer));
+        V::store(values + first,
+                 V::min32(V::max32(value, V::broadcast32(-4194304)), V::broadcast32(4194303)));
+    }
+}
+
 /// What positions of one coordinate are computed from, a vector of columns at a time.
 template <typename V>
 class LineOfLanes {
@@ -63,7 +99,8 @@ private:
     Vector step_;
 };
 
-/// The same in 16-bit lanes, two vectors of columns at a time: (a b + 2^14) >> 15 of scaled factors.
+/// The same in 16-bit lanes but for the start's part, two vectors of columns at a time: (a b + 2^14) >> 15 of
+/// scaled factors.
 template <typename V>
 class NarrowLine {
 public:
@@ -73,32 +110,36 @@ public:
         : excess4_(V::broadcast16(4 * line.excess)),
           slopeChange_(V::broadcast16(line.slopeChange)),
           difference2_(V::broadcast16(2 * line.difference)),
-          start_(V::broadcast16(line.start)),
-          invScale4_(V::broadcast16(4 * line.invScale)),
-          base_(V::add32(V::broadcast32(line.base), V::multiply32(V::iota32(), V::broadcast32(line.step)))),
-          step_(V::multiply32(V::broadcast32(line.step), V::broadcast32(V::kLanes32))) {}
+          invScale_(V::broadcast32(line.invScale)),
+          step_(V::multiply32(V::broadcast32(line.step), V::broadcast32(V::kLanes32))) {
+        const int64_t displaced = int64_t{line.invScale} * line.start + 4096;
+        remainder_ = V::broadcast32(static_cast<int32_t>(displaced & 8191));
+        base_ = V::add32(
+            V::add32(V::broadcast32(line.base), V::broadcast32(static_cast<int32_t>(displaced >> 13))),
+            V::multiply32(V::iota32(), V::broadcast32(line.step)));
+    }
 
     void next(Vector u32, Vector q16, int32_t* out) {
         const Vector fromMiddle = V::subtract16(V::broadcast16(256 * 32), u32);
         const Vector e = V::add16(V::multiplyRounded16(excess4_, fromMiddle), slopeChange_);
-        const Vector linear = V::add16(V::multiplyRounded16(difference2_, u32), start_);
-        const Vector d = V::subtract16(linear, V::multiplyRounded16(e, q16));
-        const Vector displacement = V::multiplyRounded16(d, invScale4_);
-        store(out, V::widenLow16(displacement));
-        store(out + V::kLanes32, V::widenHigh16(displacement));
+        const Vector fromStart =
+            V::subtract16(V::multiplyRounded16(difference2_, u32), V::multiplyRounded16(e, q16));
+        store(out, V::widenLow16(fromStart));
+        store(out + V::kLanes32, V::widenHigh16(fromStart));
     }
 
 private:
-    void store(int32_t* out, Vector displacement) {
-        V::store(out, V::add32(base_, displacement));
+    void store(int32_t* out, Vector fromStart) {
+        const Vector product = V::addProducts16(remainder_, fromStart, invScale_);
+        V::store(out, V::add32(base_, V::template shiftRightSigned32<13>(product)));
         base_ = V::add32(base_, step_);
     }
 
     Vector excess4_;
     Vector slopeChange_;
     Vector difference2_;
-    Vector start_;
-    Vector invScale4_;
+    Vector invScale_;
+    Vector remainder_;  // of the start's displacement, which `base_` includes
     Vector base_;
     Vector step_;
 };

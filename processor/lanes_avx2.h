@@ -47,12 +47,14 @@ struct Avx2Lanes {
 
     /// In each 32-bit lane the sum of two products of signed 16-bit lanes.
     static Vector multiplyAdd16(Vector a, Vector b) { return _mm256_madd_epi16(a, b); }
+    static Vector addProducts16(Vector sum, Vector a, Vector b) { return add32(sum, multiplyAdd16(a, b)); }
     static Vector broadcast32(int value) { return _mm256_set1_epi32(value); }
     /// 0, 1, 2, ...
     static Vector iota32() { return _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7); }
     static Vector add32(Vector a, Vector b) { return _mm256_add_epi32(a, b); }
     static Vector subtract32(Vector a, Vector b) { return _mm256_sub_epi32(a, b); }
     static Vector multiply32(Vector a, Vector b) { return _mm256_mullo_epi32(a, b); }
+    static Vector min32(Vector a, Vector b) { return _mm256_min_epi32(a, b); }
     static Vector max32(Vector a, Vector b) { return _mm256_max_epi32(a, b); }
     template <int Bits>
     static Vector shiftLeft32(Vector a) {
@@ -61,6 +63,11 @@ struct Avx2Lanes {
     template <int Bits>
     static Vector shiftRightSigned32(Vector a) {
         return _mm256_srai_epi32(a, Bits);
+    }
+
+    /// A third of each lane, towards zero, of magnitudes below 2^23.
+    static Vector third32(Vector a) {
+        return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a), _mm256_set1_ps(1 / 3.0F)));
     }
 
     /// Sixteen-bit lanes, sign-extended: as many from memory as fill a vector, or one half of a vector's.

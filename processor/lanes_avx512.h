@@ -47,12 +47,14 @@ struct Avx512Lanes {
 
     /// In each 32-bit lane the sum of two products of signed 16-bit lanes.
     static Vector multiplyAdd16(Vector a, Vector b) { return _mm512_madd_epi16(a, b); }
+    static Vector addProducts16(Vector sum, Vector a, Vector b) { return _mm512_dpwssd_epi32(sum, a, b); }
     static Vector broadcast32(int value) { return _mm512_set1_epi32(value); }
     /// 0, 1, 2, ...
     static Vector iota32() { return _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15); }
     static Vector add32(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
     static Vector subtract32(Vector a, Vector b) { return _mm512_sub_epi32(a, b); }
     static Vector multiply32(Vector a, Vector b) { return _mm512_mullo_epi32(a, b); }
+    static Vector min32(Vector a, Vector b) { return _mm512_min_epi32(a, b); }
     static Vector max32(Vector a, Vector b) { return _mm512_max_epi32(a, b); }
     template <int Bits>
     static Vector shiftLeft32(Vector a) {
@@ -61,6 +63,11 @@ struct Avx512Lanes {
     template <int Bits>
     static Vector shiftRightSigned32(Vector a) {
         return _mm512_srai_epi32(a, Bits);
+    }
+
+    /// A third of each lane, towards zero, of magnitudes below 2^23.
+    static Vector third32(Vector a) {
+        return _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(a), _mm512_set1_ps(1 / 3.0F)));
     }
 
     /// Sixteen-bit lanes, sign-extended: as many from memory as fill a vector, or one half of a vector's.
