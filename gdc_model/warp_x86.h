@@ -189,10 +189,10 @@ struct LumaConstants {
     Vector slope = kept(V::broadcast16(1280));
     Vector lowBytes = kept(V::broadcast16(255));
     Vector twice = kept(V::broadcast16(512));
-    Vector ones = kept(V::broadcast16(1));
+    Vector three = kept(V::broadcast16(3));
+    Vector ones = kept(V::broadcast16(0x0101));
     Vector half = kept(V::broadcast32(128 * 256 + 128));
-    Vector middle =
-        kept(V::repeat128(_mm_setr_epi8(1, 2, -1, -1, 5, 6, -1, -1, 9, 10, -1, -1, 13, 14, -1, -1)));
+    Vector middle = kept(V::repeat128(_mm_setr_epi8(1, 2, 5, 6, 9, 10, 13, 14, 1, 2, 5, 6, 9, 10, 13, 14)));
 };
 
 /// The magnitudes of the four taps' weights at phases p: of p (256 - p)^2, 2^25 - p^2 (1280 - 3p), p 2^16 +
@@ -211,7 +211,7 @@ struct Taps {
         const Vector q = V::subtract16(whole, p);
         const Vector pq = V::multiply16(p, q);
         const Vector pp = V::multiply16(p, p);
-        const Vector slope = V::subtract16(constants.slope, V::add16(V::add16(p, p), p));
+        const Vector slope = V::subtract16(constants.slope, V::multiply16(p, constants.three));
         outer0 = V::average16(V::multiplyHighUnsigned16(pq, q), zero);
         outer3 = V::average16(V::multiplyHighUnsigned16(pq, p), zero);
         centre1 = V::subtract16(whole, V::average16(V::multiplyHighUnsigned16(pp, slope), zero));
@@ -326,49 +326,55 @@ typename V::Vector normalised(const LumaConstants<V>& constants, typename V::Vec
     return V::template shiftRightSigned32<16>(V::add32(V::multiply32(sum, scale), constants.half));
 }
 
+/// The weights of an outer row, which are bytes, in the order of samples.
+template <typename V>
+class OuterRow {
+public:
+    using Vector = typename V::Vector;
+
+    explicit OuterRow(const typename Weights<V>::Row& w)
+        : w01_(V::mergeLowBytes(w.w0, w.w1)), w23_(V::mergeLowBytes(w.w2, w.w3)) {}
+
+    Vector left() const { return V::interleaveLow16(w01_, w23_); }
+    Vector right() const { return V::interleaveHigh16(w01_, w23_); }
+    /// Two bytes per pixel, whose sum is that of the weights.
+    Vector sums() const { return V::add8(w01_, w23_); }
+
+private:
+    Vector w01_;
+    Vector w23_;
+};
+
 /// Values of two vectors of pixels in 16-bit lanes, clamped by their 2 x 2 centre taps. Fractions and values
 /// are in the order of V::pack16: interleaving them gives 32-bit lanes in natural order.
 template <typename V>
 typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
                               const Samples<V, 4>& right, const Weights<V>& weights) {
     using Vector = typename V::Vector;
-    Vector scale = constants.twice;
-    const auto subtractFromScale = [&](const typename Weights<V>::Row& w) {
-        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
-    };
-    // Weights of the outer rows are bytes, the first and the last of them not negative.
-    Vector pairsLeft = V::broadcast16(0);
-    Vector pairsRight = V::broadcast16(0);
-    for (int j = 0; j < 4; j += 3) {
-        const auto w = weights.row(j);
-        const Vector w01 = V::bitOr(w.w0, V::template shiftLeft16<8>(w.w1));
-        const Vector w23 = V::bitOr(V::bitAnd(w.w2, constants.lowBytes), V::template shiftLeft16<8>(w.w3));
-        pairsLeft = V::add16(pairsLeft, V::multiplyAdd8(left.row[j], V::interleaveLow16(w01, w23)));
-        pairsRight = V::add16(pairsRight, V::multiplyAdd8(right.row[j], V::interleaveHigh16(w01, w23)));
-        subtractFromScale(w);
-    }
-    Vector sumLeft = V::multiplyAdd16(pairsLeft, constants.ones);
-    Vector sumRight = V::multiplyAdd16(pairsRight, constants.ones);
+    const OuterRow<V> first(weights.row(0));
+    const OuterRow<V> last(weights.row(3));
+    Vector sumLeft = V::sumProducts8(left.row[0], first.left(), left.row[3], last.left());
+    Vector sumRight = V::sumProducts8(right.row[0], first.right(), right.row[3], last.right());
+    Vector scale =
+        V::subtract16(constants.twice, V::multiplyAdd8(constants.ones, V::add8(first.sums(), last.sums())));
     for (int j = 1; j < 3; ++j) {
         const auto w = weights.row(j);
         const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
-            sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, constants.lowBytes), even));
-            sum = V::add32(sum, V::multiplyAdd16(V::template shiftRight16<8>(bytes), odd));
+            sum = V::addProducts16(sum, V::bitAnd(bytes, constants.lowBytes), even);
+            sum = V::addProducts16(sum, V::template shiftRight16<8>(bytes), odd);
         };
         add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
         add(sumRight, right.row[j], V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
-        subtractFromScale(w);
+        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
     }
     const Vector zero = V::broadcast16(0);
     const Vector value = V::pack32(normalised<V>(constants, sumLeft, V::interleaveLow16(scale, zero)),
                                    normalised<V>(constants, sumRight, V::interleaveHigh16(scale, zero)));
     // The middle bytes of each 32-bit lane, in 16-bit lanes.
-    const auto middle = [&](Vector ofLeft, Vector ofRight) {
-        return V::packUnsigned32(V::shuffle8(ofLeft, constants.middle),
-                                 V::shuffle8(ofRight, constants.middle));
-    };
-    const Vector least = middle(V::min8(left.row[1], left.row[2]), V::min8(right.row[1], right.row[2]));
-    const Vector most = middle(V::max8(left.row[1], left.row[2]), V::max8(right.row[1], right.row[2]));
+    const Vector least = V::shuffleHalves8(V::min8(left.row[1], left.row[2]),
+                                           V::min8(right.row[1], right.row[2]), constants.middle);
+    const Vector most = V::shuffleHalves8(V::max8(left.row[1], left.row[2]),
+                                          V::max8(right.row[1], right.row[2]), constants.middle);
     const Vector low = V::min8(least, V::template shiftRight16<8>(least));
     const Vector high = V::bitAnd(V::max8(most, V::template shiftRight16<8>(most)), constants.lowBytes);
     return V::min16(V::max16(value, low), high);
