@@ -28,7 +28,8 @@ struct Constants {
     Vector endY;
     Vector twoSamples = kept(V::broadcast32(384));  // from a position to the middle of its first tap
     // The lowest bytes of 32-bit lanes, in 16-bit lanes.
-    Vector fractions = kept(V::repeat128(_mm_setr_epi8(0, -1, 4, -1, 8, -1, 12, -1, 0, -1, 4, -1, 8, -1, 12, -1)));
+    Vector fractions =
+        kept(V::repeat128(_mm_setr_epi8(0, -1, 4, -1, 8, -1, 12, -1, 0, -1, 4, -1, 8, -1, 12, -1)));
     Vector lowHalf = kept(V::broadcast32(UINT16_MAX));
     Vector secondWindow = kept(V::broadcast32(V::kBytes / 2));
     Vector firstBytes = kept(V::repeat128(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C)));
@@ -96,6 +97,14 @@ Vector joined(const uint8_t* low, const uint8_t* high) {
     return _mm512_inserti64x4(_mm512_castsi256_si512(load(low)), load(high), 1);
 }
 
+constexpr int kRowsAhead = 3;  ///< of the last row of taps
+
+/// Asks for what output rows below will read, or for nothing where that is beyond the plane.
+void prefetch(const uint8_t* from, std::ptrdiff_t distance) {
+    const auto address = reinterpret_cast<std::uintptr_t>(from) + static_cast<std::uintptr_t>(distance);
+    _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0);
+}
+
 /// Four bytes of each of some rows, from places in the first of them.
 template <int rows>
 __attribute__((always_inline)) inline Samples<V, rows> samplesAt(const Constants& constants,
@@ -105,6 +114,7 @@ __attribute__((always_inline)) inline Samples<V, rows> samplesAt(const Constants
     if (!windows.holdAll()) return gather<V, rows>(plane, stride, places);
     const uint8_t* low = windows.start(plane, stride, 0);
     const uint8_t* high = windows.start(plane, stride, 1);
+    prefetch(low, (rows + kRowsAhead) * stride);
     const Vector bytes = windows.bytes();
     Samples<V, rows> samples;
     for (Vector& row : samples.row) {

@@ -54,7 +54,7 @@ struct WarpSource {
 /// Vector kernels read positions, `within` and `bulge` up to the next multiple of kWarpLanes, whatever is
 /// stored there; `positions` may write as far.
 constexpr int kWarpLanes = 32;
-constexpr int kWarpRunColumns = 256;  ///< at most, in one call of `luma` and `chroma`
+constexpr int kWarpRunColumns = 1024;  ///< at most, in one call of `luma` and `chroma`
 constexpr int kMaxWarpSide = 16384;
 constexpr int kMinWarpSide = 32;
 constexpr int kMaxVectorScale = 32767;
