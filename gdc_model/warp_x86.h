@@ -408,8 +408,8 @@ typename V::Vector mixPairs(const ChromaConstants<V>& constants, const Samples<V
     Vector u = constants.half;
     Vector v = u;
     for (int j = 0; j < 2; ++j) {
-        u = V::add32(u, V::multiplyAdd16(V::bitAnd(samples.row[j], constants.lowBytes), weights[j]));
-        v = V::add32(v, V::multiplyAdd16(V::template shiftRight16<8>(samples.row[j]), weights[j]));
+        u = V::addProducts16(u, V::bitAnd(samples.row[j], constants.lowBytes), weights[j]);
+        v = V::addProducts16(v, V::template shiftRight16<8>(samples.row[j]), weights[j]);
     }
     return V::bitOr(V::template shiftRightSigned32<9>(u),
                     V::template shiftLeft32<8>(V::template shiftRightSigned32<9>(v)));
