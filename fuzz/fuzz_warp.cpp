@@ -163,11 +163,12 @@ Positions positionsOfRow(Input& input, int width, int height) {
     std::vector<int32_t> memory(WarpPositions::workingWords(frame));
     const WarpPositions rows(frame, memory.data());
     const int row = input.between(0, height - 1), first = input.between(0, frame.x.outCropSize - 1);
-    const GridRows nodes = rows.row(GridTables(grid.dX, grid.dY), row);
+    const GridTables tables(grid.dX, grid.dY);
     Positions plain(std::min(input.between(1, kWarpRunColumns), frame.x.outCropSize - first));
     const auto compute = [&](const WarpKernels& kernels, uint8_t* to) {
         Positions positions(plain.count);
-        rows.compute(kernels, nodes, row, first, plain.count, positions.x.data(), positions.y.data());
+        rows.compute(kernels, rows.row(kernels, tables, row), row, first, plain.count, positions.x.data(),
+                     positions.y.data());
         std::memcpy(to, positions.x.data(), positions.bytes());
         std::memcpy(to + positions.bytes(), positions.y.data(), positions.bytes());
     };
@@ -176,7 +177,8 @@ Positions positionsOfRow(Input& input, int width, int height) {
             {}, 2 * plain.bytes(), [&](const uint8_t*, uint8_t* to) { compute(vector, to); },
             [&](const uint8_t*, uint8_t* to) { compute(kWarpPlain, to); });
     });
-    rows.compute(kWarpPlain, nodes, row, first, plain.count, plain.x.data(), plain.y.data());
+    rows.compute(kWarpPlain, rows.row(kWarpPlain, tables, row), row, first, plain.count, plain.x.data(),
+                 plain.y.data());
     return plain;
 }
 

@@ -19,7 +19,7 @@ struct PlanePair {
 /// the output's planes in that order, so that only a region of the whole picture makes a picture. With a null
 /// `dst.y` the run leaves only its state.
 ///
-/// Planes may overlap; the output is the same as without overlap. Takes 16 bytes per column and 35 KB, and,
+/// Planes may overlap; the output is the same as without overlap. Takes 16 bytes per column and 45 KB, and,
 /// for overlapping planes and regions of another size, as many bytes as the region has samples, and the
 /// picture at least. Returns false, with nothing written, where there is no memory for these. Not
 /// thread-safe.

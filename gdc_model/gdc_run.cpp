@@ -31,8 +31,8 @@ public:
         auto x = zeroed<int32_t>(static_cast<size_t>(frame_.x.outCropSize) + 2 * kWarpLanes);
         auto y = x;
         for (int i = 0; i < frame_.y.outCropSize; ++i) {
-            positions_.compute(kernels, positions_.row(grids, i), i, 0, frame_.x.outCropSize, x.data(),
-                               y.data());
+            positions_.compute(kernels, positions_.row(kernels, grids, i), i, 0, frame_.x.outCropSize,
+                               x.data(), y.data());
             walkRow(i, x.data(), y.data());
         }
     }

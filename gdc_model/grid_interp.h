@@ -11,24 +11,35 @@
 
 namespace vantor {
 
+constexpr int32_t kMaxVectorRise = 1 << 20;
 constexpr int kVirtualCellWidth = 512;
 constexpr int kVirtualCellHeight = 384;
 constexpr int kVirtStepShiftX = 8;
 constexpr int kVirtStepShiftY = 6;
 
-using GdcGrid = int[kGridNodes][kGridNodes];
-
 /// A grid as rows of nodes.
 struct GridTables {
     GdcGrid x;
     GdcGrid y;
+    bool fitsVectors;  ///< no node differs by more than kMaxVectorRise from the one below
 
     /// From the nodes, row by row.
     GridTables(const int32_t* dX, const int32_t* dY) {
         std::copy_n(dX, kGridNodes * kGridNodes, &x[0][0]);
         std::copy_n(dY, kGridNodes * kGridNodes, &y[0][0]);
+        fitsVectors = risesLittle(dX) && risesLittle(dY);
     }
     explicit GridTables(const Grid& grid) : GridTables(grid.dX, grid.dY) {}
+
+private:
+    static bool risesLittle(const int32_t* nodes) {
+        uint32_t excess = 0;
+        for (int i = 0; i < kGridCells * kGridNodes; ++i) {
+            const int32_t rise = wrapSub(nodes[i + kGridNodes], nodes[i]);
+            excess |= static_cast<uint32_t>(wrapAdd(rise, kMaxVectorRise)) / (2 * kMaxVectorRise);
+        }
+        return excess == 0;
+    }
 };
 
 /// Where an output column or row lies in the virtual frame.

@@ -6,6 +6,9 @@
 namespace vantor {
 namespace {
 
+/// Of steep rows, so that the source samples of a tile's runs stay in the first-level cache.
+constexpr int kSteepRunColumns = 256;
+
 /// Whether vector kernels can address all of a plane, with 32-bit offsets.
 bool spansFewBytes(std::ptrdiff_t stride, int rows) {
     return rows <= 1 || stride <= kMaxVectorSpan / rows;
@@ -47,11 +50,12 @@ public:
             isSteep |= grids[row - top].isSteep;
         }
         // Level rows are faster one by one: memory is read and written as it follows.
-        const int step = isSteep ? bottom - top : 1;
-        for (int first = top; first < bottom; first += step) {
-            for (int left = 0; left < frame_.x.outCropSize; left += kWarpRunColumns) {
-                const int count = std::min(kWarpRunColumns, frame_.x.outCropSize - left);
-                for (int row = first; row < first + step; ++row) {
+        const int rows = isSteep ? bottom - top : 1;
+        const int columns = isSteep ? kSteepRunColumns : kWarpRunColumns;
+        for (int first = top; first < bottom; first += rows) {
+            for (int left = 0; left < frame_.x.outCropSize; left += columns) {
+                const int count = std::min(columns, frame_.x.outCropSize - left);
+                for (int row = first; row < first + rows; ++row) {
                     locate(grids[row - top], row, left, count);
                     writeRun(dst, row, left, count);
                 }

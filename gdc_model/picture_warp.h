@@ -44,7 +44,7 @@ public:
 private:
     friend class TileWalk;
 
-    GridRows gridRows(int row) const { return positions_.row(grids_, row); }
+    GridRows gridRows(int row) const { return positions_.row(kernels_, grids_, row); }
 
     GdcFrame frame_;
     WarpSourcePlanes src_;

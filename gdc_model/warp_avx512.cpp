@@ -27,7 +27,9 @@ struct Constants {
     Vector endX;  // of positions less two samples whose taps lie inside
     Vector endY;
     Vector twoSamples = kept(V::broadcast32(384));  // from a position to the middle of its first tap
-    Vector fraction = kept(V::broadcast32(255));
+    // The lowest bytes of 32-bit lanes, in 16-bit lanes.
+    Vector fractions =
+        kept(V::repeat128(_mm_setr_epi8(0, -1, 4, -1, 8, -1, 12, -1, 0, -1, 4, -1, 8, -1, 12, -1)));
     Vector lowHalf = kept(V::broadcast32(UINT16_MAX));
     Vector secondWindow = kept(V::broadcast32(V::kBytes / 2));
     Vector firstBytes = kept(V::repeat128(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C)));
@@ -95,6 +97,14 @@ Vector joined(const uint8_t* low, const uint8_t* high) {
     return _mm512_inserti64x4(_mm512_castsi256_si512(load(low)), load(high), 1);
 }
 
+constexpr int kRowsAhead = 3;  ///< of the last row of taps
+
+/// Asks for what output rows below will read, or for nothing where that is beyond the plane.
+void prefetch(const uint8_t* from, std::ptrdiff_t distance) {
+    const auto address = reinterpret_cast<std::uintptr_t>(from) + static_cast<std::uintptr_t>(distance);
+    _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0);
+}
+
 /// Four bytes of each of some rows, from places in the first of them.
 template <int rows>
 __attribute__((always_inline)) inline Samples<V, rows> samplesAt(const Constants& constants,
@@ -104,6 +114,7 @@ __attribute__((always_inline)) inline Samples<V, rows> samplesAt(const Constants
     if (!windows.holdAll()) return gather<V, rows>(plane, stride, places);
     const uint8_t* low = windows.start(plane, stride, 0);
     const uint8_t* high = windows.start(plane, stride, 1);
+    prefetch(low, (rows + kRowsAhead) * stride);
     const Vector bytes = windows.bytes();
     Samples<V, rows> samples;
     for (Vector& row : samples.row) {
@@ -142,16 +153,14 @@ Samples<V, 2> pairsAt(const WarpSource& src, const Constants& constants, Vector 
 /// Sixteen pixels, and what of their positions is needed later.
 struct Pixels {
     __mmask16 interior;
-    Vector fractionX;
-    Vector fractionY;
+    Vector firstX;  // of their first taps' middles
+    Vector firstY;
     Vector places;  // of their first taps: row x 65536 + column; 0 where not all taps lie inside
 
     Pixels(const Constants& constants, const int32_t* x, const int32_t* y) {
-        const Vector firstX = V::subtract32(V::load(x), constants.twoSamples);
-        const Vector firstY = V::subtract32(V::load(y), constants.twoSamples);
+        firstX = V::subtract32(V::load(x), constants.twoSamples);
+        firstY = V::subtract32(V::load(y), constants.twoSamples);
         interior = constants.hasAllTaps(firstX, firstY);
-        fractionX = V::bitAnd(firstX, constants.fraction);
-        fractionY = V::bitAnd(firstY, constants.fraction);
         places = constants.places(interior, V::shiftRightSigned32<8>(firstX), V::shiftLeft32<8>(firstY));
     }
 };
@@ -159,8 +168,9 @@ struct Pixels {
 /// 32 bytes of luma; 0 where not all taps lie inside.
 __m256i blend(const WarpSource& src, const Constants& constants, const Pixels& left, const Pixels& right,
               __mmask32 interior) {
-    const Weights<V> weights(constants.luma, V::packUnsigned32(left.fractionX, right.fractionX),
-                             V::packUnsigned32(left.fractionY, right.fractionY));
+    const Weights<V> weights(constants.luma,
+                             V::shuffleHalves8(left.firstX, right.firstX, constants.fractions),
+                             V::shuffleHalves8(left.firstY, right.firstY, constants.fractions));
     const Vector values =
         filterLuma<V>(constants.luma, samplesAt<4>(constants, src.y, src.yStride, src.width, left.places),
                       samplesAt<4>(constants, src.y, src.yStride, src.width, right.places), weights);
@@ -219,7 +229,7 @@ void chroma(const WarpSource& source, const int32_t* x, const int32_t* y, int pa
 
 }  // namespace
 
-const WarpKernels kWarpAvx512 = {InstructionSet::Avx512, positions<V>, luma, chroma};
+const WarpKernels kWarpAvx512 = {InstructionSet::Avx512, nodes<V>, positions<V>, luma, chroma};
 
 }  // namespace vantor
 

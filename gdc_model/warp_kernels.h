@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "gdc_model/grid.h"
 #include "processor/instruction_set.h"
 
 namespace vantor {
@@ -29,9 +30,7 @@ struct WarpRun {
     const int16_t* within;
     const int16_t* bulge;
     int count;
-    /// |difference| < 2^14, |excess| < 2^13, |excess| + |slopeChange| < 2^15, |d| < 2^15 and invScale < 2^13,
-    /// for both lines.
-    bool isNarrow;
+    bool isNarrow;  ///< |difference| < 2^14, |excess| < 2^13, |excess| + |slopeChange| < 2^15, of both lines
     WarpLine x;
     WarpLine y;
 };
@@ -55,7 +54,7 @@ struct WarpSource {
 /// Vector kernels read positions, `within` and `bulge` up to the next multiple of kWarpLanes, whatever is
 /// stored there; `positions` may write as far.
 constexpr int kWarpLanes = 32;
-constexpr int kWarpRunColumns = 256;  ///< at most, in one call of `luma` and `chroma`
+constexpr int kWarpRunColumns = 1024;  ///< at most, in one call of `luma` and `chroma`
 constexpr int kMaxWarpSide = 16384;
 constexpr int kMinWarpSide = 32;
 constexpr int kMaxVectorScale = 32767;
@@ -63,6 +62,10 @@ constexpr std::ptrdiff_t kMaxVectorSpan = INT32_MAX;  ///< from a plane's first 
 
 struct WarpKernels {
     InstructionSet set;
+
+    /// The values of a GridRow, `within` (0 to 384) a row of cells that is `cell` (1 to 32). Vector tables
+    /// ask for GridTables::fitsVectors.
+    void (*nodes)(const GdcGrid& grid, int cell, int within, int32_t* values);
 
     /// Both coordinates of a run. Vector tables ask for products that fit 32 bits, for |d| < 2^22,
     /// 0 <= invScale <= kMaxVectorScale and no mirror; the plain one clamps d to that and takes anything.

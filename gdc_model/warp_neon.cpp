@@ -10,6 +10,37 @@ namespace {
 constexpr int kLanes = 4;  // 32-bit lanes of a register
 constexpr int kGroup = 8;  // pixels, or pairs of chroma, that are worked out together
 
+/// A third of factor x value / 2^shift, below 2^23, whose single-precision third is exact or rounds away from
+/// the next integer.
+template <int shift>
+int32x4_t roundedThird(int32_t factor, int32x4_t value) {
+    const float32x4_t rounded = vcvtq_f32_s32(vrshrq_n_s32(vmulq_n_s32(value, factor), shift));
+    return vcvtq_s32_f32(vmulq_n_f32(rounded, 1 / 3.0F));
+}
+
+void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
+    const bool isFirst = cell == 1, isLast = cell == kGridCells;
+    const int32_t bulge = (64 + within * (384 - within)) / 384;
+    for (int i = 0; i < kGridNodes; i += kLanes) {
+        const int first = i < kGridNodes - kLanes ? i : kGridNodes - kLanes;
+        const int32x4_t top = vld1q_s32(grid[cell - 1] + first);
+        const int32x4_t bottom = vld1q_s32(grid[cell] + first);
+        const int32x4_t difference = vsubq_s32(bottom, top);
+        const int32x4_t chord = vshlq_n_s32(difference, 2);
+        int32x4_t slope0 = difference, slope1 = difference;
+        if (!isFirst) slope0 = vsubq_s32(bottom, vld1q_s32(grid[cell - 2] + first));
+        if (!isLast) slope1 = vsubq_s32(vld1q_s32(grid[cell + 1] + first), top);
+        if (isFirst) slope0 = vsubq_s32(chord, slope1);
+        if (isLast) slope1 = vsubq_s32(chord, slope0);
+        const int32x4_t excess = vsubq_s32(vsubq_s32(chord, slope0), slope1);
+        const int32x4_t halfChange = vshrq_n_s32(vsubq_s32(slope1, slope0), 1);
+        const int32x4_t outer = vaddq_s32(roundedThird<8>(384 - 2 * within, excess), halfChange);
+        const int32x4_t linear = vsraq_n_s32(roundedThird<8>(within, difference), top, 1);
+        const int32x4_t value = vsubq_s32(linear, roundedThird<9>(bulge, outer));
+        vst1q_s32(values + first, vminq_s32(vmaxq_s32(value, vdupq_n_s32(-4194304)), vdupq_n_s32(4194303)));
+    }
+}
+
 /// What positions of one coordinate are computed from, four columns at a time.
 class Line {
 public:
@@ -59,41 +90,43 @@ void locate(const WarpRun& run, int32_t* x, int32_t* y) {
     }
 }
 
-/// The same in 16-bit lanes, eight columns at a time: (a b + 2^14) >> 15 of scaled factors.
+/// The same in 16-bit lanes but for the start's part, eight columns at a time: (a b + 2^14) >> 15 of scaled
+/// factors.
 class NarrowLine {
 public:
     explicit NarrowLine(const WarpLine& line)
         : excess4_(vdupq_n_s16(static_cast<int16_t>(4 * line.excess))),
           slopeChange_(vdupq_n_s16(static_cast<int16_t>(line.slopeChange))),
           difference2_(vdupq_n_s16(static_cast<int16_t>(2 * line.difference))),
-          start_(vdupq_n_s16(static_cast<int16_t>(line.start))),
-          invScale4_(vdupq_n_s16(static_cast<int16_t>(4 * line.invScale))),
-          step_(vdupq_n_s32(kLanes * line.step)) {
+          invScale_(vdup_n_s16(static_cast<int16_t>(line.invScale))),
+          step_(vshlq_n_s32(vdupq_n_s32(line.step), 2)) {
+        const int64_t displaced = int64_t{line.invScale} * line.start + 4096;
+        remainder_ = vdupq_n_s32(static_cast<int32_t>(displaced & 8191));
         const int32_t lanes[kLanes] = {0, 1, 2, 3};
-        base_ = vmlaq_s32(vdupq_n_s32(line.base), vld1q_s32(lanes), vdupq_n_s32(line.step));
+        const int32x4_t base =
+            vaddq_s32(vdupq_n_s32(line.base), vdupq_n_s32(static_cast<int32_t>(displaced >> 13)));
+        base_ = vmlaq_s32(base, vld1q_s32(lanes), vdupq_n_s32(line.step));
     }
 
     void next(int16x8_t u32, int16x8_t q16, int32_t* out) {
         const int16x8_t fromMiddle = vsubq_s16(vdupq_n_s16(256 * 32), u32);
         const int16x8_t e = vaddq_s16(vqrdmulhq_s16(excess4_, fromMiddle), slopeChange_);
-        const int16x8_t linear = vaddq_s16(vqrdmulhq_s16(difference2_, u32), start_);
-        const int16x8_t d = vsubq_s16(linear, vqrdmulhq_s16(e, q16));
-        const int16x8_t displacement = vqrdmulhq_s16(d, invScale4_);
-        store(out, vget_low_s16(displacement));
-        store(out + kLanes, vget_high_s16(displacement));
+        const int16x8_t fromStart = vsubq_s16(vqrdmulhq_s16(difference2_, u32), vqrdmulhq_s16(e, q16));
+        store(out, vget_low_s16(fromStart));
+        store(out + kLanes, vget_high_s16(fromStart));
     }
 
 private:
-    void store(int32_t* out, int16x4_t displacement) {
-        vst1q_s32(out, vaddw_s16(base_, displacement));
+    void store(int32_t* out, int16x4_t fromStart) {
+        vst1q_s32(out, vsraq_n_s32(base_, vmlal_s16(remainder_, fromStart, invScale_), 13));
         base_ = vaddq_s32(base_, step_);
     }
 
     int16x8_t excess4_;
     int16x8_t slopeChange_;
     int16x8_t difference2_;
-    int16x8_t start_;
-    int16x8_t invScale4_;
+    int16x4_t invScale_;
+    int32x4_t remainder_;  // of the start's displacement, which `base_` includes
     int32x4_t step_;
     int32x4_t base_;
 };
@@ -424,7 +457,7 @@ void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs
 
 }  // namespace
 
-const WarpKernels kWarpNeon = {InstructionSet::Neon, positions, luma, chroma};
+const WarpKernels kWarpNeon = {InstructionSet::Neon, nodes, positions, luma, chroma};
 
 }  // namespace vantor
 

@@ -17,6 +17,10 @@ struct Place {
     }
 };
 
+void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
+    std::copy_n(GridRow(grid, {0, cell, within}).value, kGridNodes, values);
+}
+
 void locate(const WarpRun& run, const WarpLine& line, int32_t* out) {
     const CellCurve curve{line.start, line.difference, line.slopeChange, line.excess};
     int32_t base = line.base;
@@ -72,6 +76,6 @@ void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs
 
 }  // namespace
 
-const WarpKernels kWarpPlain = {InstructionSet::Plain, positions, luma, chroma};
+const WarpKernels kWarpPlain = {InstructionSet::Plain, nodes, positions, luma, chroma};
 
 }  // namespace vantor

@@ -18,6 +18,13 @@ VirtualPosition columnPosition(const GdcAxis& axis, int column) {
     return virtualPosition(axis, wrapAdd(axis.outCropStart, column), kVirtualCellWidth);
 }
 
+/// As in WarpRun, of a curve that fits vectors.
+bool isNarrow(const CellCurve& curve) {
+    const int32_t excess = std::abs(curve.excess);
+    return std::abs(curve.difference) < 1 << 14 && excess < 1 << 13 &&
+           excess + std::abs(curve.slopeChange) < 1 << 15;
+}
+
 /// Columns of a region, and those up to which vector kernels read.
 size_t paddedColumns(const GdcFrame& frame) {
     return static_cast<size_t>(frame.x.outCropSize) + kWarpLanes;
@@ -50,17 +57,16 @@ WarpPositions::WarpPositions(const GdcFrame& frame, int32_t* memory)
     std::fill_n(bulge_ + columns, kWarpLanes, int16_t{0});
 }
 
-GridRows WarpPositions::row(const GridTables& grids, int outRow) const {
+GridRows WarpPositions::row(const WarpKernels& kernels, const GridTables& grids, int outRow) const {
     const VirtualPosition at =
         virtualPosition(frame_.y, wrapAdd(frame_.y.outCropStart, outRow), kVirtualCellHeight);
-    GridRows rows{GridRow(grids.x, at), GridRow(grids.y, at), false, false, false};
-    const int32_t bound = std::max(rows.x.bound(), rows.y.bound());
-    const int32_t stepY = rows.y.largestStep();
-    const int32_t step = std::max(rows.x.largestStep(), stepY);
-    rows.fitsVectors = fitsVectors_ && bound < INT32_MAX;
-    rows.isNarrow = bound <= INT16_MAX && step <= INT16_MAX / 16 && frame_.x.invScale <= INT16_MAX / 4 &&
-                    frame_.y.invScale <= INT16_MAX / 4;
-    rows.isSteep = std::abs(sourceDisplacement(frame_.y.invScale, 0, stepY)) > kLevelStep * 256;
+    const auto nodes = (grids.fitsVectors ? kernels : kWarpPlain).nodes;
+    GridRows rows;
+    nodes(grids.x, at.cell, at.within, rows.x.value);
+    nodes(grids.y, at.cell, at.within, rows.y.value);
+    rows.fitsVectors = fitsVectors_ && std::max(rows.x.bound(), rows.y.bound()) < INT32_MAX;
+    rows.isSteep =
+        std::abs(sourceDisplacement(frame_.y.invScale, 0, rows.y.largestStep())) > kLevelStep * 256;
     return rows;
 }
 
@@ -68,8 +74,7 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
                             int count, int32_t* x, int32_t* y) const {
     const int end = first + count;
     const auto positions = (grids.fitsVectors ? kernels : kWarpPlain).positions;
-    const auto line = [](const GridRow& grid, int cell, const GdcAxis& axis, int32_t base, int32_t step) {
-        const CellCurve curve = grid.curve(cell);
+    const auto line = [](const CellCurve& curve, const GdcAxis& axis, int32_t base, int32_t step) {
         return WarpLine{
             curve.start, curve.difference, curve.slopeChange, curve.excess, axis.invScale, axis.mirror, base,
             step};
@@ -80,10 +85,13 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
                                         [](int column, const CellColumns& c) { return column < c.end; });
     for (int i = first; i < end; ++cell) {
         const int columns = std::min(cell->end, end) - i;
-        positions({within_ + i, bulge_ + i, columns, grids.isNarrow,
-                   line(grids.x, cell->cell, frame_.x, undisplacedAt(frame_.x, i), stepX),
-                   line(grids.y, cell->cell, frame_.y, undisplacedY, 0)},
-                  x + (i - first), y + (i - first));
+        const CellCurve curveX = grids.x.curve(cell->cell);
+        const CellCurve curveY = grids.y.curve(cell->cell);
+        positions(
+            {within_ + i, bulge_ + i, columns, grids.fitsVectors && isNarrow(curveX) && isNarrow(curveY),
+             line(curveX, frame_.x, undisplacedAt(frame_.x, i), stepX),
+             line(curveY, frame_.y, undisplacedY, 0)},
+            x + (i - first), y + (i - first));
         i += columns;
     }
 }

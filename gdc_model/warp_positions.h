@@ -17,7 +17,6 @@ struct GridRows {
     GridRow x;
     GridRow y;
     bool fitsVectors;  ///< positions have what vector kernels ask for
-    bool isNarrow;     ///< as in WarpRun
     bool isSteep;      ///< leaves more than kLevelStep source rows between two nodes
 };
 
@@ -30,7 +29,7 @@ public:
     /// Both outlive the object.
     WarpPositions(const GdcFrame& frame, int32_t* memory);
 
-    GridRows row(const GridTables& grids, int outRow) const;
+    GridRows row(const WarpKernels& kernels, const GridTables& grids, int outRow) const;
 
     /// Source coordinates, in 1/256 sample, of `count` pixels of an output row. The arrays hold whole
     /// multiples of kWarpLanes, and kWarpLanes more.

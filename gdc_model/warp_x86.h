@@ -8,6 +8,42 @@
 namespace vantor {
 namespace {
 
+/// A third of factor x value / 2^shift, below 2^23, whose single-precision third is exact or rounds away from
+/// the next integer.
+template <typename V, int shift>
+typename V::Vector roundedThird(int factor, typename V::Vector value) {
+    const auto product = V::multiply32(value, V::broadcast32(factor));
+    return V::third32(
+        V::template shiftRightSigned32<shift>(V::add32(product, V::broadcast32(1 << (shift - 1)))));
+}
+
+template <typename V>
+void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
+    using Vector = typename V::Vector;
+    const bool isFirst = cell == 1, isLast = cell == kGridCells;
+    const int bulge = (64 + within * (384 - within)) / 384;
+    for (int i = 0; i < kGridNodes; i += V::kLanes32) {
+        const int first = i < kGridNodes - V::kLanes32 ? i : kGridNodes - V::kLanes32;
+        const Vector top = V::load(grid[cell - 1] + first);
+        const Vector bottom = V::load(grid[cell] + first);
+        const Vector difference = V::subtract32(bottom, top);
+        const Vector chord = V::template shiftLeft32<2>(difference);
+        Vector slope0 = difference, slope1 = difference;
+        if (!isFirst) slope0 = V::subtract32(bottom, V::load(grid[cell - 2] + first));
+        if (!isLast) slope1 = V::subtract32(V::load(grid[cell + 1] + first), top);
+        if (isFirst) slope0 = V::subtract32(chord, slope1);
+        if (isLast) slope1 = V::subtract32(chord, slope0);
+        const Vector excess = V::subtract32(V::subtract32(chord, slope0), slope1);
+        const Vector halfChange = V::template shiftRightSigned32<1>(V::subtract32(slope1, slope0));
+        const Vector outer = V::add32(roundedThird<V, 8>(384 - 2 * within, excess), halfChange);
+        const Vector linear =
+            V::add32(roundedThird<V, 8>(within, difference), V::template shiftRightSigned32<1>(top));
+        const Vector value = V::subtract32(linear, roundedThird<V, 9>(bulge, outer));
+        V::store(values + first,
+                 V::min32(V::max32(value, V::broadcast32(-4194304)), V::broadcast32(4194303)));
+    }
+}
+
 /// What positions of one coordinate are computed from, a vector of columns at a time.
 template <typename V>
 class LineOfLanes {
@@ -63,7 +99,8 @@ private:
     Vector step_;
 };
 
-/// The same in 16-bit lanes, two vectors of columns at a time: (a b + 2^14) >> 15 of scaled factors.
+/// The same in 16-bit lanes but for the start's part, two vectors of columns at a time: (a b + 2^14) >> 15 of
+/// scaled factors.
 template <typename V>
 class NarrowLine {
 public:
@@ -73,32 +110,36 @@ public:
         : excess4_(V::broadcast16(4 * line.excess)),
           slopeChange_(V::broadcast16(line.slopeChange)),
           difference2_(V::broadcast16(2 * line.difference)),
-          start_(V::broadcast16(line.start)),
-          invScale4_(V::broadcast16(4 * line.invScale)),
-          base_(V::add32(V::broadcast32(line.base), V::multiply32(V::iota32(), V::broadcast32(line.step)))),
-          step_(V::multiply32(V::broadcast32(line.step), V::broadcast32(V::kLanes32))) {}
+          invScale_(V::broadcast32(line.invScale)),
+          step_(V::multiply32(V::broadcast32(line.step), V::broadcast32(V::kLanes32))) {
+        const int64_t displaced = int64_t{line.invScale} * line.start + 4096;
+        remainder_ = V::broadcast32(static_cast<int32_t>(displaced & 8191));
+        base_ = V::add32(
+            V::add32(V::broadcast32(line.base), V::broadcast32(static_cast<int32_t>(displaced >> 13))),
+            V::multiply32(V::iota32(), V::broadcast32(line.step)));
+    }
 
     void next(Vector u32, Vector q16, int32_t* out) {
         const Vector fromMiddle = V::subtract16(V::broadcast16(256 * 32), u32);
         const Vector e = V::add16(V::multiplyRounded16(excess4_, fromMiddle), slopeChange_);
-        const Vector linear = V::add16(V::multiplyRounded16(difference2_, u32), start_);
-        const Vector d = V::subtract16(linear, V::multiplyRounded16(e, q16));
-        const Vector displacement = V::multiplyRounded16(d, invScale4_);
-        store(out, V::widenLow16(displacement));
-        store(out + V::kLanes32, V::widenHigh16(displacement));
+        const Vector fromStart =
+            V::subtract16(V::multiplyRounded16(difference2_, u32), V::multiplyRounded16(e, q16));
+        store(out, V::widenLow16(fromStart));
+        store(out + V::kLanes32, V::widenHigh16(fromStart));
     }
 
 private:
-    void store(int32_t* out, Vector displacement) {
-        V::store(out, V::add32(base_, displacement));
+    void store(int32_t* out, Vector fromStart) {
+        const Vector product = V::addProducts16(remainder_, fromStart, invScale_);
+        V::store(out, V::add32(base_, V::template shiftRightSigned32<13>(product)));
         base_ = V::add32(base_, step_);
     }
 
     Vector excess4_;
     Vector slopeChange_;
     Vector difference2_;
-    Vector start_;
-    Vector invScale4_;
+    Vector invScale_;
+    Vector remainder_;  // of the start's displacement, which `base_` includes
     Vector base_;
     Vector step_;
 };
@@ -148,10 +189,10 @@ struct LumaConstants {
     Vector slope = kept(V::broadcast16(1280));
     Vector lowBytes = kept(V::broadcast16(255));
     Vector twice = kept(V::broadcast16(512));
-    Vector ones = kept(V::broadcast16(1));
+    Vector three = kept(V::broadcast16(3));
+    Vector ones = kept(V::broadcast16(0x0101));
     Vector half = kept(V::broadcast32(128 * 256 + 128));
-    Vector middle =
-        kept(V::repeat128(_mm_setr_epi8(1, 2, -1, -1, 5, 6, -1, -1, 9, 10, -1, -1, 13, 14, -1, -1)));
+    Vector middle = kept(V::repeat128(_mm_setr_epi8(1, 2, 5, 6, 9, 10, 13, 14, 1, 2, 5, 6, 9, 10, 13, 14)));
 };
 
 /// The magnitudes of the four taps' weights at phases p: of p (256 - p)^2, 2^25 - p^2 (1280 - 3p), p 2^16 +
@@ -170,7 +211,7 @@ struct Taps {
         const Vector q = V::subtract16(whole, p);
         const Vector pq = V::multiply16(p, q);
         const Vector pp = V::multiply16(p, p);
-        const Vector slope = V::subtract16(constants.slope, V::add16(V::add16(p, p), p));
+        const Vector slope = V::subtract16(constants.slope, V::multiply16(p, constants.three));
         outer0 = V::average16(V::multiplyHighUnsigned16(pq, q), zero);
         outer3 = V::average16(V::multiplyHighUnsigned16(pq, p), zero);
         centre1 = V::subtract16(whole, V::average16(V::multiplyHighUnsigned16(pp, slope), zero));
@@ -285,49 +326,55 @@ typename V::Vector normalised(const LumaConstants<V>& constants, typename V::Vec
     return V::template shiftRightSigned32<16>(V::add32(V::multiply32(sum, scale), constants.half));
 }
 
+/// The weights of an outer row, which are bytes, in the order of samples.
+template <typename V>
+class OuterRow {
+public:
+    using Vector = typename V::Vector;
+
+    explicit OuterRow(const typename Weights<V>::Row& w)
+        : w01_(V::mergeLowBytes(w.w0, w.w1)), w23_(V::mergeLowBytes(w.w2, w.w3)) {}
+
+    Vector left() const { return V::interleaveLow16(w01_, w23_); }
+    Vector right() const { return V::interleaveHigh16(w01_, w23_); }
+    /// Two bytes per pixel, whose sum is that of the weights.
+    Vector sums() const { return V::add8(w01_, w23_); }
+
+private:
+    Vector w01_;
+    Vector w23_;
+};
+
 /// Values of two vectors of pixels in 16-bit lanes, clamped by their 2 x 2 centre taps. Fractions and values
 /// are in the order of V::pack16: interleaving them gives 32-bit lanes in natural order.
 template <typename V>
 typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
                               const Samples<V, 4>& right, const Weights<V>& weights) {
     using Vector = typename V::Vector;
-    Vector scale = constants.twice;
-    const auto subtractFromScale = [&](const typename Weights<V>::Row& w) {
-        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
-    };
-    // Weights of the outer rows are bytes, the first and the last of them not negative.
-    Vector pairsLeft = V::broadcast16(0);
-    Vector pairsRight = V::broadcast16(0);
-    for (int j = 0; j < 4; j += 3) {
-        const auto w = weights.row(j);
-        const Vector w01 = V::bitOr(w.w0, V::template shiftLeft16<8>(w.w1));
-        const Vector w23 = V::bitOr(V::bitAnd(w.w2, constants.lowBytes), V::template shiftLeft16<8>(w.w3));
-        pairsLeft = V::add16(pairsLeft, V::multiplyAdd8(left.row[j], V::interleaveLow16(w01, w23)));
-        pairsRight = V::add16(pairsRight, V::multiplyAdd8(right.row[j], V::interleaveHigh16(w01, w23)));
-        subtractFromScale(w);
-    }
-    Vector sumLeft = V::multiplyAdd16(pairsLeft, constants.ones);
-    Vector sumRight = V::multiplyAdd16(pairsRight, constants.ones);
+    const OuterRow<V> first(weights.row(0));
+    const OuterRow<V> last(weights.row(3));
+    Vector sumLeft = V::sumProducts8(left.row[0], first.left(), left.row[3], last.left());
+    Vector sumRight = V::sumProducts8(right.row[0], first.right(), right.row[3], last.right());
+    Vector scale =
+        V::subtract16(constants.twice, V::multiplyAdd8(constants.ones, V::add8(first.sums(), last.sums())));
     for (int j = 1; j < 3; ++j) {
         const auto w = weights.row(j);
         const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
-            sum = V::add32(sum, V::multiplyAdd16(V::bitAnd(bytes, constants.lowBytes), even));
-            sum = V::add32(sum, V::multiplyAdd16(V::template shiftRight16<8>(bytes), odd));
+            sum = V::addProducts16(sum, V::bitAnd(bytes, constants.lowBytes), even);
+            sum = V::addProducts16(sum, V::template shiftRight16<8>(bytes), odd);
         };
         add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
         add(sumRight, right.row[j], V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
-        subtractFromScale(w);
+        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
     }
     const Vector zero = V::broadcast16(0);
     const Vector value = V::pack32(normalised<V>(constants, sumLeft, V::interleaveLow16(scale, zero)),
                                    normalised<V>(constants, sumRight, V::interleaveHigh16(scale, zero)));
     // The middle bytes of each 32-bit lane, in 16-bit lanes.
-    const auto middle = [&](Vector ofLeft, Vector ofRight) {
-        return V::packUnsigned32(V::shuffle8(ofLeft, constants.middle),
-                                 V::shuffle8(ofRight, constants.middle));
-    };
-    const Vector least = middle(V::min8(left.row[1], left.row[2]), V::min8(right.row[1], right.row[2]));
-    const Vector most = middle(V::max8(left.row[1], left.row[2]), V::max8(right.row[1], right.row[2]));
+    const Vector least = V::shuffleHalves8(V::min8(left.row[1], left.row[2]),
+                                           V::min8(right.row[1], right.row[2]), constants.middle);
+    const Vector most = V::shuffleHalves8(V::max8(left.row[1], left.row[2]),
+                                          V::max8(right.row[1], right.row[2]), constants.middle);
     const Vector low = V::min8(least, V::template shiftRight16<8>(least));
     const Vector high = V::bitAnd(V::max8(most, V::template shiftRight16<8>(most)), constants.lowBytes);
     return V::min16(V::max16(value, low), high);
@@ -361,8 +408,8 @@ typename V::Vector mixPairs(const ChromaConstants<V>& constants, const Samples<V
     Vector u = constants.half;
     Vector v = u;
     for (int j = 0; j < 2; ++j) {
-        u = V::add32(u, V::multiplyAdd16(V::bitAnd(samples.row[j], constants.lowBytes), weights[j]));
-        v = V::add32(v, V::multiplyAdd16(V::template shiftRight16<8>(samples.row[j]), weights[j]));
+        u = V::addProducts16(u, V::bitAnd(samples.row[j], constants.lowBytes), weights[j]);
+        v = V::addProducts16(v, V::template shiftRight16<8>(samples.row[j]), weights[j]);
     }
     return V::bitOr(V::template shiftRightSigned32<9>(u),
                     V::template shiftLeft32<8>(V::template shiftRightSigned32<9>(v)));

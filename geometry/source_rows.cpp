@@ -25,7 +25,7 @@ SourceRows::SourceRows(const Grid& grid, Size frame, Size picture)
       y_(x_ + rowWords(picture)) {}
 
 void SourceRows::compute(int row) {
-    positions_.compute(kernels(), positions_.row(grids_, row), row, 0, columns_, x_, y_);
+    positions_.compute(kernels(), positions_.row(kernels(), grids_, row), row, 0, columns_, x_, y_);
 }
 
 }  // namespace vantor

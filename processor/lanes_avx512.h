@@ -45,14 +45,22 @@ struct Avx512Lanes {
     /// In each 16-bit lane the sum of two products of unsigned bytes and signed weights.
     static Vector multiplyAdd8(Vector bytes, Vector weights) { return _mm512_maddubs_epi16(bytes, weights); }
 
+    /// In each 32-bit lane the sum of the products of four unsigned bytes and signed weights, and of four
+    /// more.
+    static Vector sumProducts8(Vector a, Vector weightsA, Vector b, Vector weightsB) {
+        return _mm512_dpbusd_epi32(_mm512_dpbusd_epi32(_mm512_setzero_si512(), a, weightsA), b, weightsB);
+    }
+
     /// In each 32-bit lane the sum of two products of signed 16-bit lanes.
     static Vector multiplyAdd16(Vector a, Vector b) { return _mm512_madd_epi16(a, b); }
+    static Vector addProducts16(Vector sum, Vector a, Vector b) { return _mm512_dpwssd_epi32(sum, a, b); }
     static Vector broadcast32(int value) { return _mm512_set1_epi32(value); }
     /// 0, 1, 2, ...
     static Vector iota32() { return _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15); }
     static Vector add32(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
     static Vector subtract32(Vector a, Vector b) { return _mm512_sub_epi32(a, b); }
     static Vector multiply32(Vector a, Vector b) { return _mm512_mullo_epi32(a, b); }
+    static Vector min32(Vector a, Vector b) { return _mm512_min_epi32(a, b); }
     static Vector max32(Vector a, Vector b) { return _mm512_max_epi32(a, b); }
     template <int Bits>
     static Vector shiftLeft32(Vector a) {
@@ -61,6 +69,11 @@ struct Avx512Lanes {
     template <int Bits>
     static Vector shiftRightSigned32(Vector a) {
         return _mm512_srai_epi32(a, Bits);
+    }
+
+    /// A third of each lane, towards zero, of magnitudes below 2^23.
+    static Vector third32(Vector a) {
+        return _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(a), _mm512_set1_ps(1 / 3.0F)));
     }
 
     /// Sixteen-bit lanes, sign-extended: as many from memory as fill a vector, or one half of a vector's.
@@ -87,6 +100,17 @@ struct Avx512Lanes {
     /// The bytes at these indexes, within 128 bits.
     static Vector shuffle8(Vector a, Vector indexes) { return _mm512_shuffle_epi8(a, indexes); }
 
+    /// The bytes at these indexes, in every 128 bits: the lower half of them in a, the upper in b.
+    static Vector shuffleHalves8(Vector a, Vector b, Vector indexes) {
+        return _mm512_mask_shuffle_epi8(shuffle8(a, indexes), 0xFF00FF00FF00FF00, b, indexes);
+    }
+    /// The lower bytes of 16-bit lanes: a[0], b[0], a[1], b[1], ...
+    static Vector mergeLowBytes(Vector a, Vector b) {
+        return _mm512_mask_mov_epi8(a, 0xAAAAAAAAAAAAAAAA, shiftLeft16<8>(b));
+    }
+
+    /// Of bytes.
+    static Vector add8(Vector a, Vector b) { return _mm512_add_epi8(a, b); }
     /// Of unsigned bytes.
     static Vector min8(Vector a, Vector b) { return _mm512_min_epu8(a, b); }
     static Vector max8(Vector a, Vector b) { return _mm512_max_epu8(a, b); }
