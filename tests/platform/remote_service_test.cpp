@@ -11,6 +11,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <future>
 #include <mutex>
 #include <thread>
 
@@ -43,14 +44,15 @@ using Service = ::android::sp<IVantorService>;
 
 Lines takeLines() { return std::exchange(lines, {}); }
 
-Deadline soon() { return Deadline::clock::now() + std::chrono::minutes(1); }
+Deadline soon() { return Deadline::clock::now() + std::chrono::seconds(20); }
 
 /// The other end of a connection.
 struct Peer {
     /// Takes the next packet; false if the client has closed.
     bool receive() {
         Packet packet;
-        if (receivePacket(socket, packet, soon()) != 0 || !packet.getHeader(header)) return false;
+        error = receivePacket(socket, packet, soon());
+        if (error != 0 || !packet.getHeader(header)) return false;
         descriptors = packet.descriptors.count();
         return true;
     }
@@ -76,6 +78,7 @@ struct Peer {
     }
 
     int socket;
+    int error = 0;
     int descriptors = 0;
     Header header{};
 };
@@ -272,31 +275,58 @@ TEST_F(RemoteService, IsNullUnlessItSaysWelcome) {
 }
 
 TEST_F(RemoteService, AForkedChildConnectsAndTheParentsConnectionStaysItsOwn) {
-    const Script first = [](Peer& peer) {
-        serve(peer);
-        EXPECT_FALSE(peer.receive());  // the client's end, though the child has a copy of it
+    std::promise<int> ended;
+    const Script ofParent = [&](Peer& peer) {
+        peer.welcome();
+        for (int expected : {2, 2, 4}) {
+            EXPECT_TRUE(peer.receive() && peer.descriptors == expected);
+            if (expected == 2) peer.send(peer.answer());
+        }
+        peer.receive();
+        ended.set_value(peer.error);
     };
-    FakeService fake({first, serve});
+    FakeService fake({ofParent, serve});
     timeout("0.25");
     const Service service = get();
     EXPECT_EQ(scale(service), 0);
     int done[2];
     ASSERT_EQ(0, pipe(done));
-    const pid_t child = fork();
-    if (child == 0) {
+    const auto forked = [](const std::function<void()>& work) {
+        const pid_t child = fork();
+        if (child != 0) return child;
+        work();
+        for (;;) pause();
+    };
+    const pid_t idle = forked([] {});
+    const pid_t busy = forked([&] {
         close(STDERR_FILENO);  // whose place the socket must not take
         const bool isServed = scale(service) == 0 && fcntl(STDERR_FILENO, F_GETFD) < 0;
         static_cast<void>(write(done[1], &isServed, 1));
-        for (;;) pause();
-    }
+    });
     bool isServed = false;
     EXPECT_TRUE(read(done[0], &isServed, 1) == 1 && isServed);
     EXPECT_EQ(scale(service), 0);
-    handle_->numFds = 2;  // which ends the serving
+    handle_->numFds = 2;
     EXPECT_EQ(scale(service), -ETIMEDOUT);
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    EXPECT_EQ(ended.get_future().get(), ECONNRESET);  // though a child has a copy
+    for (pid_t child : {idle, busy}) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
     for (int end : done) close(end);
+}
+
+TEST_F(RemoteService, AnIdleConnectionThatTheServiceClosedIsReplaced) {
+    std::promise<void> closed;
+    const Script closing = [&](Peer& peer) {
+        peer.welcome();
+        shutdown(peer.socket, SHUT_RDWR);
+        closed.set_value();
+    };
+    FakeService fake({closing, serve});
+    const Service service = get();
+    closed.get_future().wait();
+    EXPECT_EQ(scale(service), 0);
 }
 
 TEST_F(RemoteService, ManyRequestsOfSeveralThreadsLeaveNothingOpen) {
