@@ -2,7 +2,6 @@
 
 import contextlib
 import json
-import os
 import pathlib
 import socket
 import struct
@@ -56,25 +55,15 @@ def service():
     listener.bind("s")
     listener.listen()
 
-    def answer(connection):
-        while True:
-            packet, descriptors, _, _ = socket.recv_fds(connection, 16384, 4)
-            if not packet:
-                return
-            magic, version, kind, _, sequence = struct.unpack_from("=IHHII", packet)
-            if kind == 1:
-                connection.send(struct.pack("=IHHII16s96s", magic, version, 2, 128, sequence, b"9", b"dark\x1b"))
-                continue
-            connection.send(struct.pack("=IHHIIi236x", magic, version, 5, 256, sequence, 0))
-            for descriptor in descriptors:
-                os.close(descriptor)
-
-    def accept():
+    def serve():
         with contextlib.suppress(OSError):
-            while True:
-                answer(listener.accept()[0])
+            while connection := listener.accept()[0]:
+                while packet := connection.recv(16384):
+                    magic, version, kind, _, sequence = struct.unpack_from("=IHHII", packet)
+                    answer = (2, 128, sequence, b"9", b"dark\x1b") if kind == 1 else (5, 256, sequence, b"", b"")
+                    connection.send(struct.pack("=IHHII16s96s", magic, version, *answer).ljust(answer[1], b"\0"))
 
-    thread = threading.Thread(target=accept)
+    thread = threading.Thread(target=serve)
     thread.start()
     yield "service at unix:s: dark?, release 9"
     listener.shutdown(socket.SHUT_RDWR)
