@@ -52,7 +52,7 @@ def test_a_shared_object_answers(vantor, serve):
     (("ABI, scale, warp", "ABI, scale, 0"), "./board.so: warp is null, expected a function"),
     (("vantor_backend = {", "other = {"), "./board.so: no symbol vantor_backend"),
     (("options %s: expected none", "%.0s\\033]0;owned\\007"), "./board.so: ?]0;owned?\n"),
-    (('snprintf(message, size, "options %s: expected none", options)', "memset(message, 'x', size)"), "./board.so: " + "x" * 256 + "\n"),
+    (('snprintf(message, size, "options %s: expected none", options)', "memset(message, 'x', size)"), "x" * 256 + "\n"),
     (None, "./board.so: file too short"),
     ((), "./board.so: not a regular file"),
 ])
@@ -77,24 +77,23 @@ def test_a_board_with_a_shell_answers(vantor, serve):
     ("head -c 1000", "the command wrote 1000 of 42336 bytes"),
     ("cat; sleep 60", "the command wrote more than 42336 bytes"),
     ("head -c 42336 /dev/zero", "the command did not read its 86422 bytes of input"),
-    ("sleep 60 & exec 0<&- 1>&-; wait", "the command took longer than 500 ms"),
-    ("sleep 60 & exec sleep 60", "the command took longer than 500 ms"),
-    ("setsid sleep 60 & wait", "the command took longer than 500 ms"),
-    ("cat; exit 3", "the command exited with status 3"),
+    ("sleep 60 & exec 0<&- 1>&-; wait", "the command took longer than 1000 ms"),
+    ("sleep 60 & exec sleep 60", "the command took longer than 1000 ms"),
+    ("setsid sleep 4 & wait", "the command took longer than 1000 ms"),
+    ("exit 3", "the command exited with status 3"),
     ("kill -9 $PPID", "the command was ended by signal 9"),
     ("ls -l /proc/self/fd >&2", "the command wrote 0 of 42336 bytes"),
-    ("printf '\\033[2J' >&2; yes >&2", "the command took longer than 500 ms"),
+    ("printf '\\033[2J' >&2; yes >&2", "the command took longer than 1000 ms"),
 ])
 def test_commands_that_fail(vantor, serve, command, text):
-    if command.startswith("cat; e"):
-        command = command.replace("cat", "cat | head -c 42336")
     pathlib.Path("command").write_text(command)
-    with serve('--backend pipe --timeout 0.5 --command "sh ./command"') as process:
+    with serve('--backend pipe --timeout 1 --command "sh ./command"') as process:
         vantor(SCALING, 2, f"{FALLBACK} (runCSC failed: {text})")
         vantor(SCALING, 2, f"{FALLBACK} (runCSC failed: {text})")
         children = subprocess.run(["ps", "--ppid", str(process.pid)], stdout=subprocess.PIPE, text=True).stdout
         assert len(children.splitlines()) == 1, children
     assert "\033" not in process.text and process.text.count("\n") < 2100
+    assert (" 2 -> pipe" in process.text) == command.startswith("ls")
     assert not re.search(r" [3-9] -> (socket|pipe|/m)", process.text), "descriptors of the service"
 
 
