@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 renew=
 [ "${1:-}" != --renew ] || { renew=1 && shift; }
 seconds=${1:-60}
-fuzzers="scaler warp c readers service"
+fuzzers="scaler warp c readers service packets"
 build=build-fuzz
 
 { cmake --preset fuzz && nice cmake --build --preset fuzz -- $(printf 'fuzz_%s ' $fuzzers); } >"$build.log" 2>&1 ||

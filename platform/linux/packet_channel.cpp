@@ -13,9 +13,8 @@ namespace vantor::remote {
 namespace {
 
 /// Room for the descriptors of one packet; the kernel closes those that do not fit.
-union Control {
-    cmsghdr header;
-    char bytes[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
+struct Control {
+    alignas(cmsghdr) char bytes[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
 };
 
 /// Waits until the socket is ready for `events`. Returns 0 or an error number.
@@ -96,12 +95,13 @@ int sendPacket(int socket, const void* bytes, size_t size, const int* descriptor
     message.msg_iovlen = 1;
     if (count > 0) {
         const size_t length = static_cast<size_t>(count) * sizeof(int);
-        control.header.cmsg_level = SOL_SOCKET;
-        control.header.cmsg_type = SCM_RIGHTS;
-        control.header.cmsg_len = CMSG_LEN(length);
-        std::memcpy(CMSG_DATA(&control.header), descriptors, length);
         message.msg_control = control.bytes;
         message.msg_controllen = CMSG_SPACE(length);
+        cmsghdr* const part = CMSG_FIRSTHDR(&message);
+        part->cmsg_level = SOL_SOCKET;
+        part->cmsg_type = SCM_RIGHTS;
+        part->cmsg_len = CMSG_LEN(length);
+        std::memcpy(CMSG_DATA(part), descriptors, length);
     }
     ssize_t sent;
     return repeated(socket, POLLOUT, deadline, sent,

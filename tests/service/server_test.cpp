@@ -86,8 +86,9 @@ public:
         waitpid(process_, nullptr, 0);
     }
     /// How many descriptors it has, and pages of memory.
-    std::pair<size_t, long> footprint() const {
-        const std::string directory = "/proc/" + std::to_string(process_);
+    std::pair<size_t, long> footprint() const { return footprint(process_); }
+    static std::pair<size_t, long> footprint(pid_t process) {
+        const std::string directory = "/proc/" + std::to_string(process);
         long all = 0, resident = 0;
         std::ifstream(directory + "/statm") >> all >> resident;
         return {count((directory + "/fd").c_str()), resident};
@@ -187,7 +188,7 @@ TEST(Server, DoesWhatTheServiceInTheProcessDoes) {
     ASSERT_NE(nullptr, remote.get());
     SoftwareService local;
     Random random(seed());
-    std::pair<size_t, long> before;
+    std::pair<size_t, long> before, mine;
     int refused = 0;
     for (int i = 0, count = rounds(200); i < count; ++i) {
         const int width = 2 * random.between(2, 120), height = 2 * random.between(2, 60);
@@ -202,8 +203,10 @@ TEST(Server, DoesWhatTheServiceInTheProcessDoes) {
         const Outcome expected = run(local, dst, src, content, isWarp ? &grid : nullptr);
         ASSERT_TRUE(run(*remote, dst, src, content, isWarp ? &grid : nullptr) == expected) << seed() << " " << i;
         refused += expected.status != 0;
-        if (i == count / 2) before = other.footprint();
+        if (i == count / 2) before = other.footprint(), mine = Service::footprint(getpid());
     }
+    EXPECT_EQ(mine.first, Service::footprint(getpid()).first) << "descriptors of the client";
+    EXPECT_LT(Service::footprint(getpid()).second, mine.second + 100) << "pages of the client";
     EXPECT_TRUE(refused > 0 && refused < rounds(200) / 2);
     EXPECT_EQ(before.first, other.footprint().first) << "descriptors";
     EXPECT_LT(other.footprint().second, before.second + 100) << "pages";

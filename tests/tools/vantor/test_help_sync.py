@@ -27,7 +27,7 @@ def test_the_manual_page_is_what_the_tool_writes(vantor):
 
 def test_subcommands_are_completed_and_named_where_one_is_expected(vantor):
     commands = subcommands(vantor.path)
-    assert completed(vantor, "''") == ["-h", "--help", "--version", "-q", "--quiet", *commands]
+    assert completed(vantor, "''") == ["-h", "--help", "--version", "--service", "-q", "--quiet", *commands]
     text = f"expected a sub-command: {' '.join(commands)}"
     vantor("", 2, text)
     vantor("scael", 2, f"scael: {text}")
@@ -48,6 +48,7 @@ def test_options_are_completed_and_in_the_manual(vantor, subcommand):
     ("record bug.vrec warp photo.png --rot", "--rotate"),
     ("warp photo.png --backend ''", "software hardware"),
     ("scale photo.png --yuv-range = f", "full"),
+    ("--service s.sock record bug.vrec sc", "scale"),
     ("warp pho", ""),  # file names are left to bash
 ])
 def test_values_and_recorded_commands_are_completed(vantor, line, expected):

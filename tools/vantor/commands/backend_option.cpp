@@ -10,9 +10,8 @@ void addServiceOption(CLI::App& command) {
     command
         .add_option_function<std::string>(
             "--service", useService,
-            "Socket of a service in another process, which is the hardware backend of scale, warp, "
-            "crosscheck, "
-            "record and replay; without, the one that VANTOR_SERVICE names, or the software service")
+            "Socket of a service in another process, to be the hardware backend of scale, warp, crosscheck, "
+            "record and replay (default: what VANTOR_SERVICE names)")
         ->type_name("PATH");
 }
 
