@@ -24,11 +24,14 @@ def serve(vantor, chart, monkeypatch):
     @contextlib.contextmanager
     def service(arguments):
         process = vantor.start(f"serve --socket ./socket {arguments}", env={**os.environ, "PATH": programs})
-        assert b"serving on ./socket" in process.stderr.readline()
-        yield process
-        process.send_signal(signal.SIGTERM)
-        process.text = process.communicate(timeout=60)[1].decode()
-        assert process.returncode == 0
+        try:
+            assert b"serving on ./socket" in process.stderr.readline()
+            yield process
+            process.send_signal(signal.SIGTERM)
+            process.text = process.communicate(timeout=60)[1].decode()
+            assert process.returncode == 0
+        finally:
+            process.kill()
 
     return service
 
