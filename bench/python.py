@@ -70,9 +70,14 @@ def warping(repeat):
 
 
 def small(repeat):
-    engine, image, out = vantor.Engine(1), noise((16, 16)), vantor.Image.empty((12, 12))
-    (package,) = least([lambda: vantor.scale(image, out=out, engine=engine)], 100 * repeat)
-    report("scale 16x16 to 12x12, against 10 us", package, 1e-5, 1)
+    image, grid = noise((16, 16)), vantor.Grid.rotation(2, (16, 16))
+    out, warped = vantor.Image.empty((12, 12)), vantor.Image.empty((16, 16))
+    names = "scale 16x16 to 12x12", "scale 16x16, new array", "warp 16x16", "warp 16x16, new array"
+    times = least([
+        lambda: vantor.scale(image, out=out), lambda: vantor.scale(image, (12, 12)),
+        lambda: vantor.warp(image, grid, out=warped), lambda: vantor.warp(image, grid)], 100 * repeat)
+    for name, taken in zip(names, times):
+        report(f"{name}, against 10 us", taken, 1e-5, 1)
 
 
 def threads(repeat):

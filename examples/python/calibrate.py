@@ -1,8 +1,10 @@
 #!/usr/bin/python3
-"""calibrate.py OUT [PHOTOGRAPHS]: calibrates a camera by OpenCV from photographs of a chessboard, by default those of
-Debian's opencv-doc, and undistorts them with a grid. OUT gets the calibration, the grid, the pictures and a plot of
-what the grid cannot hold; the numbers go to standard output as JSON."""
+"""calibrate.py OUT [PHOTOGRAPH...]: calibrates a camera by OpenCV from photographs of a chessboard with 9 x 6 inner
+corners, by default those of Debian's opencv-doc, and undistorts them with a grid. The directory OUT gets the
+calibration, the grid, the pictures and a plot of what the grid cannot hold; the numbers go to standard output as
+JSON."""
 
+import argparse
 import json
 import pathlib
 import sys
@@ -37,15 +39,22 @@ def calibrate(photographs):
     board = np.zeros((BOARD[0] * BOARD[1], 3), np.float32)
     board[:, :2] = np.mgrid[:BOARD[0], :BOARD[1]].T.reshape(-1, 2)
     seen = [corners for corners in map(corners_of, photographs) if corners is not None]
+    if not seen:
+        sys.exit(f"calibrate: no photograph shows {BOARD[0]} x {BOARD[1]} inner corners")
     size = photographs[0].shape[::-1]
     error, K, D, *_ = cv2.calibrateCamera([board] * len(seen), seen, size, None, None)
     return K, D, size, error
 
 
 def main():
-    out = pathlib.Path(sys.argv[1])
-    out.mkdir(exist_ok=True)
-    files = sorted(pathlib.Path(sys.argv[2] if len(sys.argv) > 2 else DEBIAN).glob("left[0-9]*.jpg"))
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("out", type=pathlib.Path)
+    parser.add_argument("photographs", type=pathlib.Path, nargs="*", default=sorted(DEBIAN.glob("left[0-9]*.jpg")))
+    arguments = parser.parse_args()
+    out, files = arguments.out, arguments.photographs
+    if not files:
+        parser.error(f"no photographs in {DEBIAN}: install the Debian package opencv-doc, or name others")
+    out.mkdir(parents=True, exist_ok=True)
     photographs = [cv2.imread(str(file), cv2.IMREAD_GRAYSCALE) for file in files]
     K, D, size, error = calibrate(photographs)
     (out / "camera.json").write_text(json.dumps({"K": K.tolist(), "D": D.ravel().tolist(), "image_size": size}))

@@ -3,13 +3,12 @@
 distorted by a random lens, the same straightened again, and a line of labels.jsonl with the lens, hashes and the PSNR
 against the original. The lens depends on the picture's name alone, so that every run gives the same bytes."""
 
+import argparse
 import concurrent.futures
 import functools
 import json
-import math
 import pathlib
 import random
-import sys
 
 import cv2
 import numpy as np
@@ -49,14 +48,20 @@ def make(out, files):
 
 
 def main():
-    source, out = map(pathlib.Path, sys.argv[1:3])
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("source", metavar="in", type=pathlib.Path)
+    parser.add_argument("out", type=pathlib.Path)
+    arguments = parser.parse_args()
+    out, files = arguments.out, sorted(arguments.source.glob("*.png"))
+    if not files:
+        parser.error(f"{arguments.source}: no *.png files")
     for kind in ("distorted", "straight"):
         (out / kind).mkdir(parents=True, exist_ok=True)
     with concurrent.futures.ProcessPoolExecutor() as pool:
-        chunks = pool.map(functools.partial(make, out), vantor.chunks(sorted(source.glob("*.png")), 8))
+        chunks = pool.map(functools.partial(make, out), vantor.chunks(files, 8))
         labels = [label for chunk in chunks for label in chunk]
     (out / "labels.jsonl").write_text("".join(json.dumps(label) + "\n" for label in labels))
-    psnr = [label["psnr"] for label in labels if math.isfinite(label["psnr"])]
+    psnr = [label["psnr"] for label in labels]
     print(f"{len(labels)} pictures, {min(psnr):.1f} to {max(psnr):.1f} dB after both ways")
 
 

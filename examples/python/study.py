@@ -2,11 +2,11 @@
 """study.py OUT.png [CALIBRATION]: 500 grids around a calibration, in two coefficients. How far is each from the true
 map, and how straight does it leave lines? Drawn as OUT.png; the best and the worst go to standard output as JSON."""
 
+import argparse
 import concurrent.futures
 import itertools
 import json
 import pathlib
-import sys
 
 import cv2
 import matplotlib
@@ -33,7 +33,13 @@ def bend(grid, K, D):
 
 
 def main():
-    camera = vantor.load_calibration(sys.argv[2] if len(sys.argv) > 2 else CALIBRATION)
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("out", metavar="OUT.png")
+    parser.add_argument("calibration", nargs="?", default=CALIBRATION)
+    arguments = parser.parse_args()
+    camera = vantor.load_calibration(arguments.calibration)
+    if camera.fisheye:
+        parser.error(f"{arguments.calibration}: of a fisheye, expected another lens")
     scale = np.diag([SIZE[0] / camera.size[0], SIZE[1] / camera.size[1], 1])
     K = scale @ camera.K
     maps = cv2.initUndistortRectifyMap(K, camera.D, None, K, SIZE, cv2.CV_32FC1)
@@ -58,10 +64,11 @@ def main():
     for i, (axis, name) in enumerate(zip(axes, names)):
         levels = results[:, 2 + i].reshape(len(K1), len(K2)).T
         figure.colorbar(axis.contourf(K1, K2, levels, 24), ax=axis, label=name)
-        axis.plot(0, 0, "w+")
+        axis.plot(0, 0, "r+", label="the calibration")
+        axis.legend()
         axis.set_xlabel("k1, added")
         axis.set_ylabel("k2, added")
-    figure.savefig(sys.argv[1])
+    figure.savefig(arguments.out)
     keys = ("k1", "k2", "error", "bend")
     best, worst = results[results[:, 2].argmin()], results[results[:, 2].argmax()]
     print(json.dumps({"grids": len(results), "best": dict(zip(keys, best)), "worst": dict(zip(keys, worst))}, indent=1))

@@ -7,9 +7,12 @@ from typing import Any, Optional, Sequence, Tuple
 
 import numpy as np
 
-from ._library import kind
+from ._library import kind, short
 
 Size = Tuple[int, int]
+UINT8 = np.dtype(np.uint8)
+FLOAT32 = np.dtype(np.float32)
+_LARGEST = (16384, 16384)
 
 
 def integers(name: str, values: Any, count: int, what: str) -> Tuple[int, ...]:
@@ -19,13 +22,16 @@ def integers(name: str, values: Any, count: int, what: str) -> Tuple[int, ...]:
     except TypeError:
         numbers = ()
     if len(numbers) != count or min(numbers) < -2**31 or max(numbers) >= 2**31:
-        raise ValueError(f"{name}: {values!r}, expected {what}")
+        raise ValueError(f"{name}: {short(values[0] if count == 1 else values)}, expected {what}")
     return numbers
 
 
-def size_of(name: str, value: Any, largest: Size = (16384, 16384)) -> Size:
+def size_of(name: str, value: Any, largest: Size = _LARGEST) -> Size:
     """Width and height, up to those of `largest`."""
-    width, height = integers(name, value, 2, "two integers: width and height")
+    try:
+        width, height = map(operator.index, value)
+    except (TypeError, ValueError):
+        raise ValueError(f"{name}: {short(value)}, expected two integers: width and height") from None
     if not (1 <= width <= largest[0] and 1 <= height <= largest[1]):
         raise ValueError(f"{name}: {width} x {height}, expected 1 x 1 to {largest[0]} x {largest[1]}")
     return width, height
@@ -47,9 +53,8 @@ def real(name: str, value: Any) -> float:
     return reals(name, value, (1,), "a number")[0]
 
 
-def array_of(name: str, array: Any, dtype: Any, shape: str) -> np.ndarray[Any, Any]:
+def array_of(name: str, array: Any, expected: np.dtype[Any], shape: str) -> np.ndarray[Any, Any]:
     """An array of samples of the machine's own byte order, as it is."""
-    expected = np.dtype(dtype)
     if not isinstance(array, np.ndarray):
         raise TypeError(f"{name}: {kind(array)}, expected a NumPy array of {expected}, {shape}")
     if array.dtype != expected:
@@ -58,7 +63,9 @@ def array_of(name: str, array: Any, dtype: Any, shape: str) -> np.ndarray[Any, A
 
 
 def row_stride(name: str, array: np.ndarray[Any, Any]) -> int:
-    """The bytes from one row to the next, of rows that lie in order and do not overlap."""
+    """The bytes from one row to the next, of rows that lie in order and do not overlap; the array is not empty."""
+    if array.flags.c_contiguous:
+        return array.nbytes // len(array)
     row_bytes = array.itemsize
     for count, step in zip(array.shape[:0:-1], array.strides[:0:-1]):
         if count > 1 and step != row_bytes:

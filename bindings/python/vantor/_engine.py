@@ -12,6 +12,8 @@ from ._arguments import Size, integers, size_of
 from ._grid import Grid, expect_grid
 from ._image import Image, expect_image
 
+_NAMES = {"src": "image", "dst": "out"}
+
 
 class _Handle:
     """An engine of the C library, which serves one call at a time, in one process."""
@@ -126,7 +128,7 @@ def scale(image: Image, size: Optional[Size] = None, *, out: Optional[Image] = N
         target = _expect_out(out)
         if size is not None and size_of("size", size) != target.size:
             raise ValueError(f"out: {target.width} x {target.height}, expected the size, {size[0]} x {size[1]}")
-    engine_for(engine).run(c.library.vantor_scale, (target.view, source.view), {"src": "image", "dst": "out"})
+    engine_for(engine).run(c.library.vantor_scale, (target.view, source.view), _NAMES)
     return target
 
 
@@ -142,13 +144,12 @@ def warp(image: Image, grid: Grid, *, out: Optional[Image] = None, part: Optiona
     source = expect_image("image", image)
     nodes = expect_grid("grid", grid)
     target = Image.empty(source.size, source.format) if out is None else _expect_out(out)
-    names = {"src": "image", "dst": "out"}
     if part is None:
-        engine_for(engine).run(c.library.vantor_warp, (target.view, source.view, nodes.address), names)
+        engine_for(engine).run(c.library.vantor_warp, (target.view, source.view, nodes.address), _NAMES)
         return target
     rect = c.Rect(*integers("part", part, 4, "four integers: x, y, width and height"))
     if out is None:
         raise ValueError("out: None, expected the picture that the part is written to")
     arguments = (target.view, source.view, nodes.address, ctypes.byref(rect))
-    engine_for(engine).run(c.library.vantor_warp_part, arguments, names)
+    engine_for(engine).run(c.library.vantor_warp_part, arguments, _NAMES)
     return target

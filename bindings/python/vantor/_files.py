@@ -81,7 +81,7 @@ class Clip:
     def _refuse(self, **given: Any) -> None:
         for name, value in given.items():
             if value is not None:
-                raise ValueError(f"{name}: {value!r}, expected None: {c.shown(self._path)} has its own")
+                raise ValueError(f"{name}: {c.short(value)}, expected None: {c.shown(self._path)} has its own")
 
     def __iter__(self) -> Iterator[Image]:
         with open(self._path, "rb") as file:
@@ -230,7 +230,7 @@ def write(path: Path, images: Union[Image, Iterable[Image]], *, encoding: str = 
         color = _GRAY if layout == "gray" else "C420jpeg"
         line = " ".join([_MAGIC.decode(), f"W{first.width} H{first.height}", *tags, color])
         if not (line.isascii() and line.isprintable()):
-            raise ValueError(f"tags: {list(tags)!r}, expected printable words such as F30:1")
+            raise ValueError(f"tags: {c.short(list(tags))}, expected printable words such as F30:1")
         header = [line.encode() + b"\n"]
     write_whole(path, _samples(first, frames, layout, header, b"FRAME\n" if is_y4m else b""))
 

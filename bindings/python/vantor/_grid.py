@@ -12,7 +12,7 @@ import numpy.typing as npt
 
 from . import _calibration, _files
 from . import _library as c
-from ._arguments import (Size, array_of, integers, optional_pair, real, reals, row_stride, size_of)
+from ._arguments import FLOAT32, Size, array_of, integers, optional_pair, real, reals, row_stride, size_of
 
 Nodes = npt.NDArray[np.int32]
 Map = npt.NDArray[np.float32]
@@ -170,6 +170,8 @@ class Grid:
 
         `comment` is a line of printable ASCII, for the text form.
         """
+        if not isinstance(comment, (str, type(None))):
+            raise TypeError(f"comment: {c.kind(comment)}, expected text")
         form = _TEXT_FORM if pathlib.Path(path).suffix == ".txt" else 0
         _files.write_whole(path, [self._formatted(form, comment)])
 
@@ -237,7 +239,8 @@ class Grid:
             axes = c.optional("matplotlib.pyplot", "python3-matplotlib", "plot()").figure().add_subplot()
         if maps is not None:
             drawn = axes.imshow(np.hypot(x - maps[0], y - maps[1]), cmap="magma")
-            axes.figure.colorbar(drawn, ax=axes, label="distance from the map, pixels")
+            axes.figure.colorbar(drawn, ax=axes, label="distance from the map, pixels", pad=0.04,
+                                 fraction=0.046 * height / width)  # as high as the picture
         else:
             for row in np.linspace(0, height - 1, c.NODES).astype(int):
                 axes.plot(x[row], y[row], color="tab:blue", linewidth=0.7)
@@ -296,7 +299,7 @@ def _checked_size(size: Any) -> Size:
 def _checked_maps(map_x: Any, map_y: Any) -> Tuple[int, int, int, int]:
     """Addresses, width and height."""
     for name, array in (("map_x", map_x), ("map_y", map_y)):
-        array_of(name, array, np.float32, "(height, width)")
+        array_of(name, array, FLOAT32, "(height, width)")
         if array.ndim != 2 or not array.size:
             raise ValueError(f"{name}: shape {array.shape}, expected (height, width)")
         if array.shape != map_x.shape:

@@ -3,16 +3,17 @@
 from __future__ import annotations
 
 import ctypes
-from typing import Any, List, Optional, Tuple
+from typing import Any, Optional, Sequence, Tuple
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _library as c
-from ._arguments import Size, array_of, row_stride, size_of, writable
+from ._arguments import UINT8, Size, array_of, row_stride, size_of, writable
 
 Plane = npt.NDArray[np.uint8]
 _CHROMA = {"nv12": ("uv",), "nv21": ("vu",), "i420": ("u", "v"), "gray": ()}
+_FORMATS = {chroma: format for format, chroma in _CHROMA.items()}
 
 
 class Image:
@@ -33,34 +34,25 @@ class Image:
     def __init__(self, y: Plane, uv: Optional[Plane] = None, *, vu: Optional[Plane] = None,
                  u: Optional[Plane] = None, v: Optional[Plane] = None) -> None:
         given = {name: plane for name, plane in (("uv", uv), ("vu", vu), ("u", u), ("v", v)) if plane is not None}
-        formats = [name for name, chroma in _CHROMA.items() if chroma == tuple(given)]
-        if not formats:
+        format = _FORMATS.get(tuple(given))
+        if format is None:
             raise ValueError(f"chroma: {' and '.join(given)}, expected none, uv, vu, or u and v")
-        luma = array_of("y", y, np.uint8, "(height, width)")
-        if luma.ndim != 2:
-            raise ValueError(f"y: shape {luma.shape}, expected (height, width)")
-        height, width = luma.shape
-        size_of("y", (width, height))
-        if given and (width % 2 or height % 2):
-            raise ValueError(f"y: {width} x {height}, expected an even width and height, as chroma has half of them")
+        if array_of("y", y, UINT8, "(height, width)").ndim != 2:
+            raise ValueError(f"y: shape {y.shape}, expected (height, width)")
+        height, width = y.shape
+        _check_size("y", (width, height), format)
         for name, plane in given.items():
-            half = (height // 2, width // 2)
-            shapes: List[Tuple[int, ...]] = [half] if name in ("u", "v") else [(height // 2, width), (*half, 2)]
-            text = " or ".join(map(str, shapes))
-            if array_of(name, plane, np.uint8, text).shape not in shapes:
-                raise ValueError(f"{name}: shape {plane.shape}, expected {text} for y of shape {y.shape}")
-        strides = [row_stride(name, plane) for name, plane in {"y": luma, **given}.items()]
-        planes = (luma, *given.values())
-        self._set(formats[0], planes, [plane.ctypes.data for plane in planes], strides, luma if not given else None)
+            _check_chroma(name, plane, height, width)
+        planes = {"y": y, **given}
+        self._set(format, tuple(planes.values()), [plane.ctypes.data for plane in planes.values()],
+                  [row_stride(name, plane) for name, plane in planes.items()], None if given else y)
 
-    def _set(self, format: str, planes: Tuple[Plane, ...], addresses: List[int], strides: List[int],
+    def _set(self, format: str, planes: Tuple[Plane, ...], addresses: Sequence[int], strides: Sequence[int],
              array: Optional[Plane]) -> None:
         self._format, self._planes, self._array = format, planes, array
         height, width = planes[0].shape
-        self.view = c.ImageView(c.FORMATS.index(format), width, height)
-        for i, address in enumerate(addresses):
-            self.view.plane[i] = address
-            self.view.stride[i] = strides[i]
+        none = [0] * (3 - len(planes))
+        self.view = c.ImageView(c.FORMATS.index(format), width, height, *addresses, *none, *strides)
 
     @classmethod
     def from_array(cls, array: Plane, format: str) -> Image:
@@ -72,7 +64,7 @@ class Image:
         c.choice("format", format, c.FORMATS)
         if format == "gray":
             return cls(array)
-        array_of("array", array, np.uint8, "(3 * height // 2, width)")
+        array_of("array", array, UINT8, "(3 * height // 2, width)")
         if array.ndim != 2 or array.shape[0] % 3 or array.shape[1] % 2 or not array.size:
             raise ValueError(f"array: shape {array.shape}, expected (3 * height // 2, width) for {format}, "
                              "with an even height and width")
@@ -87,17 +79,16 @@ class Image:
     @classmethod
     def empty(cls, size: Size, format: str = "nv12") -> Image:
         """A new picture of `size` (width, height), whose samples are not set, in one array without gaps."""
-        width, height = size_of("size", size)
         c.choice("format", format, c.FORMATS)
-        if format != "gray" and (width % 2 or height % 2):
-            raise ValueError(f"size: {width} x {height}, expected an even width and height, as chroma has half of them")
-        image = cls.__new__(cls)
-        array = np.empty((height if format == "gray" else height // 2 * 3, width), np.uint8)
+        width, height = _check_size("size", size, format)
+        array = np.empty((height if format == "gray" else height // 2 * 3, width), UINT8)
         planes = _split(array, format)
-        addresses = [ctypes.addressof(ctypes.c_char.from_buffer(array.data))]  # array.ctypes.data takes long
-        for plane in planes[:-1]:
-            addresses.append(addresses[-1] + plane.nbytes)
-        image._set(format, planes, addresses, [plane.shape[1] for plane in planes], array)
+        address = ctypes.addressof(ctypes.c_char.from_buffer(array.data))  # array.ctypes.data takes long
+        chroma = address + height * width
+        row = width // 2 if format == "i420" else width
+        addresses = (address, chroma, chroma + height // 2 * row)[:len(planes)]
+        image = cls.__new__(cls)
+        image._set(format, planes, addresses, (width, row, row), array)
         return image
 
     @classmethod
@@ -235,6 +226,21 @@ def _split(array: Plane, format: str) -> Tuple[Plane, ...]:
     return array[:height], array[height:]
 
 
+def _check_size(name: str, size: Any, format: str) -> Size:
+    width, height = size_of(name, size)
+    if format != "gray" and (width % 2 or height % 2):
+        raise ValueError(f"{name}: {width} x {height}, expected an even width and height, as chroma has half of them")
+    return width, height
+
+
+def _check_chroma(name: str, plane: Any, height: int, width: int) -> None:
+    half = height // 2, width // 2
+    shapes: Tuple[Tuple[int, ...], ...] = (half,) if name in ("u", "v") else ((half[0], width), (*half, 2))
+    if array_of(name, plane, UINT8, "half as high as y").shape not in shapes:
+        raise ValueError(f"{name}: shape {plane.shape}, expected {' or '.join(map(str, shapes))} for y of shape "
+                         f"{(height, width)}")
+
+
 def expect_image(name: str, image: Any) -> Image:
     """An argument that has to be a picture."""
     if not isinstance(image, Image):
@@ -243,7 +249,7 @@ def expect_image(name: str, image: Any) -> Image:
 
 
 def _rgb_view(name: str, rgb: Any) -> c.RgbView:
-    array = array_of(name, rgb, np.uint8, "(height, width, 3)")
+    array = array_of(name, rgb, UINT8, "(height, width, 3)")
     if array.ndim != 3 or array.shape[2] != 3 or not array.size:
         raise ValueError(f"{name}: shape {array.shape}, expected (height, width, 3)")
     stride = row_stride(name, array)

@@ -7,6 +7,7 @@ import importlib
 import os
 import pathlib
 import re
+import reprlib
 from typing import Any, Dict, Optional, Tuple
 
 NO_MEMORY = -2
@@ -18,7 +19,8 @@ NAME = "libvantor.so.1"
 
 class ImageView(ctypes.Structure):
     _fields_ = [("format", ctypes.c_int32), ("width", ctypes.c_int32), ("height", ctypes.c_int32),
-                ("plane", ctypes.c_void_p * 3), ("stride", ctypes.c_ssize_t * 3)]
+                *((f"plane{i}", ctypes.c_void_p) for i in range(3)),  # arrays take longer to fill
+                *((f"stride{i}", ctypes.c_ssize_t) for i in range(3))]
 
 
 class RgbView(ctypes.Structure):
@@ -129,6 +131,11 @@ def shown(text: object) -> str:
     return "".join(c if c.isprintable() else f"\\x{ord(c):02x}" for c in str(text))
 
 
+def short(value: object) -> str:
+    """A value in at most a line, as errors show it."""
+    return shown(reprlib.repr(value))
+
+
 def kind(value: object) -> str:
     """The type of a value, as errors name it."""
     return "None" if value is None else f"of type {type(value).__name__}"
@@ -136,9 +143,10 @@ def kind(value: object) -> str:
 
 def choice(name: str, value: str, choices: Tuple[str, ...]) -> int:
     """The place of a word among those that an argument may have."""
-    if value not in choices:
-        raise ValueError(f"{name}: {value!r}, expected {', '.join(choices[:-1])} or {choices[-1]}")
-    return choices.index(value)
+    try:
+        return choices.index(value)
+    except ValueError:
+        raise ValueError(f"{name}: {short(value)}, expected {', '.join(choices[:-1])} or {choices[-1]}") from None
 
 
 def optional(module: str, package: str, purpose: str) -> Any:
