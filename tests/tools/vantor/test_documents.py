@@ -80,4 +80,5 @@ def test_the_examples_of_a_help(vantor, run_shown, subcommand):
     text = vantor(f"{subcommand} --help").text.split("Examples:\n")[1]
     assert text.count(f"vantor {subcommand}") >= 2
     commands = re.sub("^  ", "", text, flags=re.MULTILINE)
+    commands = re.sub("^(vantor serve .*)$", r"\1 & sleep 1; kill $!; wait $!", commands, flags=re.MULTILINE)
     run_shown(commands, dump=2048 * 1088 * 3 // 2)  # a padded frame
