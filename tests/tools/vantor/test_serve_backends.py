@@ -135,7 +135,7 @@ def test_a_corrupted_row_is_found(vantor, serve):
     ("--backend faulty --fault 'warp 3 hang'", "--fault: warp 3 hang: expected OPERATION COUNT: ACTION"),
     ("--backend faulty --fault 'wrap 3: hang'", "--fault: wrap 3: hang: expected scale, warp or any"),
     ("--backend faulty --fault 'warp 3-2: hang'", "expected a count as N, N-M or *"),
-    ("--backend faulty --fault 'warp 3: hangs'", "expected one of these actions:"),
+    ("--backend faulty --fault 'warp 3: hangs'", "expected one of these actions: status N, delay SECONDS"),
     ("--backend faulty --fault 'warp 3: hang 1'", "expected hang, which never answers"),
     ("--backend faulty --fault 'warp 3: delay 3601'", "expected delay SECONDS, which waits before the work, up to"),
     ("--backend faulty --fault 'warp 3: wrong-reply x'", "expected wrong-reply WHAT, which replies with a wrong"),
