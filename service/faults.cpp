@@ -119,6 +119,10 @@ constexpr Action kActions[] = {
      [](const std::string& text, Faults& faults) { return readWrongReply(text, faults.reply); }},
 };
 
+std::string written(const Action& action) {
+    return std::string(action.name) + action.argument;
+}
+
 const Action* actionNamed(const std::string& name) {
     const auto* found = std::find_if(std::begin(kActions), std::end(kActions),
                                      [&](const Action& action) { return name == action.name; });
@@ -128,6 +132,13 @@ const Action* actionNamed(const std::string& name) {
 std::vector<std::string> wordsOf(const std::string& text) {
     std::istringstream stream(text);
     return {std::istream_iterator<std::string>(stream), {}};
+}
+
+/// "status N, delay SECONDS, ..."
+std::string allActions() {
+    std::string text;
+    for (const Action& action : kActions) text += (text.empty() ? "" : ", ") + written(action);
+    return text;
 }
 
 void invert(uint8_t* row, int count) {
@@ -144,7 +155,9 @@ void FaultScript::add(const std::string& where, const std::string& text) {
     const std::string content = text.substr(0, text.find('#'));
     if (wordsOf(content).empty()) return;
     const auto expect = [&](bool isRight, const std::string& expected) {
-        if (!isRight) throw std::runtime_error(where + ": " + content + ": expected " + expected);
+        constexpr size_t kMaxShown = 80;
+        if (isRight) return;
+        throw std::runtime_error(where + ": " + content.substr(0, kMaxShown) + ": expected " + expected);
     };
     const size_t colon = content.find(':');
     const std::vector<std::string> request = wordsOf(content.substr(0, colon));
@@ -163,10 +176,9 @@ void FaultScript::add(const std::string& where, const std::string& text) {
     expect(request[1] == "*" || readRange<uint64_t>(request[1], 1, UINT64_MAX, line.first, line.last),
            "a count as N, N-M or *");
     const Action* action = actionNamed(line.action);
-    expect(action, "one of these actions:\n" + faultActions());
+    expect(action, "one of these actions: " + allActions());
     Faults ignored;
-    expect(action->apply(line.argument, ignored),
-           std::string(action->name) + action->argument + ", which " + action->meaning);
+    expect(action->apply(line.argument, ignored), written(*action) + ", which " + action->meaning);
     lines_.push_back(std::move(line));
 }
 
@@ -180,17 +192,6 @@ Faults FaultScript::next(bool isWarp) {
         actionNamed(line.action)->apply(line.argument, faults);
     }
     return faults;
-}
-
-std::string faultActions() {
-    std::string text;
-    for (const Action& action : kActions) {
-        std::string name = std::string("  ") + action.name + action.argument;
-        name.resize(std::max<size_t>(name.size() + 2, 26), ' ');
-        text += name + action.meaning + "\n";
-    }
-    text.pop_back();
-    return text;
 }
 
 void corruptRows(const BackendPicture& picture, Faults::Rows rows) {

@@ -65,9 +65,6 @@ private:
     std::vector<Line> lines_;
 };
 
-/// What the actions are, one per line, for those who write scripts.
-std::string faultActions();
-
 /// Inverts the samples of these rows of a picture's region.
 void corruptRows(const BackendPicture& picture, Faults::Rows rows);
 

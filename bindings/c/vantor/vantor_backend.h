@@ -38,12 +38,18 @@ typedef struct vantor_backend_picture {
     vantor_rect region;
 } vantor_backend_picture;
 
-/** A back end. A service with several engines opens as many states, whose operations run side by side. */
+/**
+ * A back end. A service with several engines opens as many states, whose operations run side by side. One state serves
+ * one request at a time; open() and close() may be called by other threads than the operations.
+ */
 typedef struct vantor_backend_table {
     uint32_t size; /**< of this structure, as it was compiled */
     uint32_t abi;  /**< VANTOR_BACKEND_ABI */
 
-    /** Scales the source's region to all of the destination's. Only the source's region holds samples. */
+    /**
+     * Scales the source's region to all of the destination's. Only the source's region holds samples. Of the
+     * destination, only the region is used. Neither operation may be null.
+     */
     int (*scale)(void *state, const vantor_backend_picture *dst, const vantor_backend_picture *src);
 
     /**
@@ -60,7 +66,7 @@ typedef struct vantor_backend_table {
      */
     int (*open)(void **state, const char *options, char *message, size_t size);
 
-    /** Ends a state that open() made. May be null. */
+    /** Ends a state that open() made; not called where that failed. May be null. */
     void (*close)(void *state);
 } vantor_backend_table;
 

@@ -11,7 +11,8 @@ from conftest import CALIBRATIONS, ROOT, write
 
 PAGES = [ROOT / "README.md", *sorted(ROOT.glob("docs/*.md"))]
 TOOL = """#!/bin/sh
-"{}" "$@"
+[ "$1" = serve ] && exec "{0}" "$@"
+"{0}" "$@"
 status=$?
 [ "$1$status" = compare1 ] || exit $status # pictures may differ
 """
@@ -21,6 +22,7 @@ vantor chart -o photo.png
 vantor warp photo.png -o straight.png --rotate 1
 ln -s photo.png a.png
 ln -s straight.png b.png
+ln -s {ROOT}/examples {ROOT}/bindings .
 vantor scale photo.png -o frame.nv12 --size 100%
 vantor scale straight.png -o frame.i420 --size 100%
 for name in warp lens; do vantor grid --rotate 2 --size 1280x720 -o $name.grid; done
@@ -66,7 +68,7 @@ def run_shown(vantor, tmp_path_factory):
 
 def shown(page):
     blocks = re.split(r"^```.*\n", page.read_text(), flags=re.MULTILINE)[1::2]
-    return "".join(block for block in blocks if re.match("vantor |VANTOR_|ffmpeg |cat >", block))
+    return "".join(block for block in blocks if re.match("vantor |VANTOR_|ffmpeg |cat >|cc ", block))
 
 
 @pytest.mark.parametrize("page", [page for page in PAGES if shown(page)], ids=lambda page: page.name)
@@ -78,4 +80,5 @@ def test_the_examples_of_a_help(vantor, run_shown, subcommand):
     text = vantor(f"{subcommand} --help").text.split("Examples:\n")[1]
     assert text.count(f"vantor {subcommand}") >= 2
     commands = re.sub("^  ", "", text, flags=re.MULTILINE)
+    commands = re.sub("^(vantor serve .*)$", r"\1 & sleep 1; kill $!; wait $!", commands, flags=re.MULTILINE)
     run_shown(commands, dump=2048 * 1088 * 3 // 2)  # a padded frame

@@ -47,6 +47,7 @@ def test_options_are_completed_and_in_the_manual(vantor, subcommand):
     ("record bug.vrec wa", "warp"),
     ("record bug.vrec warp photo.png --rot", "--rotate"),
     ("warp photo.png --backend ''", "software hardware"),
+    ("serve --backend ''", "model pipe trace faulty"),
     ("scale photo.png --yuv-range = f", "full"),
     ("--service s.sock record bug.vrec sc", "scale"),
     ("warp pho", ""),  # file names are left to bash

@@ -160,7 +160,7 @@ void addServe(CLI::App& app, Run& run) {
                      "Requests that are computed at once, each by a back end of its own; default: 4 for the "
                      "model, else 1")
         ->type_name("N")
-        ->check(CLI::Range(1, Server::kMaxEngines));
+        ->check(CLI::Range(1, Server::kMaxEngines).description(""));
     command->add_flag("--allow-group", options->allowGroup,
                       "Serve all users of this process's group; default: its user only");
     command->add_flag("-v,--verbose", options->verbose, "Print a line per request");
@@ -170,8 +170,10 @@ void addServe(CLI::App& app, Run& run) {
         "SIGTERM and SIGINT end it once the requests that are computed have been answered; a second one ends "
         "it at once.\n"
         "Examples:\n"
-        "  vantor serve --socket /tmp/vantor.sock --verbose\n"
-        "  vantor crosscheck photo.png --size 50% --service /tmp/vantor.sock");
+        "  vantor serve --socket ./vantor.sock --verbose\n"
+        "  vantor serve --socket ./vantor.sock --backend pipe --command ./request.sh\n"
+        "  vantor serve --socket ./vantor.sock --backend trace --record records\n"
+        "  vantor serve --socket ./vantor.sock --backend faulty --fault \"warp 3: status -5\"");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

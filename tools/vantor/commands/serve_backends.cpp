@@ -64,7 +64,7 @@ SeatedBackend seatAnswer(const char* option, const std::string& name, const std:
     if (name == "model") return {[] { return std::make_unique<ModelBackend>(); }, name, kModelsEngines};
     if (name == "pipe") return seatPipe(options);
     if (isSharedObject(name)) return {loadBackends(name, options.options), name, 1};
-    throw UserError(std::string(option) + " " + name + ": expected model, pipe, " + others +
+    throw UserError(std::string(option) + " " + name + ": expected model, " + others +
                     "or a shared object, such as ./board.so");
 }
 
@@ -127,10 +127,10 @@ void addBackendOptions(CLI::App& command, BackendOptions& options) {
 SeatedBackend seat(const BackendOptions& options) {
     checkOptions(options);
     if (options.backend != "trace" && options.backend != "faulty") {
-        return seatAnswer("--backend", options.backend, "trace, faulty ", options);
+        return seatAnswer("--backend", options.backend, "pipe, trace, faulty ", options);
     }
     SeatedBackend answer =
-        seatAnswer("--answer", options.answer.empty() ? "model" : options.answer, "", options);
+        seatAnswer("--answer", options.answer.empty() ? "model" : options.answer, "pipe ", options);
     return options.backend == "trace" ? seatTrace(std::move(answer), options)
                                       : seatFaulty(std::move(answer), options);
 }

@@ -18,7 +18,10 @@ _vantor() {
     [[ $word == "=" ]] && word=""
     [[ $previous == "=" ]] && previous=${COMP_WORDS[COMP_CWORD - 2]}
     case $previous in
-    --backend) values="software hardware" ;;
+    --backend)
+        values="software hardware"
+        [[ ${path[*]} == serve ]] && values="model pipe trace faulty"
+        ;;
     --input-format | --other-format | --output-format) values="nv12 nv21 i420 gray y4m" ;;
     --yuv-matrix) values="601 709 bt601 bt709" ;;
     --yuv-range) values="limited full tv pc" ;;

@@ -61,7 +61,8 @@ std::string TraceDirectory::fileOf(int number) const {
 }
 
 int32_t TraceBackend::scale(const BackendPicture& dst, const BackendPicture& src) {
-    return recorded(scalingRequest(tool::Backend::Hardware), dst, src, [&] { return answer_->scale(dst, src); });
+    return recorded(scalingRequest(tool::Backend::Hardware), dst, src,
+                    [&] { return answer_->scale(dst, src); });
 }
 
 int32_t TraceBackend::warp(const BackendPicture& dst, const BackendPicture& src, const vantor_grid& grid) {
