@@ -240,8 +240,9 @@ std::optional<std::vector<uint8_t>> packetOf(const remote::Reply& right, ReplyFa
         case ReplyFault::Closed:
             return std::nullopt;
     }
-    std::vector<uint8_t> packet(size);
-    std::memcpy(packet.data(), &reply, std::min(size, sizeof reply));
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&reply);
+    std::vector<uint8_t> packet(bytes, bytes + std::min(size, sizeof reply));
+    packet.resize(size);
     return packet;
 }
 
