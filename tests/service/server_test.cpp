@@ -274,7 +274,7 @@ std::vector<uint8_t> documentedBytes(const std::string& cell, const std::vector<
     const auto rows = [&](const std::vector<uint8_t>& from, int first, int last, std::vector<uint8_t> to) {
         for (int y = 0; y < 64 * 3 / 2; ++y) {  // luma, then chroma, of 96x64
             const int luma = y < 64 ? y : (y - 64) * 2;
-            if (luma >= first && luma < last) std::copy_n(&from[y * 96], 96, &to[y * 96]);
+            if (luma >= first && luma < last) std::copy_n(from.begin() + y * 96, 96, to.begin() + y * 96);
         }
         return to;
     };
