@@ -63,8 +63,8 @@ Header headerOf(uint32_t sequence) {
     return {kMagic, kVersion, static_cast<uint16_t>(Message::kKind), sizeof(Message), sequence};
 }
 
-/// Sends `size` bytes as one packet with `count` descriptors, which stay the caller's. Returns 0 or an error
-/// number: ETIMEDOUT at the deadline.
+/// Sends `size` bytes as one packet with `count` descriptors, at most kMaxDescriptors, which stay the
+/// caller's. Returns 0 or an error number: ETIMEDOUT at the deadline.
 int sendPacket(int socket, const void* bytes, size_t size, const int* descriptors, int count,
                Deadline deadline);
 
