@@ -34,8 +34,8 @@ extern "C" {
  * of 4 to 8192. `region` lies in it, with even position and sides of at least 4.
  */
 typedef struct vantor_backend_picture {
-    vantor_image image;
-    vantor_rect region;
+    vantor_image image; /**< the whole picture */
+    vantor_rect region; /**< the part of it that counts */
 } vantor_backend_picture;
 
 /**
