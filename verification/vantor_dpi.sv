@@ -32,7 +32,7 @@ package vantor_dpi;
   import "DPI-C" vantor_dpi_picture_compare =
       function int picture_compare(input chandle a, b, output int component, x, y, in_a, in_b);
 
-  // ---- Grids of 33 x 33 nodes, all zero at first: 1/256 sample of a virtual picture of 8192 x 6144.
+  // ---- Grids of 33 x 33 nodes, all zero at first: 1/256 sample of a picture of 16384 x 12288.
   import "DPI-C" vantor_dpi_grid_new = function chandle grid_new();
   import "DPI-C" vantor_dpi_grid_free = function void grid_free(input chandle grid);
   import "DPI-C" vantor_dpi_grid_load = function int grid_load(input chandle grid, input string path);

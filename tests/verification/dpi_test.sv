@@ -44,7 +44,7 @@ module dpi_test;
     picture_set(dst, 0, 0, 5, 9);
     expect_equal("difference", picture_compare(dst, src, component, x, y, in_a, in_b), 1);
     expect_equal("first", ((component * 100 + x) * 100 + y) * 1000 + in_a - in_b, 9504077);
-    foreach (nodes[i]) nodes[i] = 256 * 8192 / 96;  // a pixel
+    foreach (nodes[i]) nodes[i] = 256 * 16384 / 96 + 1;  // a pixel
     expect_equal("grid", grid_set(grid, nodes, zeros), 0);
     expect_equal("warp", picture_warp(dst, src, grid), 0);
     expect_equal("moved", int'(picture_get(dst, 0, 40, 5)), int'(3 * 41));

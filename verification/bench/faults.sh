@@ -6,6 +6,7 @@ set -eu
 program=$1
 list=$2
 shift 2
+[ -x "$program" ] || { echo "$program: not a program" >&2; exit 2; }
 missed=0
 while read -r number name block rest; do
     output=$({ "$program" +block="${block%:}" +fault="$number" "$@"; } 2>&1) || true
