@@ -30,6 +30,12 @@ int vantor_dpi_grid_set(void* grid, const svOpenArrayHandle dx, const svOpenArra
 int vantor_dpi_grid_set_node(void* grid, int column, int row, int dx, int dy);
 int vantor_dpi_grid_get_node(void* grid, int column, int row, int* dx, int* dy);
 
+void* vantor_dpi_cov_new(void);
+void vantor_dpi_cov_free(void* coverage);
+int vantor_dpi_cov_sample(void* coverage, void* dst, void* src, void* grid);
+const char* vantor_dpi_cov_report(void* coverage);
+const char* vantor_dpi_cov_json(void* coverage);
+
 int vantor_dpi_luma_filter(const svBitVecVal* samples, int phase);
 int vantor_dpi_luma_filter_2d(const svBitVecVal* samples, int phase_x, int phase_y);
 int vantor_dpi_chroma_filter(int left, int right, int phase);

@@ -8,6 +8,7 @@
 #include "verification/dpi/arrays.h"
 #include "verification/dpi/dpi.h"
 #include "verification/dpi/handles.h"
+#include "verification/dpi/objects.h"
 
 namespace vantor::dpi {
 namespace {
@@ -104,6 +105,10 @@ int nodeOf(int column, int row) {
 
 }  // namespace
 
+const vantor_image& imageAt(const char* name, void* handle) {
+    return pictures().at(name, handle).image;
+}
+
 const vantor_grid& gridAt(void* handle) {
     return grids().at("grid", handle);
 }
@@ -171,24 +176,24 @@ int vantor_dpi_picture_get(void* picture, int plane, int x, int y) {
 
 int vantor_dpi_picture_scale(void* dst, void* src) {
     return guarded(nullptr, [&] {
-        const vantor_image& to = pictures().at("dst", dst).image;
-        check(vantor_scale(nullptr, &to, &pictures().at("src", src).image));
+        const vantor_image& to = imageAt("dst", dst);
+        check(vantor_scale(nullptr, &to, &imageAt("src", src)));
     });
 }
 
 int vantor_dpi_picture_warp(void* dst, void* src, void* grid) {
     return guarded(nullptr, [&] {
-        const vantor_image& to = pictures().at("dst", dst).image;
-        check(vantor_warp(nullptr, &to, &pictures().at("src", src).image, &gridAt(grid)));
+        const vantor_image& to = imageAt("dst", dst);
+        check(vantor_warp(nullptr, &to, &imageAt("src", src), &gridAt(grid)));
     });
 }
 
 int vantor_dpi_picture_compare(void* a, void* b, int* component, int* x, int* y, int* in_a, int* in_b) {
     int differs = 0;
     const int status = guarded(nullptr, [&] {
-        const vantor_image& first = pictures().at("a", a).image;
+        const vantor_image& first = imageAt("a", a);
         vantor_difference differences[3] = {};
-        check(vantor_compare(&first, &pictures().at("b", b).image, differences));
+        check(vantor_compare(&first, &imageAt("b", b), differences));
         for (int i = 2; i >= 0; --i) {
             const vantor_difference& difference = differences[i];
             if (difference.differing == 0) continue;

@@ -11,11 +11,9 @@
 #include "scaler/interp4_kernels.h"
 #include "scaler/linear.h"
 #include "verification/dpi/dpi.h"
+#include "verification/dpi/objects.h"
 
 namespace vantor::dpi {
-
-const vantor_grid& gridAt(void* handle);
-
 namespace {
 
 using c::guarded;
