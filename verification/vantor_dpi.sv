@@ -42,15 +42,6 @@ package vantor_dpi;
   import "DPI-C" vantor_dpi_grid_get_node =
       function int grid_get_node(input chandle grid, input int column, row, output int dx, dy);
 
-  // ---- Which of the arithmetic a scoreboard's pictures have covered: each request counts that is sampled, one through
-  // a grid as a warp, one with null for the grid as a scaling to the size of dst. Sources are gray or NV12. The report is
-  // text, the JSON what `vantor coverage --add` takes.
-  import "DPI-C" vantor_dpi_cov_new = function chandle cov_new();
-  import "DPI-C" vantor_dpi_cov_free = function void cov_free(input chandle coverage);
-  import "DPI-C" vantor_dpi_cov_sample = function int cov_sample(input chandle coverage, dst, src, grid);
-  import "DPI-C" vantor_dpi_cov_report = function string cov_report(input chandle coverage);
-  import "DPI-C" vantor_dpi_cov_json = function string cov_json(input chandle coverage);
-
   // ---- The arithmetic. Element 0 of a packed array is the leftmost (topmost) sample, row by row.
   typedef bit [3:0][7:0] samples4_t;
   typedef bit [15:0][7:0] samples16_t;

@@ -1,23 +1,48 @@
 #!/bin/sh
-# faults.sh PROGRAM LIST [PLUSARG...]: runs the benches of PROGRAM, built with VANTOR_FAULTS, with each fault of LIST
-# (vantor_faults.svh), and says which are found, and at which sample. Fails where a fault is not found, unless LIST says
-# that nothing changes.
+# faults.sh PROGRAM LIST [REQUESTS]: runs PROGRAM, built with VANTOR_FAULTS, with each fault of LIST (vantor_faults.svh),
+# and says which are found, and at which sample. Without REQUESTS, PROGRAM is that of blocks.sv; with it, that of
+# pictures.sv, and each line of REQUESTS is what a run's arguments are. Fails where a fault is not found, unless LIST
+# says that nothing changes, or that pictures show nothing.
 set -eu
 program=$1
 list=$2
-shift 2
+requests=${3:-}
 [ -x "$program" ] || { echo "$program: not a program" >&2; exit 2; }
+
+# run ARGUMENT...: prints the first sample that differs, if any.
+run() {
+    output=$({ "$program" +fault="$number" "$@"; } 2>&1) && return
+    echo "$output" | grep -o -m 1 'sample [0-9]* of' || { echo "$output" >&2; exit 2; }
+}
+
+first_difference() {
+    if [ -z "$requests" ]; then
+        run +block="${block%:}"
+    else
+        line=0
+        while read -r arguments; do
+            line=$((line + 1))
+            # shellcheck disable=SC2086 # several arguments
+            sample=$(run $arguments)
+            [ -z "$sample" ] || { echo "request $line, $sample"; return; }
+        done <"$requests"
+    fi
+}
+
 missed=0
 while read -r number name block rest; do
-    output=$({ "$program" +block="${block%:}" +fault="$number" "$@"; } 2>&1) || true
-    sample=$(echo "$output" | sed -n 's/.*: sample \([0-9]*\) of .*/\1/p')
-    case $sample,$rest in
-    ,*"nothing changes"*) found="not found: nothing changes" ;;
-    *,*"nothing changes"*) found="found at sample $sample, although nothing should change" missed=1 ;;
-    ,*) found="NOT FOUND" missed=1 ;;
-    *) found="found at sample $sample" ;;
+    case ${requests:+pictures}$rest in
+    *"nothing changes"* | pictures*"pictures show nothing"*) expected=no ;;
+    *) expected=yes ;;
     esac
-    printf '%2d %-18s %-17s %s\n' "$number" "$name" "${block%:}" "$found"
+    found=$(first_difference)
+    case $expected,$found in
+    no,) said="not found, as expected" ;;
+    yes,) said="NOT FOUND" missed=1 ;;
+    no,*) said="UNEXPECTEDLY found at ${found% of}" missed=1 ;;
+    *) said="found at ${found% of}" ;;
+    esac
+    printf '%2d %-18s %-17s %s\n' "$number" "$name" "${block%:}" "$said"
 done <<LIST
 $(sed -n 's|^`define \([A-Z_]*\) \([0-9]*\)  // \(.*\)|\2 \1 \3|p' "$list")
 LIST

@@ -11,6 +11,7 @@ module pictures;
   reg [7:0] filtered[0:MAX-1];
   reg [7:0] grid[0:8711];
   integer width, height, to_width, to_height;
+  integer frame_width, frame_height;  // of the picture as the engine warps it, its last column and row repeated
   reg clk = 1'b0;
 
   task tick;
@@ -131,7 +132,8 @@ module pictures;
         at_y = position(i / columns, height / 2, to_height / 2);
         left = at_x >> 13;
         phase_x = {1'b0, at_x[12:8]};
-        if (left > width / 2 - 2) begin
+        if (width / 2 == 1) phase_x = 6'd0;
+        else if (left > width / 2 - 2) begin
           left = width / 2 - 2;
           phase_x = 6'd32;
         end
@@ -174,19 +176,23 @@ module pictures;
   wire [7:0] fraction_x, fraction_y;
   vantor_grid_position position_x (
       .clk(clk), .nodes(nodes_x), .cell_x(cell_x), .place_x(place_x), .cell_y(cell_y), .place_y(place_y[8:0]),
-      .inv_scale(width[13:0]), .position(place_2[12:0]), .size(width[13:0]), .coordinate(), .is_inside(inside_x),
-      .index(index_x), .fraction(fraction_x)
+      .inv_scale(frame_width[13:0]), .position(place_2[12:0]), .size(frame_width[13:0]), .coordinate(),
+      .is_inside(inside_x), .index(index_x), .fraction(fraction_x)
   );
   vantor_grid_position position_y (
       .clk(clk), .nodes(nodes_y), .cell_x(cell_x), .place_x(place_x), .cell_y(cell_y), .place_y(place_y[8:0]),
-      .inv_scale(inv_scale_y), .position(place_2[25:13]), .size(height[13:0]), .coordinate(), .is_inside(inside_y),
-      .index(index_y), .fraction(fraction_y)
+      .inv_scale(inv_scale_y), .position(place_2[25:13]), .size(frame_height[13:0]), .coordinate(),
+      .is_inside(inside_y), .index(index_y), .fraction(fraction_y)
   );
 
   wire [55:0] columns, rows;
   wire [27:0] chroma_columns, chroma_rows;
-  vantor_source_taps taps_x (.clk(clk), .index(index_x), .size(width[13:0]), .luma(columns), .chroma(chroma_columns));
-  vantor_source_taps taps_y (.clk(clk), .index(index_y), .size(height[13:0]), .luma(rows), .chroma(chroma_rows));
+  vantor_source_taps taps_x (
+      .clk(clk), .index(index_x), .size(frame_width[13:0]), .luma(columns), .chroma(chroma_columns)
+  );
+  vantor_source_taps taps_y (
+      .clk(clk), .index(index_y), .size(frame_height[13:0]), .luma(rows), .chroma(chroma_rows)
+  );
   reg is_inside, odd_x, odd_y;
   reg [7:0] sampled_x, sampled_y;
   always @(posedge clk) begin
@@ -227,15 +233,25 @@ module pictures;
     for (i = 0; i < 16; i = i + 1) nodes_of[24*i+:24] = node(is_y, cell_x - 2 + i % 4, cell_y - 2 + i / 4);
   endfunction
 
+  // Only where the frame is larger than the picture: elsewhere the taps are inside by themselves.
+  function integer repeated(input integer i, input integer count, input integer frame);
+    repeated = frame > count ? inside_of(i, count) : i;
+  endfunction
+
   function [127:0] luma_block();
     integer i;
-    for (i = 0; i < 16; i = i + 1) luma_block[8*i+:8] = source[rows[14*(i/4)+:14]*width+columns[14*(i%4)+:14]];
+    integer row_start;
+    for (i = 0; i < 16; i = i + 1) begin
+      row_start = repeated(rows[14*(i/4)+:14], height, frame_height) * width;
+      luma_block[8*i+:8] = source[row_start+repeated(columns[14*(i%4)+:14], width, frame_width)];
+    end
   endfunction
 
   function [63:0] chroma_quads();
     integer i;
     for (i = 0; i < 4; i = i + 1)
-      chroma_quads[16*i+:16] = pair_at(chroma_columns[14*(i%2)+:14], chroma_rows[14*(i/2)+:14]);
+      chroma_quads[16*i+:16] = pair_at(repeated(chroma_columns[14*(i%2)+:14], width / 2, frame_width / 2),
+                                       repeated(chroma_rows[14*(i/2)+:14], height / 2, frame_height / 2));
   endfunction
 
   // Outside the source luma is 0 and chroma is neutral.
@@ -272,13 +288,15 @@ module pictures;
   task warp;
     integer i, at, x, y;
     begin
-      if (width % 16 != 0 || width < 96 || width > 8192 || height % 2 != 0 || height < 64 || height > 6144)
-        $fatal(1, "pictures: %0dx%0d, expected a size that the device warps", width, height);
-      shifter_x = shifter_of(width, 8192);
-      shifter_y = shifter_of(height, 6144);
-      scale_x = scale_of(width, 8192);
-      scale_y = scale_of(height, 6144);
-      inv_scale_y = (8 * height + 3) / 6;
+      frame_width = width < 96 ? 96 : (width + 15) / 16 * 16;
+      frame_height = height < 64 ? 64 : (height + 1) / 2 * 2;
+      if (frame_width > 8192 || frame_height > 6144)
+        $fatal(1, "pictures: %0dx%0d, expected at most 8192x6144", width, height);
+      shifter_x = shifter_of(frame_width, 8192);
+      shifter_y = shifter_of(frame_height, 6144);
+      scale_x = scale_of(frame_width, 8192);
+      scale_y = scale_of(frame_height, 6144);
+      inv_scale_y = (8 * frame_height + 3) / 6;
       for (i = 0; i < width * height + 17; i = i + 1) begin
         column = i % width;
         row = inside_of(i / width, height);

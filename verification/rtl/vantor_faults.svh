@@ -1,6 +1,6 @@
 // Faults that hardware plausibly has, one at a time: with VANTOR_FAULTS defined, +fault=N turns on fault N, and without
-// it none of them is there. Each line below is one: its
-// name, its number, its block and what is wrong. Where "nothing changes", no input tells it from good hardware.
+// it none of them is there. Each line below is one: its name, its number, its block and what is wrong. Where "nothing
+// changes", no input tells it from good hardware; where "pictures show nothing", only the block's own outputs do.
 `ifndef VANTOR_FAULTS_SVH
 `define VANTOR_FAULTS_SVH
 
@@ -35,7 +35,7 @@
 `define ROW_CLAMP 29  // grid_position: the displacement of the row is not clamped
 `define CURVE_AWAY 30  // grid_position: ties of the horizontal linear term go away from zero
 `define STALE_WITHIN 31  // grid_position: the bulge has the next position's place in the cell
-`define CURVE_CLAMP 32  // grid_position: the upper clamp of the displacement lets one more pass
+`define CURVE_CLAMP 32  // grid_position: the upper clamp lets one more pass, which wraps; pictures show nothing, as both are outside
 `define SOURCE_TRUNCATED 33  // grid_position: the scaled displacement is not rounded
 `define SOURCE_SHORT 34  // grid_position: the scaled displacement is one bit short
 `define CENTRE_LOST 35  // grid_position: pixels lie at their edges instead of their centres
