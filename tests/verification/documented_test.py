@@ -14,9 +14,10 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 TOOL, LIBRARIES = sys.argv[1:]
 BLOCKS = re.findall(r"^```(\w*)\n(.*?)^```$", (ROOT / "docs/verification.md").read_text(), re.MULTILINE | re.DOTALL)
+COVERAGE = b"vantor_dpi_cov_new" in pathlib.Path(LIBRARIES, "libvantor_dpi.so").read_bytes()
 DPI_TEST = f"""cd ..
-verilator --binary -Wno-fatal --top-module dpi_test $KIT/vantor_dpi.sv {ROOT}/tests/verification/dpi_test.sv \
-    -LDFLAGS -lvantor_dpi
+verilator --binary -Wno-fatal --top-module dpi_test {"-DCOVERAGE $KIT/vantor_coverage.sv" * COVERAGE} \
+    $KIT/vantor_dpi.sv {ROOT}/tests/verification/dpi_test.sv -LDFLAGS -lvantor_dpi
 obj_dir/Vdpi_test
 """
 

@@ -2,12 +2,13 @@
 module dpi_test;
   import vantor_dpi::*;
 
-  chandle src, dst, grid;
+  chandle src, dst, grid, coverage;
   byte unsigned row[96], back[96], square[8][12], too_few[95];
   logic [7:0] as_logic[96];
   int as_ints[96], nodes[1089], zeros[1089], too_few_nodes[1088];
   shortint as_shorts[96];
   longint as_longs[12];
+  string uncovered;
   int component, x, y, in_a, in_b;
 
   task expect_equal(input string what, input int found, input int wanted);
@@ -48,6 +49,14 @@ module dpi_test;
     expect_equal("grid", grid_set(grid, nodes, zeros), 0);
     expect_equal("warp", picture_warp(dst, src, grid), 0);
     expect_equal("moved", int'(picture_get(dst, 0, 40, 5)), int'(3 * 41));
+
+`ifdef COVERAGE
+    coverage = vantor_coverage::cov_new();
+    uncovered = vantor_coverage::cov_report(coverage);
+    expect_equal("coverage", vantor_coverage::cov_sample(coverage, dst, src, grid), 0);
+    if (vantor_coverage::cov_report(coverage) == uncovered) $fatal(1, "nothing is covered");
+    expect_failure(vantor_coverage::cov_sample(coverage, dst, src, src), "grid: not the handle of a grid");
+`endif
 
     picture_free(dst);
     expect_failure(picture_warp(dst, src, grid), "dst: not the handle of a picture");
