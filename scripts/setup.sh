@@ -22,7 +22,7 @@ case ${1:-} in
 --api) packages="$packages doxygen" ;;
 --bench) packages="$packages $peers" ;;
 --count) packages="$packages $emulated" ;;
---deb) packages="$packages $integration debootstrap dpkg-dev file git lintian" ;;
+--deb) packages="$packages $integration debootstrap dpkg-dev file git lintian verilator" ;;
 --packages) packages="$packages $integration" ;;
 --python) packages="$packages $python" ;;
 --rooms) packages="$packages graphviz" ;;

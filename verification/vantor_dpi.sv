@@ -3,9 +3,9 @@
 // Functions that return a status return 0, or a negative number where they fail; message() then says why. Functions
 // without a status report failures, and inputs with unknown bits, by $error.
 //
-// Numbers. Samples and phases are unsigned. Phases of the reduction are in 1/32 sample, of the warp's samplers in 1/256.
-// Positions in the source are in 1/256 luma sample, displacements inside the engine in 23 bits, signed. Cells of the
-// grid count from 1 to 32.
+// Numbers. Samples and phases are unsigned. Phases of the reduction are in 1/32 sample, of the warp's samplers in
+// 1/256. Positions in the source are in 1/256 luma sample, displacements inside the engine in 23 bits, signed. Cells of
+// the grid count from 1 to 32.
 package vantor_dpi;
   localparam int GRAY8 = 0, NV12 = 1, NV21 = 2, I420 = 3;
 
@@ -23,7 +23,8 @@ package vantor_dpi;
       function int picture_set_row(input chandle picture, input int plane, y, input byte unsigned row[]);
   import "DPI-C" vantor_dpi_picture_get_row =
       function int picture_get_row(input chandle picture, input int plane, y, inout byte unsigned row[]);
-  import "DPI-C" vantor_dpi_picture_set = function int picture_set_int(input chandle picture, input int plane, x, y, value);
+  import "DPI-C" vantor_dpi_picture_set =
+      function int picture_set_int(input chandle picture, input int plane, x, y, value);
   import "DPI-C" vantor_dpi_picture_get = function int picture_get_int(input chandle picture, input int plane, x, y);
   // All of src to all of dst: in any sizes, or warped through a grid.
   import "DPI-C" vantor_dpi_picture_scale = function int picture_scale(input chandle dst, src);
@@ -38,7 +39,8 @@ package vantor_dpi;
   import "DPI-C" vantor_dpi_grid_load = function int grid_load(input chandle grid, input string path);
   // 1089 nodes each, row by row.
   import "DPI-C" vantor_dpi_grid_set = function int grid_set(input chandle grid, input int dx[], dy[]);
-  import "DPI-C" vantor_dpi_grid_set_node = function int grid_set_node(input chandle grid, input int column, row, dx, dy);
+  import "DPI-C" vantor_dpi_grid_set_node =
+      function int grid_set_node(input chandle grid, input int column, row, dx, dy);
   import "DPI-C" vantor_dpi_grid_get_node =
       function int grid_get_node(input chandle grid, input int column, row, output int dx, dy);
 
@@ -88,7 +90,8 @@ package vantor_dpi;
   endfunction
 
   function automatic logic [7:0] luma_filter(input logic [7:0] p0, p1, p2, p3, input logic [4:0] phase);
-    return sample_of("luma_filter", luma_filter_int({p3, p2, p1, p0}, int'(phase)), $isunknown({p0, p1, p2, p3, phase}));
+    return sample_of("luma_filter", luma_filter_int({p3, p2, p1, p0}, int'(phase)),
+                     $isunknown({p0, p1, p2, p3, phase}));
   endfunction
 
   function automatic logic [7:0] luma_filter_2d(input logic [15:0][7:0] p, input logic [4:0] phase_x, phase_y);
@@ -104,7 +107,8 @@ package vantor_dpi;
   function automatic logic [7:0] chroma_filter_2d(input logic [7:0] left_top, right_top, left_bottom, right_bottom,
                                                   input logic [5:0] phase_x, input logic [4:0] phase_y);
     return sample_of("chroma_filter_2d",
-                     chroma_filter_2d_int({right_bottom, left_bottom, right_top, left_top}, int'(phase_x), int'(phase_y)),
+                     chroma_filter_2d_int({right_bottom, left_bottom, right_top, left_top}, int'(phase_x),
+                                          int'(phase_y)),
                      $isunknown({left_top, right_top, left_bottom, right_bottom, phase_x, phase_y}));
   endfunction
 

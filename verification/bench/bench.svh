@@ -1,5 +1,5 @@
-// The body of a bench, in a module with the parameters INPUTS and OUTPUTS (bits of a vector), LATENCY (clocks) and NAME.
-// It drives one vector per clock and compares what comes out LATENCY clocks later, up to the first difference.
+// The body of a bench, in a module with the parameters INPUTS and OUTPUTS (bits of a vector), LATENCY (clocks) and
+// NAME. It drives one vector per clock and compares what comes out LATENCY clocks later, up to the first difference.
 //
 // With VANTOR_DPI the module's task `stimulate` makes the vectors: it sets `in` and `expected`, of the model. Plusargs:
 // +samples=N (1000000 if absent), +seed=N, and +save=FILE, which writes the vectors. Without, +vectors=FILE reads them:

@@ -1,7 +1,7 @@
 #!/bin/sh
-# faults.sh PROGRAM LIST [REQUESTS]: runs PROGRAM, built with VANTOR_FAULTS, with each fault of LIST (vantor_faults.svh),
-# and says which are found, and at which sample. Without REQUESTS, PROGRAM is that of blocks.sv; with it, that of
-# pictures.sv, and each line of REQUESTS is what a run's arguments are. Fails where a fault is not found, unless LIST
+# faults.sh PROGRAM LIST [REQUESTS]: runs PROGRAM, built with VANTOR_FAULTS, with each fault of LIST, which is
+# vantor_faults.svh, and says which are found, and at which sample. Without REQUESTS, PROGRAM is that of blocks.sv; with
+# it, that of pictures.sv, and each line of REQUESTS is a run's arguments. Fails where a fault is not found, unless LIST
 # says that nothing changes, or that pictures show nothing.
 set -eu
 program=$1

@@ -35,7 +35,7 @@
 `define ROW_CLAMP 29  // grid_position: the displacement of the row is not clamped
 `define CURVE_AWAY 30  // grid_position: ties of the horizontal linear term go away from zero
 `define STALE_WITHIN 31  // grid_position: the bulge has the next position's place in the cell
-`define CURVE_CLAMP 32  // grid_position: the upper clamp lets one more pass, which wraps; pictures show nothing, as both are outside
+`define CURVE_CLAMP 32  // grid_position: the upper clamp lets one more pass; pictures show nothing, as both are outside
 `define SOURCE_TRUNCATED 33  // grid_position: the scaled displacement is not rounded
 `define SOURCE_SHORT 34  // grid_position: the scaled displacement is one bit short
 `define CENTRE_LOST 35  // grid_position: pixels lie at their edges instead of their centres
@@ -53,7 +53,7 @@
 `define BOUNDS_OF_ALL 47  // bicubic_sampler: the bounds are those of all sixteen samples
 `define BOUND_HIGH 48  // bicubic_sampler: the upper bound lets one more pass
 `define FRACTIONS_SWAPPED 49  // bicubic_sampler: the fractions of the axes are swapped
-`define BYTE_CLAMP 50  // bicubic_sampler: no clamp to 0..255 before the bounds; nothing changes, as the bounds are samples
+`define BYTE_CLAMP 50  // bicubic_sampler: no clamp to a byte before the bounds; nothing changes, as bounds are samples
 `define ROW_PARITY 51  // chroma_sampler: odd and even luma rows are confused
 `define COLUMN_PARITY 52  // chroma_sampler: the parity of the luma column does not count
 `define WARPED_EXCHANGED 53  // chroma_sampler: U and V are exchanged

@@ -1,7 +1,7 @@
-// From the sixteen nodes around a grid's cell to the position in the source, along one axis. One position per clock; the
-// result follows ten clocks later. The cell and the place in it are those of vantor_virtual_position; `position` is the
-// output column for the grid of displacements to the right, the row for that of those down, and `inv_scale` and `size`
-// belong to the same axis. Nodes beyond the grid do not count.
+// From the sixteen nodes around a grid's cell to the position in the source, along one axis. One position per clock;
+// the result follows ten clocks later. The cell and the place in it are those of vantor_virtual_position; `position` is
+// the output column for displacements to the right, the row for those down, and `inv_scale` and `size` belong to the
+// same axis. Nodes beyond the grid do not count.
 `include "vantor_faults.svh"
 
 module vantor_grid_position (

@@ -1,5 +1,5 @@
-// The weights of the four taps at a fraction in 1/256: the cubic convolution kernel, in 1/256 and rounded. Two tables of
-// 256 words, as the weights of the last two taps are those of the first two seen from the other side.
+// The weights of the four taps at a fraction in 1/256: the cubic convolution kernel, in 1/256 and rounded. Two tables,
+// as the weights of the last two taps are those of the first two seen from the other side.
 module vantor_tap_weights (
     input  logic              clk,
     input  logic        [7:0] fraction,
