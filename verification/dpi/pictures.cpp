@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "bindings/c/picture_view.h"
+#include "gdc_model/grid.h"
+#include "verification/dpi/arguments.h"
 #include "verification/dpi/arrays.h"
 #include "verification/dpi/dpi.h"
 #include "verification/dpi/handles.h"
@@ -48,21 +50,17 @@ struct Picture {
 
     /// Rows have no gaps.
     c::PlaneView row(int plane, int y) const {
-        checkBelow("plane", plane, c::planeCount(image));
+        checkRange("plane", plane, 0, c::planeCount(image) - 1);
         c::PlaneView view = c::planeView(image, plane);
-        checkBelow("y", y, view.rows);
+        checkRange("y", y, 0, view.rows - 1);
         view.data += y * view.stride;
         return view;
     }
 
     uint8_t& sample(int plane, int x, int y) const {
         const c::PlaneView view = row(plane, y);
-        checkBelow("x", x, view.rowBytes);
+        checkRange("x", x, 0, view.rowBytes - 1);
         return view.data[x];
-    }
-
-    static void checkBelow(const char* name, int value, int end) {
-        if (value < 0 || value >= end) throw invalid("%s %d, expected 0 to %d", name, value, end - 1);
     }
 };
 
@@ -97,10 +95,9 @@ void check(int status) {
 }
 
 int nodeOf(int column, int row) {
-    constexpr int kNodes = 33;
-    Picture::checkBelow("column", column, kNodes);
-    Picture::checkBelow("row", row, kNodes);
-    return row * kNodes + column;
+    checkRange("column", column, 0, kGridCells);
+    checkRange("row", row, 0, kGridCells);
+    return row * kGridNodes + column;
 }
 
 }  // namespace
@@ -162,16 +159,13 @@ int vantor_dpi_picture_get_row(void* picture, int plane, int y, const svOpenArra
 
 int vantor_dpi_picture_set(void* picture, int plane, int x, int y, int value) {
     return guarded(nullptr, [&] {
-        Picture::checkBelow("value", value, 256);
+        checkRange("value", value, 0, 255);
         pictures().at("picture", picture).sample(plane, x, y) = static_cast<uint8_t>(value);
     });
 }
 
 int vantor_dpi_picture_get(void* picture, int plane, int x, int y) {
-    int value = 0;
-    const int status =
-        guarded(nullptr, [&] { value = pictures().at("picture", picture).sample(plane, x, y); });
-    return status < 0 ? status : value;
+    return valueOf([&] { return pictures().at("picture", picture).sample(plane, x, y); });
 }
 
 int vantor_dpi_picture_scale(void* dst, void* src) {
@@ -189,23 +183,20 @@ int vantor_dpi_picture_warp(void* dst, void* src, void* grid) {
 }
 
 int vantor_dpi_picture_compare(void* a, void* b, int* component, int* x, int* y, int* in_a, int* in_b) {
-    int differs = 0;
-    const int status = guarded(nullptr, [&] {
+    return valueOf([&] {
         const vantor_image& first = imageAt("a", a);
         vantor_difference differences[3] = {};
         check(vantor_compare(&first, &imageAt("b", b), differences));
-        for (int i = 2; i >= 0; --i) {
-            const vantor_difference& difference = differences[i];
-            if (difference.differing == 0) continue;
-            differs = 1;
-            *component = i;
-            *x = difference.first_x;
-            *y = difference.first_y;
-            *in_a = difference.first_a;
-            *in_b = difference.first_b;
-        }
+        const auto found = std::find_if(std::begin(differences), std::end(differences),
+                                        [](const vantor_difference& of) { return of.differing > 0; });
+        if (found == std::end(differences)) return 0;
+        *component = static_cast<int>(found - differences);
+        *x = found->first_x;
+        *y = found->first_y;
+        *in_a = found->first_a;
+        *in_b = found->first_b;
+        return 1;
     });
-    return status < 0 ? status : differs;
 }
 
 void* vantor_dpi_grid_new(void) {

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <array>
 
-#include "bindings/c/failure.h"
 #include "bindings/c/picture_view.h"
 #include "gdc_model/grid_interp.h"
 #include "gdc_model/sampling.h"
@@ -10,6 +9,7 @@
 #include "scaler/interp4_filter.h"
 #include "scaler/interp4_kernels.h"
 #include "scaler/linear.h"
+#include "verification/dpi/arguments.h"
 #include "verification/dpi/dpi.h"
 #include "verification/dpi/objects.h"
 
@@ -17,19 +17,6 @@ namespace vantor::dpi {
 namespace {
 
 using c::guarded;
-using c::invalid;
-
-void checkRange(const char* name, int value, int first, int last) {
-    if (value < first || value > last) throw invalid("%s %d, expected %d to %d", name, value, first, last);
-}
-
-/// The value that `compute` returns, or the status of what it throws.
-template <typename Compute>
-int valueOf(Compute&& compute) {
-    int value = 0;
-    const int status = guarded(nullptr, [&] { value = compute(); });
-    return status < 0 ? status : value;
-}
 
 /// Sample `i` of a packed array of bytes.
 int byteAt(const svBitVecVal* packed, int i) {
