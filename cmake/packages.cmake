@@ -1,4 +1,5 @@
-# Debian packages: libvantor1, libvantor-dev, libvantor10, libvantor10-dev and vantor. Configure with CMAKE_INSTALL_PREFIX=/usr, then run cpack.
+# Debian packages: libvantor1, libvantor-dev, libvantor10, libvantor10-dev, vantor, python3-vantor and vantor-verification.
+# Configure with CMAKE_INSTALL_PREFIX=/usr, then run cpack.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vantor10)
 set(CPACK_PACKAGE_VENDOR "The libVantor10 developers")
@@ -63,4 +64,5 @@ libVantor10, makes grids from camera calibrations, and compares, explains and
 shows results. vantor-selftest says whether a machine gives the published
 bytes.")
 include(cmake/python.cmake)
+include(cmake/verification.cmake)
 include(CPack)

@@ -12,16 +12,17 @@ emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 integration="make pkg-config"
 python="binutils flake8 mypy opencv-doc python3-distributed python3-matplotlib python3-opencv python3-pip"
 python="$python python3-setuptools python3-venv python3-wheel"
+simulators="iverilog verilator yosys"
 peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
 case ${1:-} in
 --all)
     packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
-    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python"
+    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python $simulators"
     ;;
 --api) packages="$packages doxygen" ;;
 --bench) packages="$packages $peers" ;;
 --count) packages="$packages $emulated" ;;
---deb) packages="$packages $integration debootstrap dpkg-dev file git lintian" ;;
+--deb) packages="$packages $integration debootstrap dpkg-dev file git lintian verilator" ;;
 --packages) packages="$packages $integration" ;;
 --python) packages="$packages $python" ;;
 --rooms) packages="$packages graphviz" ;;

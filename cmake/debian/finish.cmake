@@ -1,9 +1,12 @@
 # Run by cpack over the installed files, before they are packed: what Debian requires of every package.
 find_program(GZIP gzip REQUIRED)
 set(source ${CMAKE_CURRENT_LIST_DIR}/../..)
-foreach(component C_LIBRARY C_DEVELOPMENT LIBRARY DEVELOPMENT TOOL PYTHON)
+foreach(component C_LIBRARY C_DEVELOPMENT LIBRARY DEVELOPMENT TOOL PYTHON VERIFICATION)
     string(TOLOWER ${component} directory)
     set(root ${CPACK_TEMPORARY_DIRECTORY}/${directory})
+    if(NOT EXISTS ${root})
+        continue()  # optional ones
+    endif()
     set(share ${root}/usr/share)
     set(name ${CPACK_DEBIAN_${component}_PACKAGE_NAME})
     set(doc ${share}/doc/${name})
