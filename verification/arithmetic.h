@@ -1,4 +1,5 @@
-// The arithmetic of both engines, register by register, as verification/arithmetic.json lists it, and its evaluation.
+// The arithmetic of both engines, register by register, as verification/arithmetic.json lists it, and its
+// evaluation.
 #pragma once
 
 #include <cstdint>
@@ -34,13 +35,12 @@ std::string toString(const Format& format);
 
 /// One instruction of a compiled formula: slot `target` gets what `operation` makes of three others.
 struct Instruction {
-    enum Operation { Constant, Add, Subtract, Multiply, And, Less, Equal, AtLeast, Select, Min, Max, Table };
+    enum Operation { Add, Subtract, Multiply, ShiftLeft, And, Less, Equal, AtLeast, Select, Min, Max, Table };
     Operation operation;
     int target;
     int a;
     int b;
     int c;
-    int64_t constant;
 };
 
 struct Formula {
@@ -65,49 +65,45 @@ struct Quantity {
     std::optional<Formula> shift{};
     std::optional<Formula> divisor{};
     std::optional<std::pair<Formula, Formula>> clamp{};
-    std::optional<Formula> unfolded{};             ///< what it would be if nothing was folded back at a border
+    std::optional<Formula> unfolded{};           ///< what it would be if nothing was folded back at a border
     std::optional<std::pair<int, int>> every{};  ///< the values all of which matter: phases, cells
-    bool isConstant = false;                       ///< of a table, so that no rounding happens at run time
+    bool isConstant = false;                     ///< of a table, so that no rounding happens at run time
 };
 
 /// What is wrong with one register of faulty hardware.
 struct Fault {
     enum Kind {
-        Narrow,      ///< one bit too few
-        Rounds,      ///< rounds in another way: `rounding`
-        NoLow,       ///< the clamp's lower bound is missing
-        NoHigh,      ///< its upper bound is missing
-        TightLow,    ///< its lower bound is too high by one
-        TightHigh,   ///< its upper bound is too low by one
-        StuckLow,    ///< the clamp always gives its lower bound
-        Unfolded,    ///< a tap is not folded back
-        Confused     ///< another of the values that matter: the lowest bit, counted from the first of them, is inverted
+        Narrow,     ///< one bit too few
+        Rounds,     ///< rounds in another way: `rounding`
+        NoLow,      ///< the clamp's lower bound is missing
+        NoHigh,     ///< its upper bound is missing
+        TightLow,   ///< its lower bound is too high by one
+        TightHigh,  ///< its upper bound is too low by one
+        StuckLow,   ///< the clamp always gives its lower bound
+        Unfolded,   ///< a tap is not folded back
+        Confused    ///< another of the values that matter: the lowest bit, counted from the first of them, is
+                    ///< inverted
     };
     int quantity;
     Kind kind;
     Rounding rounding;
 };
 
-/// A block of registers that follow from its operands. Values are in slots: operands, quantities in their order, and
-/// temporaries.
+/// A block of registers that follow from its operands. Values are in slots: operands, quantities in their
+/// order, then constants and temporaries.
 struct Unit {
     std::string name;
     std::string about;
     std::vector<Operand> operands;
     std::vector<Quantity> quantities;
-    int slots;
+    std::vector<int64_t> fresh;  ///< all slots, with the constants filled in, as evaluate() wants them
 
-    /// Of an operand or a quantity; there is one of that name.
-    int slot(const std::string& quantity) const;
-    int slotOf(int quantity) const { return static_cast<int>(operands.size()) + quantity; }
+    /// Of an operand or a quantity, one of which has that name.
+    int slot(const std::string& name) const;
+    int slotOf(size_t quantity) const { return static_cast<int>(operands.size() + quantity); }
 
     /// Fills in all quantities from the operands, by good hardware or by hardware with one fault.
     void evaluate(int64_t* values, const Fault* fault = nullptr) const;
-
-    /// What quantity `index` is before its clamp, and before its rounding.
-    int64_t unclamped(const int64_t* values, int index) const;
-    int64_t numerator(const int64_t* values, int index) const;
-    int64_t denominator(const int64_t* values, int index) const;
 };
 
 /// All units, as verification/arithmetic.json lists them.

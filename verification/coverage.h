@@ -1,5 +1,5 @@
-// Which of the arithmetic pictures have exercised: items that were reached, and seen, as the matching fault of hardware
-// changes a byte of the output. Re-entrant; knows no files and no options.
+// Which of the arithmetic pictures have exercised: items that were reached, and seen, as the matching fault
+// of hardware changes a byte of the output. Re-entrant; knows no files and no options.
 #pragma once
 
 #include <cstddef>
@@ -40,15 +40,15 @@ public:
     Coverage(const Coverage&) = delete;
     Coverage& operator=(const Coverage&) = delete;
 
-    /// A picture that was scaled to `target`; `name` is what examples call the request. A reduction where no side
-    /// grows, else an enlargement; of the same size nothing is computed.
+    /// A picture that was scaled to `target`; `name` is what examples call the request. A reduction where no
+    /// side grows, else an enlargement; of the same size nothing is computed.
     void scaled(const PictureView& source, Size target, const std::string& name);
 
     /// A picture of a size that the device takes, warped.
     void warped(const PictureView& source, const Grid& grid, const std::string& name);
 
-    /// A report as json() gives it: what it reached and saw counts here too. Throws std::runtime_error where it is
-    /// no such report.
+    /// A report as json() gives it: what it reached and saw counts here too. Throws std::runtime_error where
+    /// it is no such report.
     void add(const std::string& json);
 
     std::vector<CoverageItem> items() const;
