@@ -50,8 +50,31 @@ Quantity parseQuantity(const Json& json, FormulaCompiler& compiler) {
     return quantity;
 }
 
+/// The instructions of a quantity that gets `slot`.
+void assemble(const Quantity& quantity, int slot, std::vector<Instruction>& program) {
+    const auto add = [&](const Formula& formula) {
+        program.insert(program.end(), formula.code.begin(), formula.code.end());
+        return formula.slot;
+    };
+    const int value = add(quantity.formula);
+    if (quantity.rounding) {
+        const int rounding = static_cast<int>(*quantity.rounding);
+        if (quantity.shift) {
+            program.push_back({Instruction::ShiftRight, slot, value, add(*quantity.shift), rounding});
+        } else {
+            program.push_back({Instruction::Divide, slot, value, add(*quantity.divisor), rounding});
+        }
+    } else if (quantity.clamp) {
+        const int low = add(quantity.clamp->first);
+        program.push_back({Instruction::Clamp, slot, value, low, add(quantity.clamp->second)});
+    } else {
+        program.push_back({Instruction::Copy, slot, value, 0, 0});
+    }
+    if (quantity.unfolded) add(*quantity.unfolded);
+}
+
 Unit parseUnit(const Json& json) {
-    Unit unit{json["name"], json["about"], {}, {}, {}};
+    Unit unit{json["name"], json["about"], {}, {}, {}, {}};
     std::vector<std::string> names;
     for (const Json& operand : json["operands"]) {
         names.push_back(operand["name"]);
@@ -60,8 +83,10 @@ Unit parseUnit(const Json& json) {
     }
     for (const Json& quantity : json["quantities"]) names.push_back(quantity["name"]);
     FormulaCompiler compiler(names);
-    for (const Json& quantity : json["quantities"])
+    for (const Json& quantity : json["quantities"]) {
         unit.quantities.push_back(parseQuantity(quantity, compiler));
+        assemble(unit.quantities.back(), unit.slotOf(unit.quantities.size() - 1), unit.program);
+    }
     unit.fresh = compiler.slots();
     return unit;
 }
@@ -78,8 +103,33 @@ int64_t interp4Weight(int64_t phase, int64_t tap) {
     return kFilter[static_cast<size_t>(4 * phase + tap)];
 }
 
-void run(const Formula& formula, int64_t* values) {
-    for (const Instruction& i : formula.code) {
+/// From the quotient rounded down.
+int64_t adjusted(int64_t numerator, int64_t floor, int64_t remainder, int64_t denominator,
+                 Rounding rounding) {
+    const int64_t twice = 2 * remainder;
+    switch (rounding) {
+        case Rounding::Floor:
+            return floor;
+        case Rounding::Zero:
+            return floor + (numerator < 0 && remainder != 0);
+        case Rounding::HalfUp:
+            return floor + (twice >= denominator);
+        case Rounding::HalfAway:
+            return floor + (twice > denominator || (twice == denominator && numerator >= 0));
+        case Rounding::HalfEven:
+            return floor + (twice > denominator || (twice == denominator && floor % 2 != 0));
+    }
+    return floor;
+}
+
+int64_t shiftedRight(int64_t value, int64_t bits, Rounding rounding) {
+    const int64_t denominator = int64_t{1} << bits;
+    const int64_t floor = value >> bits;
+    return adjusted(value, floor, value - floor * denominator, denominator, rounding);
+}
+
+void run(const std::vector<Instruction>& program, int64_t* values) {
+    for (const Instruction& i : program) {
         const int64_t a = values[i.a];
         const int64_t b = values[i.b];
         int64_t& target = values[i.target];
@@ -120,32 +170,25 @@ void run(const Formula& formula, int64_t* values) {
             case Instruction::Table:
                 target = interp4Weight(a, b);
                 break;
+            case Instruction::Copy:
+                target = a;
+                break;
+            case Instruction::ShiftRight:
+                target = shiftedRight(a, b, static_cast<Rounding>(i.c));
+                break;
+            case Instruction::Divide:
+                target = rounded(a, b, static_cast<Rounding>(i.c));
+                break;
+            case Instruction::Clamp:
+                target = std::min(std::max(a, b), values[i.c]);
+                break;
         }
     }
 }
 
 int64_t result(const Formula& formula, int64_t* values) {
-    run(formula, values);
+    run(formula.code, values);
     return values[formula.slot];
-}
-
-/// From the quotient rounded down.
-int64_t adjusted(int64_t numerator, int64_t floor, int64_t remainder, int64_t denominator,
-                 Rounding rounding) {
-    const int64_t twice = 2 * remainder;
-    switch (rounding) {
-        case Rounding::Floor:
-            return floor;
-        case Rounding::Zero:
-            return floor + (numerator < 0 && remainder != 0);
-        case Rounding::HalfUp:
-            return floor + (twice >= denominator);
-        case Rounding::HalfAway:
-            return floor + (twice > denominator || (twice == denominator && numerator >= 0));
-        case Rounding::HalfEven:
-            return floor + (twice > denominator || (twice == denominator && floor % 2 != 0));
-    }
-    return floor;
 }
 
 int64_t clamped(const Quantity& quantity, int64_t value, int64_t* values, const Fault* fault) {
@@ -205,24 +248,23 @@ int Unit::slot(const std::string& wanted) const {
 }
 
 void Unit::evaluate(int64_t* values, const Fault* fault) const {
+    if (fault) return evaluateFaulty(values, *fault);
+    run(program, values);
+}
+
+void Unit::evaluateFaulty(int64_t* values, const Fault& fault) const {
     for (size_t i = 0; i < quantities.size(); ++i) {
         const Quantity& quantity = quantities[i];
-        const Fault* here = fault && fault->quantity == static_cast<int>(i) ? fault : nullptr;
+        const bool isHere = fault.quantity == static_cast<int>(i);
         int64_t value = result(quantity.formula, values);
         if (quantity.rounding) {
             const Rounding rounding =
-                here && here->kind == Fault::Rounds ? here->rounding : *quantity.rounding;
-            if (quantity.shift) {
-                const int64_t shift = result(*quantity.shift, values);
-                const int64_t floor = value >> shift;
-                value = adjusted(value, floor, value - floor * (int64_t{1} << shift), int64_t{1} << shift,
-                                 rounding);
-            } else {
-                value = rounded(value, result(*quantity.divisor, values), rounding);
-            }
+                isHere && fault.kind == Fault::Rounds ? fault.rounding : *quantity.rounding;
+            value = quantity.shift ? shiftedRight(value, result(*quantity.shift, values), rounding)
+                                   : rounded(value, result(*quantity.divisor, values), rounding);
         }
-        if (quantity.clamp) value = clamped(quantity, value, values, here);
-        values[slotOf(i)] = here ? damaged(quantity, value, values, here->kind) : value;
+        if (quantity.clamp) value = clamped(quantity, value, values, isHere ? &fault : nullptr);
+        values[slotOf(i)] = isHere ? damaged(quantity, value, values, fault.kind) : value;
     }
 }
 

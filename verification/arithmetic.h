@@ -35,7 +35,24 @@ std::string toString(const Format& format);
 
 /// One instruction of a compiled formula: slot `target` gets what `operation` makes of three others.
 struct Instruction {
-    enum Operation { Add, Subtract, Multiply, ShiftLeft, And, Less, Equal, AtLeast, Select, Min, Max, Table };
+    enum Operation {
+        Add,
+        Subtract,
+        Multiply,
+        ShiftLeft,
+        And,
+        Less,
+        Equal,
+        AtLeast,
+        Select,
+        Min,
+        Max,
+        Table,
+        Copy,
+        ShiftRight,  ///< a by b bits, rounded as c says
+        Divide,      ///< a by b, rounded as c says
+        Clamp        ///< a to b at least and c at most
+    };
     Operation operation;
     int target;
     int a;
@@ -96,7 +113,8 @@ struct Unit {
     std::string about;
     std::vector<Operand> operands;
     std::vector<Quantity> quantities;
-    std::vector<int64_t> fresh;  ///< all slots, with the constants filled in, as evaluate() wants them
+    std::vector<Instruction> program;  ///< of all quantities
+    std::vector<int64_t> fresh;        ///< all slots, with the constants filled in, as evaluate() wants them
 
     /// Of an operand or a quantity, one of which has that name.
     int slot(const std::string& name) const;
@@ -104,6 +122,9 @@ struct Unit {
 
     /// Fills in all quantities from the operands, by good hardware or by hardware with one fault.
     void evaluate(int64_t* values, const Fault* fault = nullptr) const;
+
+private:
+    void evaluateFaulty(int64_t* values, const Fault& fault) const;
 };
 
 /// All units, as verification/arithmetic.json lists them.

@@ -1,11 +1,21 @@
 #include "verification/path.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace vantor::verification {
+namespace {
+
+constexpr size_t kMaxOperands = 18;
+constexpr int64_t kNotFed = std::numeric_limits<int64_t>::min();
+
+}  // namespace
 
 PathState Path::fresh() const {
     PathState state{{}, 0, 0};
     for (const Stage& stage : stages_) {
-        const auto& slots = stage.unit->fresh;
+        std::vector<int64_t> slots = stage.unit->fresh;
+        std::fill_n(slots.begin(), stage.unit->operands.size(), kNotFed);
         for (int i = 0; i < stage.instances; ++i)
             state.slots.insert(state.slots.end(), slots.begin(), slots.end());
     }
@@ -17,8 +27,14 @@ void Path::evaluate(PathState& state, size_t first, const Fault* fault) const {
         if (!isActive(state, stage)) continue;
         for (int i = 0; i < stages_[stage].instances; ++i) {
             int64_t* values = slots(state, stage, i);
-            feed(state, stage, i, values);
-            stages_[stage].unit->evaluate(values, stage == first ? fault : nullptr);
+            const Unit& unit = *stages_[stage].unit;
+            const size_t count = unit.operands.size();
+            int64_t operands[kMaxOperands];
+            feed(state, stage, i, operands);
+            const bool isFaulty = fault && stage == first;
+            if (!isFaulty && std::equal(operands, operands + count, values)) continue;
+            std::copy_n(operands, count, values);
+            unit.evaluate(values, isFaulty ? fault : nullptr);
         }
     }
 }

@@ -166,7 +166,6 @@ private:
     void addTaps(Axis& axis, const std::string& name);
 
     bool isInside(PathState& state) const;
-    int64_t index(PathState& state, const Axis& axis) const;
     bool feedAxis(PathState& state, const Axis& axis, size_t stage, int instance, int64_t position,
                   int64_t* operands) const;
     int64_t node(const Axis& axis, int64_t row, int64_t column) const;

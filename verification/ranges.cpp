@@ -246,8 +246,10 @@ private:
             }
             case Instruction::Table:
                 return Linear::of(makeInterp4Filter()[static_cast<size_t>(4 * whole(a) + whole(b))]);
+            default:
+                break;
         }
-        throw std::logic_error("a product of two registers");
+        throw std::logic_error("a formula that is not linear");
     }
 
     static constexpr double kSlack = 1e-6;
@@ -368,7 +370,7 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits) {
                     use({index, size});
                 } else {
                     for (const int fraction : {0, 127, 128, 255})
-                        use({index, 256 * index + fraction, fraction, size});
+                        use({index, 256 * index + fraction, fraction, size / 2});
                 }
             }
         });

@@ -70,13 +70,11 @@ bool WarpPath::isInside(PathState& state) const {
 }
 
 bool WarpPath::isActive(PathState& state, size_t stage) const {
-    if (stage == x_.taps || stage == y_.taps) return isInside(state);
     if (stage < x_.taps || stage == luma_) return true;
-    return source_.chroma && (state.x & 1) == 0 && (state.y & 1) == 0;
-}
-
-int64_t WarpPath::index(PathState& state, const Axis& axis) const {
-    return isInside(state) ? value(state, axis.index) : -1;
+    const bool isOfTaps = stage < luma_;
+    if (isOfTaps && !isInside(state)) return false;
+    const bool hasChroma = source_.chroma && (state.x & 1) == 0 && (state.y & 1) == 0;
+    return hasChroma || stage == x_.taps || stage == y_.taps;
 }
 
 /// Outside the grid there is nothing.
@@ -111,10 +109,10 @@ bool WarpPath::feedAxis(PathState& state, const Axis& axis, size_t stage, int in
         operands[0] = value(state, axis.index);
         operands[1] = axis.frame.sourceSize;
     } else if (stage == axis.chromaTaps) {
-        operands[0] = index(state, axis);
+        operands[0] = value(state, axis.index);
         operands[1] = value(state, axis.centre);
         operands[2] = value(state, axis.fraction);
-        operands[3] = axis.frame.sourceSize;
+        operands[3] = axis.frame.sourceSize / 2;
     } else {
         return false;
     }
@@ -151,8 +149,8 @@ void WarpPath::feed(PathState& state, size_t stage, int instance, int64_t* opera
                 within(value(state, y_.chromaTap[k / 2]), source_.size.height / 2, y_.frame.sourceSize / 2);
             operands[k] = inside ? chromaSample(source_, column, row, value(state, colour_, instance)) : 128;
         }
-        operands[4] = value(state, x_.distance);
-        operands[5] = value(state, y_.distance);
+        operands[4] = value(state, inside ? x_.distance : x_.fraction);
+        operands[5] = value(state, inside ? y_.distance : y_.fraction);
     } else {
         operands[0] = instance;
     }

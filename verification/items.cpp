@@ -1,0 +1,159 @@
+#include "verification/items.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace vantor::verification {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Roundings that hardware may have instead of the right one. Truncation is only taken for truncation towards
+/// zero and for a rounding that was left in.
+std::vector<Rounding> mistakes(Rounding rounding, bool hasTies) {
+    if (rounding == Rounding::Floor) return {Rounding::Zero, Rounding::HalfUp};
+    if (rounding == Rounding::Zero) return {Rounding::Floor, Rounding::HalfUp};
+    std::vector<Rounding> others{Rounding::Floor, Rounding::Zero};
+    if (hasTies) {
+        for (const Rounding tie : {Rounding::HalfUp, Rounding::HalfAway, Rounding::HalfEven}) {
+            if (tie != rounding) others.push_back(tie);
+        }
+    }
+    return others;
+}
+
+/// Whether two roundings can differ for numerators of that sign.
+bool canDiffer(Rounding a, Rounding b, bool isNegative) {
+    constexpr int kDenominator = 4;
+    for (int i = 0; i < 2 * kDenominator; ++i) {
+        const int numerator = isNegative ? -1 - i : i;
+        if (rounded(numerator, kDenominator, a) != rounded(numerator, kDenominator, b)) return true;
+    }
+    return false;
+}
+
+const std::string& words(Rounding rounding) {
+    static const std::string kWords[] = {"is rounded down", "is cut off towards zero", "is rounded half up",
+                                         "is rounded half away from zero", "is rounded half to even"};
+    return kWords[static_cast<size_t>(rounding)];
+}
+
+/// Whether a name fits a pattern with asterisks.
+bool fits(const char* pattern, const char* name) {
+    if (*pattern == '*') return fits(pattern + 1, name) || (*name && fits(pattern, name + 1));
+    return *pattern == *name && (*pattern == 0 || fits(pattern + 1, name + 1));
+}
+
+std::string proofOf(const std::string& name) {
+    static const Json kProofs = Json::parse(arithmeticJson())["proofs"];
+    for (const Json& proof : kProofs) {
+        for (const Json& pattern : proof["items"]) {
+            if (fits(pattern.get<std::string>().c_str(), name.c_str())) return proof["why"];
+        }
+    }
+    return {};
+}
+
+class Collector {
+public:
+    explicit Collector(const Path& path) : path_(path) {}
+
+    std::vector<Item> collect() {
+        for (stage_ = 0; stage_ < path_.stages().size(); ++stage_) {
+            const Unit& unit = *path_.stages()[stage_].unit;
+            for (index_ = 0; index_ < unit.quantities.size(); ++index_) addQuantity(unit.quantities[index_]);
+        }
+        return std::move(items_);
+    }
+
+private:
+    void addQuantity(const Quantity& quantity) {
+        const std::string bits = std::to_string(quantity.format.bits);
+        if (quantity.format.bits > 1) add("width", Fault::Narrow, "needs all of its " + bits + " bits");
+        if (quantity.rounding && !quantity.isConstant) addRoundings(quantity);
+        if (quantity.clamp) {
+            add("low", Fault::NoLow, "is below the clamp's lower bound");
+            add("high", Fault::NoHigh, "is above the clamp's upper bound");
+            add("untouched", Fault::StuckLow, "passes the clamp as it is, above its lower bound");
+            add("at_low", Fault::TightLow, "is clamped to, or just is, the lower bound");
+            add("at_high", Fault::TightHigh, "is clamped to, or just is, the upper bound");
+        }
+        if (quantity.unfolded) add("folded", Fault::Unfolded, "is folded back at a border");
+        if (!quantity.every) return;
+        for (int value = quantity.every->first; value <= quantity.every->second; ++value) {
+            const std::string text = std::to_string(value);
+            add(text, Fault::Confused, "is " + text, Item::Any, Rounding::Floor, value);
+        }
+    }
+
+    void addRoundings(const Quantity& quantity) {
+        const bool hasTies = quantity.shift || (quantity.divisor && quantity.divisor->text != "3");
+        for (const Rounding other : mistakes(*quantity.rounding, hasTies)) {
+            for (const bool isNegative : {false, true}) {
+                if (isNegative && !quantity.format.isSigned) continue;
+                if (!canDiffer(*quantity.rounding, other, isNegative)) continue;
+                add(std::string(toString(other)) + (isNegative ? ".negative" : ".positive"), Fault::Rounds,
+                    "would differ if it " + words(other).substr(3) +
+                        (isNegative ? ", of a negative value" : ""),
+                    isNegative ? Item::Negative : Item::Positive, other);
+            }
+        }
+    }
+
+    void add(const std::string& kind, Fault::Kind fault, const std::string& reason,
+             Item::Sign sign = Item::Any, Rounding rounding = Rounding::Floor, int value = 0) {
+        const Stage& stage = path_.stages()[stage_];
+        const Quantity& quantity = stage.unit->quantities[index_];
+        const std::string name = stage.name + "." + quantity.name + "." + kind;
+        items_.push_back({name,
+                          quantity.name + " " + reason,
+                          stage_,
+                          {static_cast<int>(index_), fault, rounding},
+                          sign,
+                          value,
+                          proofOf(name)});
+    }
+
+    const Path& path_;
+    size_t stage_ = 0;
+    size_t index_ = 0;
+    std::vector<Item> items_;
+};
+
+}  // namespace
+
+bool Item::isReached(const Quantity& quantity, const int64_t* values, int slot) const {
+    const int64_t result = values[slot];
+    const int64_t before = values[quantity.formula.slot];
+    switch (fault.kind) {
+        case Fault::Narrow:
+            return !Format{quantity.format.isSigned, quantity.format.bits - 1, 0}.holds(result);
+        case Fault::Rounds: {
+            if ((sign == Negative) != (before < 0)) return false;
+            const int64_t denominator =
+                quantity.shift ? int64_t{1} << values[quantity.shift->slot] : values[quantity.divisor->slot];
+            return rounded(before, denominator, fault.rounding) != result;
+        }
+        case Fault::NoLow:
+            return before < values[quantity.clamp->first.slot];
+        case Fault::NoHigh:
+            return before > values[quantity.clamp->second.slot];
+        case Fault::StuckLow:
+            return before == result && result > values[quantity.clamp->first.slot];
+        case Fault::TightLow:
+            return result == values[quantity.clamp->first.slot];
+        case Fault::TightHigh:
+            return result == values[quantity.clamp->second.slot];
+        case Fault::Unfolded:
+            return result != values[quantity.unfolded->slot];
+        case Fault::Confused:
+            return result == value;
+    }
+    return false;
+}
+
+std::vector<Item> itemsOf(const Path& path) {
+    return Collector(path).collect();
+}
+
+}  // namespace vantor::verification
