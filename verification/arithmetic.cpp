@@ -205,11 +205,10 @@ int64_t clamped(const Quantity& quantity, int64_t value, int64_t* values, const 
 }
 
 /// What the faults that are not part of rounding and clamping leave of a value.
-int64_t damaged(const Quantity& quantity, int64_t value, int64_t* values, Fault::Kind kind) {
-    if (kind == Fault::Narrow)
-        return Format{quantity.format.isSigned, quantity.format.bits - 1, 0}.kept(value);
-    if (kind == Fault::Unfolded) return result(*quantity.unfolded, values);
-    if (kind != Fault::Confused) return value;
+int64_t damaged(const Quantity& quantity, int64_t value, int64_t* values, const Fault& fault) {
+    if (fault.kind == Fault::Narrow) return fault.kept.kept(value);
+    if (fault.kind == Fault::Unfolded) return result(*quantity.unfolded, values);
+    if (fault.kind != Fault::Confused) return value;
     const auto [first, last] = *quantity.every;
     const int64_t other = first + ((value - first) ^ 1);
     return other > last ? value - 1 : other;
@@ -264,7 +263,7 @@ void Unit::evaluateFaulty(int64_t* values, const Fault& fault) const {
                                    : rounded(value, result(*quantity.divisor, values), rounding);
         }
         if (quantity.clamp) value = clamped(quantity, value, values, isHere ? &fault : nullptr);
-        values[slotOf(i)] = isHere ? damaged(quantity, value, values, fault.kind) : value;
+        values[slotOf(i)] = isHere ? damaged(quantity, value, values, fault) : value;
     }
 }
 

@@ -104,6 +104,7 @@ struct Fault {
     int quantity;
     Kind kind;
     Rounding rounding;
+    Format kept;  ///< of Narrow: what is left of the register
 };
 
 /// A block of registers that follow from its operands. Values are in slots: operands, quantities in their

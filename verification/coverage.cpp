@@ -31,8 +31,9 @@ struct Account {
 /// The accounts of one path.
 class PathAccounts {
 public:
-    explicit PathAccounts(const Path& path) : path_(path), state_(path.fresh()), faulty_(state_) {
-        for (Item& item : itemsOf(path)) accounts_.push_back({std::move(item)});
+    PathAccounts(const Path& path, const Limits& limits)
+        : path_(path), state_(path.fresh()), faulty_(state_) {
+        for (Item& item : itemsOf(path, limits)) accounts_.push_back({std::move(item)});
         byStage_.resize(path.stages().size());
         for (size_t i = 0; i < accounts_.size(); ++i) addOpen(i);
     }
@@ -112,7 +113,9 @@ private:
         account.isReached = true;
         account.isSeen = changesOutput(account.item);
         if (isNew || account.isSeen) {
-            account.example = name + " " + std::to_string(state_.x) + " " + std::to_string(state_.y);
+            const int step = path_.pixelStep();
+            account.example =
+                name + " " + std::to_string(step * state_.x) + " " + std::to_string(step * state_.y);
         }
         if (account.isClosed()) --open_;
         return account.isClosed();
@@ -141,11 +144,15 @@ private:
 
 class Coverage::Accounts {
 public:
+    explicit Accounts(const Limits& limits)
+        : scaleAccounts{{{scale[0][0], limits}, {scale[0][1], limits}},
+                        {{scale[1][0], limits}, {scale[1][1], limits}}},
+          warpAccounts(warp, limits) {}
+
     ScalePath scale[2][2] = {{{false, false}, {false, true}}, {{true, false}, {true, true}}};
     WarpPath warp;
-    PathAccounts scaleAccounts[2][2] = {{PathAccounts(scale[0][0]), PathAccounts(scale[0][1])},
-                                        {PathAccounts(scale[1][0]), PathAccounts(scale[1][1])}};
-    PathAccounts warpAccounts{warp};
+    PathAccounts scaleAccounts[2][2];
+    PathAccounts warpAccounts;
 
     template <typename Use>
     void forEach(Use&& use) {
@@ -157,7 +164,7 @@ public:
     }
 };
 
-Coverage::Coverage() : accounts_(std::make_unique<Accounts>()) {}
+Coverage::Coverage(const Limits& limits) : accounts_(std::make_unique<Accounts>(limits)) {}
 Coverage::~Coverage() = default;
 
 void Coverage::scaled(const PictureView& source, Size target, const std::string& name) {

@@ -10,6 +10,7 @@
 
 #include "gdc_model/grid.h"
 #include "geometry/size.h"
+#include "verification/ranges.h"
 
 namespace vantor::verification {
 
@@ -35,7 +36,7 @@ struct CoverageItem {
 /// Accounts for the pictures that a design under test was given. Not thread-safe.
 class Coverage {
 public:
-    Coverage();
+    explicit Coverage(const Limits& limits = {});
     ~Coverage();
     Coverage(const Coverage&) = delete;
     Coverage& operator=(const Coverage&) = delete;

@@ -56,11 +56,13 @@ std::string proofOf(const std::string& name) {
 
 class Collector {
 public:
-    explicit Collector(const Path& path) : path_(path) {}
+    Collector(const Path& path, const Limits& limits) : path_(path), limits_(limits) {}
 
     std::vector<Item> collect() {
         for (stage_ = 0; stage_ < path_.stages().size(); ++stage_) {
             const Unit& unit = *path_.stages()[stage_].unit;
+            ranges_.clear();
+            if (dependsOnLimits(unit)) ranges_ = rangesOf(unit, limits_, path_.stages()[stage_].direction);
             for (index_ = 0; index_ < unit.quantities.size(); ++index_) addQuantity(unit.quantities[index_]);
         }
         return std::move(items_);
@@ -68,8 +70,10 @@ public:
 
 private:
     void addQuantity(const Quantity& quantity) {
-        const std::string bits = std::to_string(quantity.format.bits);
-        if (quantity.format.bits > 1) add("width", Fault::Narrow, "needs all of its " + bits + " bits");
+        if (const Format format = formatOf(quantity); format.bits > 1) {
+            add("width", Fault::Narrow, "needs all of its " + std::to_string(format.bits) + " bits");
+            items_.back().fault.kept = {format.isSigned, format.bits - 1, 0};
+        }
         if (quantity.rounding && !quantity.isConstant) addRoundings(quantity);
         if (quantity.clamp) {
             add("low", Fault::NoLow, "is below the clamp's lower bound");
@@ -84,6 +88,29 @@ private:
             const std::string text = std::to_string(value);
             add(text, Fault::Confused, "is " + text, Item::Any, Rounding::Floor, value);
         }
+    }
+
+    Format formatOf(const Quantity& quantity) const {
+        return ranges_.empty() ? quantity.format : ranges_[index_].bound();
+    }
+
+    /// Why a clamp is never needed, if the limits are the reason.
+    std::string proofByRange(const Quantity& quantity, Fault::Kind fault) const {
+        const Unit& unit = *path_.stages()[stage_].unit;
+        const bool isLow = fault == Fault::NoLow || fault == Fault::TightLow;
+        const bool isHigh = fault == Fault::NoHigh || fault == Fault::TightHigh;
+        const int before = quantity.formula.slot - unit.slotOf(0);
+        if (ranges_.empty() || !(isLow || isHigh) || before < 0 || before >= static_cast<int>(index_))
+            return {};
+        const Formula& bound = isLow ? quantity.clamp->first : quantity.clamp->second;
+        if (!bound.code.empty()) return {};
+        const Range& range = ranges_[static_cast<size_t>(before)];
+        const int64_t limit = unit.fresh[static_cast<size_t>(bound.slot)];
+        const bool canReach = isLow ? range.low < limit + (fault == Fault::TightLow)
+                                    : range.high > limit - (fault == Fault::TightHigh);
+        if (canReach) return {};
+        return "Within the limits " + unit.quantities[static_cast<size_t>(before)].name + " is from " +
+               std::to_string(range.low) + " to " + std::to_string(range.high) + ".";
     }
 
     void addRoundings(const Quantity& quantity) {
@@ -105,16 +132,19 @@ private:
         const Stage& stage = path_.stages()[stage_];
         const Quantity& quantity = stage.unit->quantities[index_];
         const std::string name = stage.name + "." + quantity.name + "." + kind;
+        const std::string proof = proofByRange(quantity, fault);
         items_.push_back({name,
                           quantity.name + " " + reason,
                           stage_,
-                          {static_cast<int>(index_), fault, rounding},
+                          {static_cast<int>(index_), fault, rounding, {}},
                           sign,
                           value,
-                          proofOf(name)});
+                          proof.empty() ? proofOf(name) : proof});
     }
 
     const Path& path_;
+    const Limits& limits_;
+    std::vector<Range> ranges_;  ///< of the stage, where the limits matter
     size_t stage_ = 0;
     size_t index_ = 0;
     std::vector<Item> items_;
@@ -127,7 +157,7 @@ bool Item::isReached(const Quantity& quantity, const int64_t* values, int slot) 
     const int64_t before = values[quantity.formula.slot];
     switch (fault.kind) {
         case Fault::Narrow:
-            return !Format{quantity.format.isSigned, quantity.format.bits - 1, 0}.holds(result);
+            return !fault.kept.holds(result);
         case Fault::Rounds: {
             if ((sign == Negative) != (before < 0)) return false;
             const int64_t denominator =
@@ -152,8 +182,8 @@ bool Item::isReached(const Quantity& quantity, const int64_t* values, int slot) 
     return false;
 }
 
-std::vector<Item> itemsOf(const Path& path) {
-    return Collector(path).collect();
+std::vector<Item> itemsOf(const Path& path, const Limits& limits) {
+    return Collector(path, limits).collect();
 }
 
 }  // namespace vantor::verification

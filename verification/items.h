@@ -24,7 +24,7 @@ struct Item {
     bool isReached(const Quantity& quantity, const int64_t* values, int slot) const;
 };
 
-/// Of all stages of a path.
-std::vector<Item> itemsOf(const Path& path);
+/// Of all stages of a path, for requests within the limits.
+std::vector<Item> itemsOf(const Path& path, const Limits& limits);
 
 }  // namespace vantor::verification

@@ -39,9 +39,9 @@ void Path::evaluate(PathState& state, size_t first, const Fault* fault) const {
     }
 }
 
-size_t Path::addStage(const std::string& name, const char* unit, int instances) {
+size_t Path::addStage(const std::string& name, const char* unit, Direction direction, int instances) {
     const Unit& found = unitNamed(unit);
-    stages_.push_back({name_ + "." + name, &found, instances, slots_});
+    stages_.push_back({name_ + "." + name, &found, direction, instances, slots_});
     slots_ += static_cast<size_t>(instances) * found.fresh.size();
     return stages_.size() - 1;
 }

@@ -9,6 +9,7 @@
 #include "gdc_model/gdc_frame.h"
 #include "verification/arithmetic.h"
 #include "verification/coverage.h"
+#include "verification/ranges.h"
 
 namespace vantor::verification {
 
@@ -16,6 +17,7 @@ namespace vantor::verification {
 struct Stage {
     std::string name;
     const Unit* unit;
+    Direction direction;
     int instances;
     size_t offset;  ///< of its first instance's slots in a state
 };
@@ -50,6 +52,9 @@ public:
     /// `first`.
     void evaluate(PathState& state, size_t first = 0, const Fault* fault = nullptr) const;
 
+    /// Luma pixels from one of the output's samples to the next.
+    virtual int pixelStep() const { return 1; }
+
     /// Samples of the output: one, or with chroma up to three.
     virtual std::array<int, 3> samples(PathState& state) const = 0;
 
@@ -62,7 +67,8 @@ protected:
 
     explicit Path(std::string name) : name_(std::move(name)) {}
 
-    size_t addStage(const std::string& name, const char* unit, int instances = 1);
+    size_t addStage(const std::string& name, const char* unit, Direction direction = Direction::Both,
+                    int instances = 1);
     Register find(size_t stage, const char* quantity) const;
     int64_t value(PathState& state, Register from, int instance = 0) const {
         return slots(state, from.stage, instance)[from.slot];
@@ -85,6 +91,7 @@ public:
     void setRequest(const PictureView& source, Size target);
 
     Size output() const override { return output_; }
+    int pixelStep() const override { return isChroma_ ? 2 : 1; }
     std::array<int, 3> samples(PathState& state) const override;
 
 protected:
@@ -102,7 +109,7 @@ private:
         int64_t operands[2];  ///< of the position, before the output sample
     };
 
-    Axis addAxis(const std::string& name);
+    Axis addAxis(const std::string& name, Direction direction);
     void setAxis(Axis& axis, int source, int target) const;
     bool feedAxis(PathState& state, const Axis& axis, size_t stage, int i, int64_t* operands) const;
     int64_t tap(PathState& state, const Axis& axis, int i) const;
@@ -138,6 +145,7 @@ protected:
 
 private:
     struct Axis {
+        Direction direction;
         size_t position;
         size_t gridRow;
         size_t gridCurve;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -280,19 +281,28 @@ GdcFrame wholeFrame(Size size) {
 }
 
 /// Frames of all sizes that the device takes.
-void forFrames(const Limits& limits, const std::function<void(const GdcAxis&, int cellSize)>& use) {
-    for (int width = 96; width <= limits.largestWarp.width; width += 16)
-        use(wholeFrame({width, 64}).x, kVirtualCellWidth);
-    for (int height = 64; height <= limits.largestWarp.height; height += 2)
+void forFrames(const Limits& limits, Direction direction,
+               const std::function<void(const GdcAxis&, int cellSize)>& use) {
+    if (direction != Direction::Down) {
+        for (int width = 96; width <= limits.warped.width; width += 16)
+            use(wholeFrame({width, 64}).x, kVirtualCellWidth);
+    }
+    if (direction == Direction::Across) return;
+    for (int height = 64; height <= limits.warped.height; height += 2)
         use(wholeFrame({96, height}).y, kVirtualCellHeight);
 }
 
+int largestSide(const Limits& limits, Direction direction) {
+    if (direction == Direction::Across) return limits.scaled.width;
+    if (direction == Direction::Down) return limits.scaled.height;
+    return std::max(limits.scaled.width, limits.scaled.height);
+}
+
 /// Ends of reductions and enlargements of all sizes: positions are monotonic in between.
-void forScalings(const Limits& limits, bool isReduction, bool isChroma, const Each& use) {
+void forScalings(int largestLuma, bool isReduction, bool isChroma, const Each& use) {
     const int halves = isChroma ? 2 : 1;
-    const int largest = std::max(limits.largest.width, limits.largest.height) / halves;
-    for (const int source :
-         {kMinSide / (isReduction ? halves : 1), isReduction ? largest : largest * halves}) {
+    const int largest = largestLuma / halves;
+    for (const int source : {kMinSide / (isReduction ? halves : 1), isReduction ? largest : largestLuma}) {
         for (int target = kMinSide / halves; target <= (isReduction ? source : largest); ++target) {
             const int64_t second =
                 isReduction ? target : Interp4Axis(source, 0, source, target * halves).step();
@@ -313,7 +323,33 @@ Format Range::witness() const {
     return Range{least, most, least, most}.bound();
 }
 
-std::vector<Range> rangesOf(const Unit& unit, const Limits& limits) {
+Limits Limits::parse(const std::string& text) {
+    Limits limits;
+    int end = 0;
+    int node = limits.node;
+    const int found = std::sscanf(text.c_str(), "%5dx%5d%n,%8d%n", &limits.scaled.width,
+                                  &limits.scaled.height, &end, &node, &end);
+    const auto isIn = [](int value, int low, int high) { return value >= low && value <= high; };
+    if (found < 2 || static_cast<size_t>(end) != text.size() || !isIn(limits.scaled.width, 96, 16384) ||
+        !isIn(limits.scaled.height, 64, 16384) || !isIn(node, 256, 1 << 23)) {
+        throw std::runtime_error(
+            text + ": expected 96x64 to 16384x16384, and a limit of the nodes from 256 to 8388608");
+    }
+    limits.warped = {std::min(limits.scaled.width, limits.warped.width),
+                     std::min(limits.scaled.height, limits.warped.height)};
+    limits.node = node;
+    return limits;
+}
+
+bool dependsOnLimits(const Unit& unit) {
+    constexpr const char* kSamplers[] = {"bicubic",        "bilinear",        "colour",
+                                         "cubic",          "interp4_across",  "interp4_down",
+                                         "linear_rounded", "linear_truncated"};
+    return std::find(std::begin(kSamplers), std::end(kSamplers), unit.name) == std::end(kSamplers);
+}
+
+std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, Direction direction) {
+    const int largest = largestSide(limits, direction);
     std::vector<Range> ranges(unit.quantities.size(), Range{kFar, -kFar, kFar, -kFar});
     const auto analyze = [&](const std::vector<Interval>& free) {
         return [&unit, &ranges, analysis = std::make_shared<Analysis>(unit, free, ranges)](
@@ -338,23 +374,23 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits) {
         forPhasePairs(512, analyze(samples(4)));
     } else if (name == "grid_row" || name == "grid_curve") {
         const bool isRow = name == "grid_row";
-        const Range row =
-            isRow ? Range{-limits.node, limits.node, 0, 0} : rangesOf(unitNamed("grid_row"), limits).back();
+        const Range row = isRow ? Range{-limits.node, limits.node - 1, 0, 0}
+                                : rangesOf(unitNamed("grid_row"), limits).back();
         const Interval any{double(row.low), double(row.high)};
         const Interval none{0, 0};
         for (const int cell : {1, 2, kGridCells}) {
             const auto use = analyze({cell == 1 ? none : any, any, any, cell == kGridCells ? none : any});
-            for (int t = 0; t <= (isRow ? kVirtualCellHeight : kVirtualCellWidth); ++t) use({cell, t});
+            for (int t = 0; t < (isRow ? kVirtualCellHeight : kVirtualCellWidth); ++t) use({cell, t});
         }
     } else if (name == "source_position") {
         const Range displacement = rangesOf(unitNamed("grid_curve"), limits).back();
         const auto use = analyze({{double(displacement.low), double(displacement.high)}});
-        forFrames(limits, [&](const GdcAxis& axis, int) {
+        forFrames(limits, direction, [&](const GdcAxis& axis, int) {
             for (const int i : {0, axis.sourceSize - 1}) use({axis.invScale, i, axis.sourceSize});
         });
     } else if (name == "virtual_axis") {
         const auto use = analyze({});
-        forFrames(limits, [&](const GdcAxis& axis, int cellSize) {
+        forFrames(limits, direction, [&](const GdcAxis& axis, int cellSize) {
             const int last = axis.sourceSize - 1;
             const bool isSmall = last < 256;
             // Positions are monotonic: in large frames, ends and their neighbours.
@@ -363,7 +399,7 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits) {
         });
     } else if (name == "warp_taps" || name == "warp_pair_taps") {
         const auto use = analyze({});
-        forFrames(limits, [&](const GdcAxis& axis, int) {
+        forFrames(limits, direction, [&](const GdcAxis& axis, int) {
             const int size = axis.sourceSize;
             for (int index = 0; index <= size; index += index < 2 || index > size - 3 ? 1 : size - 5) {
                 if (name == "warp_taps") {
@@ -375,18 +411,18 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits) {
             }
         });
     } else if (name == "reduce_axis") {
-        forScalings(limits, true, false, analyze({}));
+        forScalings(largest, true, false, analyze({}));
     } else if (name == "enlarge_axis") {
-        forScalings(limits, false, false, analyze({}));
+        forScalings(largest, false, false, analyze({}));
     } else if (name == "enlarge_chroma_axis") {
-        forScalings(limits, false, true, analyze({}));
+        forScalings(largest, false, true, analyze({}));
     } else if (name == "colour") {
         const auto use = analyze({});
         for (const int channel : {0, 1}) use({channel});
     } else {
         const auto use = analyze({});
-        const int largest = std::max(limits.largest.width, limits.largest.height);
-        for (const int index : {0, 1, largest - 1}) use({largest, index});
+        const int last = name == "pair_taps" ? largest / 2 : largest;
+        for (const int index : {0, 1, last - 1}) use({last, index});
     }
     return ranges;
 }

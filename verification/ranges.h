@@ -10,12 +10,18 @@
 
 namespace vantor::verification {
 
-/// The domain of requests.
+/// The domain of requests. Nodes of grids are from -node to node - 1.
 struct Limits {
-    Size largest{16384, 16384};  ///< of pictures that are scaled
-    Size largestWarp{8192, 6144};
-    int32_t node = 1 << 23;  ///< largest magnitude of a grid's nodes
+    Size scaled{16384, 16384};  ///< the largest picture
+    Size warped{8192, 6144};
+    int32_t node = 1 << 23;
+
+    /// "1920x1080", "1920x1080,65536" with the nodes' limit. Throws std::runtime_error for anything else.
+    static Limits parse(const std::string& text);
 };
+
+/// Where a register is used.
+enum class Direction { Across, Down, Both };
 
 /// Of one register, over all operands within the limits. No value is outside `low` to `high`; `least` and
 /// `most` occur.
@@ -31,7 +37,10 @@ struct Range {
     bool isDecided() const { return bound().bits == witness().bits; }
 };
 
+/// Whether the ranges of a unit's quantities do.
+bool dependsOnLimits(const Unit& unit);
+
 /// Of every quantity of a unit, in the list's order.
-std::vector<Range> rangesOf(const Unit& unit, const Limits& limits);
+std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, Direction direction = Direction::Both);
 
 }  // namespace vantor::verification

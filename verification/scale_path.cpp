@@ -9,10 +9,10 @@ ScalePath::ScalePath(bool isReduction, bool isChroma)
       isReduction_(isReduction),
       isChroma_(isChroma),
       taps_(isChroma ? 2 : 4),
-      column_(addAxis("column")),
-      row_(addAxis("row")) {
+      column_(addAxis("column", Direction::Across)),
+      row_(addAxis("row", Direction::Down)) {
     if (isChroma) {
-        colourStage_ = addStage("colour", "colour", 2);
+        colourStage_ = addStage("colour", "colour", Direction::Both, 2);
         colour_ = find(colourStage_, "colour");
     }
     const int channels = isChroma ? 2 : 1;
@@ -21,21 +21,27 @@ ScalePath::ScalePath(bool isReduction, bool isChroma)
                        isChroma      ? linear
                        : isReduction ? "cubic"
                                      : "interp4_across",
-                       channels * taps_);
-    down_ = addStage("down", isChroma ? linear : isReduction ? "cubic" : "interp4_down", channels);
+                       Direction::Both, channels * taps_);
+    down_ = addStage("down",
+                     isChroma      ? linear
+                     : isReduction ? "cubic"
+                                   : "interp4_down",
+                     Direction::Both, channels);
     acrossValue_ = find(across_, isReduction || isChroma ? "value" : "row");
     downValue_ = find(down_, "value");
 }
 
-ScalePath::Axis ScalePath::addAxis(const std::string& name) {
+ScalePath::Axis ScalePath::addAxis(const std::string& name, Direction direction) {
     Axis axis{};
-    axis.position = addStage(name, isReduction_ ? "reduce_axis"
-                                   : isChroma_  ? "enlarge_chroma_axis"
-                                                : "enlarge_axis");
+    axis.position = addStage(name,
+                             isReduction_ ? "reduce_axis"
+                             : isChroma_  ? "enlarge_chroma_axis"
+                                          : "enlarge_axis",
+                             direction);
     axis.index = find(axis.position, "index");
     axis.phase = find(axis.position, "phase");
     if (!isReduction_) return axis;
-    axis.folding = addStage(name + "_taps", isChroma_ ? "pair_taps" : "reduce_taps");
+    axis.folding = addStage(name + "_taps", isChroma_ ? "pair_taps" : "reduce_taps", direction);
     constexpr const char* kTaps[] = {"tap0", "tap1", "tap2", "tap3"};
     for (int i = 0; i < taps_; ++i) axis.tap[static_cast<size_t>(i)] = find(axis.folding, kTaps[i]);
     return axis;

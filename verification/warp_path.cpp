@@ -13,6 +13,8 @@ constexpr const char* kTaps[] = {"tap0", "tap1", "tap2", "tap3"};
 }  // namespace
 
 WarpPath::WarpPath() : Path("warp") {
+    x_.direction = Direction::Across;
+    y_.direction = Direction::Down;
     addPosition(x_, "column", kVirtualCellWidth);
     addPosition(y_, "row", kVirtualCellHeight);
     addGrid(x_, "x");
@@ -20,8 +22,8 @@ WarpPath::WarpPath() : Path("warp") {
     addTaps(x_, "column");
     addTaps(y_, "row");
     luma_ = addStage("luma", "bicubic");
-    colourStage_ = addStage("colour", "colour", 2);
-    chroma_ = addStage("chroma", "bilinear", 2);
+    colourStage_ = addStage("colour", "colour", Direction::Both, 2);
+    chroma_ = addStage("chroma", "bilinear", Direction::Both, 2);
     colour_ = find(colourStage_, "colour");
     lumaValue_ = find(luma_, "value");
     chromaValue_ = find(chroma_, "value");
@@ -29,15 +31,15 @@ WarpPath::WarpPath() : Path("warp") {
 
 void WarpPath::addPosition(Axis& axis, const char* name, int cellSize) {
     axis.cellSize = cellSize;
-    axis.position = addStage(name, "virtual_axis");
+    axis.position = addStage(name, "virtual_axis", axis.direction);
     axis.cell = find(axis.position, "cell");
     axis.within = find(axis.position, "within");
 }
 
 void WarpPath::addGrid(Axis& axis, const std::string& name) {
-    axis.gridRow = addStage(name + "_row", "grid_row", 4);
-    axis.gridCurve = addStage(name + "_curve", "grid_curve");
-    axis.sourcePosition = addStage(name + "_source", "source_position");
+    axis.gridRow = addStage(name + "_row", "grid_row", axis.direction, 4);
+    axis.gridCurve = addStage(name + "_curve", "grid_curve", axis.direction);
+    axis.sourcePosition = addStage(name + "_source", "source_position", axis.direction);
     axis.node = find(axis.gridRow, "value");
     axis.displacement = find(axis.gridCurve, "displacement");
     axis.side = find(axis.sourcePosition, "side");
@@ -47,8 +49,8 @@ void WarpPath::addGrid(Axis& axis, const std::string& name) {
 }
 
 void WarpPath::addTaps(Axis& axis, const std::string& name) {
-    axis.taps = addStage(name + "_taps", "warp_taps");
-    axis.chromaTaps = addStage(name + "_pair_taps", "warp_pair_taps");
+    axis.taps = addStage(name + "_taps", "warp_taps", axis.direction);
+    axis.chromaTaps = addStage(name + "_pair_taps", "warp_pair_taps", axis.direction);
     for (size_t i = 0; i < 4; ++i) axis.tap[i] = find(axis.taps, kTaps[i]);
     for (size_t i = 0; i < 2; ++i) axis.chromaTap[i] = find(axis.chromaTaps, kTaps[i]);
     axis.distance = find(axis.chromaTaps, "distance");
