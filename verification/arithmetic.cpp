@@ -74,7 +74,7 @@ void assemble(const Quantity& quantity, int slot, std::vector<Instruction>& prog
 }
 
 Unit parseUnit(const Json& json) {
-    Unit unit{json["name"], json["about"], {}, {}, {}, {}};
+    Unit unit{json["name"], json["about"], {}, {}, {}, {}, {}};
     std::vector<std::string> names;
     for (const Json& operand : json["operands"]) {
         names.push_back(operand["name"]);
@@ -88,6 +88,7 @@ Unit parseUnit(const Json& json) {
         assemble(unit.quantities.back(), unit.slotOf(unit.quantities.size() - 1), unit.program);
     }
     unit.fresh = compiler.slots();
+    if (json.contains("result")) unit.result = static_cast<size_t>(unit.slot(json["result"]));
     return unit;
 }
 
@@ -186,14 +187,14 @@ void run(const std::vector<Instruction>& program, int64_t* values) {
     }
 }
 
-int64_t result(const Formula& formula, int64_t* values) {
+int64_t resultOf(const Formula& formula, int64_t* values) {
     run(formula.code, values);
     return values[formula.slot];
 }
 
 int64_t clamped(const Quantity& quantity, int64_t value, int64_t* values, const Fault* fault) {
-    int64_t low = result(quantity.clamp->first, values);
-    int64_t high = result(quantity.clamp->second, values);
+    int64_t low = resultOf(quantity.clamp->first, values);
+    int64_t high = resultOf(quantity.clamp->second, values);
     if (fault) {
         if (fault->kind == Fault::NoLow) return std::min(value, high);
         if (fault->kind == Fault::NoHigh) return std::max(value, low);
@@ -207,7 +208,7 @@ int64_t clamped(const Quantity& quantity, int64_t value, int64_t* values, const 
 /// What the faults that are not part of rounding and clamping leave of a value.
 int64_t damaged(const Quantity& quantity, int64_t value, int64_t* values, const Fault& fault) {
     if (fault.kind == Fault::Narrow) return fault.kept.kept(value);
-    if (fault.kind == Fault::Unfolded) return result(*quantity.unfolded, values);
+    if (fault.kind == Fault::Unfolded) return resultOf(*quantity.unfolded, values);
     if (fault.kind != Fault::Confused) return value;
     const auto [first, last] = *quantity.every;
     const int64_t other = first + ((value - first) ^ 1);
@@ -255,12 +256,12 @@ void Unit::evaluateFaulty(int64_t* values, const Fault& fault) const {
     for (size_t i = 0; i < quantities.size(); ++i) {
         const Quantity& quantity = quantities[i];
         const bool isHere = fault.quantity == static_cast<int>(i);
-        int64_t value = result(quantity.formula, values);
+        int64_t value = resultOf(quantity.formula, values);
         if (quantity.rounding) {
             const Rounding rounding =
                 isHere && fault.kind == Fault::Rounds ? fault.rounding : *quantity.rounding;
-            value = quantity.shift ? shiftedRight(value, result(*quantity.shift, values), rounding)
-                                   : rounded(value, result(*quantity.divisor, values), rounding);
+            value = quantity.shift ? shiftedRight(value, resultOf(*quantity.shift, values), rounding)
+                                   : rounded(value, resultOf(*quantity.divisor, values), rounding);
         }
         if (quantity.clamp) value = clamped(quantity, value, values, isHere ? &fault : nullptr);
         values[slotOf(i)] = isHere ? damaged(quantity, value, values, fault) : value;

@@ -115,7 +115,8 @@ struct Unit {
     std::vector<Operand> operands;
     std::vector<Quantity> quantities;
     std::vector<Instruction> program;  ///< of all quantities
-    std::vector<int64_t> fresh;        ///< all slots, with the constants filled in, as evaluate() wants them
+    std::optional<size_t> result;  ///< the slot of the only quantity that others use, if there is only one
+    std::vector<int64_t> fresh;    ///< all slots, with the constants filled in, as evaluate() wants them
 
     /// Of an operand or a quantity, one of which has that name.
     int slot(const std::string& name) const;

@@ -41,13 +41,15 @@ public:
     std::vector<Account>& accounts() { return accounts_; }
     const std::vector<Account>& accounts() const { return accounts_; }
 
-    /// All pixels of the path's request.
-    void walk(const std::string& name) {
+    /// All pixels of the path's request. Returns how many items were seen for the first time.
+    int walk(const std::string& name) {
         dropClosed();
+        seen_ = 0;
         const Size size = path_.output();
         for (state_.y = 0; state_.y < size.height && open_ > 0; ++state_.y) {
             for (state_.x = 0; state_.x < size.width && open_ > 0; ++state_.x) pixel(name);
         }
+        return seen_;
     }
 
 private:
@@ -55,6 +57,8 @@ private:
     struct OpenItems {
         std::vector<size_t> items;
         std::map<int, std::vector<size_t>> byValue;  ///< of a quantity: from its first value on
+        uint32_t version = 0;                        ///< of the stage when `reached` was listed
+        std::vector<size_t> reached;                 ///< those of which there is more to find out
     };
 
     void addOpen(size_t i) {
@@ -82,53 +86,95 @@ private:
         isCopied_ = false;
         for (size_t stage = 0; stage < byStage_.size(); ++stage) {
             if (!path_.isActive(state_, stage)) continue;
-            const Unit& unit = *path_.stages()[stage].unit;
             OpenItems& open = byStage_[stage];
-            for (int instance = 0; instance < path_.stages()[stage].instances; ++instance) {
-                const int64_t* values = path_.slots(state_, stage, instance);
-                for (size_t k = open.items.size(); k-- > 0;) {
-                    Account& account = accounts_[open.items[k]];
-                    const auto quantity = static_cast<size_t>(account.item.fault.quantity);
-                    if (!account.item.isReached(unit.quantities[quantity], values, unit.slotOf(quantity)))
-                        continue;
-                    if (!check(account, name)) continue;
-                    open.items[k] = open.items.back();
-                    open.items.pop_back();
-                }
-                for (const auto& [quantity, items] : open.byValue) {
-                    const auto index = static_cast<size_t>(quantity);
-                    const int64_t value = values[unit.slotOf(index)] - unit.quantities[index].every->first;
-                    if (value < 0 || value >= static_cast<int64_t>(items.size())) continue;
-                    Account& account = accounts_[items[static_cast<size_t>(value)]];
-                    if (!account.isClosed()) check(account, name);
-                }
+            if (open.version != state_.versions[stage]) {
+                open.version = state_.versions[stage];
+                findReached(stage, open);
+            }
+            for (size_t k = open.reached.size(); k-- > 0;) {
+                Account& account = accounts_[open.reached[k]];
+                if (!account.isClosed() && !check(account, name)) continue;
+                open.reached[k] = open.reached.back();
+                open.reached.pop_back();
             }
         }
     }
 
-    /// Marks an item that the pixel reaches. Returns whether that closes it.
+    /// Lists the open items that the operands of a stage reach.
+    void findReached(size_t stage, OpenItems& open) {
+        const Stage& place = path_.stages()[stage];
+        const Unit& unit = *place.unit;
+        open.reached.clear();
+        for (size_t k = open.items.size(); k-- > 0;) {
+            const Account& account = accounts_[open.items[k]];
+            const auto quantity = static_cast<size_t>(account.item.fault.quantity);
+            if (account.isClosed()) {
+                open.items[k] = open.items.back();
+                open.items.pop_back();
+                continue;
+            }
+            for (int i = 0; i < place.instances; ++i) {
+                const int64_t* values = path_.slots(state_, stage, i);
+                if (!account.item.isReached(unit.quantities[quantity], values, unit.slotOf(quantity)))
+                    continue;
+                open.reached.push_back(open.items[k]);
+                break;
+            }
+        }
+        for (const auto& [quantity, items] : open.byValue) {
+            const auto index = static_cast<size_t>(quantity);
+            for (int i = 0; i < place.instances; ++i) {
+                const int64_t value =
+                    path_.slots(state_, stage, i)[unit.slotOf(index)] - unit.quantities[index].every->first;
+                if (value < 0 || value >= static_cast<int64_t>(items.size())) continue;
+                const size_t item = items[static_cast<size_t>(value)];
+                if (!accounts_[item].isClosed()) open.reached.push_back(item);
+            }
+        }
+    }
+
+    /// Marks an item that the pixel reaches. Returns whether there is no more to find out about it while the
+    /// operands of its stage are the same.
     bool check(Account& account, const std::string& name) {
         ++account.tries;
         const bool isNew = !account.isReached;
         account.isReached = true;
-        account.isSeen = changesOutput(account.item);
+        bool isMasked = false;
+        account.isSeen = changesOutput(account.item, isMasked);
+        seen_ += account.isSeen;
         if (isNew || account.isSeen) {
             const int step = path_.pixelStep();
             account.example =
                 name + " " + std::to_string(step * state_.x) + " " + std::to_string(step * state_.y);
         }
         if (account.isClosed()) --open_;
-        return account.isClosed();
+        return isMasked || account.isClosed();
     }
 
-    bool changesOutput(const Item& item) {
+    /// `isMasked` says whether nothing leaves the stage.
+    bool changesOutput(const Item& item, bool& isMasked) {
         if (!isCopied_) faulty_ = state_;
         isCopied_ = true;
-        path_.evaluate(faulty_, item.stage, &item.fault);
-        const bool changes = path_.samples(faulty_) != path_.samples(state_);
+        path_.evaluateFaulty(faulty_, item.stage, item.fault);
+        isMasked = hasSameResults(item.stage);
+        bool changes = false;
+        if (!isMasked) {
+            path_.evaluate(faulty_, item.stage + 1);
+            changes = path_.samples(faulty_) != path_.samples(state_);
+        }
         const auto from = static_cast<std::ptrdiff_t>(path_.stages()[item.stage].offset);
         std::copy(state_.slots.begin() + from, state_.slots.end(), faulty_.slots.begin() + from);
         return changes;
+    }
+
+    bool hasSameResults(size_t stage) {
+        const auto& result = path_.stages()[stage].unit->result;
+        if (!result) return false;
+        for (int i = 0; i < path_.stages()[stage].instances; ++i) {
+            if (path_.slots(faulty_, stage, i)[*result] != path_.slots(state_, stage, i)[*result])
+                return false;
+        }
+        return true;
     }
 
     const Path& path_;
@@ -138,6 +184,7 @@ private:
     std::vector<Account> accounts_;
     std::vector<OpenItems> byStage_;
     int open_ = 0;
+    int seen_ = 0;
 };
 
 }  // namespace
@@ -167,20 +214,22 @@ public:
 Coverage::Coverage(const Limits& limits) : accounts_(std::make_unique<Accounts>(limits)) {}
 Coverage::~Coverage() = default;
 
-void Coverage::scaled(const PictureView& source, Size target, const std::string& name) {
+int Coverage::scaled(const PictureView& source, Size target, const std::string& name) {
     const auto [width, height] = source.size;
-    if (std::min({width, height, target.width, target.height}) < kMinSide || target == source.size) return;
+    if (std::min({width, height, target.width, target.height}) < kMinSide || target == source.size) return 0;
     const bool isReduction = target.width <= width && target.height <= height;
+    int seen = 0;
     for (const bool isChroma : {false, true}) {
         if (isChroma && !source.chroma) continue;
         accounts_->scale[isReduction][isChroma].setRequest(source, target);
-        accounts_->scaleAccounts[isReduction][isChroma].walk(name);
+        seen += accounts_->scaleAccounts[isReduction][isChroma].walk(name);
     }
+    return seen;
 }
 
-void Coverage::warped(const PictureView& source, const Grid& grid, const std::string& name) {
+int Coverage::warped(const PictureView& source, const Grid& grid, const std::string& name) {
     accounts_->warp.setRequest(source, grid);
-    accounts_->warpAccounts.walk(name);
+    return accounts_->warpAccounts.walk(name);
 }
 
 void Coverage::add(const std::string& json) {

@@ -43,10 +43,10 @@ public:
 
     /// A picture that was scaled to `target`; `name` is what examples call the request. A reduction where no
     /// side grows, else an enlargement; of the same size nothing is computed.
-    void scaled(const PictureView& source, Size target, const std::string& name);
+    int scaled(const PictureView& source, Size target, const std::string& name);
 
-    /// A picture of a size that the device takes, warped.
-    void warped(const PictureView& source, const Grid& grid, const std::string& name);
+    /// A picture that was warped; likewise.
+    int warped(const PictureView& source, const Grid& grid, const std::string& name);
 
     /// A report as json() gives it: what it reached and saw counts here too. Throws std::runtime_error where
     /// it is no such report.

@@ -62,7 +62,8 @@ public:
         for (stage_ = 0; stage_ < path_.stages().size(); ++stage_) {
             const Unit& unit = *path_.stages()[stage_].unit;
             ranges_.clear();
-            if (dependsOnLimits(unit)) ranges_ = rangesOf(unit, limits_, path_.stages()[stage_].direction);
+            const Use use{path_.stages()[stage_].direction, path_.pixelStep() == 2};
+            if (dependsOnLimits(unit)) ranges_ = rangesOf(unit, limits_, use);
             for (index_ = 0; index_ < unit.quantities.size(); ++index_) addQuantity(unit.quantities[index_]);
         }
         return std::move(items_);

@@ -12,7 +12,7 @@ constexpr int64_t kNotFed = std::numeric_limits<int64_t>::min();
 }  // namespace
 
 PathState Path::fresh() const {
-    PathState state{{}, 0, 0};
+    PathState state{{}, std::vector<uint32_t>(stages_.size()), 0, 0};
     for (const Stage& stage : stages_) {
         std::vector<int64_t> slots = stage.unit->fresh;
         std::fill_n(slots.begin(), stage.unit->operands.size(), kNotFed);
@@ -22,20 +22,28 @@ PathState Path::fresh() const {
     return state;
 }
 
-void Path::evaluate(PathState& state, size_t first, const Fault* fault) const {
+void Path::evaluate(PathState& state, size_t first) const {
     for (size_t stage = first; stage < stages_.size(); ++stage) {
         if (!isActive(state, stage)) continue;
+        const Unit& unit = *stages_[stage].unit;
+        const size_t count = unit.operands.size();
         for (int i = 0; i < stages_[stage].instances; ++i) {
             int64_t* values = slots(state, stage, i);
-            const Unit& unit = *stages_[stage].unit;
-            const size_t count = unit.operands.size();
             int64_t operands[kMaxOperands];
             feed(state, stage, i, operands);
-            const bool isFaulty = fault && stage == first;
-            if (!isFaulty && std::equal(operands, operands + count, values)) continue;
+            if (std::equal(operands, operands + count, values)) continue;
             std::copy_n(operands, count, values);
-            unit.evaluate(values, isFaulty ? fault : nullptr);
+            unit.evaluate(values);
+            ++state.versions[stage];
         }
+    }
+}
+
+void Path::evaluateFaulty(PathState& state, size_t stage, const Fault& fault) const {
+    for (int i = 0; i < stages_[stage].instances; ++i) {
+        int64_t* values = slots(state, stage, i);
+        feed(state, stage, i, values);
+        stages_[stage].unit->evaluate(values, &fault);
     }
 }
 

@@ -25,6 +25,7 @@ struct Stage {
 /// The slots of all stages for one pixel.
 struct PathState {
     std::vector<int64_t> slots;
+    std::vector<uint32_t> versions;  ///< of stages: how often they were evaluated
     int x;
     int y;
 };
@@ -48,9 +49,12 @@ public:
     virtual Size output() const = 0;
     virtual bool isActive(PathState& /*state*/, size_t /*stage*/) const { return true; }
 
-    /// Evaluates the stages from `first` on for the state's pixel. Faulty hardware has its fault in stage
-    /// `first`.
-    void evaluate(PathState& state, size_t first = 0, const Fault* fault = nullptr) const;
+    /// Evaluates the stages from `first` on for the state's pixel, but for those whose operands are what they
+    /// were.
+    void evaluate(PathState& state, size_t first = 0) const;
+
+    /// Evaluates one stage of faulty hardware.
+    void evaluateFaulty(PathState& state, size_t stage, const Fault& fault) const;
 
     /// Luma pixels from one of the output's samples to the next.
     virtual int pixelStep() const { return 1; }

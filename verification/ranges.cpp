@@ -348,8 +348,8 @@ bool dependsOnLimits(const Unit& unit) {
     return std::find(std::begin(kSamplers), std::end(kSamplers), unit.name) == std::end(kSamplers);
 }
 
-std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, Direction direction) {
-    const int largest = largestSide(limits, direction);
+std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, const Use& place) {
+    const int largest = largestSide(limits, place.direction);
     std::vector<Range> ranges(unit.quantities.size(), Range{kFar, -kFar, kFar, -kFar});
     const auto analyze = [&](const std::vector<Interval>& free) {
         return [&unit, &ranges, analysis = std::make_shared<Analysis>(unit, free, ranges)](
@@ -385,12 +385,12 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, Direction di
     } else if (name == "source_position") {
         const Range displacement = rangesOf(unitNamed("grid_curve"), limits).back();
         const auto use = analyze({{double(displacement.low), double(displacement.high)}});
-        forFrames(limits, direction, [&](const GdcAxis& axis, int) {
+        forFrames(limits, place.direction, [&](const GdcAxis& axis, int) {
             for (const int i : {0, axis.sourceSize - 1}) use({axis.invScale, i, axis.sourceSize});
         });
     } else if (name == "virtual_axis") {
         const auto use = analyze({});
-        forFrames(limits, direction, [&](const GdcAxis& axis, int cellSize) {
+        forFrames(limits, place.direction, [&](const GdcAxis& axis, int cellSize) {
             const int last = axis.sourceSize - 1;
             const bool isSmall = last < 256;
             // Positions are monotonic: in large frames, ends and their neighbours.
@@ -399,7 +399,7 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, Direction di
         });
     } else if (name == "warp_taps" || name == "warp_pair_taps") {
         const auto use = analyze({});
-        forFrames(limits, direction, [&](const GdcAxis& axis, int) {
+        forFrames(limits, place.direction, [&](const GdcAxis& axis, int) {
             const int size = axis.sourceSize;
             for (int index = 0; index <= size; index += index < 2 || index > size - 3 ? 1 : size - 5) {
                 if (name == "warp_taps") {
@@ -411,7 +411,7 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, Direction di
             }
         });
     } else if (name == "reduce_axis") {
-        forScalings(largest, true, false, analyze({}));
+        forScalings(largest, true, place.isChroma, analyze({}));
     } else if (name == "enlarge_axis") {
         forScalings(largest, false, false, analyze({}));
     } else if (name == "enlarge_chroma_axis") {

@@ -20,8 +20,13 @@ struct Limits {
     static Limits parse(const std::string& text);
 };
 
-/// Where a register is used.
 enum class Direction { Across, Down, Both };
+
+/// Where a unit is used.
+struct Use {
+    Direction direction = Direction::Both;
+    bool isChroma = false;
+};
 
 /// Of one register, over all operands within the limits. No value is outside `low` to `high`; `least` and
 /// `most` occur.
@@ -41,6 +46,6 @@ struct Range {
 bool dependsOnLimits(const Unit& unit);
 
 /// Of every quantity of a unit, in the list's order.
-std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, Direction direction = Direction::Both);
+std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, const Use& use = {});
 
 }  // namespace vantor::verification

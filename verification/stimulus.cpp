@@ -1,0 +1,179 @@
+#include "verification/stimulus.h"
+
+#include <algorithm>
+#include <functional>
+#include <random>
+
+namespace vantor::verification {
+namespace {
+
+constexpr int kMinSide = 4;
+
+class Builder {
+public:
+    Builder(const Limits& limits, uint32_t seed, Coverage& coverage)
+        : limits_(limits), coverage_(coverage), random_(seed) {}
+
+    Stimulus build() {
+        scaleLongRows();
+        scaleTies();
+        repeat(60, [this] { scaleSmall(); });
+        warpLongRows();
+        repeat(150, [this] { warpSmall(); });
+        dropUnused();
+        return std::move(stimulus_);
+    }
+
+private:
+    /// Until so many in a row brought nothing.
+    void repeat(int patience, const std::function<void()>& attempt) {
+        for (int vain = 0; vain < patience; ++vain) {
+            const size_t before = stimulus_.requests.size();
+            attempt();
+            if (stimulus_.requests.size() > before) vain = 0;
+        }
+    }
+
+    int between(int low, int high) {
+        return low + static_cast<int>(random_() % static_cast<uint32_t>(high - low + 1));
+    }
+
+    size_t addPicture(Size size) {
+        StimulusPicture picture{size, std::vector<uint8_t>(size.pixels() / 2 * 3)};
+        const int kind = between(0, 2);
+        for (uint8_t& sample : picture.bytes) {
+            const auto any = static_cast<uint8_t>(random_());
+            const auto extreme = static_cast<uint8_t>(any & 1 ? 255 : 0);
+            sample = kind == 0 ? any : kind == 1 || between(0, 3) > 0 ? extreme : any;
+        }
+        stimulus_.pictures.push_back(std::move(picture));
+        return stimulus_.pictures.size() - 1;
+    }
+
+    void scale(size_t picture, Size target) {
+        if (target.width > limits_.scaled.width || target.height > limits_.scaled.height) return;
+        const int seen = coverage_.scaled(stimulus_.pictures[picture].view(), target, name());
+        if (seen > 0) stimulus_.requests.push_back({picture, target});
+    }
+
+    void warp(size_t picture, const Grid& grid) {
+        if (coverage_.warped(stimulus_.pictures[picture].view(), grid, name()) == 0) return;
+        stimulus_.grids.push_back(grid);
+        stimulus_.requests.push_back(
+            {picture, stimulus_.pictures[picture].size, static_cast<int>(stimulus_.grids.size()) - 1});
+    }
+
+    std::string name() const { return "request" + std::to_string(stimulus_.requests.size()); }
+
+    /// Registers of positions need the largest sizes and ratios.
+    void scaleLongRows() {
+        const auto [width, height] = limits_.scaled;
+        const size_t wide = addPicture({width & ~1, kMinSide});
+        for (const Size target :
+             {Size{kMinSide, kMinSide}, {(width & ~1) - 2, kMinSide}, {width & ~1, kMinSide + 2}})
+            scale(wide, target);
+        const size_t tall = addPicture({kMinSide, height & ~1});
+        for (const Size target :
+             {Size{kMinSide, kMinSide}, {kMinSide, (height & ~1) - 2}, {kMinSide + 2, height & ~1}})
+            scale(tall, target);
+    }
+
+    /// Only some ratios put positions half way between two phases.
+    void scaleTies() {
+        const size_t picture = addPicture({66, 66});
+        for (const int side : {128, 256}) scale(picture, {side, side});
+    }
+
+    void scaleSmall() {
+        const Size size{2 * between(4, 40), 2 * between(4, 40)};
+        const auto side = [&](int source) {
+            return between(0, 1) == 0 ? 2 * between(2, 60) : std::max(source + 2 * between(-3, 3), kMinSide);
+        };
+        scale(addPicture(size), {side(size.width), side(size.height)});
+    }
+
+    void warpLongRows() {
+        const auto [width, height] = limits_.warped;
+        for (const Size size : {Size{width & ~1, kMinSide}, Size{kMinSide, height & ~1}}) {
+            const size_t picture = addPicture(size);
+            repeat(20, [&] { warp(picture, makeGrid()); });
+        }
+    }
+
+    void warpSmall() {
+        if (between(0, 3) == 0 || smallWarps_.empty())
+            smallWarps_.push_back(addPicture({2 * between(8, 48), 2 * between(8, 48)}));
+        const auto picture =
+            smallWarps_[static_cast<size_t>(between(0, static_cast<int>(smallWarps_.size()) - 1))];
+        warp(picture, makeGrid());
+    }
+
+    int node(int magnitude) {
+        const int limit = std::min(magnitude, limits_.node);
+        return between(-limit, limit - 1);
+    }
+
+    /// Of nodes at random, of one magnitude or of several; or of the largest that follow each other with
+    /// alternating signs, but for some.
+    Grid makeGrid() {
+        Grid grid;
+        for (int32_t* nodes : {grid.dX, grid.dY}) {
+            const int kind = between(0, 5);
+            const int bits = between(7, 24);
+            const int changes = between(2, 12);
+            for (int row = 0; row < kGridNodes; ++row) {
+                for (int column = 0; column < kGridNodes; ++column) {
+                    int32_t& node = nodes[kGridNodes * row + column];
+                    const bool isHigh = (kind == 0 ? row : kind == 1 ? column : row + column) % 2 == 0;
+                    if (kind > 2) {
+                        node = this->node(1 << (kind == 3 ? between(7, 24) : bits));
+                    } else if (between(0, changes) == 0) {
+                        node = this->node(limits_.node);
+                    } else {
+                        node = isHigh == (between(0, changes) > 0) ? limits_.node - 1 : -limits_.node;
+                    }
+                }
+            }
+        }
+        return grid;
+    }
+
+    void dropUnused() {
+        std::vector<StimulusPicture> used;
+        std::vector<size_t> places(stimulus_.pictures.size(), SIZE_MAX);
+        for (StimulusRequest& request : stimulus_.requests) {
+            size_t& place = places[request.picture];
+            if (place == SIZE_MAX) {
+                place = used.size();
+                used.push_back(std::move(stimulus_.pictures[request.picture]));
+            }
+            request.picture = place;
+        }
+        stimulus_.pictures = std::move(used);
+    }
+
+    const Limits& limits_;
+    Coverage& coverage_;
+    std::mt19937 random_;
+    Stimulus stimulus_;
+    std::vector<size_t> smallWarps_;
+};
+
+}  // namespace
+
+PictureView StimulusPicture::view() const {
+    return {bytes.data(), size.width, bytes.data() + size.pixels(), size.width, size};
+}
+
+size_t Stimulus::samples() const {
+    size_t count = 0;
+    for (const StimulusPicture& picture : pictures) count += picture.bytes.size();
+    for (const StimulusRequest& request : requests) count += request.target.pixels() / 2 * 3;
+    return count;
+}
+
+Stimulus makeStimulus(const Limits& limits, uint32_t seed, Coverage& coverage) {
+    return Builder(limits, seed, coverage).build();
+}
+
+}  // namespace vantor::verification
