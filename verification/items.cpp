@@ -133,7 +133,11 @@ private:
         const Stage& stage = path_.stages()[stage_];
         const Quantity& quantity = stage.unit->quantities[index_];
         const std::string name = stage.name + "." + quantity.name + "." + kind;
-        const std::string proof = proofByRange(quantity, fault);
+        std::string proof = proofByRange(quantity, fault);
+        if (stage.unit->name == "virtual_axis" && rounding == Rounding::HalfEven &&
+            !hasTies(limits_, stage.direction)) {
+            proof = "For no size within the limits a position is half way between two.";
+        }
         items_.push_back({name,
                           quantity.name + " " + reason,
                           stage_,

@@ -341,6 +341,16 @@ Limits Limits::parse(const std::string& text) {
     return limits;
 }
 
+bool hasTies(const Limits& limits, Direction direction) {
+    bool found = false;
+    forFrames(limits, direction, [&](const GdcAxis& axis, int) {
+        // Odd multiples of the scale are rounded.
+        const int divisor = 1 << (axis.scaleShifter + 8);
+        found |= axis.scale % divisor == divisor / 2;
+    });
+    return found;
+}
+
 bool dependsOnLimits(const Unit& unit) {
     constexpr const char* kSamplers[] = {"bicubic",        "bilinear",        "colour",
                                          "cubic",          "interp4_across",  "interp4_down",

@@ -42,6 +42,9 @@ struct Range {
     bool isDecided() const { return bound().bits == witness().bits; }
 };
 
+/// Whether there are frames with positions half way between two positions of the virtual frame.
+bool hasTies(const Limits& limits, Direction direction);
+
 /// Whether the ranges of a unit's quantities do.
 bool dependsOnLimits(const Unit& unit);
 

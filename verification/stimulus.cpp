@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <random>
+
+#include "gdc_model/grid_interp.h"
+#include "verification/items.h"
 
 namespace vantor::verification {
 namespace {
@@ -17,9 +21,11 @@ public:
     Stimulus build() {
         scaleLongRows();
         scaleTies();
-        repeat(60, [this] { scaleSmall(); });
+        repeat(100, [this] { scaleSmall(); });
+        repeat(40, [this] { warpSmall(); });
         warpLongRows();
-        repeat(150, [this] { warpSmall(); });
+        repeat(40, [this] { warpShifted(); });
+        plantGrids();
         dropUnused();
         return std::move(stimulus_);
     }
@@ -38,9 +44,9 @@ private:
         return low + static_cast<int>(random_() % static_cast<uint32_t>(high - low + 1));
     }
 
-    size_t addPicture(Size size) {
+    size_t addPicture(Size size, int mostExtreme = 2) {
         StimulusPicture picture{size, std::vector<uint8_t>(size.pixels() / 2 * 3)};
-        const int kind = between(0, 2);
+        const int kind = between(0, mostExtreme);
         for (uint8_t& sample : picture.bytes) {
             const auto any = static_cast<uint8_t>(random_());
             const auto extreme = static_cast<uint8_t>(any & 1 ? 255 : 0);
@@ -94,10 +100,13 @@ private:
 
     void warpLongRows() {
         const auto [width, height] = limits_.warped;
-        for (const Size size : {Size{width & ~1, kMinSide}, Size{kMinSide, height & ~1}}) {
-            const size_t picture = addPicture(size);
-            repeat(20, [&] { warp(picture, makeGrid()); });
-        }
+        std::vector<size_t> pictures;
+        for (const Size size : {Size{width & ~1, kMinSide}, Size{kMinSide, height & ~1}})
+            pictures.push_back(addPicture(size));
+        repeat(20, [&] { warp(pictures[random_() % pictures.size()], makeGrid()); });
+        // The only height at which rows lie half way between two virtual ones.
+        constexpr int kTieHeight = 4096;
+        if (height >= kTieHeight) warp(addPicture({kMinSide, kTieHeight}), makeGrid());
     }
 
     void warpSmall() {
@@ -108,6 +117,67 @@ private:
         warp(picture, makeGrid());
     }
 
+    /// With the same fractions everywhere, and samples that clamps leave alone.
+    void warpShifted() {
+        if (shifted_ == SIZE_MAX) shifted_ = addPicture({96, 96}, 0);
+        Grid grid;
+        for (int32_t* nodes : {grid.dX, grid.dY}) std::fill_n(nodes, kGridNodes * kGridNodes, node(1 << 15));
+        warp(shifted_, grid);
+    }
+
+    /// The last bits of a grid's rows rarely show: what is left of their items is searched for node by node.
+    void plantGrids() {
+        const WarpPath path;
+        std::map<std::string, bool> isOpen;
+        for (const CoverageItem& item : coverage_.items())
+            isOpen[item.name] = !item.isSeen && item.proof.empty();
+        for (const Item& item : itemsOf(path, limits_)) {
+            if (!isOpen[item.name] || path.stages()[item.stage].unit->name != "grid_row") continue;
+            const size_t before = stimulus_.requests.size();
+            for (int attempt = 0; attempt < 20 && stimulus_.requests.size() == before; ++attempt)
+                plantGrid(item);
+        }
+    }
+
+    void plantGrid(const Item& item) {
+        const Size size{std::min(256, limits_.warped.width & ~15),
+                        std::min(2 * between(34, 60), limits_.warped.height & ~1)};
+        const GdcFrame frame = requestFrame(size.width, size.height, {0, 0, size.width - 1, size.height - 1});
+        Grid grid = makeGrid(4);
+        for (int i = 0; i < kGridCells / 2; ++i) {
+            const int row = between(0, size.height - 1);
+            const VirtualPosition at = virtualPosition(frame.y, row, kVirtualCellHeight);
+            for (int column = 0; column < kGridNodes; ++column) plantNodes(item, at, column, grid);
+        }
+        warp(addPicture(size), grid);
+    }
+
+    /// Sets the nodes of one column around a row so that the fault changes its value there.
+    void plantNodes(const Item& item, const VirtualPosition& at, int column, Grid& grid) {
+        constexpr int kTries = 3000;
+        const Unit& unit = unitNamed("grid_row");
+        std::vector<int64_t> good = unit.fresh;
+        std::vector<int64_t> bad = unit.fresh;
+        good[4] = at.cell;
+        good[5] = at.within;
+        for (int tries = 0; tries < kTries; ++tries) {
+            for (size_t i = 0; i < 4; ++i) good[i] = node(4096);
+            if (at.cell == 1) good[0] = 0;
+            if (at.cell == kGridCells) good[3] = 0;
+            std::copy_n(good.begin(), unit.operands.size(), bad.begin());
+            unit.evaluate(good.data());
+            const auto quantity = static_cast<size_t>(item.fault.quantity);
+            if (!item.isReached(unit.quantities[quantity], good.data(), unit.slotOf(quantity))) continue;
+            unit.evaluate(bad.data(), &item.fault);
+            if (good[*unit.result] == bad[*unit.result]) continue;
+            for (int i = std::max(0, 2 - at.cell); i < 4 && at.cell - 2 + i < kGridNodes; ++i) {
+                const int place = kGridNodes * (at.cell - 2 + i) + column;
+                grid.dX[place] = grid.dY[place] = static_cast<int32_t>(good[static_cast<size_t>(i)]);
+            }
+            return;
+        }
+    }
+
     int node(int magnitude) {
         const int limit = std::min(magnitude, limits_.node);
         return between(-limit, limit - 1);
@@ -115,17 +185,20 @@ private:
 
     /// Of nodes at random, of one magnitude or of several; or of the largest that follow each other with
     /// alternating signs, but for some.
-    Grid makeGrid() {
+    Grid makeGrid(int firstKind = 0) {
         Grid grid;
         for (int32_t* nodes : {grid.dX, grid.dY}) {
-            const int kind = between(0, 5);
+            const int kind = between(firstKind, 6);
             const int bits = between(7, 24);
             const int changes = between(2, 12);
+            const int common = node(1 << between(7, 15));
             for (int row = 0; row < kGridNodes; ++row) {
                 for (int column = 0; column < kGridNodes; ++column) {
                     int32_t& node = nodes[kGridNodes * row + column];
                     const bool isHigh = (kind == 0 ? row : kind == 1 ? column : row + column) % 2 == 0;
-                    if (kind > 2) {
+                    if (kind == 6) {
+                        node = common;
+                    } else if (kind > 2) {
                         node = this->node(1 << (kind == 3 ? between(7, 24) : bits));
                     } else if (between(0, changes) == 0) {
                         node = this->node(limits_.node);
@@ -157,6 +230,7 @@ private:
     std::mt19937 random_;
     Stimulus stimulus_;
     std::vector<size_t> smallWarps_;
+    size_t shifted_ = SIZE_MAX;
 };
 
 }  // namespace
