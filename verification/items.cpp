@@ -74,6 +74,7 @@ private:
         if (const Format format = formatOf(quantity); format.bits > 1) {
             add("width", Fault::Narrow, "needs all of its " + std::to_string(format.bits) + " bits");
             items_.back().fault.kept = {format.isSigned, format.bits - 1, 0};
+            if (items_.back().proof.empty()) items_.back().proof = proofByDistance(quantity, format.bits);
         }
         if (quantity.rounding && !quantity.isConstant) addRoundings(quantity);
         if (quantity.clamp) {
@@ -112,6 +113,20 @@ private:
         if (canReach) return {};
         return "Within the limits " + unit.quantities[static_cast<size_t>(before)].name + " is from " +
                std::to_string(range.low) + " to " + std::to_string(range.high) + ".";
+    }
+
+    /// Why a register of the displacement that lacks its top bit never shows, if the limits are the reason.
+    std::string proofByDistance(const Quantity& quantity, int bits) const {
+        const Stage& stage = path_.stages()[stage_];
+        const bool isProduct = quantity.name == "product";
+        if (stage.unit->name != "source_position" || !(isProduct || quantity.name == "moved")) return {};
+        const int side = stage.direction == Direction::Across ? limits_.warped.width : limits_.warped.height;
+        const int64_t picture = int64_t{side} * 256 * (isProduct ? 1 << 13 : 1);
+        const int64_t farthest = std::max(-ranges_[index_].low, ranges_[index_].high);
+        if ((int64_t{1} << (bits - 1)) - farthest < picture || int64_t{1} << (bits - 2) < picture) return {};
+        return "Within the limits a value that needs the top bit moves a pixel out of the picture, and so "
+               "does what is "
+               "left without it, to the other side.";
     }
 
     void addRoundings(const Quantity& quantity) {

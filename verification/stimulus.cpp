@@ -21,10 +21,10 @@ public:
     Stimulus build() {
         scaleLongRows();
         scaleTies();
-        repeat(100, [this] { scaleSmall(); });
-        repeat(40, [this] { warpSmall(); });
+        repeat(300, [this] { scaleSmall(); });
+        repeat(60, [this] { warpSmall(); });
         warpLongRows();
-        repeat(40, [this] { warpShifted(); });
+        repeat(150, [this] { warpShifted(); });
         plantGrids();
         dropUnused();
         return std::move(stimulus_);
@@ -103,7 +103,7 @@ private:
         std::vector<size_t> pictures;
         for (const Size size : {Size{width & ~1, kMinSide}, Size{kMinSide, height & ~1}})
             pictures.push_back(addPicture(size));
-        repeat(20, [&] { warp(pictures[random_() % pictures.size()], makeGrid()); });
+        repeat(40, [&] { warp(pictures[random_() % pictures.size()], makeGrid()); });
         // The only height at which rows lie half way between two virtual ones.
         constexpr int kTieHeight = 4096;
         if (height >= kTieHeight) warp(addPicture({kMinSide, kTieHeight}), makeGrid());
@@ -111,7 +111,7 @@ private:
 
     void warpSmall() {
         if (between(0, 3) == 0 || smallWarps_.empty())
-            smallWarps_.push_back(addPicture({2 * between(8, 48), 2 * between(8, 48)}));
+            smallWarps_.push_back(addPicture({2 * between(8, 32), 2 * between(8, 32)}));
         const auto picture =
             smallWarps_[static_cast<size_t>(between(0, static_cast<int>(smallWarps_.size()) - 1))];
         warp(picture, makeGrid());
@@ -119,7 +119,7 @@ private:
 
     /// With the same fractions everywhere, and samples that clamps leave alone.
     void warpShifted() {
-        if (shifted_ == SIZE_MAX) shifted_ = addPicture({96, 96}, 0);
+        if (shifted_ == SIZE_MAX) shifted_ = addPicture({64, 64}, 0);
         Grid grid;
         for (int32_t* nodes : {grid.dX, grid.dY}) std::fill_n(nodes, kGridNodes * kGridNodes, node(1 << 15));
         warp(shifted_, grid);
@@ -140,7 +140,7 @@ private:
     }
 
     void plantGrid(const Item& item) {
-        const Size size{std::min(256, limits_.warped.width & ~15),
+        const Size size{std::min(128, limits_.warped.width & ~15),
                         std::min(2 * between(34, 60), limits_.warped.height & ~1)};
         const GdcFrame frame = requestFrame(size.width, size.height, {0, 0, size.width - 1, size.height - 1});
         Grid grid = makeGrid(4);
