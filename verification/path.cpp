@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 
 namespace vantor::verification {
 namespace {
@@ -56,6 +57,21 @@ size_t Path::addStage(const std::string& name, const char* unit, Direction direc
 
 Path::Register Path::find(size_t stage, const char* quantity) const {
     return {stage, static_cast<size_t>(stages_[stage].unit->slot(quantity))};
+}
+
+const Unit& unitOfStage(const std::string& name) {
+    static const auto units = [] {
+        std::map<std::string, const Unit*> found;
+        const auto addAll = [&](const Path& path) {
+            for (const Stage& stage : path.stages()) found[stage.name] = stage.unit;
+        };
+        for (const bool isReduction : {false, true}) {
+            for (const bool isChroma : {false, true}) addAll(ScalePath(isReduction, isChroma));
+        }
+        addAll(WarpPath());
+        return found;
+    }();
+    return *units.at(name);
 }
 
 }  // namespace vantor::verification

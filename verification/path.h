@@ -194,4 +194,7 @@ private:
     Grid grid_{};
 };
 
+/// The unit of a stage of any path.
+const Unit& unitOfStage(const std::string& name);
+
 }  // namespace vantor::verification

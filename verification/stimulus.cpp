@@ -154,7 +154,7 @@ private:
 
     /// Sets the nodes of one column around a row so that the fault changes its value there.
     void plantNodes(const Item& item, const VirtualPosition& at, int column, Grid& grid) {
-        constexpr int kTries = 3000;
+        constexpr int kTries = 300;
         const Unit& unit = unitNamed("grid_row");
         std::vector<int64_t> good = unit.fresh;
         std::vector<int64_t> bad = unit.fresh;

@@ -145,6 +145,9 @@ int runTool(int argc, char** argv) {
     addWarp(app, run);
     addGrid(app, run);
     addExplain(app, run);
+    addTrace(app, run);
+    addCoverage(app, run);
+    addStimulus(app, run);
     addCrosscheck(app, run);
     addCompare(app, run);
     addView(app, run);
