@@ -23,9 +23,10 @@ public:
         scaleTies();
         repeat(300, [this] { scaleSmall(); });
         repeat(60, [this] { warpSmall(); });
-        warpLongRows();
+        warpTies();
         repeat(150, [this] { warpShifted(); });
         plantGrids();
+        warpLongRows();
         dropUnused();
         return std::move(stimulus_);
     }
@@ -103,10 +104,13 @@ private:
         std::vector<size_t> pictures;
         for (const Size size : {Size{width & ~1, kMinSide}, Size{kMinSide, height & ~1}})
             pictures.push_back(addPicture(size));
-        repeat(40, [&] { warp(pictures[random_() % pictures.size()], makeGrid()); });
-        // The only height at which rows lie half way between two virtual ones.
-        constexpr int kTieHeight = 4096;
-        if (height >= kTieHeight) warp(addPicture({kMinSide, kTieHeight}), makeGrid());
+        repeat(150, [&] { warp(pictures[random_() % pictures.size()], makeGrid()); });
+    }
+
+    /// There is one height at which rows lie half way between two virtual ones.
+    void warpTies() {
+        constexpr int kHeight = 4096;
+        if (limits_.warped.height >= kHeight) warp(addPicture({kMinSide, kHeight}), makeGrid());
     }
 
     void warpSmall() {

@@ -130,7 +130,7 @@ int runTool(int argc, char** argv) {
         "  0  success; compare, crosscheck, replay, selftest: identical\n"
         "  1  compare, crosscheck, replay, selftest: different; scale, warp --verify: another hash; grid "
         "--check: "
-        "faults\n"
+        "faults; coverage, stimulus: something is left\n"
         "  2  error, explained on standard error; files are written atomically, so no partial result is "
         "left\n"
         "\n"

@@ -19,6 +19,7 @@ _vantor() {
     case $previous in
     --backend) values="software hardware" ;;
     --input-format | --other-format | --output-format) values="nv12 nv21 i420 gray y4m" ;;
+    --format) values="npy hex csv" ;;
     --yuv-matrix) values="601 709 bt601 bt709" ;;
     --yuv-range) values="limited full tv pc" ;;
     *)
