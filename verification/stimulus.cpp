@@ -24,9 +24,11 @@ public:
         repeat(300, [this] { scaleSmall(); });
         repeat(60, [this] { warpSmall(); });
         warpTies();
+        addLongRows();
+        repeat(40, [this] { warpLongRows(); });
         repeat(150, [this] { warpShifted(); });
         plantGrids();
-        warpLongRows();
+        repeat(150, [this] { warpLongRows(); });
         dropUnused();
         return std::move(stimulus_);
     }
@@ -99,13 +101,13 @@ private:
         scale(addPicture(size), {side(size.width), side(size.height)});
     }
 
-    void warpLongRows() {
+    void addLongRows() {
         const auto [width, height] = limits_.warped;
-        std::vector<size_t> pictures;
-        for (const Size size : {Size{width & ~1, kMinSide}, Size{kMinSide, height & ~1}})
-            pictures.push_back(addPicture(size));
-        repeat(150, [&] { warp(pictures[random_() % pictures.size()], makeGrid()); });
+        longRows_[0] = addPicture({width & ~1, kMinSide});
+        longRows_[1] = addPicture({kMinSide, height & ~1});
     }
+
+    void warpLongRows() { warp(longRows_[random_() % 2], makeGrid()); }
 
     /// There is one height at which rows lie half way between two virtual ones.
     void warpTies() {
@@ -234,6 +236,7 @@ private:
     std::mt19937 random_;
     Stimulus stimulus_;
     std::vector<size_t> smallWarps_;
+    size_t longRows_[2] = {};
     size_t shifted_ = SIZE_MAX;
 };
 
