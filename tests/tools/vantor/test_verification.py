@@ -65,13 +65,18 @@ def test_stimulus_sees_everything_and_reports_add_up(vantor, chart):
     vantor(f"stimulus -o stimulus {limits}", text="they see all that can be seen")
     manifest = json.loads(pathlib.Path("stimulus/manifest.json").read_text())
     assert manifest["samples"] <= 1000000
-    for request in manifest["requests"][::20]:
+    for request in manifest["requests"]:
+        width, height = map(int, re.search(r"_(\d+)x(\d+)", request["result"]).groups())
+        if "grid" in request and (width < 96 or height < 64):
+            continue  # which the device does not take
         how = "--grid stimulus/{grid}" if "grid" in request else "--size {size[0]}x{size[1]}"
         command = "warp" if "grid" in request else "scale"
         vantor(f"{command} stimulus/{request['input']} -o x.nv12 {how.format(**request)}")
         assert pathlib.Path("x.nv12").read_bytes() == pathlib.Path("stimulus", request["result"]).read_bytes()
     vantor(f"coverage stimulus {limits} -o all.json", text="items:")
-    seen = {item["name"] for item in json.loads(pathlib.Path("all.json").read_text())["items"] if item["seen"]}
+    items = json.loads(pathlib.Path("all.json").read_text())["items"]
+    seen = {item["name"] for item in items if item["seen"]}
+    assert not seen & {item["name"] for item in items if "proof" in item}
     document = vantor(f"coverage chart.png --size 150x80 {limits} --json", 1).json()
     items = [item for item in document["items"] if item["reached"]]
     assert {item["name"] for item in items if item["seen"]} < seen

@@ -57,6 +57,11 @@ Part partOf(const Domain& domain, const TraceRegion& region) {
     return part;
 }
 
+/// Hexadecimal ones.
+int digitsOf(const Format& format) {
+    return (format.bits + 3) / 4;
+}
+
 /// A file of numbers, written in pieces.
 class VectorFile {
 public:
@@ -64,11 +69,12 @@ public:
 
     void text(const std::string& text) { buffer_ += text; }
 
-    void add(int64_t value, int bytes, int digits) {
+    void add(int64_t value, int bytes, const Format& format) {
         if (format_ == TraceFormat::Npy) {
             for (int i = 0; i < bytes; ++i) buffer_ += static_cast<char>(value >> (8 * i) & 255);
         } else if (format_ == TraceFormat::Hex) {
-            for (int i = digits; i-- > 0;) buffer_ += "0123456789abcdef"[value >> (4 * i) & 15];
+            const int64_t kept = Format{false, format.bits, 0}.kept(value);
+            for (int i = digitsOf(format); i-- > 0;) buffer_ += "0123456789abcdef"[kept >> (4 * i) & 15];
             buffer_ += '\n';
         } else {
             buffer_ += std::to_string(value);
@@ -105,7 +111,6 @@ struct Column {
         while (8 * bytes < format.bits) bytes *= 2;
         return bytes;
     }
-    int digits() const { return (format.bits + 3) / 4; }
 };
 
 std::vector<Column> columnsOf(const Values& values) {
@@ -170,7 +175,7 @@ public:
         for (const Column& column : columns_) {
             const double decimal = column.format.bits * 0.302 + 2;
             perPlace += static_cast<double>(column.values.size()) *
-                        (format_ == TraceFormat::Hex ? column.digits() + 1 : decimal);
+                        (format_ == TraceFormat::Hex ? digitsOf(column.format) + 1 : decimal);
         }
         return perPlace * part_.size.width * part_.size.height;
     }
@@ -224,7 +229,7 @@ private:
             VectorFile& file = format_ == TraceFormat::Csv ? files_.front() : files_[i];
             for (const size_t value : column.values) {
                 if (format_ == TraceFormat::Csv) file.text(",");
-                file.add(values_.values()[value], column.bytes(), column.digits());
+                file.add(values_.values()[value], column.bytes(), column.format);
             }
         }
         if (format_ == TraceFormat::Csv) files_.front().text("\n");
