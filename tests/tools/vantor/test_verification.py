@@ -77,6 +77,8 @@ def test_stimulus_sees_everything_and_reports_add_up(vantor, chart):
     items = json.loads(pathlib.Path("all.json").read_text())["items"]
     seen = {item["name"] for item in items if item["seen"]}
     assert not seen & {item["name"] for item in items if "proof" in item}
+    example = next(item["example"] for item in items if item["name"] == "warp.column.cell.7")
+    vantor(f"explain {example}", text="the library's picture has Y")
     document = vantor(f"coverage chart.png --size 150x80 {limits} --json", 1).json()
     items = [item for item in document["items"] if item["reached"]]
     assert {item["name"] for item in items if item["seen"]} < seen

@@ -1,5 +1,8 @@
 #include "tools/vantor/commands/checked_request.h"
 
+#include <algorithm>
+
+#include "hardware/vantorClient/warp_limits.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/commands/target_size.h"
 
@@ -12,6 +15,11 @@ Picture working(Picture picture) {
 }
 
 }  // namespace
+
+Size checkedFrame(const std::string& what, Size picture) {
+    return warpFrame(what, {std::max<int>(picture.width, hardware::kMinWarpWidth),
+                            std::max<int>(picture.height, hardware::kMinWarpHeight)});
+}
 
 void addCheckedOptions(CLI::App& command, CheckedOptions& options) {
     command.add_option("-s,--size", options.size, std::string("Scale to this size, ") + kTargetSizes)
@@ -33,7 +41,7 @@ CheckedRequest::CheckedRequest(const std::string& path, const CheckedOptions& op
         if (target == picture.size)
             throw UserError("--size " + options.size + ": the picture is copied, and nothing is computed");
     } else {
-        grid = gridFrom(options.warp, picture.size, warpFrame(path, picture.size));
+        grid = gridFrom(options.warp, picture.size, checkedFrame(path, picture.size));
     }
 }
 

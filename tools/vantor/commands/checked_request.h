@@ -21,6 +21,10 @@ struct CheckedOptions {
     bool isScaling() const { return !size.empty(); }
 };
 
+/// The size that a warped picture is extended to: that of the device, or, as the C library does, the device's
+/// smallest.
+Size checkedFrame(const std::string& what, Size picture);
+
 void addCheckedOptions(CLI::App& command, CheckedOptions& options);
 
 /// Of one picture, in the format that the engines work on: gray or NV12, of even size.

@@ -42,7 +42,9 @@ void addPicture(Coverage& coverage, const std::string& path, const CheckedOption
     if (options.isScaling()) {
         coverage.scaled(request.view(), request.target, path + " --size " + toString(request.target));
     } else {
-        coverage.warped(request.view(), request.grid, path + " " + describe(options.warp));
+        const std::string& file = options.warp.gridFile;
+        const std::string how = file.empty() ? " (" + describe(options.warp) + ")" : " --grid " + file;
+        coverage.warped(request.view(), request.grid, path + how);
     }
 }
 

@@ -178,7 +178,7 @@ int run(const ExplainCommand& command) {
     Picture input = readPicture(inputSpec(command.input, command.request.inputOptions));
     const Size size = input.size;
     checkPixel(command, size);
-    const Size frameSize = warpFrame(command.input, size);
+    const Size frameSize = checkedFrame(command.input, size);
     Picture picture = onFrame(command.input, std::move(input), frameSize, PixelFormat::Nv12);
     const Grid grid = gridFrom(command.request.warp, size, frameSize);
     const Json steps = explained(picture, grid, command.x, command.y);
