@@ -91,13 +91,22 @@ struct CellCurve {
     int32_t slopeChange;
     int32_t excess;
 
+    /// With its intermediate values.
+    struct Point {
+        int32_t e;
+        int32_t g;  ///< how far the curve is from its chord
+        int32_t linear;
+        int32_t displacement;
+    };
+
     /// `within` is 0 to 512, `bulge` its cellBulge.
-    int32_t displacement(int within, int32_t bulge) const {
-        const auto ex = narrow(hwround(int64_t{excess} * (kVirtualCellWidth - 2 * within), 9));
-        const auto gx = narrow(hwround(int64_t{wrapAdd(ex, slopeChange)} * bulge, 11));
+    Point at(int within, int32_t bulge) const {
+        const auto e = narrow(hwround(int64_t{excess} * (kVirtualCellWidth - 2 * within), 9));
+        const auto g = narrow(hwround(int64_t{wrapAdd(e, slopeChange)} * bulge, 11));
         const auto linear = narrow(hwround(int64_t{difference} * within, 9));
-        return clampDisplacement(wrapSub(wrapAdd(start, linear), gx));
+        return {e, g, linear, clampDisplacement(wrapSub(wrapAdd(start, linear), g))};
     }
+    int32_t displacement(int within, int32_t bulge) const { return at(within, bulge).displacement; }
 };
 
 /// A third of factor x value / 2^shift. Only extreme grids need a division of 64 bits, which 32-bit
@@ -107,6 +116,43 @@ inline int32_t roundedThird(int32_t factor, int32_t value, int shift) {
     return rounded == narrow(rounded) ? narrow(rounded) / 3 : narrow(rounded / 3);
 }
 
+/// A third of the bulge of the vertical curve at `within`: 0 to 96.
+inline int32_t rowBulgeThird(int within) {
+    return (((1 << kVirtStepShiftY) + within * (kVirtualCellHeight - within)) >> (kVirtStepShiftY + 1)) / 3;
+}
+
+/// The vertical curve of one node column at `within`, with its intermediate values.
+struct RowNode {
+    int32_t e;
+    int32_t f;
+    int32_t g;  ///< how far the curve is from its chord
+    int32_t linear;
+    int32_t value;  ///< at half the grid's scale
+
+    RowNode(const HermiteCell& hermite, int32_t top, int within, int32_t bulgeThird)
+        : e(roundedThird(kVirtualCellHeight - 2 * within, hermite.excess, 8)),
+          f(wrapAdd(e, hermite.slopeChange >> 1)),
+          g(roundedThird(bulgeThird, f, 9)),
+          linear(roundedThird(within, hermite.difference, 8)),
+          value(clampDisplacement(wrapSub(wrapAdd(linear, top >> 1), g))) {}
+};
+
+/// The nodes of one column around a cell: 0 beyond the grid.
+struct NodeColumn {
+    int32_t above;
+    int32_t top;
+    int32_t bottom;
+    int32_t below;
+
+    NodeColumn(const GdcGrid& grid, int cell, int column)
+        : above(cell > 1 ? grid[cell - 2][column] : 0),
+          top(grid[cell - 1][column]),
+          bottom(grid[cell][column]),
+          below(cell < kGridCells ? grid[cell + 1][column] : 0) {}
+
+    HermiteCell hermite(int cell) const { return {above, top, bottom, below, cell}; }
+};
+
 /// The grid along one output row: the vertical half of the interpolation, at half the grid's scale, for all
 /// node columns. It depends on the row alone.
 struct GridRow {
@@ -114,20 +160,10 @@ struct GridRow {
 
     GridRow() = default;
     GridRow(const GdcGrid& grid, const VirtualPosition& y) {
-        const int t = y.within;
-        const int32_t q3 =
-            (((1 << kVirtStepShiftY) + t * (kVirtualCellHeight - t)) >> (kVirtStepShiftY + 1)) / 3;
-        static constexpr int kBeyondGrid[kGridNodes] = {};
-        const int* const above = y.cell > 1 ? grid[y.cell - 2] : kBeyondGrid;
-        const int* const below = y.cell < kGridCells ? grid[y.cell + 1] : kBeyondGrid;
+        const int32_t bulgeThird = rowBulgeThird(y.within);
         for (int column = 0; column < kGridNodes; ++column) {
-            const int32_t top = grid[y.cell - 1][column];
-            const HermiteCell hermite(above[column], top, grid[y.cell][column], below[column], y.cell);
-            const int32_t e = roundedThird(kVirtualCellHeight - 2 * t, hermite.excess, 8);
-            const int32_t f = wrapAdd(e, hermite.slopeChange >> 1);
-            const int32_t g = roundedThird(q3, f, 9);
-            const int32_t linear = roundedThird(t, hermite.difference, 8);
-            value[column] = clampDisplacement(wrapSub(wrapAdd(linear, top >> 1), g));
+            const NodeColumn nodes(grid, y.cell, column);
+            value[column] = RowNode(nodes.hermite(y.cell), nodes.top, y.within, bulgeThird).value;
         }
     }
 

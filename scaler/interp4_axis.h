@@ -32,6 +32,9 @@ public:
 
     int srcSize() const { return srcSize_; }
 
+    /// In 1/262144 sample.
+    int64_t step() const { return step_; }
+
     /// Otherwise some taps lie beyond the source's edge.
     bool holdsAllTaps() const { return srcSize_ >= kInterp4Taps; }
 

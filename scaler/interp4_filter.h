@@ -1,6 +1,7 @@
 // The coefficients of interp4's luma filter.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -30,6 +31,21 @@ constexpr Interp4Filter makeInterp4Filter() {
         for (unsigned tap = 0; tap < 4; ++tap) filter[4 * phase + tap] = weights[mirrored ? 3 - tap : tap];
     }
     return filter;
+}
+
+/// Across: of four samples, in 1/16 level.
+inline int16_t interp4Across(const uint8_t* samples, const int16_t* weights) {
+    const int sum =
+        weights[0] * samples[0] + weights[1] * samples[1] + weights[2] * samples[2] + weights[3] * samples[3];
+    return static_cast<int16_t>(std::clamp((sum + 128) >> 8, INT16_MIN, INT16_MAX));
+}
+
+/// Down: of four rows, whose sum wraps, as arbitrary weights may overflow 32 bits.
+inline uint8_t interp4Down(int row0, int row1, int row2, int row3, const int16_t* weights) {
+    const auto product = [](int weight, int row) { return static_cast<uint32_t>(weight * row); };
+    const auto sum = static_cast<int32_t>(product(weights[0], row0) + product(weights[1], row1) +
+                                          product(weights[2], row2) + product(weights[3], row3));
+    return static_cast<uint8_t>(std::clamp((sum >> 16) + ((sum >> 15) & 1), 0, 255));
 }
 
 /// Whether each row of `coefficients` can be taken apart into two bytes per weight: (w + 32) >> 6 sums to 126

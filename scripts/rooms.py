@@ -24,6 +24,7 @@ tools/vantor/base
 tools/selftest
 service
 hardware/vantorClient
+verification
 bindings/c
 geometry
 gdc_model

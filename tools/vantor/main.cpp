@@ -142,7 +142,7 @@ int runTool(int argc, char** argv) {
         "  0  success; compare, crosscheck, replay, selftest: identical\n"
         "  1  compare, crosscheck, replay, selftest: different; scale, warp --verify: another hash; grid "
         "--check: "
-        "faults\n"
+        "faults; coverage, stimulus: something is left\n"
         "  2  error, explained on standard error; files are written atomically, so no partial result is "
         "left\n"
         "\n"
@@ -158,6 +158,9 @@ int runTool(int argc, char** argv) {
     addWarp(app, run);
     addGrid(app, run);
     addExplain(app, run);
+    addTrace(app, run);
+    addCoverage(app, run);
+    addStimulus(app, run);
     addCrosscheck(app, run);
     addCompare(app, run);
     addView(app, run);

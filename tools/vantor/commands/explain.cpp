@@ -1,4 +1,4 @@
-// vantor explain: every step of one warped pixel, by the model's own functions.
+// vantor explain: every step of one scaled or warped pixel, by the model's own functions.
 #include <array>
 #include <memory>
 
@@ -7,10 +7,9 @@
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/checked_request.h"
 #include "tools/vantor/commands/commands.h"
-#include "tools/vantor/commands/file_options.h"
-#include "tools/vantor/commands/warp_options.h"
-#include "tools/vantor/library/request.h"
+#include "tools/vantor/library/engine.h"
 
 namespace vantor::tool {
 namespace {
@@ -21,8 +20,7 @@ struct ExplainCommand {
     std::string input;
     int x = 0;
     int y = 0;
-    WarpOptions warp;
-    FileOptions inputOptions{"--input", {}, {}};
+    CheckedOptions request;
     bool json = false;
 };
 
@@ -110,19 +108,81 @@ Json explained(Picture& nv12, const Grid& grid, int x, int y) {
     return Json::parse(text.c_str());
 }
 
-int run(const ExplainCommand& command) {
-    Picture input = readPicture(inputSpec(command.input, command.inputOptions));
-    const Size size = input.size;
+void checkPixel(const ExplainCommand& command, Size size) {
     if (command.x < 0 || command.y < 0 || command.x >= size.width || command.y >= size.height) {
         throw UserError("X Y " + std::to_string(command.x) + " " + std::to_string(command.y) +
                         ": expected 0 0 to " + std::to_string(size.width - 1) + " " +
                         std::to_string(size.height - 1));
     }
-    const Size frameSize = warpFrame(command.input, size);
+}
+
+/// All registers on the way to one scaled pixel, stage by stage.
+Json scalingSteps(const CheckedRequest& request, int x, int y) {
+    using Domain = verification::Model::Domain;
+    const auto model = request.model(true);
+    Json stages = Json::object();
+    for (const Domain& domain : model->domains()) {
+        const int step = domain.kind >= Domain::PairColumns ? 2 : 1;
+        verification::Values values;
+        model->describe(domain.kind, std::min(x / step, domain.size.width - 1),
+                        std::min(y / step, domain.size.height - 1), values);
+        for (size_t i = 0; i < values.names().size(); ++i) {
+            const auto& [stage, quantity, instance] = values.names()[i];
+            stages[stage][static_cast<size_t>(instance)][quantity] = values.values()[i];
+        }
+    }
+    return stages;
+}
+
+/// What the library's picture has there.
+Json scaledSamples(CheckedRequest& request, int x, int y) {
+    Picture scaled = makePicture(request.picture.format, request.target);
+    Engine(1).run(planesOf(scaled), planesOf(request.picture), scalingRequest(Backend::Software));
+    Json samples = Json::array();
+    for (const Component& component : components(scaled)) {
+        const int halves = component.size == scaled.size ? 1 : 2;
+        samples.push_back(component.at(x / halves, y / halves));
+    }
+    return samples;
+}
+
+int explainScaling(const ExplainCommand& command) {
+    CheckedRequest request(command.input, command.request);
+    checkPixel(command, request.target);
+    const Json stages = scalingSteps(request, command.x, command.y);
+    Json json{{"pixel", {command.x, command.y}},
+              {"size", {request.picture.size.width, request.picture.size.height}},
+              {"scaled", {request.target.width, request.target.height}}};
+    json.update(stages);
+    json["library"] = scaledSamples(request, command.x, command.y);
+    if (command.json) {
+        printDocument(json);
+        return kDone;
+    }
+    printLine("pixel (%d, %d) of %s, scaled from %s", command.x, command.y, toString(request.target).c_str(),
+              toString(request.picture.size).c_str());
+    for (const auto& [stage, instances] : stages.items()) {
+        printLine("%s", stage.c_str());
+        for (const Json& registers : instances) {
+            std::string line;
+            for (const auto& [name, value] : registers.items()) line += "  " + name + " " + value.dump();
+            printLine("%s", line.c_str());
+        }
+    }
+    printLine("the library's picture has %s there", json["library"].dump().c_str());
+    return kDone;
+}
+
+int run(const ExplainCommand& command) {
+    if (command.request.isScaling()) return explainScaling(command);
+    Picture input = readPicture(inputSpec(command.input, command.request.inputOptions));
+    const Size size = input.size;
+    checkPixel(command, size);
+    const Size frameSize = checkedFrame(command.input, size);
     Picture picture = onFrame(command.input, std::move(input), frameSize, PixelFormat::Nv12);
-    const Grid grid = gridFrom(command.warp, size, frameSize);
+    const Grid grid = gridFrom(command.request.warp, size, frameSize);
     const Json steps = explained(picture, grid, command.x, command.y);
-    const std::string warp = describe(command.warp);
+    const std::string warp = describe(command.request.warp);
     if (command.json) {
         Json json{{"pixel", steps["pixel"]}, {"size", steps["size"]}, {"warp", warp}};
         json.update(steps);
@@ -139,21 +199,18 @@ int run(const ExplainCommand& command) {
 
 void addExplain(CLI::App& app, Run& run) {
     auto options = std::make_shared<ExplainCommand>();
-    CLI::App* command =
-        app.add_subcommand("explain", "Show how one pixel of a warp is computed, step by step");
+    CLI::App* command = app.add_subcommand("explain", "Show how one pixel is computed, step by step");
     command->add_option("IN", options->input, std::string("Picture: ") + kPictureFiles)
         ->type_name("FILE")
         ->required();
     command->add_option("X", options->x, "Output column")->type_name("")->required();
     command->add_option("Y", options->y, "Output row")->type_name("")->required();
-    addWarpOptions(*command, options->warp);
-    addGridOption(*command, options->warp);
-    addMatrixOption(*command, options->warp);
-    addFileOptions(*command, options->inputOptions);
+    addCheckedOptions(*command, options->request);
     command->add_flag("--json", options->json, "Print the steps as JSON");
     command->footer(
         "Examples:\n"
         "  vantor explain photo.png 640 360 --rotate 2\n"
+        "  vantor explain photo.png 100 100 --size 640x360\n"
         "  vantor explain photo.png 8 8 --matrix 8192,0,0,0,8192,0\n"
         "  vantor explain photo.png 0 0 --grid warp.grid --json");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });

@@ -1,0 +1,260 @@
+#include "verification/stimulus.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <random>
+
+#include "gdc_model/grid_interp.h"
+#include "verification/items.h"
+
+namespace vantor::verification {
+namespace {
+
+constexpr int kMinSide = 4;
+
+class Builder {
+public:
+    Builder(const Limits& limits, uint32_t seed, Coverage& coverage)
+        : limits_(limits), coverage_(coverage), random_(seed) {}
+
+    Stimulus build() {
+        scaleLongRows();
+        scaleTies();
+        repeat(300, [this] { scaleSmall(); });
+        repeat(60, [this] { warpSmall(); });
+        warpTies();
+        addLongRows();
+        repeat(40, [this] { warpLongRows(); });
+        repeat(150, [this] { warpShifted(); });
+        plantGrids();
+        repeat(150, [this] { warpLongRows(); });
+        dropUnused();
+        return std::move(stimulus_);
+    }
+
+private:
+    /// Until so many in a row brought nothing.
+    void repeat(int patience, const std::function<void()>& attempt) {
+        for (int vain = 0; vain < patience; ++vain) {
+            const size_t before = stimulus_.requests.size();
+            attempt();
+            if (stimulus_.requests.size() > before) vain = 0;
+        }
+    }
+
+    int between(int low, int high) {
+        return low + static_cast<int>(random_() % static_cast<uint32_t>(high - low + 1));
+    }
+
+    size_t addPicture(Size size, int mostExtreme = 2) {
+        StimulusPicture picture{size, std::vector<uint8_t>(size.pixels() / 2 * 3)};
+        const int kind = between(0, mostExtreme);
+        for (uint8_t& sample : picture.bytes) {
+            const auto any = static_cast<uint8_t>(random_());
+            const auto extreme = static_cast<uint8_t>(any & 1 ? 255 : 0);
+            sample = kind == 0 ? any : kind == 1 || between(0, 3) > 0 ? extreme : any;
+        }
+        stimulus_.pictures.push_back(std::move(picture));
+        return stimulus_.pictures.size() - 1;
+    }
+
+    void scale(size_t picture, Size target) {
+        if (target.width > limits_.scaled.width || target.height > limits_.scaled.height) return;
+        const int seen = coverage_.scaled(stimulus_.pictures[picture].view(), target, name());
+        if (seen > 0) stimulus_.requests.push_back({picture, target});
+    }
+
+    void warp(size_t picture, const Grid& grid) {
+        if (coverage_.warped(stimulus_.pictures[picture].view(), grid, name()) == 0) return;
+        stimulus_.grids.push_back(grid);
+        stimulus_.requests.push_back(
+            {picture, stimulus_.pictures[picture].size, static_cast<int>(stimulus_.grids.size()) - 1});
+    }
+
+    std::string name() const { return "request" + std::to_string(stimulus_.requests.size()); }
+
+    /// Registers of positions need the largest sizes and ratios.
+    void scaleLongRows() {
+        const auto [width, height] = limits_.scaled;
+        const size_t wide = addPicture({width & ~1, kMinSide});
+        for (const Size target :
+             {Size{kMinSide, kMinSide}, {(width & ~1) - 2, kMinSide}, {width & ~1, kMinSide + 2}})
+            scale(wide, target);
+        const size_t tall = addPicture({kMinSide, height & ~1});
+        for (const Size target :
+             {Size{kMinSide, kMinSide}, {kMinSide, (height & ~1) - 2}, {kMinSide + 2, height & ~1}})
+            scale(tall, target);
+    }
+
+    /// Only some ratios put positions half way between two phases.
+    void scaleTies() {
+        const size_t picture = addPicture({66, 66});
+        for (const int side : {128, 256}) scale(picture, {side, side});
+    }
+
+    void scaleSmall() {
+        const Size size{2 * between(4, 40), 2 * between(4, 40)};
+        const auto side = [&](int source) {
+            return between(0, 1) == 0 ? 2 * between(2, 60) : std::max(source + 2 * between(-3, 3), kMinSide);
+        };
+        scale(addPicture(size), {side(size.width), side(size.height)});
+    }
+
+    void addLongRows() {
+        const auto [width, height] = limits_.warped;
+        longRows_[0] = addPicture({width & ~1, kMinSide});
+        longRows_[1] = addPicture({kMinSide, height & ~1});
+    }
+
+    void warpLongRows() { warp(longRows_[random_() % 2], makeGrid()); }
+
+    /// There is one height at which rows lie half way between two virtual ones.
+    void warpTies() {
+        constexpr int kHeight = 4096;
+        if (limits_.warped.height >= kHeight) warp(addPicture({kMinSide, kHeight}), makeGrid());
+    }
+
+    void warpSmall() {
+        if (between(0, 3) == 0 || smallWarps_.empty())
+            smallWarps_.push_back(addPicture({2 * between(8, 32), 2 * between(8, 32)}));
+        const auto picture =
+            smallWarps_[static_cast<size_t>(between(0, static_cast<int>(smallWarps_.size()) - 1))];
+        warp(picture, makeGrid());
+    }
+
+    /// With the same fractions everywhere, and samples that clamps leave alone.
+    void warpShifted() {
+        if (shifted_ == SIZE_MAX) shifted_ = addPicture({64, 64}, 0);
+        Grid grid;
+        for (int32_t* nodes : {grid.dX, grid.dY}) std::fill_n(nodes, kGridNodes * kGridNodes, node(1 << 15));
+        warp(shifted_, grid);
+    }
+
+    /// The last bits of a grid's rows rarely show: what is left of their items is searched for node by node.
+    void plantGrids() {
+        const WarpPath path;
+        std::map<std::string, bool> isOpen;
+        for (const CoverageItem& item : coverage_.items())
+            isOpen[item.name] = !item.isSeen && item.proof.empty();
+        for (const Item& item : itemsOf(path, limits_)) {
+            if (!isOpen[item.name] || path.stages()[item.stage].unit->name != "grid_row") continue;
+            const size_t before = stimulus_.requests.size();
+            for (int attempt = 0; attempt < 20 && stimulus_.requests.size() == before; ++attempt)
+                plantGrid(item);
+        }
+    }
+
+    void plantGrid(const Item& item) {
+        const Size size{std::min(128, limits_.warped.width & ~15),
+                        std::min(2 * between(34, 60), limits_.warped.height & ~1)};
+        const GdcFrame frame = requestFrame(size.width, size.height, {0, 0, size.width - 1, size.height - 1});
+        Grid grid = makeGrid(4);
+        for (int i = 0; i < kGridCells / 2; ++i) {
+            const int row = between(0, size.height - 1);
+            const VirtualPosition at = virtualPosition(frame.y, row, kVirtualCellHeight);
+            for (int column = 0; column < kGridNodes; ++column) plantNodes(item, at, column, grid);
+        }
+        warp(addPicture(size), grid);
+    }
+
+    /// Sets the nodes of one column around a row so that the fault changes its value there.
+    void plantNodes(const Item& item, const VirtualPosition& at, int column, Grid& grid) {
+        constexpr int kTries = 300;
+        const Unit& unit = unitNamed("grid_row");
+        std::vector<int64_t> good = unit.fresh;
+        std::vector<int64_t> bad = unit.fresh;
+        good[4] = at.cell;
+        good[5] = at.within;
+        for (int tries = 0; tries < kTries; ++tries) {
+            for (size_t i = 0; i < 4; ++i) good[i] = node(4096);
+            if (at.cell == 1) good[0] = 0;
+            if (at.cell == kGridCells) good[3] = 0;
+            std::copy_n(good.begin(), unit.operands.size(), bad.begin());
+            unit.evaluate(good.data());
+            const auto quantity = static_cast<size_t>(item.fault.quantity);
+            if (!item.isReached(unit.quantities[quantity], good.data(), unit.slotOf(quantity))) continue;
+            unit.evaluate(bad.data(), &item.fault);
+            if (good[*unit.result] == bad[*unit.result]) continue;
+            for (int i = std::max(0, 2 - at.cell); i < 4 && at.cell - 2 + i < kGridNodes; ++i) {
+                const int place = kGridNodes * (at.cell - 2 + i) + column;
+                grid.dX[place] = grid.dY[place] = static_cast<int32_t>(good[static_cast<size_t>(i)]);
+            }
+            return;
+        }
+    }
+
+    int node(int magnitude) {
+        const int limit = std::min(magnitude, limits_.node);
+        return between(-limit, limit - 1);
+    }
+
+    /// Of nodes at random, of one magnitude or of several; or of the largest that follow each other with
+    /// alternating signs, but for some.
+    Grid makeGrid(int firstKind = 0) {
+        Grid grid;
+        for (int32_t* nodes : {grid.dX, grid.dY}) {
+            const int kind = between(firstKind, 6);
+            const int bits = between(7, 24);
+            const int changes = between(2, 12);
+            const int common = node(1 << between(7, 15));
+            for (int row = 0; row < kGridNodes; ++row) {
+                for (int column = 0; column < kGridNodes; ++column) {
+                    int32_t& node = nodes[kGridNodes * row + column];
+                    const bool isHigh = (kind == 0 ? row : kind == 1 ? column : row + column) % 2 == 0;
+                    if (kind == 6) {
+                        node = common;
+                    } else if (kind > 2) {
+                        node = this->node(1 << (kind == 3 ? between(7, 24) : bits));
+                    } else if (between(0, changes) == 0) {
+                        node = this->node(limits_.node);
+                    } else {
+                        node = isHigh == (between(0, changes) > 0) ? limits_.node - 1 : -limits_.node;
+                    }
+                }
+            }
+        }
+        return grid;
+    }
+
+    void dropUnused() {
+        std::vector<StimulusPicture> used;
+        std::vector<size_t> places(stimulus_.pictures.size(), SIZE_MAX);
+        for (StimulusRequest& request : stimulus_.requests) {
+            size_t& place = places[request.picture];
+            if (place == SIZE_MAX) {
+                place = used.size();
+                used.push_back(std::move(stimulus_.pictures[request.picture]));
+            }
+            request.picture = place;
+        }
+        stimulus_.pictures = std::move(used);
+    }
+
+    const Limits& limits_;
+    Coverage& coverage_;
+    std::mt19937 random_;
+    Stimulus stimulus_;
+    std::vector<size_t> smallWarps_;
+    size_t longRows_[2] = {};
+    size_t shifted_ = SIZE_MAX;
+};
+
+}  // namespace
+
+PictureView StimulusPicture::view() const {
+    return {bytes.data(), size.width, bytes.data() + size.pixels(), size.width, size};
+}
+
+size_t Stimulus::samples() const {
+    size_t count = 0;
+    for (const StimulusPicture& picture : pictures) count += picture.bytes.size();
+    for (const StimulusRequest& request : requests) count += request.target.pixels() / 2 * 3;
+    return count;
+}
+
+Stimulus makeStimulus(const Limits& limits, uint32_t seed, Coverage& coverage) {
+    return Builder(limits, seed, coverage).build();
+}
+
+}  // namespace vantor::verification
