@@ -1,13 +1,14 @@
 #!/bin/sh
 # faults.sh PROGRAM LIST [REQUESTS]: runs PROGRAM, built with VANTOR_FAULTS, with each fault of LIST, which is
 # vantor_faults.svh, and says which are found, and at which sample. Without REQUESTS, PROGRAM is that of blocks.sv; with
-# it, that of pictures.sv, and each line of REQUESTS is a run's arguments. Fails where a fault is not found, unless LIST
-# says that nothing changes, or that pictures show nothing.
+# it, that of pictures.sv, and each line of REQUESTS is a run's arguments, in the directory of that file. Fails where a
+# fault is not found, unless LIST says that nothing changes, or that pictures show nothing.
 set -eu
-program=$1
-list=$2
-requests=${3:-}
+program=$(realpath "$1")
+list=$(realpath "$2")
+requests=${3:+$(realpath "$3")}
 [ -x "$program" ] || { echo "$program: not a program" >&2; exit 2; }
+[ -z "$requests" ] || cd "$(dirname "$requests")"
 
 # run ARGUMENT...: prints the first sample that differs, if any.
 run() {

@@ -1,13 +1,15 @@
 // A whole picture through the blocks of ../rtl, one sample per clock, compared with an expected one up to the first
 // difference. Needs no DPI.
 //   +source=FILE +width=W +height=H    the planes of NV12, or of gray with +gray, without gaps
-//   +expected=FILE                     what the model makes of it: warped, if there is
+//   +expected=FILE                     what the model makes of it; or +output=FILE, where the blocks' result goes. Warped,
+//                                      if there is
 //   +grid=FILE                         a grid file in the binary form with nodes within 2^23, or else reduced to
 //   +to_width=W +to_height=H           this size
 module pictures;
   localparam MAX = 1 << 22;  // bytes of a picture
   reg [7:0] source[0:MAX-1];
-  reg [7:0] expected[0:MAX-1];
+  reg [7:0] expected[0:MAX-1];  // or the output
+  reg saves;                    // the output, and compares nothing
   reg [7:0] filtered[0:MAX-1];
   reg [7:0] grid[0:8711];
   integer width, height, to_width, to_height;
@@ -41,11 +43,24 @@ module pictures;
     end
   endtask
 
+  task save;
+    integer at;
+    begin
+      if (!$value$plusargs("output=%s", path)) $fatal(1, "pictures: +output has no name");
+      file = $fopen(path, "wb");
+      if (file == 0) $fatal(1, "%0s: cannot be written", path);
+      for (at = 0; at < samples; at = at + 1) $fwrite(file, "%c", expected[at]);
+      $fclose(file);
+    end
+  endtask
+
+  // Of the blocks' results, in any order.
   task compare(input integer plane, input integer x, input integer y, input [7:0] value);
     integer at;
     begin
       at = plane == 0 ? y * to_width + x : to_width * to_height + y * to_width + 2 * x + plane - 1;
-      if (value !== expected[at])
+      if (saves) expected[at] = value;
+      else if (value !== expected[at])
         $fatal(1, "pictures: sample %0d of %0d differs: plane %0d at %0d, %0d: output %0d, expected %0d", compared,
                samples, plane, x, y, value, expected[at]);
       compared = compared + 1;
@@ -329,10 +344,13 @@ module pictures;
     if (!$value$plusargs("source=%s", path)) $fatal(1, "pictures: +source is missing");
     open;
     close($fread(source, file), gray ? width * height : width * height / 2 * 3);
-    if (!$value$plusargs("expected=%s", path)) $fatal(1, "pictures: +expected is missing");
     samples = gray ? to_width * to_height : to_width * to_height / 2 * 3;
-    open;
-    close($fread(expected, file), samples);
+    saves = $test$plusargs("output=");
+    if (!saves) begin
+      if (!$value$plusargs("expected=%s", path)) $fatal(1, "pictures: +expected and +output are missing");
+      open;
+      close($fread(expected, file), samples);
+    end
     if ($value$plusargs("grid=%s", path)) begin
       open;
       close($fread(grid, file), 8712);
@@ -342,7 +360,8 @@ module pictures;
       reduce_columns;
       if (!gray) reduce_chroma;
     end
-    $display("pictures: %0d samples, 0 differ", compared);
+    if (saves) save;
+    else $display("pictures: %0d samples, 0 differ", compared);
     $finish(0);
   end
 endmodule

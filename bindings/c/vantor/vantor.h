@@ -65,9 +65,10 @@ typedef struct vantor_image {
 #define VANTOR_GRID_NODES 1089
 
 /**
- * The displacements of 33 x 33 nodes, which span the picture, row by row: a node's source lies that far from it, in
- * 1/256 sample of a virtual picture of 8192 x 6144 into which the picture is stretched. Zeros copy the picture exactly,
- * and every value is allowed. The layout is that of hardware::vantorClient::_GDCGrid.
+ * The displacements of 33 x 33 nodes, which span the picture, row by row: a node's source lies half that far from it,
+ * in 1/256 sample of a virtual picture of 8192 x 6144 into which the picture is stretched, so that 512 x 8192 / width
+ * are one pixel to the right. Zeros copy the picture exactly, and every value is allowed. The layout is that of
+ * hardware::vantorClient::_GDCGrid.
  */
 typedef struct vantor_grid {
     int32_t dx[VANTOR_GRID_NODES]; /**< to the right */

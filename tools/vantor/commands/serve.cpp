@@ -10,6 +10,8 @@
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/serve_backends.h"
+#include "tools/vantor/io/output_file.h"
+#include "tools/vantor/library/coverage_backend.h"
 
 namespace vantor::tool {
 namespace {
@@ -21,6 +23,7 @@ struct ServeOptions {
     bool allowGroup = false;
     bool verbose = false;
     bool json = false;
+    std::string coverage;
 };
 
 /// For the signal handler.
@@ -114,8 +117,18 @@ std::unique_ptr<ListeningSocket> listen(const ServeOptions& options) {
     return std::make_unique<ListeningSocket>();
 }
 
+/// The back ends of another maker, accounted for.
+BackendMaker covered(const BackendMaker& make, const std::shared_ptr<CoverageAccounts>& accounts) {
+    return [make, accounts] { return std::make_unique<CoverageBackend>(accounts, make()); };
+}
+
 int serve(const ServeOptions& options) {
-    const SeatedBackend seated = seat(options.backend);
+    SeatedBackend seated = seat(options.backend);
+    std::shared_ptr<CoverageAccounts> accounts;
+    if (!options.coverage.empty()) {
+        accounts = std::make_shared<CoverageAccounts>();
+        seated.make = covered(seated.make, accounts);
+    }
     const auto socket = listen(options);
     Report report(options);
     ServerOptions server;
@@ -132,6 +145,10 @@ int serve(const ServeOptions& options) {
               seated.name);
     service.run();
     report.summarizeAll();
+    if (accounts) {
+        const std::string json = accounts->finish() + "\n";
+        writeFile(options.coverage, {json.begin(), json.end()});
+    }
     return kDone;
 }
 
@@ -163,6 +180,10 @@ void addServe(CLI::App& app, Run& run) {
         ->check(CLI::Range(1, Server::kMaxEngines).description(""));
     command->add_flag("--allow-group", options->allowGroup,
                       "Serve all users of this process's group; default: its user only");
+    command
+        ->add_option("--coverage", options->coverage,
+                     "At the end, write to this file what the requests exercised, for vantor coverage --add")
+        ->type_name("FILE");
     command->add_flag("-v,--verbose", options->verbose, "Print a line per request");
     command->add_flag("--json", options->json, "Print a JSON object per request, in a line of its own");
     command->footer(

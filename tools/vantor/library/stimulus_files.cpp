@@ -59,12 +59,29 @@ verification::Limits limitsFrom(const std::string& text) {
     }
 }
 
+/// The arguments with which verification/bench/pictures.sv does a request; it enlarges nothing.
+std::string benchArguments(const std::string& input, Size from, const std::string& grid,
+                           const std::string& result, Size to) {
+    if (to.width > from.width || to.height > from.height) return {};
+    const auto size = [](const char* prefix, Size of) {
+        return " +" + std::string(prefix) + "width=" + std::to_string(of.width) + " +" + prefix +
+               "height=" + std::to_string(of.height);
+    };
+    return "+source=" + input + size("", from) + " +expected=" + result +
+           (grid.empty() ? size("to_", to) : " +grid=" + grid) + "\n";
+}
+
+void writeText(const std::string& path, const std::string& text) {
+    writeFile(path, {text.begin(), text.end()});
+}
+
 void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint32_t seed,
                    const std::string& limits) {
     if (mkdir(directory.c_str(), 0777) != 0 && errno != EEXIST) {
         throw UserError(directory + ": cannot make the directory: " + std::strerror(errno));
     }
     Json requests = Json::array();
+    std::string arguments;
     for (size_t i = 0; i < stimulus.pictures.size(); ++i) {
         const StimulusPicture& picture = stimulus.pictures[i];
         writeFile(directory + "/" + pictureName("picture", i, picture.size), picture.bytes);
@@ -77,23 +94,26 @@ void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint3
         const StimulusRequest& request = stimulus.requests[i];
         const std::string result = pictureName("result", i, request.target);
         writeFile(directory + "/" + result, resultOf(engine, stimulus, request).bytes);
-        Json entry{
-            {"input", pictureName("picture", request.picture, stimulus.pictures[request.picture].size)}};
-        if (request.grid < 0) {
+        const Size size = stimulus.pictures[request.picture].size;
+        const std::string input = pictureName("picture", request.picture, size);
+        const std::string grid = request.grid < 0 ? "" : gridName(request.grid);
+        Json entry{{"input", input}};
+        if (grid.empty()) {
             entry["size"] = {request.target.width, request.target.height};
         } else {
-            entry["grid"] = gridName(request.grid);
+            entry["grid"] = grid;
         }
         entry["result"] = result;
         requests.push_back(entry);
+        arguments += benchArguments(input, size, grid, result, request.target);
     }
     char hash[9];
     std::snprintf(hash, sizeof hash, "%08x", selftest::kHashOverAll);
     const Json manifest{
         {"model", vantor_version()},     {"selftest", hash},    {"seed", seed}, {"limits", limits},
         {"samples", stimulus.samples()}, {"requests", requests}};
-    const std::string text = toText(manifest, 1) + "\n";
-    writeFile(directory + kManifest, {text.begin(), text.end()});
+    writeText(directory + "/bench.txt", arguments);
+    writeText(directory + kManifest, toText(manifest, 1) + "\n");
 }
 
 bool isStimulus(const std::string& path) {
