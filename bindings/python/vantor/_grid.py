@@ -134,10 +134,12 @@ class Grid:
             (ctypes.c_double * 9)(*matrix), (ctypes.c_double * 14)(*coefficients), len(coefficients), bool(fisheye),
             *made_with, alpha is not None, 0 if alpha is None else real("alpha", alpha))
         rotation = None if R is None else (ctypes.c_double * 9)(*reals("R", R, (9,), "3 x 3"))
-        projection = None if P is None else reals("P", P, (9, 12), "3 x 4")
-        if projection is not None:
-            rows = np.reshape(projection, (3, -1))
-            projection = (ctypes.c_double * 12)(*np.pad(rows, ((0, 0), (0, 4 - rows.shape[1]))).ravel())
+        projection = None
+        if P is not None:
+            rows = np.zeros((3, 4))
+            given = np.reshape(reals("P", P, (9, 12), "3 x 4"), (3, -1))
+            rows[:, :given.shape[1]] = given
+            projection = (ctypes.c_double * 12)(*rows.ravel())
         straight = np.empty((3, 3), np.float64)
         matrix_at = straight.ctypes.data_as(ctypes.POINTER(ctypes.c_double))
         grid = cls()._made("grid_from_rectification", ctypes.byref(numbers), rotation, projection, width, height,
