@@ -133,8 +133,9 @@ Camera cameraOf(const std::array<double, 9>& k) {
 }
 
 Camera projectionOf(const double* p, size_t count) {
-    const bool has12 = count == 12 && p[3 * 4 - 1] == 0;
-    if (!has12 && count != 9) throw GeometryError("is not a projection matrix, expected 3 x 4 numbers");
+    if (count != 9 && count != 12)
+        throw GeometryError("has " + std::to_string(count) + " elements, expected 3 x 4");
+    if (count == 12 && p[11] != 0) throw GeometryError("does not end in 0 0 1 0, as that of a camera does");
     const size_t row = count / 3;
     return cameraOf(
         {p[0], p[1], p[2], p[row], p[row + 1], p[row + 2], p[2 * row], p[2 * row + 1], p[2 * row + 2]});
@@ -143,7 +144,7 @@ Camera projectionOf(const double* p, size_t count) {
 Rotation rotationOf(const double* matrix, size_t count) {
     constexpr double kTolerance = 1e-3;
     const GeometryError error(
-        "is not a rotation, expected 3 x 3 numbers, its rows of length 1 and at right angles");
+        "is not orthonormal, expected 3 x 3 numbers, the rows of length 1 and at right angles");
     if (count != 9) throw error;
     Rotation rotation;
     std::copy_n(matrix, count, rotation.begin());

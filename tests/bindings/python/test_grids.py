@@ -93,7 +93,7 @@ def test_maps_of_opencv_and_what_a_grid_cannot_hold():
     assert max(abs(dense.dx - grid.dx).max(), abs(dense.dy - grid.dy).max()) <= 1
     right = vantor.load_calibration(CALIBRATIONS / "stereo.yml", camera=2)
     K, D, size, _, R, P = right
-    with pytest.raises(ValueError, match="^R is not a rotation"):
+    with pytest.raises(ValueError, match="^R is not orthonormal"):
         vantor.Grid.from_calibration(K, D, size, R=2 * R)
     rectified = vantor.Grid.from_calibration(K, D, size, R=R, P=P[:, :3])
     rays = vantor.Grid.from_map(*cv2.initUndistortRectifyMap(K, D, R, P, size, cv2.CV_32FC1))

@@ -32,12 +32,12 @@ def test_four_coefficients_of_no_stated_model_get_one_note(vantor, directory, ch
     [
         ("R: [9]", ""),  # alone, it may be anything
         ("R: [0, -1, 0, 1, 0, 0, 0, 0, 1]\nP: [500, 0, 320, 0, 500, 240, 0, 0, 1]", ""),
-        ("rectification_matrix: {data: [1, 0.01, 0, 0.01, 1, 0, 0, 0, 1]}", "rectification_matrix (or R) is not a rot"),
-        ("rectification_matrix: {data: [1, 0, 0, 0, 1, 0, 0, 0, -1]}", "rectification_matrix (or R) is not a rotation"),
+        ("rectification_matrix: {data: [1, 0.01, 0, 0.01, 1, 0, 0, 0, 1]}", "matrix (or R) is not orthonormal"),
+        ("rectification_matrix: {data: [1, 0, 0, 0, 1, 0, 0, 0, -1]}", "matrix (or R) is not orthonormal"),
         ("rectification_matrix: {data: [-1, 0, 0, 0, 1, 0, 0, 0, -1]}", "expected finite positions within"),
-        ("projection_matrix: {data: [480, 0, 320, 0, 0, 500, 240, 0, 0, 0, 1, 1]}", "projection_matrix (or P) is not a p"),
-        ("projection_matrix: {data: [480, 0, 320]}", "projection_matrix (or P) is not a projection matrix"),
-        ("projection_matrix: {data: [0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0]}", "projection_matrix (or P) is not a camera m"),
+        ("projection_matrix: {data: [480, 0, 320, 0, 0, 500, 240, 0, 0, 0, 1, 1]}", "matrix (or P) does not end in 0"),
+        ("projection_matrix: {data: [480, 0, 320]}", "matrix (or P) has 3 elements, expected 3 x 4"),
+        ("projection_matrix: {data: [0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0]}", "matrix (or P) is not a camera m"),
     ],
 )
 def test_views_that_show_nothing_are_refused(vantor, directory, entry, trouble):
