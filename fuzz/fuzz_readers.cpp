@@ -1,4 +1,4 @@
-// What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, records, which are run
+// What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, maps, records, which are run
 // again. Each is read, or refused by an error for the user, which a terminal can show safely; nothing else may happen.
 // The first byte selects the target for the others.
 #include <sys/mman.h>
@@ -13,6 +13,7 @@
 #include <string>
 
 #include "fuzz/policy.h"
+#include "geometry/dense_map.h"
 #include "geometry/error.h"
 #include "geometry/undistort_map.h"
 #include "geometry/warp_map.h"
@@ -22,6 +23,7 @@
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/io/map_file.h"
 #include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/library/record_file.h"
 #include "tools/vantor/picture/picture_hash.h"
@@ -162,12 +164,21 @@ void grid(const Bytes& bytes) {
 void calibration(const Bytes& bytes) {
     const MemoryFile file(bytes);
     const bool isFisheye = !bytes.empty() && bytes.size() % 2 == 0;
-    const Calibration read = readCalibration(file.path(), {isFisheye, {}});
+    const Calibration read = readCalibration(file.path(), {isFisheye, {}, bytes.size() % 3 == 0 ? "1" : "", {}});
     FUZZ_EXPECT(read.size.width > 0 && read.size.height > 0 && read.camera.fx > 0 && read.camera.fy > 0);
     for (const std::optional<double> alpha : {std::optional<double>(), std::optional(0.0), std::optional(1.0)}) {
         const UndistortMap map(read, {fuzz::kMaxSide, fuzz::kMaxSide}, alpha);
         makeGrid(finiteMap(map), {fuzz::kMaxSide, fuzz::kMaxSide});
     }
+}
+
+void map(const Bytes& bytes) {
+    const MemoryFile file(bytes);
+    const bool isPair = !bytes.empty() && bytes.back() % 2 == 0;
+    const MapFile read = readMap(file.path(), isPair ? file.path() : std::string());
+    FUZZ_EXPECT(read.x.size() == read.size.pixels() && read.y.size() == read.x.size() && !read.x.empty());
+    FUZZ_EXPECT(4 * read.x.size() < bytes.size());
+    makeGrid(DenseMap(read.x.data(), read.y.data(), read.size), {fuzz::kMaxSide, fuzz::kMaxSide});
 }
 
 void record(const Bytes& bytes) {
@@ -229,8 +240,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace vantor::fuzz;
-    constexpr void (*kTargets[])(const Bytes&) = {png,    repairedPng,    y4m,    raw, grid, calibration,
-                                                  record, repairedRecord, message};
+    constexpr void (*kTargets[])(const Bytes&) = {png,    repairedPng,    y4m,     raw, grid, calibration,
+                                                  record, repairedRecord, message, map};
     if (size == 0 || data[0] >= std::size(kTargets)) return -1;
     try {
         kTargets[data[0]](Bytes(data + 1, data + size));

@@ -2,6 +2,7 @@
 #include <array>
 #include <cmath>
 #include <iterator>
+#include <optional>
 #include <string_view>
 
 #include "bindings/c/buffer.h"
@@ -33,8 +34,7 @@ void checkFinite(const char* name, double value) {
     if (!std::isfinite(value)) throw invalid("%s %g, expected a finite number", name, value);
 }
 
-template <size_t Count>
-void checkFinite(const char* name, const double (&values)[Count], size_t count = Count) {
+void checkFinite(const char* name, const double* values, size_t count) {
     for (size_t i = 0; i < count; ++i) {
         if (!std::isfinite(values[i]))
             throw invalid("%s[%zu] %g, expected a finite number", name, i, values[i]);
@@ -67,7 +67,7 @@ WarpParts partsOf(const vantor_transform& transform) {
         throw invalid("shear_x %g and shear_y %g, expected a product other than 1", shearX, shearY);
     checkFinite("shift_x", shiftX);
     checkFinite("shift_y", shiftY);
-    checkFinite("lens", lens);
+    checkFinite("lens", lens, std::size(lens));
     WarpParts parts{rotate, zoom, {shearX, shearY}, {shiftX, shiftY}, {}, {}};
     std::copy(std::begin(lens), std::end(lens), parts.lens.begin());
     if (hasCenter) {
@@ -96,7 +96,7 @@ Calibration calibrationOf(const vantor_calibration& numbers) {
                       kMaxCount);
     }
     const auto count = static_cast<size_t>(numbers.coefficient_count);
-    checkFinite("camera_matrix", numbers.camera_matrix);
+    checkFinite("camera_matrix", numbers.camera_matrix, std::size(numbers.camera_matrix));
     checkFinite("coefficients", numbers.coefficients, count);
     if (numbers.width < 1 || numbers.width > kMaxSide || numbers.height < 1 || numbers.height > kMaxSide) {
         throw invalid("calibration: size %dx%d, expected sides from 1 to %d", numbers.width, numbers.height,
@@ -110,12 +110,27 @@ Calibration calibrationOf(const vantor_calibration& numbers) {
         named("coefficients", [&] { return lensOf(numbers.coefficients, count, numbers.is_fisheye != 0); })};
 }
 
-UndistortMap undistortMap(const vantor_calibration& numbers, Size picture) {
-    if (!numbers.has_alpha) return UndistortMap(calibrationOf(numbers), picture, std::nullopt);
+void addView(Calibration& calibration, const double* rotation, const double* projection) {
+    if (rotation) {
+        checkFinite("rotation", rotation, 9);
+        calibration.rotation = named("rotation", [&] { return rotationOf(rotation, 9); });
+    }
+    if (projection) {
+        checkFinite("projection", projection, 12);
+        calibration.straightCamera = named("projection", [&] { return projectionOf(projection, 12); });
+    }
+}
+
+UndistortMap undistortMap(const vantor_calibration& numbers, const double* rotation, const double* projection,
+                          Size picture) {
     const double alpha = numbers.alpha;
-    if (!(alpha >= 0 && alpha <= 1)) throw invalid("alpha %g, expected a number from 0 to 1", alpha);
-    const Calibration calibration = calibrationOf(numbers);
-    return named("alpha:", [&] { return UndistortMap(calibration, picture, alpha); });
+    if (numbers.has_alpha && !(alpha >= 0 && alpha <= 1))
+        throw invalid("alpha %g, expected a number from 0 to 1", alpha);
+    Calibration calibration = calibrationOf(numbers);
+    addView(calibration, rotation, projection);
+    return named("alpha:", [&] {
+        return UndistortMap(calibration, picture, numbers.has_alpha ? std::optional(alpha) : std::nullopt);
+    });
 }
 
 void storeMatrix(const Camera& camera, double* matrix) {
@@ -169,9 +184,15 @@ int vantor_grid_from_lens(vantor_grid* grid, const double lens[5], int width, in
 
 int vantor_grid_from_calibration(vantor_grid* grid, const vantor_calibration* calibration, int width,
                                  int height, double straight[9]) {
+    return vantor_grid_from_rectification(grid, calibration, nullptr, nullptr, width, height, straight);
+}
+
+int vantor_grid_from_rectification(vantor_grid* grid, const vantor_calibration* calibration,
+                                   const double rotation[9], const double projection[12], int width,
+                                   int height, double straight[9]) {
     return makeFor(grid, width, height, [&](Size picture, Size frame) {
         checkPointer("calibration", calibration);
-        const UndistortMap map = undistortMap(*calibration, picture);
+        const UndistortMap map = undistortMap(*calibration, rotation, projection, picture);
         const Grid made = makeGrid(finiteMap(map), frame);
         if (straight) storeMatrix(map.straightCamera(), straight);
         return made;

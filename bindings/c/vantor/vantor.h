@@ -214,6 +214,14 @@ typedef struct vantor_calibration {
 int vantor_grid_from_calibration(vantor_grid *grid, const vantor_calibration *calibration, int width, int height,
                                  double straight[9]);
 
+/**
+ * The same for another view, as cv::initUndistortRectifyMap() makes it of R and P, or a null for either: `rotation` has
+ * 3 x 3 numbers, from before the camera to before the result, and `projection` 3 x 4, the camera matrix of the result
+ * and a column that does not move pictures. With has_alpha `projection` is not used.
+ */
+int vantor_grid_from_rectification(vantor_grid *grid, const vantor_calibration *calibration, const double rotation[9],
+                                   const double projection[12], int width, int height, double straight[9]);
+
 /** Where the engine takes each pixel from, exactly, in 1/256 pixel. */
 int vantor_grid_positions(const vantor_grid *grid, int width, int height, int32_t *x, int32_t *y);
 

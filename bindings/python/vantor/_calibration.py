@@ -1,4 +1,4 @@
-"""Calibrations in files, as OpenCV and others write them: YAML, XML or JSON."""
+"""Calibrations in files, as OpenCV, ROS and Kalibr write them (YAML, XML or JSON), and COLMAP's cameras.txt."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ import os
 import re
 import warnings
 import xml.etree.ElementTree
-from typing import Any, Dict, List, NamedTuple, Optional, Tuple, Union
+from typing import Any, Dict, List, NamedTuple, Optional, Set, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -18,21 +18,29 @@ from ._arguments import Size, size_of
 from ._library import optional, shown
 
 _CAMERA = ("camera_matrix", "K", "M", "mtx", "intrinsic_matrix", "intrinsics")
-_DISTORTION = ("distortion_coefficients", "dist_coeffs", "dist_coeff", "D", "dist", "distortion")
+_DISTORTION = ("distortion_coefficients", "dist_coeffs", "dist_coeff", "distortion_coeffs", "D", "dist", "distortion")
 _WIDTH = ("image_width", "width")
 _HEIGHT = ("image_height", "height")
 _SIZE = ("image_size", "img_size", "resolution")
 _FISHEYE = ("fisheye_model", "fisheye")
 _MODEL = ("distortion_model",)
-_RECTIFICATION = ("rectification_matrix",)
-_PROJECTION = ("projection_matrix",)
+_CAMERA_MODEL = ("camera_model",)
+_RECTIFICATION = ("rectification_matrix", "R")
+_PROJECTION = ("projection_matrix", "P")
 _FISHEYE_MODELS = ("equidistant", "fisheye")
-_OTHER_MODELS = ("plumbbob", "rationalpolynomial", "radtan")
+_OTHER_MODELS = ("plumbbob", "rationalpolynomial", "radtan", "radialtangential")
 _NUMBER = re.compile(r"-?(\d+\.?\d*|\.\d+)([eE][+-]?\d+)?")
 _MOST_ELEMENTS = 100
 _LARGEST_SIDE = 1000000
+_SIDES = {"1": "left", "2": "right", "left": "left", "right": "right"}
+_COLMAP_LINE = "colmap"  #: an entry: model, width, height, parameters
+#: How many focal lengths and coefficients, in OpenCV's order.
+_COLMAP_MODELS = {"SIMPLE_PINHOLE": (1, 0), "PINHOLE": (2, 0), "SIMPLE_RADIAL": (1, 1), "RADIAL": (1, 2),
+                  "OPENCV": (2, 4), "OPENCV_FISHEYE": (2, 4), "FULL_OPENCV": (2, 8)}
 
+Path = Union[str, "os.PathLike[str]"]
 Entries = Dict[str, List[str]]
+Cameras = Dict[str, Entries]  #: by the cameras' names; what belongs to none by name is at ""
 
 
 class Calibration(NamedTuple):
@@ -42,40 +50,65 @@ class Calibration(NamedTuple):
     D: npt.NDArray[np.float64]  #: the distortion coefficients
     size: Size  #: width and height of the pictures that it was made with
     fisheye: bool
+    R: Optional[npt.NDArray[np.float64]] = None  #: the rectification, (3, 3), if the file has one
+    P: Optional[npt.NDArray[np.float64]] = None  #: the projection matrix, (3, 4), if the file has one
 
 
 class _Alias:
     """What stands for another value in YAML."""
 
 
-def load_calibration(path: Union[str, "os.PathLike[str]"], *, fisheye: bool = False,
-                     calibrated_size: Optional[Size] = None) -> Calibration:
-    """Reads a calibration as ``vantor grid --calibration`` does: YAML (with PyYAML), XML or JSON.
+def load_calibration(path: Path, *, fisheye: bool = False, calibrated_size: Optional[Size] = None,
+                     camera: Optional[Union[int, str]] = None, extrinsics: Optional[Path] = None) -> Calibration:
+    """Reads a calibration as ``vantor grid --calibration`` does: YAML (with PyYAML), XML or JSON, or COLMAP's text.
 
-    `fisheye` and `calibrated_size` take precedence over what the file says. Raises ValueError for what is no
-    calibration, or one with a rectification or projection that a grid would not apply.
+    `fisheye` and `calibrated_size` take precedence over what the file says. `camera` is which one of several: 1 or
+    "left", 2 or "right", "cam0" of a camchain, or COLMAP's number; `extrinsics` is the second file of OpenCV's stereo
+    calibration. Raises ValueError for what is no calibration.
     """
-    text = _Text(path, _entries(shown(path), _files.read_text(path)))
-    camera = text.numbers(_CAMERA)
-    if len(camera) != 9:
-        raise text.failure(f"has {len(camera)} elements, expected 3 x 3", _CAMERA)
-    K = np.array(camera).reshape(3, 3)
-    text.expect(_RECTIFICATION, np.eye(3), "the identity")
-    text.expect(_PROJECTION, np.hstack([K, np.zeros((3, 1))]), "camera_matrix with a column of zeros")
+    text = _Text(path, extrinsics, "" if camera is None else str(camera))
+    model = text.find(_CAMERA_MODEL)
+    if model not in (None, ["pinhole"]):
+        raise text.failure(f"is '{shown(model[0]) if model else ''}', expected pinhole", _CAMERA_MODEL)
+    K = text.camera()
     D = np.array(text.numbers(_DISTORTION))
     if len(D) == 4 and not fisheye and text.find(_MODEL) is None and text.find(_FISHEYE) is None:
         warnings.warn(f"{text.path}: four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, "
                       "use fisheye=True", stacklevel=2)
     size = text.size() if calibrated_size is None else size_of("calibrated_size", calibrated_size, (_LARGEST_SIDE,) * 2)
-    return Calibration(K, D, size, bool(fisheye) or text.is_fisheye())
+    R, P = text.view(extrinsics is not None)
+    return Calibration(K, D, size, bool(fisheye) or text.is_fisheye(), R, P)
 
 
 class _Text:
     """The entries of one file by their usual names."""
 
-    def __init__(self, path: object, entries: Entries) -> None:
+    def __init__(self, path: Path, extrinsics: Optional[Path], camera: str) -> None:
         self.path = shown(path)
-        self._entries = entries
+        self._first_centre = 0.0
+        cameras = _cameras(path)
+        if extrinsics is not None:
+            self.path += f" with {shown(extrinsics)}"
+            for name, entries in _cameras(extrinsics).items():
+                cameras[name] = {**entries, **cameras.get(name, {})}
+        chosen = _chosen(cameras, camera, self.path)
+        self._entries = cameras.get(chosen, {})
+        self._is_of_pair = chosen in _SIDES.values()
+        if not chosen:
+            if not {"r", "p"} <= self._entries.keys():  # alone, short names of a ROS message mean other things
+                self._entries = {name: words for name, words in self._entries.items() if name not in ("r", "p")}
+            return
+        self.path += f": camera {chosen}"
+        has_camera = self.find(_CAMERA) is not None
+        dropped = _plain_names(_RECTIFICATION, _PROJECTION, *((_CAMERA, _DISTORTION) if has_camera else ()))
+        shared = {name: words for name, words in cameras.get("", {}).items() if name not in dropped}
+        self._entries = {**shared, **self._entries}
+        if _COLMAP_LINE in self._entries:
+            self._first_centre = 0.5
+            try:
+                self._entries = _colmap_entries(self._entries[_COLMAP_LINE])
+            except ValueError as error:
+                raise ValueError(f"{self.path}: {error}") from None
 
     def find(self, names: Tuple[str, ...]) -> Optional[List[str]]:
         return next((self._entries[name] for name in map(_plain, names) if name in self._entries), None)
@@ -93,16 +126,36 @@ class _Text:
         others = f" (or {', '.join(names[1:])})" if len(names) > 1 else ""
         return ValueError(f"{self.path}: {names[0]}{others} {problem}")
 
-    def expect(self, names: Tuple[str, ...], expected: npt.NDArray[np.float64], what: str) -> None:
-        """A straight picture has the calibration's own camera: another view would be ignored."""
-        if self.find(names) is None:
-            return
-        values, wanted = self.numbers(names), expected.ravel().tolist()
-        is_same = len(values) == len(wanted) and all(
-            abs(value - number) <= 1e-6 * max(1.0, abs(number)) for value, number in zip(values, wanted))
-        if not is_same:
-            raise self.failure(f"is not {what}, and vantor does not apply it; without this entry, pictures are "
-                               "straightened by camera_matrix or alpha", names)
+    def camera(self) -> npt.NDArray[np.float64]:
+        numbers = self.numbers(_CAMERA)
+        if len(numbers) == 4:
+            fx, fy, cx, cy = numbers
+            numbers = [fx, 0, cx, 0, fy, cy, 0, 0, 1]
+        if len(numbers) != 9:
+            raise self.failure(f"has {len(numbers)} elements, expected 3 x 3, or fx, fy, cx, cy", _CAMERA)
+        K = np.array(numbers, np.float64).reshape(3, 3)
+        K[:2, 2] -= self._first_centre
+        return K
+
+    def view(self, is_expected: bool) -> Tuple[Optional[npt.NDArray[np.float64]], Optional[npt.NDArray[np.float64]]]:
+        """The rectification and the projection matrix."""
+        R, P = (None if self.find(names) is None else self.numbers(names) for names in (_RECTIFICATION, _PROJECTION))
+        if self._is_of_pair and (R is None) != (P is None):
+            raise self.failure("is missing, but the other matrix of a rectified view is there",
+                               _PROJECTION if P is None else _RECTIFICATION)
+        if R is None and P is None and is_expected:
+            raise self.failure("is missing", _RECTIFICATION)
+        if R is None and P is None and self._is_of_pair:
+            warnings.warn(f"{self.path}: no rectification (R1, P1 or R2, P2): undistorted only; extrinsics=FILE adds "
+                          "those of another file", stacklevel=3)
+        if R is not None and len(R) != 9:
+            raise self.failure(f"has {len(R)} elements, expected 3 x 3", _RECTIFICATION)
+        if P is not None and len(P) not in (9, 12):
+            raise self.failure(f"has {len(P)} elements, expected 3 x 4", _PROJECTION)
+        projection = None if P is None else np.zeros((3, 4))
+        if projection is not None:
+            projection[:, :len(P or ()) // 3] = np.reshape(P or (), (3, -1))
+        return None if R is None else np.reshape(R, (3, 3)), projection
 
     def is_fisheye(self) -> bool:
         model = self.find(_MODEL)
@@ -141,17 +194,88 @@ def _plain(name: str) -> str:
     return re.sub("[^a-z0-9]", "", name.lower())
 
 
-_USUAL = {_plain(name) for names in (_CAMERA, _DISTORTION, _WIDTH, _HEIGHT, _SIZE, _FISHEYE, _MODEL, _RECTIFICATION,
-                                     _PROJECTION) for name in names}
+def _plain_names(*lists: Tuple[str, ...]) -> Set[str]:
+    return {_plain(name) for names in lists for name in names}
 
 
-def _entries(path: str, content: bytes) -> Entries:
+_USUAL_IN_PAIRS = _plain_names(_CAMERA, _DISTORTION, _RECTIFICATION, _PROJECTION)
+_USUAL = _USUAL_IN_PAIRS | _plain_names(_WIDTH, _HEIGHT, _SIZE, _FISHEYE, _MODEL, _CAMERA_MODEL)
+
+
+def _cameras(path: Path) -> Cameras:
+    content = _files.read_text(path)
     try:
         text = content.decode("utf-8-sig")
-        pairs = _xml_pairs(text) if text.lstrip(" \t\r\n").startswith("<") else _tree_pairs(text)
-        return {_plain(name): _words(name, value) for name, value in pairs if _plain(name) in _USUAL}
+        if _is_colmap(text):
+            return _colmap_cameras(text)
+        cameras: Cameras = {}
+        for name, value in _xml_pairs(text) if text.lstrip(" \t\r\n").startswith("<") else _tree_pairs(text):
+            if re.fullmatch("cam[0-9]+", name) and isinstance(value, dict):
+                entries = {_plain(key): _words(key, value[key]) for key in value if _plain(key) in _USUAL}
+                cameras.setdefault(name, {}).update(entries)
+            else:
+                _place(cameras, name, value)
+        return cameras
     except (ValueError, xml.etree.ElementTree.ParseError, RecursionError) as error:
-        raise ValueError(f"{path}: not a calibration in YAML, XML or JSON: {shown(error)}") from None
+        raise ValueError(f"{shown(path)}: not a calibration in YAML, XML or JSON: {shown(error)}") from None
+
+
+def _place(cameras: Cameras, name: str, value: Any) -> None:
+    """Adds an entry to those of the camera that its name tells: "M1" is the camera matrix of the left one."""
+    plain = _plain(name)
+    if plain in _USUAL:
+        cameras.setdefault("", {})[plain] = _words(name, value)
+        return
+    for ending, side in _SIDES.items():
+        if plain.endswith(ending) and plain[:-len(ending)] in _USUAL_IN_PAIRS:
+            cameras.setdefault(side, {})[plain[:-len(ending)]] = _words(name, value)
+
+
+def _chosen(cameras: Cameras, wanted: str, path: str) -> str:
+    """The name under which the camera that the caller wants has its entries."""
+    names = sorted((name for name in cameras if name), key=lambda name: (len(name), name))
+    listed = shown(", ".join(names[:8] + ["..."] * (len(names) > 8)))
+    if wanted:
+        for name in (wanted, "cam" + wanted, _SIDES.get(wanted, wanted)):
+            if name in names:
+                return name
+        raise ValueError(f"camera: '{shown(wanted)}', but {path} has "
+                         + (f"cameras {listed}" if names else "one camera, without a name"))
+    if not names or not _plain_names(_CAMERA).isdisjoint(cameras.get("", {})):
+        return ""
+    if len(names) > 1:
+        raise ValueError(f"{path}: has cameras {listed}; camera= chooses one")
+    return names[0]
+
+
+def _is_colmap(text: str) -> bool:
+    first = next((line for line in text.split("\n") if _plain(line) and line[0] != "#"), "")
+    return bool(re.match(r"\s*[0-9]+\s+[A-Z]", first))
+
+
+def _colmap_cameras(text: str) -> Cameras:
+    cameras: Cameras = {}
+    for words in map(str.split, text.split("\n")):
+        if words and words[0][0] != "#":
+            if not re.fullmatch("[0-9]+", words[0]):
+                raise ValueError(f"camera '{words[0][:40]}', expected a number")
+            cameras[words[0]] = {_COLMAP_LINE: _words(f"camera {words[0]}", words[1:])}
+    return cameras
+
+
+def _colmap_entries(line: List[str]) -> Entries:
+    """The entries that a line of COLMAP's stands for."""
+    model = line[0] if line else ""
+    if model not in _COLMAP_MODELS:
+        raise ValueError(f"model '{shown(model[:40])}', expected one of {', '.join(_COLMAP_MODELS)}")
+    focal, coefficients = _COLMAP_MODELS[model]
+    if len(line) != 3 + focal + 2 + coefficients:
+        raise ValueError(f"model {model} with {len(line) - 1} numbers, expected width, height and "
+                         f"{focal + 2 + coefficients} parameters")
+    numbers = line[3:]
+    return {_plain(_SIZE[0]): line[1:3], _plain(_CAMERA[0]): [numbers[0], *numbers[focal - 1:focal + 2]],
+            _plain(_DISTORTION[0]): numbers[focal + 2:] + ["0"] * (4 - coefficients),
+            _plain(_MODEL[0]): ["fisheye" if model == "OPENCV_FISHEYE" else "plumb_bob"]}
 
 
 def _xml_pairs(text: str) -> List[Tuple[str, Any]]:

@@ -114,14 +114,16 @@ class Grid:
 
     @classmethod
     def from_calibration(cls, K: Reals, D: Reals, size: Size, *, alpha: Optional[float] = None, fisheye: bool = False,
-                         calibrated_size: Optional[Size] = None) -> Grid:
+                         calibrated_size: Optional[Size] = None, R: Optional[Reals] = None,
+                         P: Optional[Reals] = None) -> Grid:
         """The grid that straightens pictures of a camera, calibrated by OpenCV.
 
         `K` is the camera matrix (3, 3) and `D` are 4, 5, 8, 12 or 14 distortion coefficients of
         ``cv2.calibrateCamera``, or with `fisheye` the four of ``cv2.fisheye.calibrate``, for pictures of
         `calibrated_size`, by default `size`. Pictures of another size are taken as scaled. The result has the camera
         matrix of the calibration; with `alpha` 0 it shows only what the source has, with 1 all that it has, and between
-        a blend of both. The attribute `camera_matrix` is that of the result.
+        a blend of both. `R` (3, 3) and `P` (3, 4) or (3, 3) are what ``cv2.initUndistortRectifyMap`` takes: a rotation,
+        and without `alpha` the camera matrix of the result. The attribute `camera_matrix` is that of the result.
         """
         width, height = _checked_size(size)
         made_with = size_of("calibrated_size", size if calibrated_size is None else calibrated_size, (1000000, 1000000))
@@ -131,24 +133,33 @@ class Grid:
         numbers = c.CalibrationNumbers(
             (ctypes.c_double * 9)(*matrix), (ctypes.c_double * 14)(*coefficients), len(coefficients), bool(fisheye),
             *made_with, alpha is not None, 0 if alpha is None else real("alpha", alpha))
+        rotation = None if R is None else (ctypes.c_double * 9)(*reals("R", R, (9,), "3 x 3"))
+        projection = None
+        if P is not None:
+            rows = np.zeros((3, 4))
+            given = np.reshape(reals("P", P, (9, 12), "3 x 4"), (3, -1))
+            rows[:, :given.shape[1]] = given
+            projection = (ctypes.c_double * 12)(*rows.ravel())
         straight = np.empty((3, 3), np.float64)
         matrix_at = straight.ctypes.data_as(ctypes.POINTER(ctypes.c_double))
-        grid = cls()._made("grid_from_calibration", ctypes.byref(numbers), width, height, matrix_at)
+        grid = cls()._made("grid_from_rectification", ctypes.byref(numbers), rotation, projection, width, height,
+                           matrix_at)
         grid._camera_matrix = straight
         return grid
 
     @classmethod
     def from_calibration_file(cls, path: Path, size: Optional[Size] = None, *, alpha: Optional[float] = None,
-                              fisheye: bool = False, calibrated_size: Optional[Size] = None) -> Grid:
-        """The same from a file in YAML (with PyYAML), XML or JSON, as load_calibration() reads it.
+                              fisheye: bool = False, calibrated_size: Optional[Size] = None,
+                              camera: Optional[Union[int, str]] = None, extrinsics: Optional[Path] = None) -> Grid:
+        """The same from a file in YAML (with PyYAML), XML or JSON, or COLMAP's, as load_calibration() reads it.
 
-        `size` is by default that of the pictures of the calibration; `fisheye` and `calibrated_size` take precedence
-        over what the file says.
+        `size` is by default that of the pictures of the calibration; the others are those of load_calibration().
         """
-        found = _calibration.load_calibration(path, fisheye=fisheye, calibrated_size=calibrated_size)
+        found = _calibration.load_calibration(path, fisheye=fisheye, calibrated_size=calibrated_size, camera=camera,
+                                              extrinsics=extrinsics)
         try:
             return cls.from_calibration(found.K, found.D, found.size if size is None else size, alpha=alpha,
-                                        fisheye=found.fisheye, calibrated_size=found.size)
+                                        fisheye=found.fisheye, calibrated_size=found.size, R=found.R, P=found.P)
         except ValueError as error:
             raise ValueError(f"{c.shown(path)}: {error}") from None
 
@@ -185,7 +196,8 @@ class Grid:
 
     def _made(self, function: str, *arguments: Any) -> Grid:
         c.check(getattr(c.library, "vantor_" + function)(self.address, *arguments),
-                camera_matrix="K", coefficients="D", calibration="calibrated_size")
+                camera_matrix="K", coefficients="D", calibration="calibrated_size", rotation="R",
+                projection="P")
         return self
 
     @property

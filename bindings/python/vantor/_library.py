@@ -88,6 +88,8 @@ def _declare() -> None:
         "grid_from_map": (number, pointer, pointer, pointer, number, number),
         "grid_from_transform": (number, pointer, ctypes.POINTER(Transform), number, number),
         "grid_from_calibration": (number, pointer, ctypes.POINTER(CalibrationNumbers), number, number, reals),
+        "grid_from_rectification": (number, pointer, ctypes.POINTER(CalibrationNumbers), reals, reals, number, number,
+                                    reals),
         "grid_positions": (number, pointer, number, number, pointer, pointer),
         "grid_error": (number, pointer, pointer, pointer, number, number, reals, reals, integers, integers),
         "grid_parse": (number, pointer, text, size),

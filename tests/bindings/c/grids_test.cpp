@@ -328,8 +328,18 @@ TEST(CGrids, FailuresAreTold) {
         const vantor_calibration numbers{{fx, 0, 48, 0, 80, 32, 0, 0, 1}, {}, count, isFisheye, 96, 64, 1, alpha};
         return vantor_grid_from_calibration(&grid, &numbers, 96, 64, nullptr);
     };
+    const auto rectified = [&](double r, double p) {
+        const vantor_calibration numbers{{80, 0, 48, 0, 80, 32, 0, 0, 1}, {}, 5, 0, 96, 64, 0, 0};
+        const double rotation[] = {r, 0, 0, 0, 1, 0, 0, 0, r}, projection[] = {80, 0, 48, -9, 0, 80, 32, 0, 0, 0, 1, p};
+        return vantor_grid_from_rectification(&grid, &numbers, rotation, projection, 96, 64, nullptr);
+    };
+    EXPECT_EQ(rectified(1, 0), VANTOR_OK);
     size_t needed;
     const std::pair<std::function<int()>, const char*> calls[] = {
+        {[&] { return rectified(-1, 0); }, "the source of (0, 0) is ("},
+        {[&] { return rectified(2, 0); }, "rotation is not orthonormal"},
+        {[&] { return rectified(NAN, 0); }, "rotation[0] nan, expected a finite number"},
+        {[&] { return rectified(1, 1); }, "projection does not end in 0 0 1 0"},
         {[&] { return vantor_grid_from_matrix(&grid, matrix, 8193, 64); }, "width 8193, expected 1 to 8192"},
         {[&] { return vantor_grid_from_matrix(nullptr, matrix, 96, 64); }, "grid is null"},
         {[&] { return vantor_grid_from_lens(&grid, nullptr, 96, 64); }, "lens is null"},

@@ -54,25 +54,30 @@ def test_random_grids_are_those_of_the_tool(tool, rng):
         assert saved(grid) == grid_bytes(tool, *words), words
 
 
+VIEWED = {"stereo.yml": "2", "camchain.yml": "cam1", "cameras.txt": "6"}
+
+
 @pytest.mark.parametrize("name", sorted(os.listdir(CALIBRATIONS)))
 @pytest.mark.parametrize("old, new", [
     ("", ""), ("camera_matrix", "Intrinsic-Matrix"), ("image_width", "x"), ("1919", "1e3"), (".40", ".4_0"),
     ("1. ]", "2. ]"), (" 0.", " .inf"), ("<data>", "<data>+"), ("[", "[ &a"), ("---\n", "---\ndistortion_model: kb9\n"),
     ("---\n", "---\nrectification_matrix: [[1,0,0],[0,1,0],[0,0,1]]\nfisheye: true\n"), ("data:", "rata:"),
     ("---\n", "---\nprojection_matrix: [1402.5, 0, 967.25, 0, 0, 1399.75, 531.5, 0, 0, 0, 1, 1]\n"), (":", ": ["),
-    ("</data>", " 1</data>"), ("rows", "<"), ("1080", "1080.5"), ("1080", "0"), ("1920", "[1920, 2]")])
+    ("</data>", " 1</data>"), ("rows", "<"), ("1080", "1080.5"), ("1080", "0"), ("1920", "[1920, 2]"),
+    ("pinhole", "ds"), ("OPENCV", "RADIAL"), ("P2", "P_right"), ("P:", "P1:"), ("1.0, 0.0", "1.0, 9"), (" 542", "")])
 def test_calibration_files_are_read_as_by_the_tool(tool, name, old, new):
     if not name.startswith("maps"):
         content = (CALIBRATIONS / name).read_text()
         open(name, "w").write(content.replace(old, new) if old else content)
         try:
-            expected = grid_bytes(tool, "--calibration", name, "--size=640x360")
+            camera = [f"--camera={VIEWED[name]}"] if name in VIEWED else []
+            expected = grid_bytes(tool, "--calibration", name, "--size=640x360", *camera)
         except ValueError:
             expected = None
         with warnings.catch_warnings():
             warnings.simplefilter("ignore")
             try:
-                made = saved(vantor.Grid.from_calibration_file(name, (640, 360)))
+                made = saved(vantor.Grid.from_calibration_file(name, (640, 360), camera=VIEWED.get(name)))
             except ValueError as error:
                 assert str(error).startswith(f"{name}: ")
                 made = None
@@ -86,6 +91,14 @@ def test_maps_of_opencv_and_what_a_grid_cannot_hold():
     maps = cv2.initUndistortRectifyMap(found.K, found.D, None, grid.camera_matrix, found.size, cv2.CV_32FC1)
     dense = vantor.Grid.from_map(*maps)
     assert max(abs(dense.dx - grid.dx).max(), abs(dense.dy - grid.dy).max()) <= 1
+    right = vantor.load_calibration(CALIBRATIONS / "stereo.yml", camera=2)
+    K, D, size, _, R, P = right
+    with pytest.raises(ValueError, match="^R is not orthonormal"):
+        vantor.Grid.from_calibration(K, D, size, R=2 * R)
+    rectified = vantor.Grid.from_calibration(K, D, size, R=R, P=P[:, :3])
+    rays = vantor.Grid.from_map(*cv2.initUndistortRectifyMap(K, D, R, P, size, cv2.CV_32FC1))
+    assert max(abs(rays.dx - rectified.dx).max(), abs(rays.dy - rectified.dy).max()) <= 1
+    assert np.array_equal(rectified.camera_matrix, P[:, :3])
     error, (x, y) = grid.error(*maps), dense.positions(found.size)
     distance = np.hypot(x / 256 - maps[0], y / 256 - maps[1])
     assert 0 < error.rms < error.largest < .1

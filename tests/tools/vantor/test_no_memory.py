@@ -1,6 +1,7 @@
 """Allocations that fail: the whole result, or an error and the old file. Of those of a run's own work, one in 13
 is tried, of those that declare the options, which come first and are most, one in 377. VANTOR_SEED moves both."""
 
+import bisect
 import itertools
 import os
 
@@ -8,10 +9,17 @@ import pytest
 from conftest import CALIBRATIONS, read, whole_or_old, write
 
 SEED = int(os.environ.get("VANTOR_SEED", 0))
-OPTIONS = 6900  # so many allocations declare the options
 CALIBRATION = f"--calibration {CALIBRATIONS}/five.yml"
 
 pytestmark = pytest.mark.usefixtures("not_sanitized", "small_files")
+
+
+@pytest.fixture(scope="module")
+def declared(vantor, failing_calls):
+    """How many allocations declare the options."""
+    env = {"FAIL_MARK": "/dev/null", "LD_PRELOAD": failing_calls}
+    return bisect.bisect_left(range(1 << 16), True, lo=1, key=lambda at: vantor.run(
+        "--version", env={**env, "FAIL_AT": str(at)}).status == 0)
 
 
 @pytest.fixture
@@ -36,21 +44,21 @@ def starve(vantor, failing_calls):
     ("x.png", "record x.vrec warp chart.png -o x.png --rotate 3"),
     ("x.html", "view chart.png turned.png -o x.html"),
 ])
-def test_a_run_without_memory_leaves_a_whole_file(vantor, starve, file, arguments):
+def test_a_run_without_memory_leaves_a_whole_file(vantor, starve, declared, file, arguments):
     vantor(arguments)
     whole = read(file)
-    for at in itertools.chain(range(1 + SEED % 13, OPTIONS, 377), itertools.count(OPTIONS + SEED % 13, 13)):
+    for at in itertools.chain(range(1 + SEED % 13, declared, 377), itertools.count(declared + SEED % 13, 13)):
         write(file, b"old")
         result, has_failed = starve(arguments, at)
         whole_or_old(result, file, whole, f"at {at}", may_be_late=True)  # the report may be what has no memory
         if not has_failed:
             break
-    assert at > OPTIONS + 13
+    assert at > declared + 13
 
 
-def test_a_replay_without_memory_ends_with_an_error(vantor, starve):
+def test_a_replay_without_memory_ends_with_an_error(vantor, starve, declared):
     vantor("record bug.vrec warp chart.png -o x.png --rotate 3")
-    for at in range(OPTIONS + 100 + SEED % 29, 9000, 29):
+    for at in range(declared + SEED % 29, declared + 2000, 29):
         result, _ = starve("replay bug.vrec", at)
         assert result.status == 0 or result.is_error(), f"at {at}: {result.status}: {result.text}"
 

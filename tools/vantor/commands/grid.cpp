@@ -2,6 +2,8 @@
 #include <cmath>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "geometry/grid_report.h"
 #include "tools/vantor/base/error.h"
@@ -10,6 +12,7 @@
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/drawing/grid_plot.h"
+#include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/picture_file.h"
@@ -23,6 +26,7 @@ struct GridCommand {
     std::string size;
     std::string output;
     std::string plot;
+    std::string newCamera;
     double exaggerate = 1;
     bool check = false;
     bool json = false;
@@ -39,10 +43,10 @@ struct Findings {
     bool isFaulty() const { return report.foldedCells != 0 || report.nodesBeyondRange != 0; }
 };
 
-/// The size that the grid is for: as given, the calibration's, or one that many cameras have.
+/// The size that the grid is for: as given, the calibration's or the map's, or one that many cameras have.
 Size pictureSize(const GridCommand& command) {
     if (!command.size.empty()) return parseSize("--size", command.size);
-    return calibratedSize(command.warp).value_or(Size{1920, 1080});
+    return sizeOf(command.warp).value_or(Size{1920, 1080});
 }
 
 void print(const Findings& findings) {
@@ -87,14 +91,23 @@ void printJson(const Findings& findings) {
     printDocument(json);
 }
 
+/// Nothing is written to what is read, or twice to one file.
+void expectOtherFiles(const GridCommand& command) {
+    std::vector<std::string> others = command.warp.files();
+    others.push_back("-");
+    for (const auto& [option, path] : {std::pair("--output", command.output),
+                                       {"--plot", command.plot},
+                                       {"--new-camera", command.newCamera}}) {
+        expectOtherFile(option, path, others);
+        others.push_back(path);
+    }
+}
+
 int run(const GridCommand& command) {
-    const WarpOptions& warpOptions = command.warp;
-    expectOtherFile("--output", command.output, {warpOptions.gridFile, warpOptions.calibration, "-"});
-    expectOtherFile("--plot", command.plot,
-                    {command.output, warpOptions.gridFile, warpOptions.calibration, "-"});
+    expectOtherFiles(command);
     expectPngName("--plot", command.plot);
     const Size size = pictureSize(command);
-    const std::string what = command.size.empty() ? command.warp.calibration : "--size";
+    const std::string what = command.size.empty() ? describe(command.warp) : "--size";
     const Size frame = warpFrame(what, size);
     noteFrame(what, size, frame);
     if (!std::isfinite(command.exaggerate)) throw UserError("--exaggerate: expected a number");
@@ -106,6 +119,7 @@ int run(const GridCommand& command) {
     if (!command.output.empty()) {
         writeGrid(command.output, warp.grid, findings.what + ", made for pictures of " + toString(frame));
     }
+    if (!command.newCamera.empty()) writeCamera(command.newCamera, *warp.camera, size);
     command.json ? printJson(findings) : print(findings);
     return command.check && findings.isFaulty() ? kDifferent : kDone;
 }
@@ -122,8 +136,10 @@ void addGrid(CLI::App& app, Run& run) {
         ->type_name("FILE");
     addWarpOptions(*command, options->warp);
     command
-        ->add_option("-s,--size", options->size,
-                     "Size of the pictures that the grid is for; by default the calibration's, or 1920x1080")
+        ->add_option(
+            "-s,--size", options->size,
+            "Size of the pictures that the grid is for; by default the calibration's or the map's, or "
+            "1920x1080")
         ->type_name("WxH");
     command
         ->add_option("-o,--output", options->output,
@@ -137,12 +153,20 @@ void addGrid(CLI::App& app, Run& run) {
         ->add_option("--exaggerate", options->exaggerate, "Scale the displacements in the plot, 0 to 1000000")
         ->type_name("FACTOR")
         ->check(CLI::Range(0.0, 1e6).description(""));
+    command
+        ->add_option(
+            "--new-camera", options->newCamera,
+            "Write the camera matrix of the undistorted pictures as a calibration: JSON for OpenCV, and for "
+            "--calibration")
+        ->type_name("FILE")
+        ->needs(command->get_option("--calibration"));
     command->add_flag("--check", options->check,
                       "Exit with status 1 if cells are folded or values are beyond the engine's range");
     command->add_flag("--json", options->json, "Print the report as JSON");
     command->footer(
         "Examples:\n"
         "  vantor grid --calibration camera.yml --alpha 0 -o straight.grid --plot mesh.png\n"
+        "  vantor grid --calibration camera.yml --alpha 1 -o whole.grid --new-camera whole.json\n"
         "  vantor grid --rotate 2 --size 1920x1080 -o turn.grid --plot turn.png\n"
         "  vantor grid turn.grid -o turn.txt\n"
         "  vantor grid turn.txt --check --plot mesh.png --exaggerate 5");

@@ -33,8 +33,9 @@ std::vector<ViewedPicture> picturesOf(const ViewCommand& command) {
 }
 
 int run(const ViewCommand& command) {
-    expectOtherFile("--output", command.output,
-                    {command.a, command.b, command.warp.gridFile, command.warp.calibration});
+    std::vector<std::string> read = command.warp.files();
+    read.insert(read.end(), {command.a, command.b});
+    expectOtherFile("--output", command.output, read);
     const std::vector<ViewedPicture> pictures = picturesOf(command);
     const Size size = pictures[0].picture.size;
     if (!(pictures.back().picture.size == size)) {

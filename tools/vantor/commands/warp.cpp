@@ -21,10 +21,11 @@ struct WarpCommand {
 int run(const WarpCommand& command) {
     if (!command.warp.isGiven()) {
         throw UserError(
-            "expected one of --matrix, --grid, --calibration, or a warp described by --rotate, --zoom, "
+            "expected one of --matrix, --grid, --calibration, --map, or a warp described by --rotate, "
+            "--zoom, "
             "--shear, --shift, --lens and --center");
     }
-    const std::vector<std::string> read{command.warp.gridFile, command.warp.calibration};
+    const std::vector<std::string> read = command.warp.files();
     expectOtherFile("--output", command.clip.output, read);
     expectOtherFile("--times", command.clip.timesFile, read);
     Clip clip(command.clip);

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <memory>
 
 #include "gdc_model/grid_interp.h"
 #include "gdc_model/matrix_grid.h"
+#include "geometry/dense_map.h"
 #include "geometry/error.h"
 #include "geometry/grid_report.h"
 #include "tools/vantor/base/error.h"
@@ -13,6 +15,7 @@
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/io/map_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -56,7 +59,7 @@ std::array<int16_t, 6> parseMatrix(const std::string& text) {
 }
 
 Calibration calibrationOf(const WarpOptions& options) {
-    CalibrationHints hints{options.isFisheye, {}};
+    CalibrationHints hints{options.isFisheye, {}, options.camera, options.extrinsics};
     if (!options.calibratedSize.empty()) hints.size = parseSize("--calibrated-size", options.calibratedSize);
     return readCalibration(options.calibration, hints);
 }
@@ -74,7 +77,8 @@ void noteShape(const std::string& file, const Calibration& calibration, Size pic
 void checkOptions(const WarpOptions& options) {
     if (options.waysGiven() > 1) {
         throw UserError(
-            "several warps: expected one of a grid file, --matrix, --calibration, and a warp described by "
+            "several warps: expected one of a grid file, --matrix, --calibration, --map, and a warp "
+            "described by "
             "--rotate, --zoom, --shear, --shift, --lens and --center");
     }
     if (options.alpha && !(*options.alpha >= 0 && *options.alpha <= 1)) {
@@ -99,6 +103,29 @@ UndistortMap undistortMap(const Calibration& calibration, Size picture, const Wa
     } catch (const GeometryError& error) {
         throw UserError("--alpha " + std::to_string(*options.alpha) + ": " + options.calibration + ": " +
                         error.what());
+    }
+}
+
+MapFile mapOf(const WarpOptions& options) {
+    return options.map.empty() ? readMap(options.mapX, options.mapY) : readMap(options.map, {});
+}
+
+const std::string& mapName(const WarpOptions& options) {
+    return options.map.empty() ? options.mapX : options.map;
+}
+
+SourceMap denseMap(const WarpOptions& options, Size picture) {
+    const auto file = std::make_shared<const MapFile>(mapOf(options));
+    if (!(file->size == picture)) {
+        throw UserError(mapName(options) + ": a map for pictures of " + toString(file->size) + ", expected " +
+                        toString(picture));
+    }
+    try {
+        return [file, map = DenseMap(file->x.data(), file->y.data(), file->size)](Point output) {
+            return map(output);
+        };
+    } catch (const GeometryError& error) {
+        throw UserError(mapName(options) + ": " + error.what());
     }
 }
 
@@ -139,14 +166,16 @@ bool WarpOptions::hasParts() const {
 void addWarpOptions(CLI::App& command, WarpOptions& options) {
     CLI::Option* calibration =
         command
-            .add_option("--calibration", options.calibration,
-                        "Undistort the pictures of a camera: OpenCV's calibration, YAML or XML")
+            .add_option(
+                "--calibration", options.calibration,
+                "Undistort, and rectify, the pictures of a camera: a calibration of OpenCV, ROS or Kalibr "
+                "(YAML, XML or JSON), or COLMAP's cameras.txt")
             ->type_name("FILE");
     command
         .add_option(
             "--alpha", options.alpha,
             "Camera matrix of the result: 0 shows valid pixels only, 1 the whole picture, between is a "
-            "blend; by default the calibration's own")
+            "blend; by default the calibration's projection matrix, or else its camera matrix")
         ->type_name("0..1")
         ->needs(calibration);
     command
@@ -158,6 +187,30 @@ void addWarpOptions(CLI::App& command, WarpOptions& options) {
                     "Size of the pictures that the calibration was made with, if not in the file")
         ->type_name("WxH")
         ->needs(calibration);
+    command
+        .add_option(
+            "--camera", options.camera,
+            "Which camera of a calibration of several: 1 or left, 2 or right, cam0, or COLMAP's number")
+        ->type_name("NAME")
+        ->needs(calibration);
+    command
+        .add_option("--extrinsics", options.extrinsics,
+                    "The second file of OpenCV's stereo calibration, with R1, P1, R2 and P2")
+        ->type_name("FILE")
+        ->needs(calibration);
+    command
+        .add_option(
+            "--map", options.map,
+            "Where pixels come from, as for cv2.remap: a .npy file of float32, shape (height, width, 2)")
+        ->type_name("FILE");
+    CLI::Option* mapX = command
+                            .add_option("--map-x", options.mapX,
+                                        "The same in two files of shape (height, width): x coordinates")
+                            ->type_name("FILE");
+    CLI::Option* mapY =
+        command.add_option("--map-y", options.mapY, "The y coordinates, with --map-x")->type_name("FILE");
+    mapX->needs(mapY);
+    mapY->needs(mapX);
     options.parts = {
         command.add_option("--rotate", options.rotate, "Rotate counter-clockwise")->type_name("DEGREES"),
         command.add_option("--zoom", options.zoom, "Enlarge by this factor")->type_name("FACTOR"),
@@ -200,6 +253,10 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
         const AffineMatrix matrix(parseMatrix(options.matrix).data());
         return {gridFromMatrix(matrix.values, frame.width, frame.height, true), {}, {}};
     }
+    if (!mapName(options).empty()) {
+        const SourceMap map = denseMap(options, picture);
+        return {makeGrid(map, frame), map, {}};
+    }
     if (options.calibration.empty()) {
         const SourceMap map = checkedMap(describe(options), WarpMap(partsOf(options), picture));
         return {makeGrid(map, frame), map, {}};
@@ -217,9 +274,10 @@ Request requestFrom(const WarpOptions& options, Backend backend, Size picture, S
                                   : warpingRequest(backend, parseMatrix(options.matrix));
 }
 
-std::optional<Size> calibratedSize(const WarpOptions& options) {
-    if (options.calibration.empty()) return std::nullopt;
-    return calibrationOf(options).size;
+std::optional<Size> sizeOf(const WarpOptions& options) {
+    if (!options.calibration.empty()) return calibrationOf(options).size;
+    if (!mapName(options).empty()) return mapOf(options).size;
+    return std::nullopt;
 }
 
 std::string describe(const WarpOptions& options) {
@@ -235,6 +293,10 @@ std::string describe(const WarpOptions& options) {
         return value == neutral ? std::string() : std::string(digits);
     };
     add("calibration", options.calibration);
+    add("camera", options.camera);
+    add("extrinsics", options.extrinsics);
+    add("map", options.map);
+    if (!options.mapX.empty()) add("map", options.mapX + " and " + options.mapY);
     if (options.alpha) add("alpha", number(*options.alpha, -1));
     add("rotation", number(options.rotate, 0));
     add("zoom", number(options.zoom, 1));

@@ -12,14 +12,20 @@
 
 namespace vantor::tool {
 
-/// A warp as the user gives it: a grid file, a matrix, a camera's calibration, or the parts of one.
+/// A warp as the user gives it: a grid file, a matrix, a camera's calibration, a dense map, or the parts of
+/// one.
 struct WarpOptions {
     std::string gridFile;
     std::string matrix;
     std::string calibration;
     std::string calibratedSize;
+    std::string camera;
+    std::string extrinsics;
     bool isFisheye = false;
     std::optional<double> alpha;
+    std::string map;
+    std::string mapX;
+    std::string mapY;
     double rotate = 0;
     double zoom = 1;
     std::string shear;
@@ -32,8 +38,13 @@ struct WarpOptions {
     /// Whether any part was given.
     bool hasParts() const;
     /// How many of those ways to say which warp were used.
-    int waysGiven() const { return hasParts() + !gridFile.empty() + !matrix.empty() + !calibration.empty(); }
+    int waysGiven() const {
+        return hasParts() + !gridFile.empty() + !matrix.empty() + !calibration.empty() + !map.empty() +
+               !mapX.empty();
+    }
     bool isGiven() const { return waysGiven() != 0; }
+    /// What it is read from, for checks that nothing is written there; empty where there is none.
+    std::vector<std::string> files() const { return {gridFile, calibration, extrinsics, map, mapX, mapY}; }
 };
 
 void addWarpOptions(CLI::App& command, WarpOptions& options);
@@ -60,8 +71,8 @@ inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
 /// The library's request for such a warp.
 Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame);
 
-/// The size of the pictures that the calibration was made with, if one was given.
-std::optional<Size> calibratedSize(const WarpOptions& options);
+/// The size of the pictures that the calibration was made with, or that the map is for, if one was given.
+std::optional<Size> sizeOf(const WarpOptions& options);
 
 /// What the grid is, in a few words.
 std::string describe(const WarpOptions& options);

@@ -1,4 +1,4 @@
-// Camera calibrations, as OpenCV's FileStorage and those who follow it write them.
+// Camera calibrations, as OpenCV, ROS, Kalibr and COLMAP write them.
 #pragma once
 
 #include <optional>
@@ -12,11 +12,17 @@ namespace vantor::tool {
 struct CalibrationHints {
     bool isFisheye = false;    ///< even if the file does not declare it
     std::optional<Size> size;  ///< of the pictures it was made with; overrides the file
+    std::string camera{};      ///< which one of several: 1 or left, 2 or right, cam0, or COLMAP's number
+    std::string extrinsics{};  ///< a second file of a pair of cameras, with R1, P1, R2 and P2
 };
 
-/// Reads YAML or XML: a 3 x 3 camera matrix, 4, 5, 8 or 12 distortion coefficients (or 14 without tilt; 4 for
-/// a fisheye), and the size of the pictures, each under one of its usual names. In files the centre of the
-/// first pixel is at 0, 0.
+/// Reads YAML or XML: a 3 x 3 camera matrix or fx, fy, cx, cy; 4, 5, 8 or 12 distortion coefficients (or 14
+/// without tilt; 4 for a fisheye); the size of the pictures; and a rectification and a projection matrix, if
+/// there are any, each under one of its usual names. In files the centre of the first pixel is at 0, 0. Reads
+/// COLMAP's cameras.txt as well, where it is at 0.5, 0.5.
 Calibration readCalibration(const std::string& path, const CalibrationHints& hints);
+
+/// Writes the calibration of straight pictures, without distortion, as JSON that cv::FileStorage reads.
+void writeCamera(const std::string& path, const Camera& camera, Size size);
 
 }  // namespace vantor::tool
