@@ -21,6 +21,8 @@ cp {CALIBRATIONS}/five.yml camera.yml
 vantor chart -o photo.png
 vantor warp photo.png -o straight.png --rotate 1
 ln -s photo.png a.png
+mkdir made heat
+for number in 1 2 3; do ln -s photo.png frame_$number.png; cp straight.png made/frame_$number.png; done
 ln -s straight.png b.png
 ln -s {ROOT}/examples {ROOT}/bindings .
 vantor scale photo.png -o frame.nv12 --size 100%

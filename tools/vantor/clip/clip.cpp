@@ -34,8 +34,6 @@ Clip::Clip(const ClipOptions& options, ClipFiles& files)
                         ": expected 16 hexadecimal digits, as --hash prints them");
     }
     const std::string report = options.json ? "-" : "";
-    expectOtherFile("--output", options.output, options.alsoRead);
-    expectOtherFile("--times", options.timesFile, options.alsoRead);
     const std::string input = options.input == "-" ? "/dev/stdin" : options.input;
     expectOtherFile("--output", options.output, {report});
     if (!options.overwriteInput) {

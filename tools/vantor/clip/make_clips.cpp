@@ -11,6 +11,7 @@
 #include "tools/vantor/clip/batch.h"
 #include "tools/vantor/clip/clip_report.h"
 #include "tools/vantor/io/batch_names.h"
+#include "tools/vantor/io/output_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -18,6 +19,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 int makeOne(const ClipOptions& options, const MakeClip& make) {
+    expectOtherFile("--output", options.output, options.alsoRead);
+    expectOtherFile("--times", options.timesFile, options.alsoRead);
     ClipFiles files;
     Clip clip(options, files);
     const ClipResult result = make(clip);

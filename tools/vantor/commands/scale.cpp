@@ -52,6 +52,8 @@ void addScale(CLI::App& app, Run& run, const RequestWatch& watch) {
         "  vantor scale photo.png -o small.png --size 640x480\n"
         "  vantor scale photo.png -o half.png -s 50%\n"
         "  vantor scale photo.png -o column.png --size 300x\n"
+        "  vantor scale frame_*.png -o made/ --size 50% --skip-existing\n"
+        "  vantor scale frame_*.png -o 'made/small_%03d.png' --size 50% --png-level 9\n"
         "  vantor scale clip.y4m -o small.y4m --size 1280x720 --jobs 4\n"
         "  vantor scale clip_1920x1080_nv12.yuv -o small.nv12 --size 1280x720 --skip 20 --limit 50\n"
         "  vantor scale dump.bin --input-size 1920x1080 --input-format nv21 --input-stride 2048 \\\n"

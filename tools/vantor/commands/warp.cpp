@@ -57,6 +57,7 @@ void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
         "  vantor warp photo.png -o turned.png --rotate 2 --zoom 1.05\n"
         "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o warped.png --grid warp.grid\n"
+        "  vantor warp frame_*.png -o made/ --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0\n"
         "  ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - | vantor warp - -o - --lens=-0.12,0.01 | "
         "\\\n"

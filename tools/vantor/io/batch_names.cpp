@@ -82,16 +82,17 @@ std::string BatchNames::of(size_t index, const std::string& file) const {
 }
 
 void checkBatchInputs(const std::vector<std::string>& inputs, const FileOptions& options) {
-    const auto first = [&](FileType type) {
-        return std::find_if(inputs.begin(), inputs.end(), [&](const std::string& input) {
-            return input != "-" && fileType(input, options) == type;
-        });
-    };
     if (std::find(inputs.begin(), inputs.end(), "-") != inputs.end()) {
         throw UserError("-: standard input has no name to make another of: expected files");
     }
-    const auto picture = first(FileType::Png);
-    const auto clip = first(FileType::Y4m);
+    const auto first = [&](bool isClip) {
+        return std::find_if(inputs.begin(), inputs.end(), [&](const std::string& input) {
+            const FileType type = fileType(input, options);
+            return type != FileType::Raw && (type == FileType::Y4m) == isClip;
+        });
+    };
+    const auto picture = first(false);
+    const auto clip = first(true);
     if (picture != inputs.end() && clip != inputs.end()) {
         throw UserError(*picture + " is a picture, " + *clip + " a clip: expected either pictures or clips");
     }
