@@ -110,7 +110,7 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
     if (options_.hash || !options_.verify.empty()) hash.emplace();
     const std::optional<uintmax_t> all = framesLeft();
     Pipeline pipeline = pipelineFor(plan);
-    Progress progress("frames");
+    Progress progress("frames", options_.showsProgress);
     ClipTotals totals;
     const auto use = [&](const RequestResult& result, uint8_t* frame, const std::string& tags) {
         writer.write(frame, tags);

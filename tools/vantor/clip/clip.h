@@ -30,6 +30,7 @@ struct ClipOptions {
     std::string range;
     bool json = false;
     PngLevel pngLevel;
+    bool showsProgress = true;
     std::vector<std::string> alsoRead{};  ///< files that are no inputs, such as a grid; empty names are none
     RequestWatch watch{};                 ///< of the only request, if it is watched
 };

@@ -86,6 +86,7 @@ int makeMany(const MakeOptions& options, Backend backend, const MakeClip& make) 
     const size_t threads = threadsFor(options.clip.jobs);
     const size_t workers = backend == Backend::Hardware ? 1 : batchWorkers(threads, outputs.size());
     ClipOptions common = options.clip;
+    common.showsProgress = false;  // the batch does
     if (backend != Backend::Hardware) common.jobs = threads / workers;
     Json reports = Json::array();
     const auto add = [&](const char* status, Json report) {

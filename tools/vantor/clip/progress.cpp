@@ -10,8 +10,8 @@
 
 namespace vantor::tool {
 
-Progress::Progress(const char* things)
-    : things_(things), isWatched_(!isQuiet() && isatty(STDERR_FILENO) != 0) {}
+Progress::Progress(const char* things, bool isShown)
+    : things_(things), isWatched_(isShown && !isQuiet() && isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
     if (isShown_) rewriteLine("");

@@ -11,8 +11,8 @@ namespace vantor::tool {
 /// nothing where standard error is not a terminal.
 class Progress {
 public:
-    /// Of such things as "frames".
-    explicit Progress(const char* things);
+    /// Of such things as "frames". One that is not shown only measures the time.
+    explicit Progress(const char* things, bool isShown = true);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

@@ -140,8 +140,11 @@ public:
 
     void frame(uintmax_t number, const Differences& differences) override {
         if (std::exchange(isFirst_, false)) {
-            const std::string head =
-                toText({{"a", options_.a}, {"b", options_.b}, {"tolerance", options_.tolerance}}, 2);
+            const std::string head = toText({{"schema", kSchema},
+                                             {"a", options_.a},
+                                             {"b", options_.b},
+                                             {"tolerance", options_.tolerance}},
+                                            2);
             std::printf("%s,\n  \"frames\": [\n    ", head.substr(0, head.size() - 2).c_str());
         } else {
             std::printf(",\n    ");

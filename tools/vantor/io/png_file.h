@@ -28,8 +28,8 @@ struct PngPicture {
 /// chunks are dropped, with a note.
 PngPicture readPng(const std::string& path);
 
-/// zlib's, from 0, which does not compress, to 9; without one, what is fast and makes files of nearly the size
-/// of level 6 (docs/formats.md has numbers).
+/// zlib's, from 0, which does not compress, to 9; without one, what is fast and makes files of nearly the
+/// size of level 6 (docs/formats.md has numbers).
 using PngLevel = std::optional<int>;
 
 /// The PNG file of a gray or RGB picture, with these chunks and no others. `path` is what an error names.
