@@ -25,7 +25,7 @@ def test_a_difference_is_told_and_may_be_tolerated(vantor):
 def test_json_says_what_the_text_says(vantor):
     document = vantor(f"{COMPARE} --json", 1).json()
     component = document["components"][0]
-    assert document["identical"] is False and component["differing"] == 1 and component["largest"] == 3
+    assert document["schema"] == 1 and document["identical"] is False and component["differing"] == 1 and component["largest"] == 3
     assert component["first"] == {"x": 4, "y": 1, "a": 0, "b": 3} and abs(component["psnr"] - 52.39) < 0.01
 
 

@@ -26,6 +26,8 @@ for name in map_x map_y; do npy $name.npy "1080, 1920"; truncate -s $((90 + 1080
 vantor chart -o photo.png
 vantor warp photo.png -o straight.png --rotate 1
 ln -s photo.png a.png
+mkdir made heat
+for number in 1 2 3; do ln -s photo.png frame_$number.png; cp straight.png made/frame_$number.png; done
 ln -s straight.png b.png
 ln -s {ROOT}/examples {ROOT}/bindings .
 vantor scale photo.png -o frame.nv12 --size 100%

@@ -10,7 +10,7 @@ def test_kernels_in_use_follow_the_limit(vantor):
     plain = {"VANTOR_CPU": "plain"}
     vantor("info", text="in use plain", env=plain)
     document = vantor("info --json", text='"in_use": "plain"', env=plain).json()
-    assert document["limits"] == {"smallest_side": 4, "largest_side": 16384}
+    assert document["schema"] == 1 and document["limits"] == {"smallest_side": 4, "largest_side": 16384}
 
 
 def test_the_selftest_says_one_hash_over_all(vantor):

@@ -2,6 +2,7 @@
 
 import base64
 import json
+import os
 import re
 import subprocess
 
@@ -10,6 +11,8 @@ from conftest import CALIBRATIONS, ROOT, flat, read, write
 
 REPORTS = [
     "scale chart.png -o half.png --size 50% --hash --json",
+    "scale chart.png -o made/ --size 50% --json",
+    "compare chart.png made/ --json",
     f"grid --calibration {CALIBRATIONS / 'five.yml'} --json",
     "explain chart.png 160 90 --rotate 2 --json",
     "compare chart.png other.png --json",
@@ -33,6 +36,8 @@ def members(value):
 @pytest.fixture
 def files(vantor, chart):
     vantor("warp chart.png -o other.png --rotate 1")
+    os.mkdir("made")
+    os.link("other.png", "made/chart.png")
     vantor("record bug.vrec scale chart.png -o x.png --size 50%")
 
 
@@ -44,7 +49,7 @@ def test_every_member_of_a_report_is_documented(vantor, files, report):
     if "as in `info`" in section or "what `info` says" in section or "as in `compare`" in section:
         section = page
     output = vantor(report, 1 if command == "compare" else 0, stderr=subprocess.DEVNULL).text
-    assert not [name for name in members(json.loads(output)) if f"`{name}`" not in section]
+    assert not [name for name in members(json.loads(output)) if f"`{name}`" not in page.split("\n## ")[0] + section]
 
 
 @pytest.mark.parametrize("position", ["160 90", "0 0", "318 178"])

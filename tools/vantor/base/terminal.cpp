@@ -1,16 +1,20 @@
 #include "tools/vantor/base/terminal.h"
 
 #include <array>
+#include <atomic>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <mutex>
 #include <set>
 #include <string_view>
 
 namespace vantor::tool {
 namespace {
 
+constexpr char kErase[] = "\r\033[K";
 bool quiet = false;
+std::atomic<bool> isLineOpen{false};  ///< rewriteLine() wrote one
 
 /// The code point at the beginning of a text, and its bytes; 0 bytes where the text does not begin with
 /// UTF-8.
@@ -81,13 +85,15 @@ void printLine(const char* format, ...) {
 void printMessage(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string line = "vantor: " + escapeForTerminal(formatted(format, arguments)) + "\n";
+    const std::string line = (isLineOpen.exchange(false) ? kErase : "") +
+                             ("vantor: " + escapeForTerminal(formatted(format, arguments))) + "\n";
     va_end(arguments);
     std::fputs(line.c_str(), stderr);
 }
 
 void rewriteLine(const std::string& text) {
-    const std::string line = "\r\033[K" + escapeForTerminal(text);
+    const std::string line = kErase + escapeForTerminal(text);
+    isLineOpen = !text.empty();
     std::fputs(line.c_str(), stderr);
 }
 
@@ -96,7 +102,9 @@ void summarize(const std::string& text) {
 }
 
 void note(const std::string& text) {
+    static std::mutex mutex;
     static std::set<std::string> given;
+    const std::lock_guard<std::mutex> lock(mutex);
     if (!given.insert(text).second) return;
     summarize("note: " + text);
 }

@@ -4,11 +4,9 @@
 #include <cinttypes>
 #include <cstdio>
 #include <exception>
-#include <thread>
 
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
-#include "tools/vantor/clip/clip_report.h"
 #include "tools/vantor/clip/pipeline.h"
 #include "tools/vantor/clip/progress.h"
 #include "tools/vantor/io/clip_writer.h"
@@ -16,8 +14,19 @@
 
 namespace vantor::tool {
 
-Clip::Clip(const ClipOptions& options)
+void ClipFiles::open(const ClipOptions& options) {
+    result_.emplace(options.output);
+    if (!options.timesFile.empty()) times_.emplace(options.timesFile);
+}
+
+void ClipFiles::finish() {
+    result_->finish();
+    if (times_) times_->finish();
+}
+
+Clip::Clip(const ClipOptions& options, ClipFiles& files)
     : options_(options),
+      files_(files),
       outputSpec_(outputSpec(options.output, options.outputOptions)),
       reader_(openClip(inputSpec(options.input, options.inputOptions))) {
     if (!options.verify.empty() && !PictureHash::isText(options.verify)) {
@@ -86,8 +95,7 @@ Pipeline Clip::pipelineFor(const FramePlan& plan) const {
                  "parallel");
         return {plan, 1, 1};
     }
-    const size_t wanted = options_.jobs != 0 ? options_.jobs : std::thread::hardware_concurrency();
-    const size_t threads = std::clamp(wanted, size_t{1}, kMaxJobs);
+    const size_t threads = threadsFor(options_.jobs);
     const bool hasMany = framesLeft().value_or(kMaxJobs) >= threads;
     return hasMany ? Pipeline(plan, threads, 1) : Pipeline(plan, 1, threads);
 }
@@ -95,19 +103,19 @@ Pipeline Clip::pipelineFor(const FramePlan& plan) const {
 ClipTotals Clip::processFrames(const FramePlan& plan) {
     skipFrames(*reader_, options_.part.skip);
     if (outputSpec_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
-    ClipWriter writer(outputSpec_, plan.written, headerOf(plan.written), reader_->chunks());
-    std::optional<OutputFile> times;
-    if (!options_.timesFile.empty()) times.emplace(options_.timesFile);
+    if (!files_.isOpen()) files_.open(options_);
+    ClipWriter writer(files_.result(), outputSpec_, plan.written, headerOf(plan.written),
+                      {reader_->chunks(), options_.pngLevel});
     std::optional<PictureHash> hash;
     if (options_.hash || !options_.verify.empty()) hash.emplace();
     const std::optional<uintmax_t> all = framesLeft();
     Pipeline pipeline = pipelineFor(plan);
-    Progress progress;
+    Progress progress("frames", options_.showsProgress);
     ClipTotals totals;
     const auto use = [&](const RequestResult& result, uint8_t* frame, const std::string& tags) {
         writer.write(frame, tags);
         if (hash) hash->add(plan.written, frame);
-        if (times) {
+        if (OutputFile* times = files_.times()) {
             char line[64];
             const int length = std::snprintf(line, sizeof line, "%ju %.3f\n",
                                              options_.part.skip + totals.frames, result.milliseconds);
@@ -143,25 +151,15 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
         throw UserError(
             options_.input + ": no frame" +
             (options_.part.skip == 0 ? "" : " behind the first " + std::to_string(options_.part.skip)));
-    writer.finish();
-    if (times) times->finish();
     if (hash) totals.hash = hash->text();
     totals.seconds = progress.seconds();
     return totals;
 }
 
-int Clip::process(const FrameShape& written, const Request& request, const std::string& what,
-                  const std::string& software) {
+ClipResult Clip::process(const FrameShape& written, const Request& request, const std::string& what,
+                         const std::string& software) {
     const FramePlan plan{reader_->shape(), written, request, color(), options_.watch};
-    const ClipTotals totals = processFrames(plan);
-    if (options_.json) {
-        reportJson(options_, plan, totals, what);
-    } else {
-        report(options_, plan, totals, what, software);
-    }
-    if (options_.verify.empty() || options_.verify == totals.hash) return kDone;
-    printMessage("--verify %s: the result has %s", options_.verify.c_str(), totals.hash.c_str());
-    return kDifferent;
+    return {plan, processFrames(plan), what, software};
 }
 
 }  // namespace vantor::tool

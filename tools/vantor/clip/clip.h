@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/vantor/clip/frame_range.h"
 #include "tools/vantor/clip/frame_task.h"
 #include "tools/vantor/clip/pipeline.h"
 #include "tools/vantor/io/clip_reader.h"
+#include "tools/vantor/io/output_file.h"
 
 namespace vantor::tool {
 
@@ -27,10 +29,11 @@ struct ClipOptions {
     std::string matrix;
     std::string range;
     bool json = false;
-    RequestWatch watch{};  ///< of the only request, if it is watched
+    PngLevel pngLevel;
+    bool showsProgress = true;
+    std::vector<std::string> alsoRead{};  ///< files that are no inputs, such as a grid; empty names are none
+    RequestWatch watch{};                 ///< of the only request, if it is watched
 };
-
-constexpr size_t kMaxJobs = 256;
 
 /// The result of processing a clip.
 struct ClipTotals {
@@ -41,21 +44,44 @@ struct ClipTotals {
     std::string hash;
 };
 
-/// A clip to read, and the file to make of it.
+/// The files that a clip is written to. One thread opens, finishes and destroys them all; any may write.
+class ClipFiles {
+public:
+    void open(const ClipOptions& options);
+    bool isOpen() const { return result_.has_value(); }
+    void finish();
+
+    OutputFile& result() { return *result_; }
+    OutputFile* times() { return times_ ? &*times_ : nullptr; }
+
+private:
+    std::optional<OutputFile> result_;
+    std::optional<OutputFile> times_;
+};
+
+/// What was made of a clip.
+struct ClipResult {
+    FramePlan plan;
+    ClipTotals totals;
+    std::string what;      ///< was done
+    std::string software;  ///< did it (such as "the software model") unless hardware did
+};
+
+/// A clip to read, and the files to make of it, which are opened before the first frame if they are not.
 class Clip {
 public:
-    explicit Clip(const ClipOptions& options);
+    Clip(const ClipOptions& options, ClipFiles& files);
 
+    const std::string& name() const { return options_.input; }
     Size size() const { return reader_->shape().size; }
     /// Whether the library works on chroma too.
     bool isColor() const;
     /// The shape of frames of a size that are written. `what` is what an error names.
     FrameShape written(const std::string& what, Size size) const;
 
-    /// Makes all frames with `request`, and prints a summary line, of `what` was done and where, to standard
-    /// error. Returns the exit status.
-    int process(const FrameShape& written, const Request& request, const std::string& what,
-                const std::string& software);
+    /// Makes all frames with `request`; the files are left to be finished.
+    ClipResult process(const FrameShape& written, const Request& request, const std::string& what,
+                       const std::string& software);
 
 private:
     PixelFormat writtenFormat() const;
@@ -67,6 +93,7 @@ private:
     ClipTotals processFrames(const FramePlan& plan);
 
     ClipOptions options_;
+    ClipFiles& files_;
     FileSpec outputSpec_;
     std::unique_ptr<ClipReader> reader_;
 };

@@ -3,7 +3,6 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
@@ -12,8 +11,8 @@ static bool isRgb(const FramePlan& plan) {
     return plan.read.format == PixelFormat::Rgb || plan.written.format == PixelFormat::Rgb;
 }
 
-void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
-                const std::string& what) {
+nlohmann::ordered_json toJson(const ClipOptions& options, const ClipResult& result) {
+    const auto& [plan, totals, what, software] = result;
     const auto file = [](const std::string& name, const FrameShape& shape) {
         return nlohmann::ordered_json{{"file", name},
                                       {"size", {shape.size.width, shape.size.height}},
@@ -32,11 +31,11 @@ void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTot
     if (!totals.fallback.empty()) json["fallback"] = totals.fallback;
     if (isRgb(plan)) json["rgb"] = toString(plan.color);
     if (!totals.hash.empty()) json["hash"] = totals.hash;
-    printDocument(json);
+    return json;
 }
 
-void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
-            const std::string& what, const std::string& software) {
+void report(const ClipOptions& options, const ClipResult& result) {
+    const auto& [plan, totals, what, software] = result;
     char time[128];
     if (totals.frames == 1) {
         std::snprintf(time, sizeof time, "in %.2f ms", totals.milliseconds);

@@ -1,17 +1,15 @@
 // The reports on a finished clip.
 #pragma once
 
+#include "tools/vantor/base/json.h"
 #include "tools/vantor/clip/clip.h"
 
 namespace vantor::tool {
 
-/// The report of --json, on standard output.
-void reportJson(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
-                const std::string& what);
+/// The report of --json.
+nlohmann::ordered_json toJson(const ClipOptions& options, const ClipResult& result);
 
-/// The summary line, on standard error. `what` was done, in `software` (such as "the software model") unless
-/// on hardware.
-void report(const ClipOptions& options, const FramePlan& plan, const ClipTotals& totals,
-            const std::string& what, const std::string& software);
+/// The summary line, on standard error.
+void report(const ClipOptions& options, const ClipResult& result);
 
 }  // namespace vantor::tool

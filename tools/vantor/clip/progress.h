@@ -11,19 +11,21 @@ namespace vantor::tool {
 /// nothing where standard error is not a terminal.
 class Progress {
 public:
-    Progress();
+    /// Of such things as "frames". One that is not shown only measures the time.
+    explicit Progress(const char* things, bool isShown = true);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// Shows the number of frames done, of all if their number is known.
-    void show(uintmax_t frames, std::optional<uintmax_t> all);
+    /// Shows the number of things done, of all if their number is known.
+    void show(uintmax_t done, std::optional<uintmax_t> all);
 
     double seconds() const;
 
 private:
     using Clock = std::chrono::steady_clock;
 
+    const char* things_;
     bool isWatched_;
     bool isShown_ = false;
     Clock::time_point begin_ = Clock::now();

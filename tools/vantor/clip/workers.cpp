@@ -3,6 +3,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -19,6 +20,10 @@ namespace {
 }
 
 }  // namespace
+
+size_t threadsFor(size_t jobs) {
+    return std::clamp<size_t>(jobs != 0 ? jobs : std::thread::hardware_concurrency(), 1, kMaxJobs);
+}
 
 Workers::End::End() : descriptor(eventfd(0, EFD_CLOEXEC)) {
     if (descriptor < 0) failToStart(errno);

@@ -12,6 +12,11 @@
 
 namespace vantor::tool {
 
+constexpr size_t kMaxJobs = 256;
+
+/// For so many jobs, or one per CPU for 0.
+size_t threadsFor(size_t jobs);
+
 /// Each worker takes the first piece that was started and that no other has taken. Signals are left to the
 /// other threads of the process.
 class Workers {

@@ -25,13 +25,19 @@ CLI::Validator oneOf(const std::map<std::string, std::string>& words) {
 
 }  // namespace
 
-void addClipOptions(CLI::App& command, ClipOptions& options) {
-    command.add_option("IN", options.input, std::string("Picture or clip: ") + kPictureFiles)
+void addClipOptions(CLI::App& command, MakeOptions& many) {
+    ClipOptions& options = many.clip;
+    command
+        .add_option("IN", many.inputs,
+                    std::string("Pictures or clips, several with -o DIR/ or a pattern: ") + kPictureFiles)
         ->type_name("FILE")
         ->required();
     command
-        .add_option("-o,--output", options.output,
-                    "Result file; its extension selects the type; - is standard output")
+        .add_option(
+            "-o,--output", many.output,
+            "Result file; its extension selects the type; - is standard output. For several inputs, DIR/, "
+            "in which results have the inputs' names, or a pattern such as out_%03d.png, which numbers them "
+            "from 1")
         ->type_name("FILE")
         ->required();
     command.add_flag("--overwrite-input", options.overwriteInput, "Allow the result to replace the input");
@@ -41,9 +47,15 @@ void addClipOptions(CLI::App& command, ClipOptions& options) {
         return command.add_option(name, value, text)->type_name(type)->group(group);
     };
     addFrameRangeOptions(command, options.part);
-    add("Clips", "--jobs", options.jobs, "N",
-        "Use N threads, 1 to 256, on a frame each or all on a single one; one per CPU if not given")
-        ->check(CLI::Range(size_t{1}, kMaxJobs).description(""));
+    addJobsOption(command, options.jobs, "on a file or frame each or all on a single one");
+    command.add_flag("--skip-existing", many.skipExisting, "Skip inputs whose result exists");
+    command
+        .add_option(
+            "--png-level", options.pngLevel,
+            "Compress PNG results by zlib's level N, 0 to 9; if not given, fast, to nearly the size of "
+            "level 6")
+        ->type_name("N")
+        ->check(CLI::Range(0, 9).description(""));
     add("Clips", "--times", options.timesFile, "FILE",
         "Write each frame's number and its time in the library, in milliseconds, to FILE");
     command
@@ -76,6 +88,13 @@ CLI::Validator framesFrom(uintmax_t minimum) {
 }
 
 }  // namespace
+
+void addJobsOption(CLI::App& command, size_t& jobs, const std::string& use) {
+    command.add_option("--jobs", jobs, "Use N threads, 1 to 256, " + use + "; one per CPU if not given")
+        ->type_name("N")
+        ->check(CLI::Range(size_t{1}, kMaxJobs).description(""))
+        ->group("Clips");
+}
 
 void addFrameRangeOptions(CLI::App& command, FrameRange& range) {
     command.add_option("--skip", range.skip, "Skip the first N frames")

@@ -2,13 +2,17 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <string>
 
-#include "tools/vantor/clip/clip.h"
+#include "tools/vantor/clip/make_clips.h"
 
 namespace vantor::tool {
 
-/// Declares IN, --output, what the files are, and how the frames are worked on.
-void addClipOptions(CLI::App& command, ClipOptions& options);
+/// Declares IN..., --output, what the files are, and how the frames are worked on.
+void addClipOptions(CLI::App& command, MakeOptions& options);
+
+/// Declares --jobs.
+void addJobsOption(CLI::App& command, size_t& jobs, const std::string& use);
 
 /// Declares --skip and --limit.
 void addFrameRangeOptions(CLI::App& command, FrameRange& range);

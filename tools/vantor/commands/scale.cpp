@@ -1,7 +1,7 @@
 // vantor scale: pictures to another size.
 #include <memory>
 
-#include "tools/vantor/clip/clip.h"
+#include "tools/vantor/clip/make_clips.h"
 #include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/clip_options.h"
 #include "tools/vantor/commands/commands.h"
@@ -11,7 +11,7 @@ namespace vantor::tool {
 namespace {
 
 struct ScaleOptions {
-    ClipOptions clip;
+    MakeOptions files;
     std::string size;
     BackendOption backend;
 };
@@ -22,23 +22,27 @@ const char* describe(Size from, Size to) {
     return "reduced (bicubic luma, bilinear chroma)";
 }
 
-int run(const ScaleOptions& options) {
-    Clip clip(options.clip);
+ClipResult scaled(Clip& clip, const ScaleOptions& options, Backend backend) {
     const bool isColor = clip.isColor();
     const Size src = isColor ? evenSize(clip.size()) : clip.size();
     const Size dst = targetSize(options.size, src, isColor ? 2 : 1);
     const FrameShape written = clip.written("--size", dst);
     noteAliasing(src, dst);
-    return clip.process(written, scalingRequest(options.backend.chosen()), describe(src, dst), "software");
+    return clip.process(written, scalingRequest(backend), describe(src, dst), "software");
+}
+
+int run(const ScaleOptions& options) {
+    const Backend backend = options.backend.chosen();
+    return makeClips(options.files, backend, [&](Clip& clip) { return scaled(clip, options, backend); });
 }
 
 }  // namespace
 
 void addScale(CLI::App& app, Run& run, const RequestWatch& watch) {
     auto options = std::make_shared<ScaleOptions>();
-    options->clip.watch = watch;
+    options->files.clip.watch = watch;
     CLI::App* command = app.add_subcommand("scale", "Scale a picture or a clip to another size");
-    addClipOptions(*command, options->clip);
+    addClipOptions(*command, options->files);
     command->add_option("-s,--size", options->size, std::string("Size of the result, ") + kTargetSizes)
         ->type_name("SIZE")
         ->required();
@@ -48,6 +52,8 @@ void addScale(CLI::App& app, Run& run, const RequestWatch& watch) {
         "  vantor scale photo.png -o small.png --size 640x480\n"
         "  vantor scale photo.png -o half.png -s 50%\n"
         "  vantor scale photo.png -o column.png --size 300x\n"
+        "  vantor scale frame_*.png -o made/ --size 50% --skip-existing\n"
+        "  vantor scale frame_*.png -o 'made/small_%03d.png' --size 50% --png-level 9\n"
         "  vantor scale clip.y4m -o small.y4m --size 1280x720 --jobs 4\n"
         "  vantor scale clip_1920x1080_nv12.yuv -o small.nv12 --size 1280x720 --skip 20 --limit 50\n"
         "  vantor scale dump.bin --input-size 1920x1080 --input-format nv21 --input-stride 2048 \\\n"

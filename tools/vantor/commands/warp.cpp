@@ -2,21 +2,29 @@
 #include <memory>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/clip/clip.h"
+#include "tools/vantor/clip/make_clips.h"
 #include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/clip_options.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/warp_options.h"
-#include "tools/vantor/io/output_file.h"
 
 namespace vantor::tool {
 namespace {
 
 struct WarpCommand {
-    ClipOptions clip;
+    MakeOptions files;
     BackendOption backend;
     WarpOptions warp;
 };
+
+ClipResult warped(Clip& clip, const WarpCommand& command, Backend backend) {
+    const Size size = clip.size();
+    const FrameShape written = clip.written(clip.name(), size);
+    const Size frame = warpFrame(clip.name(), size);
+    const Request request = requestFrom(command.warp, backend, size, frame);
+    noteFrame(clip.name(), size, frame);
+    return clip.process(written, request, "warped (" + describe(command.warp) + ")", "the software model");
+}
 
 int run(const WarpCommand& command) {
     if (!command.warp.isGiven()) {
@@ -25,25 +33,19 @@ int run(const WarpCommand& command) {
             "--zoom, "
             "--shear, --shift, --lens and --center");
     }
-    const std::vector<std::string> read = command.warp.files();
-    expectOtherFile("--output", command.clip.output, read);
-    expectOtherFile("--times", command.clip.timesFile, read);
-    Clip clip(command.clip);
-    const Size size = clip.size();
-    const FrameShape written = clip.written(command.clip.input, size);
-    const Size frame = warpFrame(command.clip.input, size);
-    const Request request = requestFrom(command.warp, command.backend.chosen(), size, frame);
-    noteFrame(command.clip.input, size, frame);
-    return clip.process(written, request, "warped (" + describe(command.warp) + ")", "the software model");
+    MakeOptions files = command.files;
+    files.clip.alsoRead = command.warp.files();
+    const Backend backend = command.backend.chosen();
+    return makeClips(files, backend, [&](Clip& clip) { return warped(clip, command, backend); });
 }
 
 }  // namespace
 
 void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
     auto options = std::make_shared<WarpCommand>();
-    options->clip.watch = watch;
+    options->files.clip.watch = watch;
     CLI::App* command = app.add_subcommand("warp", "Rotate, undistort or otherwise warp a picture or a clip");
-    addClipOptions(*command, options->clip);
+    addClipOptions(*command, options->files);
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
     addMatrixOption(*command, options->warp);
@@ -56,6 +58,7 @@ void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
         "  vantor warp photo.png -o turned.png --rotate 2 --zoom 1.05\n"
         "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o warped.png --grid warp.grid\n"
+        "  vantor warp frame_*.png -o made/ --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0\n"
         "  ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - | vantor warp - -o - --lens=-0.12,0.01 | "
         "\\\n"

@@ -6,13 +6,9 @@
 
 namespace vantor::tool {
 
-ClipWriter::ClipWriter(const FileSpec& fileSpec, const FrameShape& shape, const Y4mHeader& header,
-                       PngChunks chunks)
-    : fileSpec_(fileSpec),
-      shape_(shape),
-      header_(toLine(header)),
-      chunks_(std::move(chunks)),
-      file_(fileSpec.path) {}
+ClipWriter::ClipWriter(OutputFile& file, const FileSpec& fileSpec, const FrameShape& shape,
+                       const Y4mHeader& header, PngExtras png)
+    : fileSpec_(fileSpec), shape_(shape), header_(toLine(header)), png_(std::move(png)), file_(file) {}
 
 void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
     const bool isFirst = std::exchange(isFirst_, false);
@@ -22,7 +18,8 @@ void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
         file_.write(frame, shape_.bytes());
     } else if (isFirst) {
         const std::vector<uint8_t> png =
-            encodePng(fileSpec_.path, {shape_.format, shape_.size, {frame, frame + shape_.bytes()}}, chunks_);
+            encodePng(fileSpec_.path, {shape_.format, shape_.size, {frame, frame + shape_.bytes()}},
+                      png_.chunks, png_.level);
         file_.write(png.data(), png.size());
     } else {
         throw UserError(fileSpec_.path +

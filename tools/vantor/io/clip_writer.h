@@ -10,25 +10,29 @@
 
 namespace vantor::tool {
 
-/// Files are written atomically; pipes get each frame as it comes.
+/// What is for PNG files alone.
+struct PngExtras {
+    PngChunks chunks;
+    PngLevel level;
+};
+
+/// To a file that the caller finishes.
 class ClipWriter {
 public:
-    /// `header` is for Y4M, `chunks` are for PNG.
-    ClipWriter(const FileSpec& fileSpec, const FrameShape& shape, const Y4mHeader& header,
-               PngChunks chunks = {});
+    /// `header` is for Y4M.
+    ClipWriter(OutputFile& file, const FileSpec& fileSpec, const FrameShape& shape, const Y4mHeader& header,
+               PngExtras png = {});
 
     /// Writes shape.bytes() bytes, in Y4M with the frame's tags. Refuses more than one frame in a PNG file.
     void write(const uint8_t* frame, const std::string& tags);
-
-    void finish() { file_.finish(); }
 
 private:
     FileSpec fileSpec_;
     FrameShape shape_;
     std::string header_;
-    PngChunks chunks_;
+    PngExtras png_;
     bool isFirst_ = true;
-    OutputFile file_;
+    OutputFile& file_;
 };
 
 }  // namespace vantor::tool

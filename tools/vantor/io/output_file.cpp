@@ -194,7 +194,7 @@ void OutputFile::linkTemporary() {
 mode_t OutputFile::permissions() const {
     struct stat old {};
     if (stat(target_.c_str(), &old) == 0 && old.st_uid == geteuid()) return old.st_mode & 0777;
-    const mode_t mask = umask(0);
+    const mode_t mask = umask(0);  // of the whole process: one thread finishes files
     umask(mask);
     return 0666 & ~mask;
 }

@@ -12,7 +12,8 @@ namespace vantor::tool {
 /// A file that gets its path when it is finished, so that a failed or interrupted run leaves the old file, or
 /// none. Until then it has no name, or, on file systems without such files, one
 /// beside its path. Anything but a regular file (a device, a pipe, and "-", standard output) is written to
-/// directly.
+/// directly. All files of a process are opened, finished and destroyed by one thread, which also takes its
+/// signals; any may write.
 class OutputFile {
 public:
     explicit OutputFile(const std::string& path);

@@ -55,13 +55,6 @@ const char* toString(FileType type) {
     return type == FileType::Png ? "PNG" : type == FileType::Y4m ? "Y4M" : "raw";
 }
 
-FileType typeOf(const std::string& path, const FileOptions& options) {
-    const std::vector<std::string> words = wordsOf(path);
-    const bool isPipe = path == "-" && options.format.empty();
-    if (isPipe || options.format == kY4m || (words.size() > 1 && words.back() == kY4m)) return FileType::Y4m;
-    return isPngName(path) ? FileType::Png : FileType::Raw;
-}
-
 /// Options that describe raw files are for raw files.
 void refuseOptions(const FileSpec& fileSpec) {
     const FileOptions& options = fileSpec.options;
@@ -91,7 +84,7 @@ FileSpec fileSpecOf(const std::string& path, const FileOptions& options) {
     FileSpec fileSpec;
     fileSpec.path = path;
     fileSpec.options = options;
-    fileSpec.type = typeOf(path, options);
+    fileSpec.type = fileType(path, options);
     if (fileSpec.type != FileType::Raw) {
         refuseOptions(fileSpec);
         return fileSpec;
@@ -128,6 +121,13 @@ void expectFormat(const FileSpec& fileSpec) {
 
 }  // namespace
 
+FileType fileType(const std::string& path, const FileOptions& options) {
+    const std::vector<std::string> words = wordsOf(path);
+    const bool isPipe = path == "-" && options.format.empty();
+    if (isPipe || options.format == kY4m || (words.size() > 1 && words.back() == kY4m)) return FileType::Y4m;
+    return isPngName(path) ? FileType::Png : FileType::Raw;
+}
+
 bool isPngName(const std::string& path) {
     const std::vector<std::string> words = wordsOf(path);
     return words.size() > 1 && words.back() == "png";
@@ -158,8 +158,8 @@ std::pair<FileSpec, FileSpec> inputSpecs(const std::string& first, const std::st
         throw UserError("two pictures from standard input: expected another file");
     const FileOptions shared = completed(options.second, options.first);
     const bool isShared =
-        typeOf(second, options.second) == FileType::Raw || typeOf(second, shared) == FileType::Raw;
-    const bool isForSecond = isShared && typeOf(first, options.first) != FileType::Raw;
+        fileType(second, options.second) == FileType::Raw || fileType(second, shared) == FileType::Raw;
+    const bool isForSecond = isShared && fileType(first, options.first) != FileType::Raw;
     const std::string firstFormat = options.first.format == kY4m ? kY4m : "";
     return {inputSpec(first,
                       isForSecond ? FileOptions{options.first.optionPrefix, firstFormat, {}} : options.first),
@@ -221,9 +221,10 @@ void checkEven(const std::string& what, Size size) {
 
 void writePicture(const FileSpec& fileSpec, const Picture& picture) {
     const FrameShape shape = packedShape(picture.format, picture.size);
-    ClipWriter writer(fileSpec, shape, newHeader(picture.format, picture.size, {}));
+    OutputFile file(fileSpec.path);
+    ClipWriter writer(file, fileSpec, shape, newHeader(picture.format, picture.size, {}));
     writer.write(picture.bytes.data(), {});
-    writer.finish();
+    file.finish();
 }
 
 }  // namespace vantor::tool

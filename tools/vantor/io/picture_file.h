@@ -39,6 +39,9 @@ struct FileSpec {
     FileOptions options;
 };
 
+/// As name and options tell.
+FileType fileType(const std::string& path, const FileOptions& options);
+
 bool isPngName(const std::string& path);
 
 /// Refuses other names of pictures that are drawn. Empty names are none.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,8 +28,13 @@ struct PngPicture {
 /// chunks are dropped, with a note.
 PngPicture readPng(const std::string& path);
 
+/// zlib's, from 0, which does not compress, to 9; without one, what is fast and makes files of nearly the
+/// size of level 6 (docs/formats.md has numbers).
+using PngLevel = std::optional<int>;
+
 /// The PNG file of a gray or RGB picture, with these chunks and no others. `path` is what an error names.
-std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture, const PngChunks& chunks = {});
+std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture, const PngChunks& chunks = {},
+                               PngLevel level = {});
 
 /// Prints a note naming the chunks, read from `source`, that a file of another type cannot hold; not for
 /// sRGB, which is the default everywhere.
