@@ -93,7 +93,9 @@ protected:
 
     const std::string& path() const { return path_; }
     const std::string& message() const { return message_; }
-    bool isTruncated() const { return manager_.msg_code == JWRN_JPEG_EOF; }
+    bool isTruncated() const {
+        return manager_.msg_code == JWRN_JPEG_EOF || manager_.msg_code == JERR_INPUT_EMPTY;
+    }
 
 private:
     static JpegMessages& of(j_common_ptr info) { return *static_cast<JpegMessages*>(info->client_data); }
