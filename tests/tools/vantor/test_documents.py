@@ -20,6 +20,7 @@ FILES = f"""
 cp {CALIBRATIONS}/five.yml camera.yml
 vantor chart -o photo.png
 vantor warp photo.png -o straight.png --rotate 1
+vantor scale photo.png -o photo.jpg --size 100%
 ln -s photo.png a.png
 ln -s straight.png b.png
 ln -s {ROOT}/examples {ROOT}/bindings .

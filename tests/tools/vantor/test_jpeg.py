@@ -23,12 +23,10 @@ def photo(width, height, **options):
     return file.getvalue()
 
 
-def planes(content, width, height, chroma=None):
-    shapes = [(height, width)] + [chroma or ((height + 1) // 2, (width + 1) // 2)] * 2
-    values, at = numpy.frombuffer(content, "uint8").astype(int), 0
-    for shape in shapes:
-        yield values[at : at + shape[0] * shape[1]].reshape(shape)
-        at += shape[0] * shape[1]
+def planes(content, width, height):
+    values = numpy.frombuffer(content, "uint8").astype(int)
+    y, u, v = numpy.split(values, [width * height, width * height * 5 // 4])
+    return y.reshape(height, width), u.reshape(height // 2, -1), v.reshape(height // 2, -1)
 
 
 def smooth(plane, axis):
@@ -64,16 +62,16 @@ def test_planes_are_the_decoders(vantor, size, options):
         assert (rounded[:height, :width] == full).all()
 
 
-@pytest.mark.parametrize("subsampling, box, rule", [("4:2:2", (2, 1), "2 rows"), ("4:4:4", (2, 2), "2 x 2")])
-def test_more_chroma_is_averaged_and_said(vantor, subsampling, box, rule):
+@pytest.mark.parametrize("subsampling, rule", [("4:2:2", "2 rows"), ("4:4:4", "2 x 2")])
+def test_more_chroma_is_averaged_and_said(vantor, subsampling, rule):
     write("a.jpg", photo(98, 75, subsampling=subsampling))
     text = f"a.jpg: {subsampling} converted to 4:2:0: each chroma sample is the mean of {rule}, rounded to nearest"
     vantor("scale a.jpg -o a.i420 --size 98x76", text=text)
     source = numpy.pad(decoded("a.jpg"), ((0, 0), (0, 1), (0, 0)), "edge")
+    y, *chroma = planes(read("a.i420"), 98, 76)
+    assert (y == source[0]).all()
     if subsampling == "4:4:4":
-        means = (source[1:].reshape(2, 38, 2, 49, 2).sum((2, 4)) + 2) >> 2
-        assert all((plane == mean).all() for plane, mean in zip(list(planes(read("a.i420"), 98, 76))[1:], means))
-    assert (next(planes(read("a.i420"), 98, 76)) == source[0]).all()
+        assert (chroma == (source[1:].reshape(2, 38, 2, 49, 2).sum((2, 4)) + 2) >> 2).all()
 
 
 def test_gray_and_what_a_jpeg_says_of_itself(vantor):
@@ -125,17 +123,26 @@ def restart_interval(content, interval):
     (lambda c: c.replace(b"\1\x22\0\2\x11\1\3\x11\1", b"\1\x41\0\2\x11\1\3\x11\1"), "sampling factors 4x1, 1x1, 1x1"),
     (lambda c: restart_interval(c, 3), "not a valid JPEG file: Corrupt JPEG data"),
     (lambda c: photo(64, 48, mode="CMYK"), "samples are CMYK or YCCK: expected YCbCr or gray"),
-    (lambda c: scans(flat_photo()), "not a valid JPEG file: more than 100 scans"),
+    (lambda c: scans(flat_photo(64, 48, progressive=True)), "not a valid JPEG file: more than 100 scans"),
 ])
 def test_refused_files(refuse, damage, text):
     write("bad.jpg", damage(photo(64, 48)))
     refuse("scale bad.jpg --size 50%", f"bad.jpg: {text}" if text[0] != "6" else text)
 
 
-def flat_photo():
+def flat_photo(width, height, **options):
     file = io.BytesIO()
-    Image.new("L", (64, 48), 99).save(file, "JPEG", progressive=True)
+    Image.new("L", (width, height), 99).save(file, "JPEG", **options)
     return file.getvalue()
+
+
+def test_restart_markers_are_followed(vantor):
+    content = restart_interval(flat_photo(8, 8), 1)
+    samples = content.index(b"\xff\xda") + 10
+    content = content[:-2] + b"\xff\xd0" + content[samples:]  # another block below, with the same difference to none
+    write("a.jpg", content.replace(b"\xff\xc0\0\x0b\x08\0\x08", b"\xff\xc0\0\x0b\x08\0\x10"))
+    vantor("scale a.jpg -o a.gray --size 8x16")
+    assert read("a.gray") == bytes([99]) * 128
 
 
 def scans(content):
@@ -151,17 +158,35 @@ def test_a_bad_profile_is_dropped_with_a_note(vantor):
     assert "icc_profile" not in Image.open("b.jpg").info
 
 
+def reduced(values, bits, columns, rows):
+    """The mean of boxes, as 8 bits, rounded once; edges are repeated."""
+    values = numpy.pad(values, [(0, -values.shape[0] % rows), (0, -values.shape[1] % columns)], "edge")
+    sums = values.reshape(values.shape[0] // rows, rows, -1, columns).sum((1, 3))
+    divisor = columns * rows << (bits - 8)
+    return ((2 * sums + divisor) // (2 * divisor)).clip(0, 255).astype("u1").tobytes()
+
+
 @pytest.mark.parametrize("tag, bits, columns, rows, result", [
-    ("C420p10", 10, 2, 2, "C420mpeg2"), ("C422", 8, 2, 1, "C420mpeg2"), ("C422p12", 12, 2, 1, "C420mpeg2"),
-    ("C444p10", 10, 1, 1, "C420jpeg"), ("Cmono16", 16, 0, 0, "Cmono"),
+    ("C420p10", 10, 1, 1, "C420mpeg2"), ("C422", 8, 1, 2, "C420mpeg2"), ("C422p12", 12, 1, 2, "C420mpeg2"),
+    ("C444p10", 10, 2, 2, "C420jpeg"), ("Cmono16", 16, 0, 0, "Cmono"),
 ])
 def test_other_y4m_samples_are_rounded_once(vantor, tag, bits, columns, rows, result):
-    width, height = 13, 7
-    shapes = [(height, width)] + [(-(-height // rows), -(-width // columns))] * 2 if rows else [(height, width)]
+    shapes = [(10, 14)] + [(5 * rows, 7 * columns)] * 2 if rows else [(10, 14)]
     values = [RANDOM.integers(0, 1 << bits, shape) for shape in shapes]
     samples = b"".join(plane.astype("<u2" if bits > 8 else "u1").tobytes() for plane in values)
-    head = f"YUV4MPEG2 W13 H7 F25:1 {tag} XYSCSS=X\n"
-    write("a.y4m", (head + "FRAME\n").encode() + samples + b"FRAME\n" + samples[:-1])
-    text = vantor("scale a.y4m -o - --size 13x7 --limit 1" if not rows else "compare a.y4m a.y4m --limit 1").text
-    assert f"Y4M sample format {tag} converted to {result}: " in text
+    write("a.y4m", f"YUV4MPEG2 W14 H10 F25:1 {tag} XYSCSS=X\nFRAME\n".encode() + samples + b"FRAME\n" + samples[:-1])
+    expected = reduced(values[0], bits, 1, 1) + b"".join(reduced(plane, bits, columns, rows) for plane in values[1:])
+    vantor("scale a.y4m -o b.y4m --size 100% --limit 1", text=f"Y4M sample format {tag} converted to {result}: ")
+    assert read("b.y4m") == f"YUV4MPEG2 W14 H10 F25:1 {result}\nFRAME\n".encode() + expected
     vantor("info a.y4m", 2, f"is truncated: {len(samples) - 1} of {len(samples)} bytes")
+
+
+def test_padded_p010_is_rounded_to_nv12(vantor):
+    dump = RANDOM.integers(0, 1024, (15, 20))  # a picture of 16x8: 10 rows of luma and 5 of chroma, each with padding
+    write("dump.bin", (dump << 6).astype("<u2").tobytes())
+    options = "--input-format p010 --input-size 16x8 --input-stride 40 --input-slice-height 10"
+    vantor(f"scale dump.bin {options} -o a.nv12 --size 100%", text="P010 converted to NV12: values are divided by 4, ")
+    assert read("a.nv12") == reduced(numpy.concatenate([dump[:8], dump[10:14]])[:, :16], 10, 1, 1)
+    vantor("scale dump.bin --input-format p010 --input-size 20x8 -o a.nv12 --size 100%", 2,
+           "(20x8 nv12) is truncated: 120 of 480 bytes: a frame is 40 x 8 x 3/2")
+    vantor("scale a.nv12 --input-size 16x8 -o a.p010 --size 100%", 2, "a.p010: P010 is only read")
