@@ -99,6 +99,8 @@ def test_planes_go_into_a_jpeg_in_full_range(vantor, size):
     assert read("c.jpg") == read("b.jpg")
     vantor(f"scale {raw} -o c.jpg --yuv-range limited", text="a.nv12: limited range converted to full range")
     assert len(read("c.jpg")) < len(read("b.jpg"))
+    for options in f"scale {raw} -o c.jpg --yuv-matrix 709", "scale a.jpg -o c.png --size 100% --yuv-range limited":
+        assert vantor.run(options).is_error()
     luma = numpy.asarray(Image.open("a.jpg").convert("L")).astype(float)
     wider = numpy.asarray(Image.open("c.jpg").convert("L"))
     assert abs(((luma - 16) * 255 / 219).clip(0, 255) - wider).mean() < 4

@@ -52,8 +52,9 @@ FrameShape Clip::written(const std::string& what, Size size) const {
 YuvColor Clip::color() const {
     const bool isFromJpeg = inputSpec_.type == FileType::Jpeg;
     const bool isToJpeg = outputSpec_.type == FileType::Jpeg;
-    const bool isRgb = reader_->shape().format == PixelFormat::Rgb || writtenFormat() == PixelFormat::Rgb;
-    const bool isRanged = isRgb || (isToJpeg && !isFromJpeg);
+    const PixelFormat read = reader_->shape().format;
+    const bool isRgb = read == PixelFormat::Rgb || writtenFormat() == PixelFormat::Rgb;
+    const bool isRanged = isRgb || (isSubsampled(read) && isToJpeg && !isFromJpeg);
     if ((!isRgb && !options_.matrix.empty()) || (!isRanged && !options_.range.empty())) {
         throw UserError(
             (options_.matrix.empty() ? "--yuv-range " + options_.range : "--yuv-matrix " + options_.matrix) +

@@ -311,12 +311,15 @@ private:
 
 class JpegWriter : JpegMessages {
 public:
-    explicit JpegWriter(const std::string& path) : JpegMessages(path) {
+    explicit JpegWriter(const std::string& path)
+        : JpegMessages(path), file_(open_memstream(&bytes_, &count_)) {
+        if (!file_) throw UserError(path + ": out of memory");
         attachTo(info_);
         expect(succeeds([this] { jpeg_create_compress(&info_); }));
     }
     ~JpegWriter() {
         jpeg_destroy_compress(&info_);
+        std::fclose(file_);
         std::free(bytes_);
     }
     JpegWriter(const JpegWriter&) = delete;
@@ -332,7 +335,7 @@ public:
             jpeg_set_defaults(&info_);
             jpeg_set_quality(&info_, quality, TRUE);
             info_.raw_data_in = TRUE;
-            jpeg_mem_dest(&info_, &bytes_, &count_);
+            jpeg_stdio_dest(&info_, file_);
             jpeg_start_compress(&info_, TRUE);
             writeMarkers();
         }));
@@ -399,8 +402,9 @@ private:
     }
 
     jpeg_compress_struct info_{};
-    unsigned char* bytes_ = nullptr;
-    unsigned long count_ = 0;  ///< in libjpeg's type
+    char* bytes_ = nullptr;  ///< what was written to `file_`
+    size_t count_ = 0;
+    std::FILE* file_;
     Bytes exif_;
     Bytes profile_;
     std::vector<Component> planes_;

@@ -54,6 +54,7 @@ std::string serviceName() {
     constexpr size_t kMaxAnswer = 4096;
     const SharedBuffer answer(kMaxAnswer);
     native_handle_t* handle = native_handle_create(1, 0);
+    if (!handle) throw std::bad_alloc();
     handle->data[0] = answer.descriptor();
     hardware::vantorService->debug(handle, {});
     native_handle_delete(handle);
