@@ -59,7 +59,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vantor)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
 set(CPACK_COMPONENT_TOOL_DEPENDS library)
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "scale and warp pictures from the shell, bit-exact
-Scales and warps PNG and raw NV12, I420 and grayscale pictures with
+Scales and warps PNG, JPEG, Y4M and raw pictures with
 libVantor10, makes grids from camera calibrations, and compares, explains and
 shows results. vantor-selftest says whether a machine gives the published
 bytes.")

@@ -1,6 +1,6 @@
-// What the tool reads: PNG, Y4M, names of raw files and their frames, grids, calibrations, maps, records, which are run
-// again. Each is read, or refused by an error for the user, which a terminal can show safely; nothing else may happen.
-// The first byte selects the target for the others.
+// What the tool reads: PNG, JPEG, Y4M, names of raw files and their frames, grids, calibrations, maps, records, which
+// are run again. Each is read, or refused by an error for the user, which a terminal can show safely; nothing else may
+// happen. The first byte selects the target for the others.
 #include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -23,6 +23,7 @@
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/io/jpeg_file.h"
 #include "tools/vantor/io/map_file.h"
 #include "tools/vantor/io/picture_file.h"
 #include "tools/vantor/library/record_file.h"
@@ -111,10 +112,10 @@ void readFrames(const FileSpec& fileSpec) {
 void png(const Bytes& bytes) {
     if (!isSmallPng(bytes)) return;
     const MemoryFile file(bytes);
-    const PngPicture read = readPng(file.path());
+    const DescribedPicture read = readPng(file.path());
     FUZZ_EXPECT(read.picture.bytes.size() == byteCount(read.picture.format, read.picture.size));
     const MemoryFile other(encodePng("again", read.picture, read.chunks));
-    const PngPicture again = readPng(other.path());
+    const DescribedPicture again = readPng(other.path());
     FUZZ_EXPECT(again.picture.bytes == read.picture.bytes && again.chunks.size() == read.chunks.size());
     for (size_t i = 0; i < read.chunks.size(); ++i) {
         FUZZ_EXPECT(again.chunks[i].name == read.chunks[i].name && again.chunks[i].bytes == read.chunks[i].bytes);
@@ -125,6 +126,29 @@ void repairedPng(const Bytes& bytes) {
     Bytes repaired = bytes;
     repairChecksums(repaired);
     png(repaired);
+}
+
+/// Whether no header of a JPEG, wherever one may begin, claims more than is decoded here.
+bool isSmallJpeg(const Bytes& jpeg) {
+    for (size_t i = 0; i + 9 <= jpeg.size(); ++i) {
+        const uint64_t sides = bigEndian(&jpeg[i + 5]);
+        if (jpeg[i] == 0xFF && (jpeg[i + 1] & 0xF0) == 0xC0 && (sides >> 16) * (sides & 0xFFFF) > kMaxFrameBytes / 3)
+            return false;
+    }
+    return true;
+}
+
+void jpeg(const Bytes& bytes) {
+    if (!isSmallJpeg(bytes)) return;
+    const MemoryFile file(bytes);
+    const DescribedPicture read = readJpeg(file.path());
+    FUZZ_EXPECT(read.picture.bytes.size() == byteCount(read.picture.format, read.picture.size));
+    const int quality = 1 + static_cast<int>(bytes.size() % 100);
+    const MemoryFile other(encodeJpeg("again", read.picture, read.chunks, quality));
+    const DescribedPicture again = readJpeg(other.path());
+    FUZZ_EXPECT(again.picture.format == read.picture.format && again.picture.size == read.picture.size);
+    FUZZ_EXPECT(again.chunks.size() == read.chunks.size());
+    for (size_t i = 0; i < read.chunks.size(); ++i) FUZZ_EXPECT(again.chunks[i].bytes == read.chunks[i].bytes);
 }
 
 void y4m(const Bytes& bytes) {
@@ -241,7 +265,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace vantor::fuzz;
     constexpr void (*kTargets[])(const Bytes&) = {png,    repairedPng,    y4m,     raw, grid, calibration,
-                                                  record, repairedRecord, message, map};
+                                                  record, repairedRecord, message, map, jpeg};
     if (size == 0 || data[0] >= std::size(kTargets)) return -1;
     try {
         kTargets[data[0]](Bytes(data + 1, data + size));

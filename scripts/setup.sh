@@ -5,9 +5,9 @@
 # packages.sh, packages.sh --deb and python.sh need. Only missing packages are installed, and nothing is done where none
 # is missing.
 set -eu
-packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libpng-dev libpugixml-dev libyaml-cpp-dev"
-packages="$packages libyuv-dev libsimde-dev nlohmann-json3-dev googletest python3 python3-numpy python3-pil"
-packages="$packages python3-pytest python3-yaml"
+packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libjpeg-dev libpng-dev libpugixml-dev"
+packages="$packages libyaml-cpp-dev libyuv-dev zlib1g-dev libsimde-dev nlohmann-json3-dev googletest python3"
+packages="$packages python3-numpy python3-pil python3-pytest python3-yaml"
 emulated="g++-arm-linux-gnueabi g++-aarch64-linux-gnu qemu-user"
 integration="make pkg-config"
 python="binutils flake8 mypy opencv-doc python3-distributed python3-matplotlib python3-opencv python3-pip"

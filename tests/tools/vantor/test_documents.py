@@ -25,6 +25,7 @@ truncate -s $((90 + 1080 * 1920 * 8)) map.npy
 for name in map_x map_y; do npy $name.npy "1080, 1920"; truncate -s $((90 + 1080 * 1920 * 4)) $name.npy; done
 vantor chart -o photo.png
 vantor warp photo.png -o straight.png --rotate 1
+vantor scale photo.png -o photo.jpg --size 100%
 ln -s photo.png a.png
 mkdir made heat
 for number in 1 2 3; do ln -s photo.png frame_$number.png; cp straight.png made/frame_$number.png; done

@@ -69,7 +69,7 @@ def test_exif_may_follow_the_samples_and_profiles_may_not(vantor, directory):
 
 
 @pytest.mark.parametrize(
-    "said, names", [((PROFILE, EXIF), "iCCP, eXIf"), ((GAMMA, PRIMARIES), "gAMA, cHRM"), ((SRGB, GAMMA, PRIMARIES), "")]
+    "said, names", [((PROFILE, EXIF), "ICC profile, Exif"), ((GAMMA, PRIMARIES), "gAMA, cHRM"), ((SRGB, GAMMA, PRIMARIES), "")]
 )
 def test_what_other_files_cannot_hold_is_named(vantor, directory, said, names):
     (directory / "a.png").write_bytes(png(*said))

@@ -76,7 +76,7 @@ def test_reductions_and_enlargements_name_their_filters(vantor, chart):
     ("6x4.gray --size 8x8 --input-size 6x4x", "--input-size 6x4x: expected WIDTHxHEIGHT, such as 1280x720"),
     ("a_gray_nv12.yuv --size 8x8", "a_gray_nv12.yuv: several layouts in the name"),
     (". --input-format gray --input-size 8x8 --size 8x8", ".: a directory, expected a file"),
-    ("6x4.gray --size 8x8 --input-format nv16", "--input-format nv16: expected nv12, nv21, i420, gray or y4m"),
+    ("6x4.gray --size 8x8 --input-format nv16", "--input-format nv16: expected nv12, nv21, i420, gray, p010 or y4m"),
     ("clip.yuv --size 8x8", "clip.yuv: format unknown: expected a name ending in"),
     ("clip.nv12 --size 8x8", "clip.nv12: size unknown"),
     ("clip_5x4.nv12 --size 8x8", "clip_5x4.nv12 5x4: width and height of a picture in nv12 must be even"),

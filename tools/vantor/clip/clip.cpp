@@ -28,7 +28,8 @@ Clip::Clip(const ClipOptions& options, ClipFiles& files)
     : options_(options),
       files_(files),
       outputSpec_(outputSpec(options.output, options.outputOptions)),
-      reader_(openClip(inputSpec(options.input, options.inputOptions))) {
+      inputSpec_(inputSpec(options.input, options.inputOptions)),
+      reader_(openClip(inputSpec_)) {
     if (!options.verify.empty() && !PictureHash::isText(options.verify)) {
         throw UserError("--verify " + options.verify +
                         ": expected 16 hexadecimal digits, as --hash prints them");
@@ -58,26 +59,54 @@ FrameShape Clip::written(const std::string& what, Size size) const {
 }
 
 YuvColor Clip::color() const {
-    const bool isRgb = reader_->shape().format == PixelFormat::Rgb || writtenFormat() == PixelFormat::Rgb;
-    if (!isRgb && !(options_.matrix.empty() && options_.range.empty())) {
+    const bool isFromJpeg = inputSpec_.type == FileType::Jpeg;
+    const bool isToJpeg = outputSpec_.type == FileType::Jpeg;
+    const PixelFormat read = reader_->shape().format;
+    const bool isRgb = read == PixelFormat::Rgb || writtenFormat() == PixelFormat::Rgb;
+    const bool isRanged = isRgb || (isSubsampled(read) && isToJpeg && !isFromJpeg);
+    if ((!isRgb && !options_.matrix.empty()) || (!isRanged && !options_.range.empty())) {
         throw UserError(
             (options_.matrix.empty() ? "--yuv-range " + options_.range : "--yuv-matrix " + options_.matrix) +
             ": neither " + options_.input + " nor " + options_.output + " is RGB, so nothing is converted");
     }
+    if (isRgb && (isFromJpeg || isToJpeg) && (options_.matrix == "709" || options_.range == "limited")) {
+        throw UserError((options_.matrix == "709" ? "--yuv-matrix 709: " : "--yuv-range limited: ") +
+                        (isToJpeg ? options_.output : options_.input) +
+                        " is a JPEG file: its YUV is BT.601 in full range");
+    }
     YuvColor color;
     color.isBt709 = options_.matrix == "709";
-    color.isFullRange = options_.range == "full";
-    if (options_.range.empty() && reader_->header()) {
-        color.isFullRange = reader_->header()->isFullRange().value_or(false);
-    }
+    color.isFullRange = options_.range.empty() ? reader_->isFullRange().value_or(isRgb && isToJpeg)
+                                               : options_.range == "full";
     return color;
+}
+
+bool Clip::expandsRange() const {
+    if (outputSpec_.type != FileType::Jpeg || !isSubsampled(reader_->shape().format)) return false;
+    const bool isKnown = !options_.range.empty() || reader_->isFullRange();
+    return isKnown && !color().isFullRange;
+}
+
+/// Where YUV goes into a JPEG, or out of one.
+void Clip::noteRange() const {
+    const bool isFromJpeg = inputSpec_.type == FileType::Jpeg;
+    const bool isToJpeg = outputSpec_.type == FileType::Jpeg;
+    if (isFromJpeg == isToJpeg || outputSpec_.type == FileType::Png) return;
+    if (isFromJpeg)
+        return note(options_.input + ": full range, as JPEG files are, kept in " + options_.output);
+    if (!isSubsampled(reader_->shape().format)) return;
+    if (expandsRange())
+        return note(options_.input + ": limited range converted to full range, that of JPEG files");
+    if (options_.range.empty() && !reader_->isFullRange())
+        note(options_.input + ": range unknown: samples are kept, and " + options_.output +
+             " is taken as full range; --yuv-range limited converts them");
 }
 
 Y4mHeader Clip::headerOf(const FrameShape& written) const {
     if (reader_->header()) return derivedHeader(*reader_->header(), written.size);
     const bool isFromRgb = reader_->shape().format == PixelFormat::Rgb;
     return newHeader(written.format, written.size,
-                     isFromRgb ? std::optional(color().isFullRange) : std::nullopt);
+                     isFromRgb ? std::optional(color().isFullRange) : reader_->isFullRange());
 }
 
 std::optional<uintmax_t> Clip::framesLeft() const {
@@ -102,7 +131,9 @@ Pipeline Clip::pipelineFor(const FramePlan& plan) const {
 
 ClipTotals Clip::processFrames(const FramePlan& plan) {
     skipFrames(*reader_, options_.part.skip);
-    if (outputSpec_.type != FileType::Png) noteDropped(options_.input, reader_->chunks(), options_.output);
+    if (outputSpec_.type != FileType::Png) {
+        noteDropped(options_.input, reader_->chunks(), options_.output, outputSpec_.type == FileType::Jpeg);
+    }
     if (!files_.isOpen()) files_.open(options_);
     ClipWriter writer(files_.result(), outputSpec_, plan.written, headerOf(plan.written),
                       {reader_->chunks(), options_.pngLevel});
@@ -158,7 +189,8 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
 
 ClipResult Clip::process(const FrameShape& written, const Request& request, const std::string& what,
                          const std::string& software) {
-    const FramePlan plan{reader_->shape(), written, request, color(), options_.watch};
+    const FramePlan plan{reader_->shape(), written, request, color(), options_.watch, expandsRange()};
+    noteRange();
     return {plan, processFrames(plan), what, software};
 }
 

@@ -86,6 +86,9 @@ public:
 private:
     PixelFormat writtenFormat() const;
     YuvColor color() const;
+    /// Whether YUV in limited range goes into a JPEG, which is in full range.
+    bool expandsRange() const;
+    void noteRange() const;
     Y4mHeader headerOf(const FrameShape& written) const;
     std::optional<uintmax_t> framesLeft() const;
     /// A worker per thread with many frames, else one with an engine of all threads.
@@ -95,6 +98,7 @@ private:
     ClipOptions options_;
     ClipFiles& files_;
     FileSpec outputSpec_;
+    FileSpec inputSpec_;
     std::unique_ptr<ClipReader> reader_;
 };
 

@@ -42,6 +42,7 @@ RequestResult FrameTask::run(uint8_t* read, uint8_t* written) {
     const RequestResult result = plan_.usesClient() ? runRequest(dst, src, plan_.request, plan_.watch)
                                                     : engine_.run(dst.planes, src.planes, plan_.request);
     fromWorking(dst.planes, output, plan_.color);
+    if (plan_.expandsRange) expandRange(output);
     return result;
 }
 

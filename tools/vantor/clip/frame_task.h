@@ -14,6 +14,7 @@ struct FramePlan {
     Request request;
     YuvColor color;
     RequestWatch watch;
+    bool expandsRange;  ///< of the output
 
     /// Whether the request goes through the client, which takes one at a time per process. All others are the
     /// engine's.

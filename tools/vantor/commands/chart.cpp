@@ -6,6 +6,7 @@
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/file_options.h"
 #include "tools/vantor/io/picture_file.h"
 
 namespace vantor::tool {
@@ -67,6 +68,7 @@ int run(const ChartOptions& options) {
     writtenShape(fileSpec, "--size", format, size);
     if (isSubsampled(format)) checkEven("--size", size);
     Picture chart = makePicture(PixelFormat::Rgb, size);
+    chart.isFullRange = fileSpec.type == FileType::Jpeg;
     uint8_t* out = chart.bytes.data();
     for (int y = 0; y < size.height; ++y) {
         for (int x = 0; x < size.width; ++x) {
@@ -95,6 +97,7 @@ void addChart(CLI::App& app, Run& run) {
         ->add_option("--output-format", options->fileOptions.format,
                      "Format of a raw chart: nv12, nv21, i420 or gray")
         ->type_name("FORMAT");
+    addQualityOption(*command, options->fileOptions);
     command->footer(
         "Examples:\n"
         "  vantor chart -o chart.png --size 1920x1080\n"

@@ -69,7 +69,8 @@ void addClipOptions(CLI::App& command, MakeOptions& many) {
         "Matrix between RGB and YUV: 601 (default) or 709; bt601 and bt709 are synonyms")
         ->transform(oneOf({{"601", "601"}, {"709", "709"}, {"bt601", "601"}, {"bt709", "709"}}));
     add("RGB", "--yuv-range", options.range, "RANGE",
-        "Range of YUV: limited or full; by default that of a Y4M file's header, else limited; tv and pc are "
+        "Range of YUV: limited or full; by default that of a JPEG or of a Y4M header, else limited; tv and "
+        "pc are "
         "synonyms")
         ->transform(oneOf({{"limited", "limited"}, {"full", "full"}, {"tv", "limited"}, {"pc", "full"}}));
 }

@@ -2,10 +2,13 @@
 
 #include <string>
 
+#include "tools/vantor/io/jpeg_file.h"
+
 namespace vantor::tool {
 
 /// The maximum stride and height keep a frame's bytes within 32 bits.
-static void addRawOptions(CLI::App& command, FileOptions& options, const std::string& files) {
+static void addRawOptions(CLI::App& command, FileOptions& options, const std::string& files,
+                          const std::string& formats) {
     const CLI::Validator padded = CLI::Range(1, 2 * kMaxSide).description("");
     const auto add = [&](const char* name, auto& value, const char* type, const std::string& text) {
         return command.add_option(options.optionPrefix + name, value, text)
@@ -13,7 +16,7 @@ static void addRawOptions(CLI::App& command, FileOptions& options, const std::st
             ->group("Raw files");
     };
     add("-format", options.format, "FORMAT",
-        "Format of " + files + ": nv12, nv21, i420, gray or y4m; overrides the file name");
+        "Format of " + files + ": " + formats + " or y4m; overrides the file name");
     add("-stride", options.stride, "BYTES", "Bytes per row of " + files + ", padding included, up to 32768")
         ->check(padded);
     add("-slice-height", options.sliceHeight, "ROWS",
@@ -26,7 +29,7 @@ static void addInputOptions(CLI::App& command, FileOptions& options, const std::
         .add_option(options.optionPrefix + "-size", options.size, "Size of " + file + ", if not in its name")
         ->type_name("WxH")
         ->group("Raw files");
-    addRawOptions(command, options, file);
+    addRawOptions(command, options, file, "nv12, nv21, i420, gray, p010");
 }
 
 void addFileOptions(CLI::App& command, FileOptions& input) {
@@ -35,7 +38,17 @@ void addFileOptions(CLI::App& command, FileOptions& input) {
 
 void addFileOptions(CLI::App& command, FileOptions& input, FileOptions& output) {
     addFileOptions(command, input);
-    addRawOptions(command, output, "the result");
+    addRawOptions(command, output, "the result", "nv12, nv21, i420, gray");
+    addQualityOption(command, output);
+}
+
+void addQualityOption(CLI::App& command, FileOptions& output) {
+    command
+        .add_option(
+            "--quality", output.quality,
+            "Quality of a JPEG result, 1 to 100; " + std::to_string(kDefaultQuality) + " if not given")
+        ->type_name("N")
+        ->check(CLI::Range(1, 100).description(""));
 }
 
 void addFileOptions(CLI::App& command, PairOptions& pair) {

@@ -22,7 +22,8 @@ _vantor() {
         values="software hardware"
         [[ ${path[*]} == serve ]] && values="model pipe trace faulty"
         ;;
-    --input-format | --other-format | --output-format) values="nv12 nv21 i420 gray y4m" ;;
+    --input-format | --other-format) values="nv12 nv21 i420 gray p010 y4m" ;;
+    --output-format) values="nv12 nv21 i420 gray y4m" ;;
     --format) values="npy hex csv" ;;
     --yuv-matrix) values="601 709 bt601 bt709" ;;
     --yuv-range) values="limited full tv pc" ;;

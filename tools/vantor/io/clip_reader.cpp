@@ -4,8 +4,10 @@
 #include <cstring>
 
 #include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/foreign_file.h"
 #include "tools/vantor/io/input_file.h"
+#include "tools/vantor/io/jpeg_file.h"
 #include "tools/vantor/io/png_file.h"
 #include "tools/vantor/io/raw_geometry.h"
 
@@ -16,15 +18,18 @@ constexpr size_t kMaxLineBytes = 4096;
 constexpr const char* kFrameMagic = "FRAME";
 constexpr size_t kFrameLine = 6;  ///< where it has no tags
 
-class PngReader : public ClipReader {
+class PictureReader : public ClipReader {
 public:
-    PngReader(std::string path, PngPicture png)
-        : ClipReader(packedShape(png.picture.format, png.picture.size)),
+    PictureReader(std::string path, DescribedPicture read)
+        : ClipReader(packedShape(read.picture.format, read.picture.size)),
           path_(std::move(path)),
-          picture_(std::move(png.picture)),
-          chunks_(std::move(png.chunks)) {}
+          picture_(std::move(read.picture)),
+          chunks_(std::move(read.chunks)) {}
 
     const PngChunks& chunks() const override { return chunks_; }
+    std::optional<bool> isFullRange() const override {
+        return picture_.isFullRange ? std::optional(true) : std::nullopt;
+    }
 
     std::string name() const override { return path_; }
     std::optional<uintmax_t> framesLeft() const override { return isTaken_ ? 0 : 1; }
@@ -48,6 +53,12 @@ public:
     FileReader(std::unique_ptr<InputFile> file, FrameShape shape, std::optional<Y4mHeader> header = {})
         : ClipReader(shape, std::move(header)), file_(std::move(file)) {}
 
+    /// Has frames of `bytes` bytes converted.
+    void convertFrom(std::vector<StoredPlane> planes, size_t bytes) {
+        planes_ = std::move(planes);
+        stored_.resize(bytes);
+    }
+
     std::string name() const override { return file_->name(); }
     int descriptor() const override { return file_->descriptor(); }
     std::optional<uintmax_t> framesLeft() const override {
@@ -58,29 +69,58 @@ public:
 protected:
     InputFile& file() { return *file_; }
     /// That a frame takes in the file.
-    virtual size_t minBytes() const { return shape().bytes(); }
+    virtual size_t minBytes() const { return storedBytes(); }
+    size_t storedBytes() const override { return planes_.empty() ? shape().bytes() : stored_.size(); }
+    size_t neededBytes() const override {
+        return planes_.empty() ? ClipReader::neededBytes() : planes_.back().end();
+    }
     size_t takeSamples(uint8_t* frame) {
-        return frame ? file_->read(frame, shape().bytes()) : file_->skip(shape().bytes());
+        if (!frame) return file_->skip(storedBytes());
+        if (planes_.empty()) return file_->read(frame, storedBytes());
+        const size_t taken = file_->read(stored_.data(), stored_.size());
+        for (const StoredPlane& plane : planes_) frame = reduce(plane, stored_.data(), frame);
+        return taken;
     }
 
 private:
     std::unique_ptr<InputFile> file_;
+    std::vector<StoredPlane> planes_;  ///< of frames that are converted
+    std::vector<uint8_t> stored_;      ///< one of those
 };
 
 class RawReader : public FileReader {
 public:
     RawReader(std::unique_ptr<InputFile> file, const FrameShape& shape, std::string optionPrefix)
-        : FileReader(std::move(file), shape),
+        : FileReader(std::move(file), readShape(shape)),
+          storedShape_(shape),
           optionPrefix_(std::move(optionPrefix)),
-          length_(this->file().bytesLeft()) {}
+          length_(this->file().bytesLeft()) {
+        if (shape.format == PixelFormat::P010) convertP010();
+    }
 
 private:
-    std::string explanation() const override { return explainLength(shape(), length_, optionPrefix_); }
+    static FrameShape readShape(const FrameShape& stored) {
+        return stored.format == PixelFormat::P010 ? packedShape(PixelFormat::Nv12, stored.size) : stored;
+    }
+
+    /// Read as 16 bits, of which the lower six, that are not the sample's, do not change what is rounded.
+    void convertP010() {
+        const auto [width, height] = storedShape_.size;
+        const auto stride = static_cast<size_t>(storedShape_.stride);
+        const size_t luma = stride * static_cast<size_t>(storedShape_.sliceHeight);
+        convertFrom({{0, {width, height}, stride, 16, {1, 1}},
+                     {luma, {width, height / 2}, (stride + 1) / 2 * 2, 16, {1, 1}}},
+                    storedShape_.bytes());
+        note(name() + ": P010 converted to NV12: " + ruleOf({1, 1}, 10));
+    }
+
+    std::string explanation() const override { return explainLength(storedShape_, length_, optionPrefix_); }
     std::optional<size_t> take(uint8_t* frame, std::string&) override {
         const size_t taken = takeSamples(frame);
         return taken == 0 ? std::nullopt : std::optional(taken);
     }
 
+    FrameShape storedShape_;
     std::string optionPrefix_;
     std::optional<uintmax_t> length_;  ///< of a regular file
 };
@@ -100,10 +140,12 @@ std::string readLine(InputFile& file, std::string line, const std::string& what)
 class Y4mReader : public FileReader {
 public:
     Y4mReader(std::unique_ptr<InputFile> file, const Y4mHeader& header)
-        : FileReader(std::move(file), packedShape(header.format, header.size), header) {}
+        : FileReader(std::move(file), packedShape(header.format, header.size), header) {
+        if (!header.stored.empty()) convertFrom(header.stored, header.stored.back().end());
+    }
 
 private:
-    size_t minBytes() const override { return kFrameLine + shape().bytes(); }
+    size_t minBytes() const override { return kFrameLine + storedBytes(); }
 
     std::optional<size_t> take(uint8_t* frame, std::string& tags) override {
         char magic[kFrameLine] = {};
@@ -137,9 +179,9 @@ std::unique_ptr<ClipReader> openY4m(const std::string& path) {
 bool ClipReader::read(uint8_t* frame, std::string& tags) {
     const std::optional<size_t> taken = take(frame, tags);
     if (!taken) return false;
-    if (*taken < bytesToLastSample(shape_)) {
+    if (*taken < neededBytes()) {
         failAtFrame(std::string("(") + toString(shape_.size) + " " + toString(shape_.format) +
-                    ") is truncated: " + std::to_string(*taken) + " of " + std::to_string(shape_.bytes()) +
+                    ") is truncated: " + std::to_string(*taken) + " of " + std::to_string(storedBytes()) +
                     " bytes" + explanation());
     }
     ++number_;
@@ -155,8 +197,9 @@ std::optional<Picture> readFrame(ClipReader& clip) {
     std::vector<uint8_t> frame(shape.bytes());
     std::string tags;
     if (!clip.read(frame.data(), tags)) return {};
-    if (shape.isPacked()) return Picture{shape.format, shape.size, std::move(frame)};
-    Picture picture{shape.format, shape.size, {}};
+    const bool isFullRange = clip.isFullRange().value_or(false);
+    if (shape.isPacked()) return Picture{shape.format, shape.size, std::move(frame), isFullRange};
+    Picture picture{shape.format, shape.size, {}, isFullRange};
     picture.bytes.reserve(byteCount(shape.format, shape.size));
     forEachStretch(shape, frame.data(), [&](const uint8_t* bytes, size_t count) {
         picture.bytes.insert(picture.bytes.end(), bytes, bytes + count);
@@ -174,7 +217,9 @@ void skipFrames(ClipReader& clip, uintmax_t count) {
 
 std::unique_ptr<ClipReader> openClip(const FileSpec& fileSpec) {
     if (fileSpec.type == FileType::Png)
-        return std::make_unique<PngReader>(fileSpec.path, readPng(fileSpec.path));
+        return std::make_unique<PictureReader>(fileSpec.path, readPng(fileSpec.path));
+    if (fileSpec.type == FileType::Jpeg)
+        return std::make_unique<PictureReader>(fileSpec.path, readJpeg(fileSpec.path));
     if (fileSpec.type == FileType::Y4m) return openY4m(fileSpec.path);
     if (!fileSpec.size) {
         throw UserError(fileSpec.path +

@@ -1,4 +1,4 @@
-// Clips, frame by frame: PNG (a clip of one), Y4M, and consecutive raw frames.
+// Clips, frame by frame: PNG and JPEG (clips of one), Y4M, and consecutive raw frames.
 #pragma once
 
 #include <memory>
@@ -20,10 +20,15 @@ public:
     const FrameShape& shape() const { return shape_; }
     /// Of a Y4M clip.
     const std::optional<Y4mHeader>& header() const { return header_; }
-    /// Of a PNG.
+    /// Of a PNG or JPEG.
     virtual const PngChunks& chunks() const {
         static const PngChunks none;
         return none;
+    }
+
+    /// That of YUV, if the file says it.
+    virtual std::optional<bool> isFullRange() const {
+        return header_ ? header_->isFullRange() : std::nullopt;
     }
 
     /// Reads the next frame, of shape().bytes() bytes, and the tags of a Y4M frame as its header
@@ -46,6 +51,9 @@ protected:
     explicit ClipReader(FrameShape shape, std::optional<Y4mHeader> header = {})
         : shape_(shape), header_(std::move(header)) {}
 
+    /// Bytes of a frame as it is stored, and of those the bytes up to the last sample.
+    virtual size_t storedBytes() const { return shape_.bytes(); }
+    virtual size_t neededBytes() const { return bytesToLastSample(shape_); }
     /// Of the next frame, the bytes that are there, up to all of them. A null `frame` skips them. Nothing
     /// where the clip ends.
     virtual std::optional<size_t> take(uint8_t* frame, std::string& tags) = 0;

@@ -3,12 +3,13 @@
 #include <utility>
 
 #include "tools/vantor/base/error.h"
+#include "tools/vantor/io/jpeg_file.h"
 
 namespace vantor::tool {
 
 ClipWriter::ClipWriter(OutputFile& file, const FileSpec& fileSpec, const FrameShape& shape,
-                       const Y4mHeader& header, PngExtras png)
-    : fileSpec_(fileSpec), shape_(shape), header_(toLine(header)), png_(std::move(png)), file_(file) {}
+                       const Y4mHeader& header, PictureExtras extras)
+    : fileSpec_(fileSpec), shape_(shape), header_(toLine(header)), extras_(std::move(extras)), file_(file) {}
 
 void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
     const bool isFirst = std::exchange(isFirst_, false);
@@ -17,14 +18,20 @@ void ClipWriter::write(const uint8_t* frame, const std::string& tags) {
     } else if (fileSpec_.type == FileType::Raw) {
         file_.write(frame, shape_.bytes());
     } else if (isFirst) {
-        const std::vector<uint8_t> png =
-            encodePng(fileSpec_.path, {shape_.format, shape_.size, {frame, frame + shape_.bytes()}},
-                      png_.chunks, png_.level);
-        file_.write(png.data(), png.size());
+        const std::vector<uint8_t> bytes = encoded(frame);
+        file_.write(bytes.data(), bytes.size());
     } else {
-        throw UserError(fileSpec_.path +
-                        ": a PNG file holds one frame, and there are more: expected --limit 1");
+        throw UserError(fileSpec_.path + (fileSpec_.type == FileType::Png ? ": a PNG" : ": a JPEG") +
+                        " file holds one frame, and there are more: expected --limit 1");
     }
+}
+
+std::vector<uint8_t> ClipWriter::encoded(const uint8_t* frame) const {
+    const Picture picture{shape_.format, shape_.size, {frame, frame + shape_.bytes()}};
+    if (fileSpec_.type == FileType::Png)
+        return encodePng(fileSpec_.path, picture, extras_.chunks, extras_.level);
+    return encodeJpeg(fileSpec_.path, picture, extras_.chunks,
+                      fileSpec_.options.quality.value_or(kDefaultQuality));
 }
 
 }  // namespace vantor::tool

@@ -10,10 +10,10 @@
 
 namespace vantor::tool {
 
-/// What is for PNG files alone.
-struct PngExtras {
-    PngChunks chunks;
-    PngLevel level;
+/// What only files of single pictures have.
+struct PictureExtras {
+    PngChunks chunks;  ///< of PNG and JPEG files
+    PngLevel level;    ///< of PNG files
 };
 
 /// To a file that the caller finishes.
@@ -21,16 +21,19 @@ class ClipWriter {
 public:
     /// `header` is for Y4M.
     ClipWriter(OutputFile& file, const FileSpec& fileSpec, const FrameShape& shape, const Y4mHeader& header,
-               PngExtras png = {});
+               PictureExtras extras = {});
 
-    /// Writes shape.bytes() bytes, in Y4M with the frame's tags. Refuses more than one frame in a PNG file.
+    /// Writes shape.bytes() bytes, in Y4M with the frame's tags. Refuses more than one frame in a PNG or
+    /// JPEG.
     void write(const uint8_t* frame, const std::string& tags);
 
 private:
+    std::vector<uint8_t> encoded(const uint8_t* frame) const;
+
     FileSpec fileSpec_;
     FrameShape shape_;
     std::string header_;
-    PngExtras png_;
+    PictureExtras extras_;
     bool isFirst_ = true;
     OutputFile& file_;
 };

@@ -27,7 +27,7 @@ struct Kind {
 };
 
 constexpr Kind kKinds[] = {
-    {0, "\xFF\xD8\xFF"sv, "a JPEG picture", Remedy::Picture},
+    {0, "\xFF\xD8\xFF"sv, "a JPEG picture; its name should end in .jpg", Remedy::Name},
     {0, "GIF8"sv, "a GIF picture", Remedy::Picture},
     {0, "BM"sv, "a BMP picture", Remedy::Picture},
     {0, "II*"sv, "a TIFF picture", Remedy::Picture},

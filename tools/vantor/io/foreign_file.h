@@ -8,8 +8,8 @@ namespace vantor::tool {
 
 constexpr size_t kSniffedBytes = 12;
 
-/// What a file that begins with `start` is, and the command that converts it: "a JPEG picture; this converts
-/// it: ffmpeg -i photo.jpg photo.png". Empty if it is not known.
+/// What a file that begins with `start` is, and the command that converts it: "a GIF picture; this converts
+/// it: ffmpeg -i photo.gif photo.png". Empty if it is not known.
 std::string describeForeign(const std::string& path, const std::string& start);
 
 /// How an error goes on that said what such a file is not: ", but a JPEG picture; ..." or nothing.

@@ -13,13 +13,14 @@ namespace vantor::tool {
 namespace {
 
 constexpr PixelFormat kRawFormats[] = {PixelFormat::Nv12, PixelFormat::Nv21, PixelFormat::I420,
-                                       PixelFormat::Gray};
+                                       PixelFormat::Gray, PixelFormat::P010};
 constexpr const char* kY4m = "y4m";
 
 std::optional<PixelFormat> findFormat(const std::string& word) {
     for (PixelFormat format : kRawFormats) {
         if (word == toString(format)) return format;
     }
+    if (word == "p010le") return PixelFormat::P010;
     return std::nullopt;
 }
 
@@ -52,14 +53,19 @@ void takeOnly(std::optional<Value>& known, const std::optional<Value>& found, co
 }
 
 const char* toString(FileType type) {
+    if (type == FileType::Jpeg) return "JPEG";
     return type == FileType::Png ? "PNG" : type == FileType::Y4m ? "Y4M" : "raw";
 }
 
-/// Options that describe raw files are for raw files.
+/// Options that describe raw files are for raw files, and the quality is for JPEG files.
 void refuseOptions(const FileSpec& fileSpec) {
     const FileOptions& options = fileSpec.options;
+    if (options.quality && fileSpec.type != FileType::Jpeg) {
+        throw UserError("--quality " + std::to_string(*options.quality) + ": " + fileSpec.path + " is a " +
+                        toString(fileSpec.type) + " file; the option is for JPEG files");
+    }
     const auto refuse = [&](bool isGiven, const std::string& name, const std::string& value) {
-        if (!isGiven) return;
+        if (!isGiven || fileSpec.type == FileType::Raw) return;
         throw UserError(options.optionPrefix + name + " " + value + ": " + fileSpec.path + " is a " +
                         toString(fileSpec.type) + " file; the option is for raw files");
     };
@@ -85,15 +91,13 @@ FileSpec fileSpecOf(const std::string& path, const FileOptions& options) {
     fileSpec.path = path;
     fileSpec.options = options;
     fileSpec.type = fileType(path, options);
-    if (fileSpec.type != FileType::Raw) {
-        refuseOptions(fileSpec);
-        return fileSpec;
-    }
+    refuseOptions(fileSpec);
+    if (fileSpec.type != FileType::Raw) return fileSpec;
     if (!options.format.empty()) {
         fileSpec.format = findFormat(options.format);
         if (!fileSpec.format) {
             throw UserError(options.optionPrefix + "-format " + options.format +
-                            ": expected nv12, nv21, i420, gray or y4m");
+                            ": expected nv12, nv21, i420, gray, p010 or y4m");
         }
     }
     if (!options.size.empty()) fileSpec.size = parseSize(options.optionPrefix + "-size", options.size);
@@ -113,10 +117,11 @@ FileSpec fileSpecOf(const std::string& path, const FileOptions& options) {
 
 void expectFormat(const FileSpec& fileSpec) {
     if (fileSpec.type != FileType::Raw || fileSpec.format) return;
-    throw UserError(fileSpec.path +
-                    ": format unknown: expected a name ending in .png, .y4m, .nv12, .nv21, .i420 or .gray, " +
-                    "or with one of these words as in clip_1280x720_nv12.yuv, or " +
-                    fileSpec.options.optionPrefix + "-format nv12, nv21, i420, gray or y4m");
+    throw UserError(
+        fileSpec.path +
+        ": format unknown: expected a name ending in .png, .jpg, .y4m, .nv12, .nv21, .i420 or .gray, " +
+        "or with one of these words as in clip_1280x720_nv12.yuv, or " + fileSpec.options.optionPrefix +
+        "-format nv12, nv21, i420, gray or y4m");
 }
 
 }  // namespace
@@ -125,6 +130,7 @@ FileType fileType(const std::string& path, const FileOptions& options) {
     const std::vector<std::string> words = wordsOf(path);
     const bool isPipe = path == "-" && options.format.empty();
     if (isPipe || options.format == kY4m || (words.size() > 1 && words.back() == kY4m)) return FileType::Y4m;
+    if (words.size() > 1 && (words.back() == "jpg" || words.back() == "jpeg")) return FileType::Jpeg;
     return isPngName(path) ? FileType::Png : FileType::Raw;
 }
 
@@ -149,6 +155,8 @@ FileSpec inputSpec(const std::string& path, const FileOptions& options) {
 FileSpec outputSpec(const std::string& path, const FileOptions& options) {
     const FileSpec fileSpec = fileSpecOf(path, options);
     expectFormat(fileSpec);
+    if (fileSpec.format == PixelFormat::P010)
+        throw UserError(path + ": P010 is only read: expected nv12, nv21, i420 or gray for a raw result");
     return fileSpec;
 }
 
@@ -200,7 +208,7 @@ Picture readPicture(const FileSpec& fileSpec) {
 }
 
 PixelFormat writtenFormat(const FileSpec& fileSpec, PixelFormat read) {
-    const PixelFormat color = fileSpec.type == FileType::Y4m ? PixelFormat::I420 : PixelFormat::Rgb;
+    const PixelFormat color = fileSpec.type == FileType::Png ? PixelFormat::Rgb : PixelFormat::I420;
     return fileSpec.format.value_or(read == PixelFormat::Gray ? PixelFormat::Gray : color);
 }
 

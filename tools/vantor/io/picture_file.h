@@ -1,4 +1,4 @@
-// Picture files: PNG, Y4M and raw frames.
+// Picture files: PNG, JPEG, Y4M and raw frames.
 #pragma once
 
 #include <optional>
@@ -10,7 +10,7 @@
 
 namespace vantor::tool {
 
-enum class FileType { Png, Y4m, Raw };
+enum class FileType { Png, Jpeg, Y4m, Raw };
 
 /// What options tell of a file; empty or 0 where not given. `optionPrefix` is "--input" or
 /// "--output", or "--other" for the second of two inputs.
@@ -20,6 +20,7 @@ struct FileOptions {
     std::string size;
     int stride = 0;
     int sliceHeight = 0;
+    std::optional<int> quality{};  ///< of a JPEG that is written
 
     bool isGiven() const { return !format.empty() || !size.empty() || stride != 0 || sliceHeight != 0; }
 };
@@ -30,7 +31,7 @@ struct PairOptions {
     FileOptions second{"--other", {}, {}};
 };
 
-/// What is known of a picture file from its name and from options. PNG and Y4M headers have the rest.
+/// What is known of a picture file from its name and from options. Other files' headers have the rest.
 struct FileSpec {
     std::string path;  ///< "-" for standard input or output
     FileType type = FileType::Raw;
@@ -69,7 +70,7 @@ FrameShape rawShape(const FileSpec& fileSpec, const std::string& what, PixelForm
 Picture readPicture(const FileSpec& fileSpec);
 
 /// The format in which an output is written that was made from a picture read in `read`: that of its name or
-/// option; for PNG, gray for gray and RGB for colour; for Y4M, gray for gray and I420 for colour.
+/// option; for PNG, gray for gray and RGB for colour; for Y4M and JPEG, gray for gray and I420 for colour.
 PixelFormat writtenFormat(const FileSpec& fileSpec, PixelFormat read);
 
 /// The shape in which frames of a size are written. Refuses, before any work is done, a size that contradicts

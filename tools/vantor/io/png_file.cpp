@@ -53,7 +53,7 @@ public:
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
 
-    PngPicture read() {
+    DescribedPicture read() {
         expectSignature();
         guarded([](PngReader& reader) {
             keepChunks(reader.png_);
@@ -242,7 +242,7 @@ private:
 
 }  // namespace
 
-PngPicture readPng(const std::string& path) {
+DescribedPicture readPng(const std::string& path) {
     return PngReader(path).read();
 }
 
@@ -280,16 +280,17 @@ std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture, 
     return PngWriter(path, coding).write(picture, chunks);
 }
 
-void noteDropped(const std::string& source, const PngChunks& chunks, const std::string& output) {
+void noteDropped(const std::string& source, const PngChunks& chunks, const std::string& output, bool isJpeg) {
     const auto isThere = [&](const char* name) {
         return std::any_of(chunks.begin(), chunks.end(), [&](const PngChunk& c) { return c.name == name; });
     };
     std::string names;
     for (const auto& [name, bytes] : chunks) {
         const bool isPlainSrgb = name == "sRGB" || (isThere("sRGB") && (name == "gAMA" || name == "cHRM"));
-        if (!isPlainSrgb) names += (names.empty() ? "" : ", ") + name;
+        const char* known = name == "iCCP" ? "ICC profile" : name == "eXIf" ? "Exif" : nullptr;
+        if (!isPlainSrgb && !(known && isJpeg)) names += (names.empty() ? "" : ", ") + (known ? known : name);
     }
-    if (!names.empty()) note(source + ": " + names + " dropped: only PNG files hold them, not " + output);
+    if (!names.empty()) note(source + ": " + names + " dropped: " + output + " cannot hold it");
 }
 
 }  // namespace vantor::tool

@@ -18,7 +18,8 @@ struct PngChunk {
 
 using PngChunks = std::vector<PngChunk>;
 
-struct PngPicture {
+/// Of a PNG, or of a JPEG, whose Exif and profile are held as a PNG would.
+struct DescribedPicture {
     Picture picture;
     PngChunks chunks;
 };
@@ -26,7 +27,7 @@ struct PngPicture {
 /// Reads a PNG of up to 8 bits per sample as gray or RGB, its samples unchanged, and those of its chunks that
 /// a PNG of the same kind of samples takes over (docs/formats.md names them), as they are. Alpha and damaged
 /// chunks are dropped, with a note.
-PngPicture readPng(const std::string& path);
+DescribedPicture readPng(const std::string& path);
 
 /// zlib's, from 0, which does not compress, to 9; without one, what is fast and makes files of nearly the
 /// size of level 6 (docs/formats.md has numbers).
@@ -37,7 +38,7 @@ std::vector<uint8_t> encodePng(const std::string& path, const Picture& picture, 
                                PngLevel level = {});
 
 /// Prints a note naming the chunks, read from `source`, that a file of another type cannot hold; not for
-/// sRGB, which is the default everywhere.
-void noteDropped(const std::string& source, const PngChunks& chunks, const std::string& output);
+/// sRGB, which is the default everywhere. A JPEG holds Exif and the ICC profile.
+void noteDropped(const std::string& source, const PngChunks& chunks, const std::string& output, bool isJpeg);
 
 }  // namespace vantor::tool

@@ -16,8 +16,8 @@ constexpr uintmax_t kMaxFrames = 10000;
 /// The shape with the narrowest padded rows of which `frames` take `length` bytes.
 std::optional<FrameShape> paddedShape(const FrameShape& shape, uintmax_t length, uintmax_t frames) {
     const FrameShape packed = packedShape(shape.format, shape.size);
-    const auto [width, height] = shape.size;
-    for (int padded = packed.stride; padded <= std::min(2 * width, width + kMaxRowPadding);
+    const int height = shape.size.height;
+    for (int padded = packed.stride; padded <= std::min(2 * packed.stride, packed.stride + kMaxRowPadding);
          padded += kStrideStep - padded % kStrideStep) {
         FrameShape candidate = packed;
         candidate.stride = padded;

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <numeric>
 #include <sstream>
 
 #include "tools/vantor/base/error.h"
+#include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
 namespace {
@@ -13,6 +15,7 @@ namespace {
 constexpr const char* kColorFormats[] = {"C420", "C420jpeg", "C420mpeg2", "C420paldv"};
 constexpr const char* kGrayFormat = "Cmono";
 constexpr const char* kRangeTag = "XCOLORRANGE=";
+constexpr const char* kSamplesTag = "XYSCSS=";  ///< says what C says
 
 bool startsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
@@ -28,13 +31,58 @@ int parseSide(const std::string& name, const std::string& tag) {
     return side;
 }
 
-PixelFormat parseFormat(const std::string& name, const std::string& tag) {
-    if (tag == kGrayFormat) return PixelFormat::Gray;
+/// Sample formats that are converted, up to their number of bits. A mean of rows leaves chroma where it is
+/// horizontally: on the left column.
+struct Converted {
+    const char* start;
+    const char* result;
+    Size box;  ///< of which a chroma sample is the mean
+};
+constexpr Converted kConverted[] = {{"C420", "C420mpeg2", {1, 1}},
+                                    {"C422", "C420mpeg2", {1, 2}},
+                                    {"C444", "C420jpeg", {2, 2}},
+                                    {kGrayFormat, kGrayFormat, {1, 1}}};
+
+/// Of what follows in a tag: "p10" in C420p10, "10" in Cmono10, or nothing for 8.
+std::optional<int> parseBits(const std::string& text, bool isGray) {
+    for (const int bits : {9, 10, 12, 14, 16}) {
+        if (text == (isGray ? "" : "p") + std::to_string(bits)) return bits;
+    }
+    return text.empty() ? std::optional(8) : std::nullopt;
+}
+
+std::vector<StoredPlane> storedPlanes(Size size, Size box, int bits, bool isGray) {
+    const auto plane = [&](size_t offset, Size of, Size by) {
+        return StoredPlane{offset, of, static_cast<size_t>(of.width) * (bits > 8 ? 2 : 1), bits, by};
+    };
+    std::vector<StoredPlane> planes{plane(0, size, {1, 1})};
+    if (isGray) return planes;
+    const Size chroma{(size.width * box.width + 1) / 2, (size.height * box.height + 1) / 2};
+    for (int i = 0; i < 2; ++i) planes.push_back(plane(planes.back().end(), chroma, box));
+    return planes;
+}
+
+/// Takes the tag C, the last if there are several, and puts that of what is read in its place.
+void takeFormat(const std::string& name, Y4mHeader& header, std::string& tag) {
+    header.format = PixelFormat::I420;
+    header.stored.clear();
     const auto* end = std::end(kColorFormats);
-    if (std::find(std::begin(kColorFormats), end, tag) != end) return PixelFormat::I420;
+    if (std::find(std::begin(kColorFormats), end, tag) != end) return;
+    for (const auto& [start, result, box] : kConverted) {
+        if (!startsWith(tag, start)) continue;
+        const bool isGray = start == kGrayFormat;
+        const std::optional<int> bits = parseBits(tag.substr(std::strlen(start)), isGray);
+        if (!bits) break;
+        if (isGray) header.format = PixelFormat::Gray;
+        if (tag == result) return;
+        header.stored = storedPlanes(header.size, box, *bits, isGray);
+        note(name + ": Y4M sample format " + tag + " converted to " + result + ": " + ruleOf(box, *bits));
+        tag = result;
+        return;
+    }
     throw UserError(name + ": Y4M sample format " + tag +
-                    ": expected 8-bit 4:2:0 (C420, C420jpeg, C420mpeg2 or C420paldv) or gray (Cmono); ffmpeg "
-                    "converts by -pix_fmt yuv420p");
+                    ": expected 4:2:0, 4:2:2, 4:4:4 or gray of 8 to 16 bits, such as C420jpeg, C422p10 or "
+                    "Cmono; ffmpeg converts by -pix_fmt yuv420p");
 }
 
 /// "A1:1" as a ratio; nothing where it is another tag, or the aspect ratio is unknown.
@@ -46,6 +94,11 @@ std::optional<std::pair<int64_t, int64_t>> parsePixelShape(const std::string& ta
     if (tag[0] != 'A' || !(text >> width >> colon >> height) || colon != ':' || width <= 0 || height <= 0)
         return {};
     return {{width, height}};
+}
+
+void eraseTags(Y4mHeader& header, const char* start) {
+    const auto isOne = [&](const std::string& tag) { return startsWith(tag, start); };
+    header.tags.erase(std::remove_if(header.tags.begin(), header.tags.end(), isOne), header.tags.end());
 }
 
 }  // namespace
@@ -74,11 +127,14 @@ Y4mHeader parseY4mHeader(const std::string& name, const std::string& line) {
         } else if (word[0] == 'H') {
             header.size.height = parseSide(name, word);
         } else {
-            if (word[0] == 'C') header.format = parseFormat(name, word);
             header.tags.push_back(word);
         }
     }
     checkLimits(name + ": Y4M", header.size);
+    for (std::string& tag : header.tags) {
+        if (tag[0] == 'C') takeFormat(name, header, tag);
+    }
+    if (!header.stored.empty()) eraseTags(header, kSamplesTag);
     return header;
 }
 

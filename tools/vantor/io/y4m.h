@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/vantor/picture/picture.h"
+#include "tools/vantor/picture/stored_plane.h"
 
 namespace vantor::tool {
 
@@ -13,6 +14,7 @@ struct Y4mHeader {
     Size size;
     PixelFormat format = PixelFormat::I420;  ///< or gray
     std::vector<std::string> tags{};         ///< all others, unchanged, known or not
+    std::vector<StoredPlane> stored{};       ///< of frames that are converted; their tags say into what
 
     /// The value of the tag XCOLORRANGE, if present.
     std::optional<bool> isFullRange() const;
@@ -22,8 +24,9 @@ struct Y4mHeader {
 
 constexpr const char* kY4mMagic = "YUV4MPEG2";
 
-/// Reads a header's line, without its end. Refuses sizes outside the tool's limits, and all sample formats
-/// but 8-bit 4:2:0 and gray. `name` is what an error names.
+/// Reads a header's line, without its end. Refuses sizes outside the tool's limits, and sample formats
+/// other than 4:2:0, 4:2:2, 4:4:4 and gray of 8 to 16 bits. `name` is what an error, and a note of the
+/// conversion to 4:2:0 of 8 bits, names.
 Y4mHeader parseY4mHeader(const std::string& name, const std::string& line);
 
 /// The line, with its end.

@@ -42,6 +42,8 @@ const char* toString(PixelFormat format) {
             return "nv21";
         case PixelFormat::I420:
             return "i420";
+        case PixelFormat::P010:
+            return "p010";
         case PixelFormat::Rgb:
             break;
     }
@@ -49,7 +51,8 @@ const char* toString(PixelFormat format) {
 }
 
 bool isSubsampled(PixelFormat format) {
-    return format == PixelFormat::Nv12 || format == PixelFormat::Nv21 || format == PixelFormat::I420;
+    return format == PixelFormat::Nv12 || format == PixelFormat::Nv21 || format == PixelFormat::I420 ||
+           format == PixelFormat::P010;
 }
 
 size_t byteCount(PixelFormat format, Size size) {
@@ -70,6 +73,7 @@ std::vector<Component> components(const Picture& picture) {
     const Component luma{"Y", bytes, size, 1, width};
     switch (picture.format) {
         case PixelFormat::Gray:
+        case PixelFormat::P010:  // never in memory
             break;
         case PixelFormat::Nv12:
             return {luma, {"U", chroma, half, 2, 2 * halfWidth}, {"V", chroma + 1, half, 2, 2 * halfWidth}};
@@ -98,11 +102,14 @@ Size evenSize(Size size) {
 Picture convert(Picture picture, PixelFormat format) {
     if (picture.format == format) return picture;
     const Size size = isSubsampled(format) ? evenSize(picture.size) : picture.size;
+    const YuvColor color{false, picture.isFullRange};
     Picture nv12 = makePicture(PixelFormat::Nv12, size.roundedUp(2, 2));
-    toWorking(planesOf(picture), planesOf(nv12), {});
+    nv12.isFullRange = picture.isFullRange;
+    toWorking(planesOf(picture), planesOf(nv12), color);
     if (format == PixelFormat::Nv12) return nv12;
     Picture converted = makePicture(format, size);
-    fromWorking(planesOf(nv12), planesOf(converted), {});
+    converted.isFullRange = picture.isFullRange;
+    fromWorking(planesOf(nv12), planesOf(converted), color);
     return converted;
 }
 

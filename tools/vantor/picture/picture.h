@@ -23,16 +23,18 @@ Size parseSize(const std::string& what, const std::string& text);
 /// Refuses sizes outside the tool's limits.
 void checkLimits(const std::string& what, Size size);
 
-/// Sample formats, all of 8 bits and packed.
+/// Sample formats, packed, and but for P010 of 8 bits.
 enum class PixelFormat {
     Gray,  ///< a luma plane
     Nv12,  ///< a luma plane, then U and V interleaved at half the size in both directions
     Nv21,  ///< the same with V before U
     I420,  ///< a luma plane, then a U plane and a V plane of half the size in both directions
     Rgb,   ///< R, G, B interleaved
+    P010,  ///< NV12 of 10 bits, in the upper bits of two bytes, the low one first; in files only: read as
+           ///< NV12
 };
 
-/// "gray", "nv12", "nv21", "i420" or "rgb"
+/// "gray", "nv12", "nv21", "i420", "rgb" or "p010"
 const char* toString(PixelFormat format);
 
 /// Whether the format has chroma at half the size, rounded up.
@@ -44,6 +46,7 @@ struct Picture {
     PixelFormat format;
     Size size;
     std::vector<uint8_t> bytes;
+    bool isFullRange = false;  ///< of YUV, or of that made of RGB
 };
 
 Picture makePicture(PixelFormat format, Size size);
@@ -62,9 +65,9 @@ struct Component {
 
 std::vector<Component> components(const Picture& picture);
 
-/// Converts between any two formats. RGB is taken to and from YUV with the BT.601 matrix in limited range;
-/// gray gets neutral chroma; pictures lose their chroma on the way to gray. On the way to chroma at half the
-/// size, a picture of odd size repeats its last column or row, with a note.
+/// Converts between any two formats. RGB is taken to and from YUV with the BT.601 matrix, in the picture's
+/// range; gray gets neutral chroma; pictures lose their chroma on the way to gray. On the way to chroma at
+/// half the size, a picture of odd size repeats its last column or row, with a note.
 Picture convert(Picture picture, PixelFormat format);
 
 /// The size of a picture that is worked on with chroma at half the size; with a note if it is larger.

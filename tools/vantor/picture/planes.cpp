@@ -119,7 +119,8 @@ void repeatEdges(const Rows& rows, int width, int height, int step) {
 }  // namespace
 
 FrameShape packedShape(PixelFormat format, Size size) {
-    return {format, size, format == PixelFormat::Rgb ? 3 * size.width : size.width, size.height};
+    const int step = format == PixelFormat::Rgb ? 3 : format == PixelFormat::P010 ? 2 : 1;
+    return {format, size, step * size.width, size.height};
 }
 
 size_t FrameShape::bytes() const {
@@ -186,6 +187,23 @@ void toWorking(const Planes& from, const Planes& to, const YuvColor& color) {
     const std::vector<Rows> rows = rowsOf(to);
     repeatEdges(rows[0], from.size.width, from.size.height, 1);
     if (rows.size() > 1) repeatEdges(rows[1], 2 * chroma.width, chroma.height, 2);
+}
+
+void expandRange(const Planes& planes) {
+    for (const Rows& rows : rowsOf(planes)) {
+        const bool isLuma = rows.first == planes.luma;
+        const int range = isLuma ? 219 : 224;
+        const int zero = isLuma ? 16 : kNeutral;
+        uint8_t full[256];
+        for (int i = 0; i < 256; ++i) {
+            const int value = (isLuma ? 0 : kNeutral) * range + (i - zero) * 255;
+            full[i] = static_cast<uint8_t>(std::clamp((2 * value + range) / (2 * range), 0, 255));
+        }
+        for (int y = 0; y < rows.height; ++y) {
+            uint8_t* row = rows.first + area(rows.stride, y);
+            std::transform(row, row + rows.width, row, [&](uint8_t sample) { return full[sample]; });
+        }
+    }
 }
 
 void fromWorking(const Planes& from, const Planes& to, const YuvColor& color) {

@@ -12,7 +12,7 @@ namespace vantor::tool {
 /// How a frame lies in a file or in memory. A luma plane comes first, of `sliceHeight` rows that begin
 /// `stride` bytes apart; the picture is in the first rows, at the left. NV12 and NV21 go on with a plane of
 /// pairs, of half as many rows of the same stride; I420 with two planes, of half as many rows of half the
-/// stride. Halves are rounded up. RGB has one plane, of triples.
+/// stride. Halves are rounded up. RGB has one plane, of triples. P010 is as NV12 of twice the width.
 struct FrameShape {
     PixelFormat format;
     Size size;
@@ -62,6 +62,10 @@ const char* toString(const YuvColor& color);
 /// Makes the picture that the library works on, NV12 or gray, from a frame. A larger `to` repeats the last
 /// column and row. A plane that both share is left alone, but for the repeating.
 void toWorking(const Planes& from, const Planes& to, const YuvColor& color);
+
+/// Takes YUV from limited range to full: luma Y to (Y - 16) x 255 / 219, chroma C to 128 + (C - 128) x 255 /
+/// 224, rounded to nearest, within 0 to 255.
+void expandRange(const Planes& planes);
 
 /// Makes a frame from the picture that the library made, cropped at the right and below where that is larger.
 /// A plane that both share is left alone. Gray pictures get neutral chroma.
