@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "tools/vantor/base/error.h"
@@ -189,6 +190,8 @@ struct WorstFrame {
 std::vector<uint8_t> drawHeatmap(const CompareOptions& options, const WorstFrame& frame, bool isClip) {
     const std::string title = "difference of " + options.a + " and " + options.b +
                               (isClip ? ", frame " + std::to_string(frame.number) : "");
+    static std::mutex mutex;  // cairo locks its fonts in different orders
+    const std::lock_guard<std::mutex> lock(mutex);
     return heatmap(*frame.a, *frame.b, options.tolerance, title);
 }
 
