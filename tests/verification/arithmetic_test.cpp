@@ -75,9 +75,7 @@ protected:
         const auto [width, height] = result.size;
         const bool isChroma = path.pixelStep() == 2;
         const uint8_t* const pairs = result.bytes.data() + result.size.pixels();
-        if (!isChroma) {
-            ASSERT_EQ(samples[0], result.bytes[static_cast<size_t>(state.y * width + state.x)]);
-        }
+        if (!isChroma) { ASSERT_EQ(samples[0], result.bytes[static_cast<size_t>(state.y * width + state.x)]); }
         const bool hasPair = isChroma || (path.name() == "warp" && state.x % 2 == 0 && state.y % 2 == 0);
         if (!hasPair) return;
         const uint8_t* const pair = pairs + (isChroma ? state.y * width + 2 * state.x : state.y / 2 * width + state.x);
