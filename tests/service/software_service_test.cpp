@@ -217,6 +217,19 @@ TEST_F(Direct, TakesOneFileForBothPictures) {
     close(one), close(other);
 }
 
+TEST_F(Direct, MayHaveOneOperationReplaced) {
+    struct Other : SoftwareService {
+        Status runCSC(const Geometry&, const Handle&, const Geometry&, const Handle&, const Token&) override {
+            return -7;
+        }
+    };
+    service = new Other;
+    EXPECT_EQ(-7, scale(kWhole, {dst.fd}, kWhole, {src.fd}));
+    EXPECT_TRUE(isUntouched());
+    EXPECT_EQ(0, request(&still, kWhole, {dst.fd}, kWhole, {src.fd}));
+    EXPECT_EQ(dst.copy(kContent.size()), kContent);
+}
+
 TEST_F(Direct, RefusesWhatDoesNotFit) {
     EXPECT_EQ(0, scale(kWhole, {dst.fd, dst.fd}, kWhole, {src.fd, src.fd}));
     std::fill_n(dst.bytes, kContent.size(), 9);

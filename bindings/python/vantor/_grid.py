@@ -35,10 +35,10 @@ class GridError(NamedTuple):
 class Grid:
     """The displacements of 33 x 33 nodes, which span the picture.
 
-    A node's source lies half of `dx` to the right of it and half of `dy` down, in 1/256 sample of a virtual picture of
-    8192 x 6144 into which the picture is stretched; ``Grid()``, all zeros, copies the picture exactly. `dx` and `dy` are
-    arrays of 33 x 33 integers in the range of int32, row by row, which are copied. The attributes of these names are
-    int32 arrays whose elements may be changed.
+    A node's source lies half of `dx` to the right of it and half of `dy` down, in 1/256 sample of a virtual picture
+    of 8192 x 6144 into which the picture is stretched; ``Grid()``, all zeros, copies the picture exactly. `dx` and
+    `dy` are arrays of 33 x 33 integers in the range of int32, row by row, which are copied. The attributes of these
+    names are int32 arrays whose elements may be changed.
 
     Functions that make grids want the `size` (width, height) of the pictures, up to 8192 x 6144.
     """
