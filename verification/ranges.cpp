@@ -362,8 +362,9 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, const Use& p
     const int largest = largestSide(limits, place.direction);
     std::vector<Range> ranges(unit.quantities.size(), Range{kFar, -kFar, kFar, -kFar});
     const auto analyze = [&](const std::vector<Interval>& free) {
-        return [&unit, &ranges, analysis = std::make_shared<Analysis>(unit, free, ranges)](
-                   const Fixed& fixed) { analysis->run(fixed); };
+        return [analysis = std::make_shared<Analysis>(unit, free, ranges)](const Fixed& fixed) {
+            analysis->run(fixed);
+        };
     };
     const auto samples = [](size_t count) { return std::vector<Interval>(count, {0, 255}); };
     const std::string& name = unit.name;
