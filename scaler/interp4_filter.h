@@ -40,11 +40,16 @@ inline int16_t interp4Across(const uint8_t* samples, const int16_t* weights) {
     return static_cast<int16_t>(std::clamp((sum + 128) >> 8, INT16_MIN, INT16_MAX));
 }
 
-/// Down: of four rows, whose sum wraps, as arbitrary weights may overflow 32 bits.
+/// As arbitrary weights may overflow 32 bits.
+inline uint32_t wrappedSum(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+    return a + b + c + d;
+}
+
+/// Down: of four rows.
 inline uint8_t interp4Down(int row0, int row1, int row2, int row3, const int16_t* weights) {
     const auto product = [](int weight, int row) { return static_cast<uint32_t>(weight * row); };
-    const auto sum = static_cast<int32_t>(product(weights[0], row0) + product(weights[1], row1) +
-                                          product(weights[2], row2) + product(weights[3], row3));
+    const auto sum = static_cast<int32_t>(wrappedSum(product(weights[0], row0), product(weights[1], row1),
+                                                     product(weights[2], row2), product(weights[3], row3)));
     return static_cast<uint8_t>(std::clamp((sum >> 16) + ((sum >> 15) & 1), 0, 255));
 }
 

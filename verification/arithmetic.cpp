@@ -227,9 +227,10 @@ int64_t rounded(int64_t numerator, int64_t denominator, Rounding rounding) {
 }
 
 int64_t Format::kept(int64_t value) const {
-    const int unused = 64 - bits;
-    const uint64_t top = static_cast<uint64_t>(value) << unused;
-    return isSigned ? static_cast<int64_t>(top) >> unused : static_cast<int64_t>(top >> unused);
+    const uint64_t all = ~uint64_t{0} >> (64 - bits);
+    const uint64_t low = static_cast<uint64_t>(value) & all;
+    const bool isNegative = isSigned && low >> (bits - 1) != 0;
+    return static_cast<int64_t>(isNegative ? low | ~all : low);
 }
 
 std::string toString(const Format& format) {
