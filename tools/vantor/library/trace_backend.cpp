@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <iterator>
 
+#include "bindings/c/grid_view.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/library/build_facts.h"
 #include "tools/vantor/library/timed.h"
@@ -66,12 +66,9 @@ int32_t TraceBackend::scale(const BackendPicture& dst, const BackendPicture& src
 }
 
 int32_t TraceBackend::warp(const BackendPicture& dst, const BackendPicture& src, const vantor_grid& grid) {
-    Grid copy;
-    std::copy(std::begin(grid.dx), std::end(grid.dx), copy.dX);
-    std::copy(std::begin(grid.dy), std::end(grid.dy), copy.dY);
     BackendPicture whole = src;
     whole.region = {0, 0, src.image.width, src.image.height};
-    return recorded(warpingRequest(tool::Backend::Hardware, copy), dst, whole,
+    return recorded(warpingRequest(tool::Backend::Hardware, c::gridOf(grid)), dst, whole,
                     [&] { return answer_->warp(dst, src, grid); });
 }
 
