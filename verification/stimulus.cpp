@@ -13,6 +13,7 @@ namespace {
 
 constexpr int kMinSide = 4;
 
+/// Draws each random number in a statement of its own: the order of a call's arguments is the compiler's.
 class Builder {
 public:
     Builder(const Limits& limits, uint32_t seed, Coverage& coverage)
@@ -98,7 +99,8 @@ private:
         const auto side = [&](int source) {
             return between(0, 1) == 0 ? 2 * between(2, 60) : std::max(source + 2 * between(-3, 3), kMinSide);
         };
-        scale(addPicture(size), {side(size.width), side(size.height)});
+        const Size target{side(size.width), side(size.height)};
+        scale(addPicture(size), target);
     }
 
     void addLongRows() {
@@ -107,12 +109,17 @@ private:
         longRows_[1] = addPicture({kMinSide, height & ~1});
     }
 
-    void warpLongRows() { warp(longRows_[random_() % 2], makeGrid()); }
+    void warpLongRows() {
+        const Grid grid = makeGrid();
+        warp(longRows_[random_() % 2], grid);
+    }
 
     /// There is one height at which rows lie half way between two virtual ones.
     void warpTies() {
         constexpr int kHeight = 4096;
-        if (limits_.warped.height >= kHeight) warp(addPicture({kMinSide, kHeight}), makeGrid());
+        if (limits_.warped.height < kHeight) return;
+        const Grid grid = makeGrid();
+        warp(addPicture({kMinSide, kHeight}), grid);
     }
 
     void warpSmall() {
