@@ -16,4 +16,10 @@ struct Grid {
     int32_t dY[kGridNodes * kGridNodes];  ///< down
 };
 
+/// Of values that follow each other along a row of nodes.
+struct NodeBounds {
+    int32_t largest;      ///< magnitude
+    int32_t largestStep;  ///< magnitude of the difference of two neighbours
+};
+
 }  // namespace vantor

@@ -153,6 +153,15 @@ struct NodeColumn {
     HermiteCell hermite(int cell) const { return {above, top, bottom, below, cell}; }
 };
 
+/// An upper bound of all displacements' magnitudes along a row, if the products of every cell's curve fit 32
+/// bits and nothing is left to clamp; else INT32_MAX. With D the largest step, |excess| <= 4 D and |excess| +
+/// |slopeChange| <= 6 D; the curve leaves its chord by a sixteenth of that, and 2 for rounding.
+inline int32_t displacementBound(const NodeBounds& nodes) {
+    const int32_t step = nodes.largestStep;
+    const int32_t reach = nodes.largest + step + step / 2 + 2;
+    return step <= 4194303 / 4 && reach < 4194304 ? reach : INT32_MAX;
+}
+
 /// The grid along one output row: the vertical half of the interpolation, at half the grid's scale, for all
 /// node columns. It depends on the row alone.
 struct GridRow {
@@ -176,22 +185,13 @@ struct GridRow {
         return {left, hermite.difference, hermite.slopeChange, hermite.excess};
     }
 
-    /// D, the largest step from node to node: |excess| <= 4 D and |excess| + |slopeChange| <= 6 D.
-    int32_t largestStep() const {
-        int32_t step = 0;
-        for (int i = 1; i < kGridNodes; ++i) step = std::max(step, std::abs(value[i] - value[i - 1]));
-        return step;
-    }
-
-    /// An upper bound of all displacements' magnitudes along the row, if the products of every cell's curve
-    /// fit 32 bits and nothing is left to clamp; else INT32_MAX. The curve leaves its chord by a sixteenth
-    /// of |excess| + |slopeChange|, and 2 for rounding.
-    int32_t bound() const {
-        int32_t largest = 0;
-        for (const int32_t displacement : value) largest = std::max(largest, std::abs(displacement));
-        const int32_t step = largestStep();
-        const int32_t reach = largest + step + step / 2 + 2;
-        return step <= 4194303 / 4 && reach < 4194304 ? reach : INT32_MAX;
+    NodeBounds bounds() const {
+        NodeBounds found{std::abs(value[0]), 0};
+        for (int i = 1; i < kGridNodes; ++i) {
+            found.largest = std::max(found.largest, std::abs(value[i]));
+            found.largestStep = std::max(found.largestStep, std::abs(value[i] - value[i - 1]));
+        }
+        return found;
     }
 
     /// The displacement at a virtual column, at half the grid's scale.

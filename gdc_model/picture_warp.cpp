@@ -14,13 +14,18 @@ bool spansFewBytes(std::ptrdiff_t stride, int rows) {
     return rows <= 1 || stride <= kMaxVectorSpan / rows;
 }
 
-const WarpKernels& kernelsFor(const WarpSource& src) {
+const WarpKernels& bestKernels() {
     static const WarpKernels& best = bestTable(kWarpTables);
+    return best;
+}
+
+/// For the samples of a source.
+const WarpKernels& kernelsFor(const WarpSource& src) {
     const auto [smaller, larger] = std::minmax(src.width, src.height);
     const bool fits = smaller >= kMinWarpSide && larger <= kMaxWarpSide &&
                       spansFewBytes(src.yStride, src.height) && spansFewBytes(src.uStride, src.height / 2) &&
                       spansFewBytes(src.vStride, src.height / 2);
-    return fits ? best : kWarpPlain;
+    return fits ? bestKernels() : kWarpPlain;
 }
 
 WarpSource kernelSource(const WarpSourcePlanes& src) {
@@ -71,7 +76,7 @@ public:
 
 private:
     void locate(const GridRows& grids, int row, int left, int count) {
-        warp_.positions_.compute(warp_.kernels_, grids, row, left, count, x_, y_);
+        warp_.positions_.compute(bestKernels(), grids, row, left, count, x_, y_);
     }
 
     void writeRun(const WarpOutputPlanes& dst, int row, int left, int count) {
@@ -92,18 +97,18 @@ private:
             return static_cast<uint32_t>(wrapSub(position, first)) < static_cast<uint32_t>(samples) * 256;
         };
         int found = 0;
-        for (int i = 0; i < count; ++i) {
-            if ((groups >> (i / kWarpLanes) & 1) == 0) {
-                i += kWarpLanes - 1;
-                continue;
+        for (; groups != 0; groups &= groups - 1) {
+            const int first = kWarpLanes * __builtin_ctz(groups);
+            const int end = std::min(first + kWarpLanes, count);
+            for (int i = first; i < end; ++i) {
+                const bool isInside =
+                    isBetween(x_[i], 0, frame_.x.sourceSize) && isBetween(y_[i], 0, frame_.y.sourceSize);
+                // Indexes 2 to size - 2: none in pictures of 3 samples and fewer.
+                const bool isInterior = isBetween(x_[i], 384, std::max(src_.width, 3) - 3) &&
+                                        isBetween(y_[i], 384, std::max(src_.height, 3) - 3);
+                border_[found] = i;
+                found += isInside && !isInterior;
             }
-            const bool isInside =
-                isBetween(x_[i], 0, frame_.x.sourceSize) && isBetween(y_[i], 0, frame_.y.sourceSize);
-            // Indexes 2 to size - 2: none in pictures of 3 samples and fewer.
-            const bool isInterior = isBetween(x_[i], 384, std::max(src_.width, 3) - 3) &&
-                                    isBetween(y_[i], 384, std::max(src_.height, 3) - 3);
-            border_[found] = i;
-            found += isInside && !isInterior;
         }
         return found;
     }
@@ -156,6 +161,10 @@ PictureWarp::PictureWarp(const GdcFrame& frame, const WarpSourcePlanes& src, con
       kernelSource_(kernelSource(src)),
       kernels_(kernelsFor(kernelSource_)),
       positions_(frame_, memory) {}
+
+GridRows PictureWarp::gridRows(int row) const {
+    return positions_.row(bestKernels(), grids_, row);
+}
 
 void PictureWarp::run(int tile, const WarpOutputPlanes& dst) const {
     const int top = tile * tileRows_;

@@ -44,7 +44,7 @@ public:
 private:
     friend class TileWalk;
 
-    GridRows gridRows(int row) const { return positions_.row(kernels_, grids_, row); }
+    GridRows gridRows(int row) const;
 
     GdcFrame frame_;
     WarpSourcePlanes src_;

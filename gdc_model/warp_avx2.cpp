@@ -134,7 +134,8 @@ void chroma(const WarpSource& source, const int32_t* x, const int32_t* y, int pa
 
 }  // namespace
 
-const WarpKernels kWarpAvx2 = {InstructionSet::Avx2, nodes<V>, positions<V>, luma, chroma};
+const WarpKernels kWarpAvx2 = {InstructionSet::Avx2, nodes<V>, positions<V>,
+                               narrowPositions<V>,   luma,     chroma};
 
 }  // namespace vantor
 

@@ -229,7 +229,8 @@ void chroma(const WarpSource& source, const int32_t* x, const int32_t* y, int pa
 
 }  // namespace
 
-const WarpKernels kWarpAvx512 = {InstructionSet::Avx512, nodes<V>, positions<V>, luma, chroma};
+const WarpKernels kWarpAvx512 = {InstructionSet::Avx512, nodes<V>, positions<V>,
+                                 narrowPositions<V>,     luma,     chroma};
 
 }  // namespace vantor
 

@@ -35,6 +35,29 @@ struct WarpRun {
     WarpLine y;
 };
 
+/// Columns that follow each other in one cell of the grid, up to `end`, counted from the region's first.
+struct WarpCell {
+    int32_t cell;  ///< 1 to 32
+    int32_t end;
+};
+
+/// Columns of an output row that follow each other.
+struct WarpColumns {
+    const int16_t* within;
+    const int16_t* bulge;
+    const WarpCell* cells;  ///< from the first column's on
+    int first;              ///< counted from the region's first
+    int count;
+};
+
+/// One coordinate along an output row: the values of its GridRow, and of the first column what WarpLine says.
+struct WarpRow {
+    const int32_t* nodes;
+    int32_t invScale;
+    int32_t base;
+    int32_t step;
+};
+
 /// The source. Sizes are even where there is chroma; rows are at least as far apart as they are long. Kernels
 /// read nothing outside the rows' bytes: `width` of luma and of pairs, half as many of a chroma plane.
 struct WarpSource {
@@ -58,18 +81,24 @@ constexpr int kWarpRunColumns = 1024;  ///< at most, in one call of `luma` and `
 constexpr int kMaxWarpSide = 16384;
 constexpr int kMinWarpSide = 32;
 constexpr int kMaxVectorScale = 32767;
+constexpr int kNarrowStep = 1 << 11;                  ///< four times |excess| then fits 16 bits
 constexpr std::ptrdiff_t kMaxVectorSpan = INT32_MAX;  ///< from a plane's first byte to its last
 
 struct WarpKernels {
     InstructionSet set;
 
-    /// The values of a GridRow, `within` (0 to 384) a row of cells that is `cell` (1 to 32). Vector tables
-    /// ask for GridTables::fitsVectors.
-    void (*nodes)(const GdcGrid& grid, int cell, int within, int32_t* values);
+    /// The values of a GridRow, `within` (0 to 384) a row of cells that is `cell` (1 to 32), and their
+    /// bounds. Vector tables ask for GridTables::fitsVectors.
+    NodeBounds (*nodes)(const GdcGrid& grid, int cell, int within, int32_t* values);
 
     /// Both coordinates of a run. Vector tables ask for products that fit 32 bits, for |d| < 2^22,
     /// 0 <= invScale <= kMaxVectorScale and no mirror; the plain one clamps d to that and takes anything.
     void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
+
+    /// Both coordinates of columns in any number of cells: `positions` of rows whose largest step from node
+    /// to node is below kNarrowStep, without mirrors. Null where that is no faster.
+    void (*narrowPositions)(const WarpColumns& columns, const WarpRow& rowX, const WarpRow& rowY, int32_t* x,
+                            int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
     /// of them is folded, 0 elsewhere. Returns bit k if that may not hold for all positions from k kWarpLanes

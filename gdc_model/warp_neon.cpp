@@ -18,7 +18,23 @@ int32x4_t roundedThird(int32_t factor, int32x4_t value) {
     return vcvtq_s32_f32(vmulq_n_f32(rounded, 1 / 3.0F));
 }
 
-void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
+int32_t largestOf(int32x4_t a) {
+    const int32x2_t pairs = vpmax_s32(vget_low_s32(a), vget_high_s32(a));
+    return vget_lane_s32(vpmax_s32(pairs, pairs), 0);
+}
+
+NodeBounds boundsOf(const int32_t* values) {
+    int32x4_t largest = vabsq_s32(vld1q_s32(values));
+    int32x4_t step = vdupq_n_s32(0);
+    for (int i = 0; i < kGridCells; i += kLanes) {
+        const int32x4_t next = vld1q_s32(values + i + 1);
+        largest = vmaxq_s32(largest, vabsq_s32(next));
+        step = vmaxq_s32(step, vabdq_s32(next, vld1q_s32(values + i)));
+    }
+    return {largestOf(largest), largestOf(step)};
+}
+
+NodeBounds nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
     const bool isFirst = cell == 1, isLast = cell == kGridCells;
     const int32_t bulge = (64 + within * (384 - within)) / 384;
     for (int i = 0; i < kGridNodes; i += kLanes) {
@@ -39,6 +55,7 @@ void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
         const int32x4_t value = vsubq_s32(linear, roundedThird<9>(bulge, outer));
         vst1q_s32(values + first, vminq_s32(vmaxq_s32(value, vdupq_n_s32(-4194304)), vdupq_n_s32(4194303)));
     }
+    return boundsOf(values);
 }
 
 /// What positions of one coordinate are computed from, four columns at a time.
@@ -457,7 +474,7 @@ void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs
 
 }  // namespace
 
-const WarpKernels kWarpNeon = {InstructionSet::Neon, nodes, positions, luma, chroma};
+const WarpKernels kWarpNeon = {InstructionSet::Neon, nodes, positions, nullptr, luma, chroma};
 
 }  // namespace vantor
 

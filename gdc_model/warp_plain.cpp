@@ -17,8 +17,10 @@ struct Place {
     }
 };
 
-void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
-    std::copy_n(GridRow(grid, {0, cell, within}).value, kGridNodes, values);
+NodeBounds nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
+    const GridRow row(grid, {0, cell, within});
+    std::copy_n(row.value, kGridNodes, values);
+    return row.bounds();
 }
 
 void locate(const WarpRun& run, const WarpLine& line, int32_t* out) {
@@ -76,6 +78,6 @@ void chroma(const WarpSource& src, const int32_t* x, const int32_t* y, int pairs
 
 }  // namespace
 
-const WarpKernels kWarpPlain = {InstructionSet::Plain, nodes, positions, luma, chroma};
+const WarpKernels kWarpPlain = {InstructionSet::Plain, nodes, positions, nullptr, luma, chroma};
 
 }  // namespace vantor

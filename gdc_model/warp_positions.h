@@ -17,13 +17,14 @@ struct GridRows {
     GridRow x;
     GridRow y;
     bool fitsVectors;  ///< positions have what vector kernels ask for
+    bool isNarrow;     ///< and those of narrow rows
     bool isSteep;      ///< leaves more than kLevelStep source rows between two nodes
 };
 
 /// What depends on the columns of a region alone.
 class WarpPositions {
 public:
-    /// How much memory the positions of a frame take: 16 bytes per column, and 128.
+    /// How much memory the positions of a frame take: 12 bytes per column, and 128.
     static size_t workingWords(const GdcFrame& frame);
 
     /// Both outlive the object.
@@ -37,18 +38,11 @@ public:
                  int32_t* x, int32_t* y) const;
 
 private:
-    /// Columns that follow each other in one cell.
-    struct CellColumns {
-        int32_t cell;
-        int32_t first;  ///< counted from the region's first column
-        int32_t end;
-    };
-
     const GdcFrame& frame_;
     bool fitsVectors_;
     int16_t* within_;
     int16_t* bulge_;
-    CellColumns* cells_;
+    WarpCell* cells_;
     size_t cellCount_ = 0;
 };
 

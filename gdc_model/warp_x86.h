@@ -18,7 +18,19 @@ typename V::Vector roundedThird(int factor, typename V::Vector value) {
 }
 
 template <typename V>
-void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
+NodeBounds boundsOf(const int32_t* values) {
+    auto largest = V::abs32(V::load(values));
+    auto step = V::broadcast32(0);
+    for (int i = 0; i < kGridCells; i += V::kLanes32) {
+        const auto next = V::load(values + i + 1);
+        largest = V::max32(largest, V::abs32(next));
+        step = V::max32(step, V::abs32(V::subtract32(next, V::load(values + i))));
+    }
+    return {V::largest32(largest), V::largest32(step)};
+}
+
+template <typename V>
+NodeBounds nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
     using Vector = typename V::Vector;
     const bool isFirst = cell == 1, isLast = cell == kGridCells;
     const int bulge = (64 + within * (384 - within)) / 384;
@@ -42,6 +54,7 @@ void nodes(const GdcGrid& grid, int cell, int within, int32_t* values) {
         V::store(values + first,
                  V::min32(V::max32(value, V::broadcast32(-4194304)), V::broadcast32(4194303)));
     }
+    return boundsOf<V>(values);
 }
 
 /// What positions of one coordinate are computed from, a vector of columns at a time.
@@ -99,25 +112,85 @@ private:
     Vector step_;
 };
 
-/// The same in 16-bit lanes but for the start's part, two vectors of columns at a time: (a b + 2^14) >> 15 of
-/// scaled factors.
 template <typename V>
+void positions(const WarpRun& run, int32_t* x, int32_t* y) {
+    LineOfLanes<V> lineX(run.x);
+    LineOfLanes<V> lineY(run.y);
+    for (int i = 0; i < run.count; i += V::kLanes32) {
+        const auto u = V::loadWidened16(run.within + i);
+        const auto q = V::loadWidened16(run.bulge + i);
+        V::store(x + i, lineX.next(u, q));
+        V::store(y + i, lineY.next(u, q));
+    }
+}
+
+/// The curves of a narrow row, a vector of cells at a time. Factors of 16 bits fill both halves of 32.
+template <typename V>
+struct NarrowCurves {
+    using Vector = typename V::Vector;
+
+    int32_t excess4[kGridCells];
+    int32_t slopeChange[kGridCells];
+    int32_t difference2[kGridCells];
+    int32_t start[kGridCells];      // the displacement at the left node, in 1/256 sample, rounded down
+    int32_t remainder[kGridCells];  // what that leaves, in 1/8192 of its unit, and a half
+
+    explicit NarrowCurves(const WarpRow& row) {
+        int32_t nodes[kGridNodes + 2];
+        for (int i = 0; i < kGridNodes; i += V::kLanes32) {
+            const int first = i < kGridNodes - V::kLanes32 ? i : kGridNodes - V::kLanes32;
+            V::store(nodes + 1 + first, V::load(row.nodes + first));
+        }
+        // The parabolas of the first and last cell, continued.
+        nodes[0] = 3 * (nodes[1] - nodes[2]) + nodes[3];
+        nodes[kGridNodes + 1] = 3 * (nodes[kGridNodes] - nodes[kGridNodes - 1]) + nodes[kGridNodes - 2];
+        for (int i = 0; i < kGridCells; i += V::kLanes32) fill(i, nodes + i, row.invScale);
+    }
+
+private:
+    void fill(int i, const int32_t* nodes, int invScale) {
+        const Vector left = V::load(nodes + 1);
+        const Vector right = V::load(nodes + 2);
+        const Vector difference = V::subtract32(right, left);
+        const Vector slope0 = V::subtract32(right, V::load(nodes));
+        const Vector slope1 = V::subtract32(V::load(nodes + 3), left);
+        const Vector excess =
+            V::subtract32(V::subtract32(V::template shiftLeft32<2>(difference), slope0), slope1);
+        V::store(excess4 + i, twice16(V::template shiftLeft32<2>(excess)));
+        V::store(slopeChange + i, twice16(V::subtract32(slope1, slope0)));
+        V::store(difference2 + i, twice16(V::template shiftLeft32<1>(difference)));
+        // 23 bits by 15: the upper 15 of the node apart from its lower eight, to which the rounding is added.
+        const Vector scale = V::broadcast32(invScale);
+        const Vector upper = V::multiply32(V::template shiftRightSigned32<8>(left), scale);
+        const Vector lower =
+            V::add32(V::multiply32(V::bitAnd(left, V::broadcast32(255)), scale), V::broadcast32(4096));
+        const Vector product = V::add32(upper, V::template shiftRightSigned32<8>(lower));
+        V::store(start + i, V::template shiftRightSigned32<5>(product));
+        V::store(remainder + i, V::bitOr(V::template shiftLeft32<8>(V::bitAnd(product, V::broadcast32(31))),
+                                         V::bitAnd(lower, V::broadcast32(255))));
+    }
+
+    static Vector twice16(Vector a) {
+        return V::interleaveEven16(V::bitAnd(a, V::broadcast32(UINT16_MAX)), a);
+    }
+};
+
+/// Positions along one narrow curve, in 16-bit lanes but for the start's part, two vectors of columns at a
+/// time: (a b + 2^14) >> 15 of scaled factors.
+template <typename V, bool isMoving>
 class NarrowLine {
 public:
     using Vector = typename V::Vector;
 
-    explicit NarrowLine(const WarpLine& line)
-        : excess4_(V::broadcast16(4 * line.excess)),
-          slopeChange_(V::broadcast16(line.slopeChange)),
-          difference2_(V::broadcast16(2 * line.difference)),
-          invScale_(V::broadcast32(line.invScale)),
-          step_(V::multiply32(V::broadcast32(line.step), V::broadcast32(V::kLanes32))) {
-        const int64_t displaced = int64_t{line.invScale} * line.start + 4096;
-        remainder_ = V::broadcast32(static_cast<int32_t>(displaced & 8191));
-        base_ = V::add32(
-            V::add32(V::broadcast32(line.base), V::broadcast32(static_cast<int32_t>(displaced >> 13))),
-            V::multiply32(V::iota32(), V::broadcast32(line.step)));
-    }
+    /// `base` has the first columns' undisplaced positions.
+    NarrowLine(const NarrowCurves<V>& curves, int i, Vector scale, Vector base, Vector step)
+        : excess4_(V::broadcast32(curves.excess4[i])),
+          slopeChange_(V::broadcast32(curves.slopeChange[i])),
+          difference2_(V::broadcast32(curves.difference2[i])),
+          remainder_(V::broadcast32(curves.remainder[i])),
+          scale_(scale),
+          base_(V::add32(base, V::broadcast32(curves.start[i]))),
+          step_(step) {}
 
     void next(Vector u32, Vector q16, int32_t* out) {
         const Vector fromMiddle = V::subtract16(V::broadcast16(256 * 32), u32);
@@ -130,47 +203,46 @@ public:
 
 private:
     void store(int32_t* out, Vector fromStart) {
-        const Vector product = V::addProducts16(remainder_, fromStart, invScale_);
+        const Vector product = V::addProducts16(remainder_, fromStart, scale_);
         V::store(out, V::add32(base_, V::template shiftRightSigned32<13>(product)));
-        base_ = V::add32(base_, step_);
+        if (isMoving) base_ = V::add32(base_, step_);
     }
 
     Vector excess4_;
     Vector slopeChange_;
     Vector difference2_;
-    Vector invScale_;
-    Vector remainder_;  // of the start's displacement, which `base_` includes
+    Vector remainder_;
+    Vector scale_;
     Vector base_;
     Vector step_;
 };
 
 template <typename V>
-void locateNarrow(const WarpRun& run, int32_t* x, int32_t* y) {
-    NarrowLine<V> lineX(run.x);
-    NarrowLine<V> lineY(run.y);
-    for (int i = 0; i < run.count; i += V::kLanes16) {
-        const auto u32 = V::template shiftLeft16<5>(V::load(run.within + i));
-        const auto q16 = V::template shiftLeft16<4>(V::load(run.bulge + i));
-        lineX.next(u32, q16, x + i);
-        lineY.next(u32, q16, y + i);
+void narrowPositions(const WarpColumns& columns, const WarpRow& rowX, const WarpRow& rowY, int32_t* x,
+                     int32_t* y) {
+    using Vector = typename V::Vector;
+    const NarrowCurves<V> curvesX(rowX);
+    const NarrowCurves<V> curvesY(rowY);
+    const Vector scaleX = V::broadcast32(rowX.invScale);
+    const Vector scaleY = V::broadcast32(rowY.invScale);
+    const Vector baseY = V::broadcast32(rowY.base);
+    const Vector step = V::multiply32(V::broadcast32(rowX.step), V::broadcast32(V::kLanes32));
+    const Vector steps =
+        V::add32(V::broadcast32(rowX.base), V::multiply32(V::iota32(), V::broadcast32(rowX.step)));
+    const WarpCell* cell = columns.cells;
+    for (int i = 0; i < columns.count; ++cell) {
+        const int end = cell->end - columns.first < columns.count ? cell->end - columns.first : columns.count;
+        const Vector baseX = V::add32(steps, V::broadcast32(static_cast<int32_t>(int64_t{i} * rowX.step)));
+        NarrowLine<V, true> lineX(curvesX, cell->cell - 1, scaleX, baseX, step);
+        NarrowLine<V, false> lineY(curvesY, cell->cell - 1, scaleY, baseY, step);
+        for (; i < end; i += V::kLanes16) {
+            const auto u32 = V::template shiftLeft16<5>(V::load(columns.within + i));
+            const auto q16 = V::template shiftLeft16<4>(V::load(columns.bulge + i));
+            lineX.next(u32, q16, x + i);
+            lineY.next(u32, q16, y + i);
+        }
+        i = end;
     }
-}
-
-template <typename V>
-void locate(const WarpRun& run, int32_t* x, int32_t* y) {
-    LineOfLanes<V> lineX(run.x);
-    LineOfLanes<V> lineY(run.y);
-    for (int i = 0; i < run.count; i += V::kLanes32) {
-        const auto u = V::loadWidened16(run.within + i);
-        const auto q = V::loadWidened16(run.bulge + i);
-        V::store(x + i, lineX.next(u, q));
-        V::store(y + i, lineY.next(u, q));
-    }
-}
-
-template <typename V>
-void positions(const WarpRun& run, int32_t* x, int32_t* y) {
-    (run.isNarrow ? locateNarrow<V> : locate<V>)(run, x, y);
 }
 
 /// A constant that stays in a register or in memory. Compilers would broadcast it anew from a general

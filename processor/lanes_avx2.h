@@ -62,6 +62,12 @@ struct Avx2Lanes {
     static Vector multiply32(Vector a, Vector b) { return _mm256_mullo_epi32(a, b); }
     static Vector min32(Vector a, Vector b) { return _mm256_min_epi32(a, b); }
     static Vector max32(Vector a, Vector b) { return _mm256_max_epi32(a, b); }
+    static Vector abs32(Vector a) { return _mm256_abs_epi32(a); }
+    static int32_t largest32(Vector a) {
+        __m128i half = _mm_max_epi32(_mm256_castsi256_si128(a), _mm256_extracti128_si256(a, 1));
+        half = _mm_max_epi32(half, _mm_unpackhi_epi64(half, half));
+        return _mm_cvtsi128_si32(_mm_max_epi32(half, _mm_shuffle_epi32(half, 1)));
+    }
     template <int Bits>
     static Vector shiftLeft32(Vector a) {
         return _mm256_slli_epi32(a, Bits);

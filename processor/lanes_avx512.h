@@ -62,6 +62,13 @@ struct Avx512Lanes {
     static Vector multiply32(Vector a, Vector b) { return _mm512_mullo_epi32(a, b); }
     static Vector min32(Vector a, Vector b) { return _mm512_min_epi32(a, b); }
     static Vector max32(Vector a, Vector b) { return _mm512_max_epi32(a, b); }
+    static Vector abs32(Vector a) { return _mm512_abs_epi32(a); }
+    static int32_t largest32(Vector a) {
+        const __m256i half = _mm256_max_epi32(_mm512_castsi512_si256(a), _mm512_extracti64x4_epi64(a, 1));
+        __m128i quarter = _mm_max_epi32(_mm256_castsi256_si128(half), _mm256_extracti128_si256(half, 1));
+        quarter = _mm_max_epi32(quarter, _mm_unpackhi_epi64(quarter, quarter));
+        return _mm_cvtsi128_si32(_mm_max_epi32(quarter, _mm_shuffle_epi32(quarter, 1)));
+    }
     template <int Bits>
     static Vector shiftLeft32(Vector a) {
         return _mm512_slli_epi32(a, Bits);
