@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "gdc_model/warp_x86.h"
+#include "gdc_model/warp_lanes.h"
 #include "processor/lanes_avx512.h"
 
 namespace vantor {
@@ -19,6 +19,8 @@ struct WindowConstants {
     Vector bytes;  // of each lane: where its four bytes are from its first on
 };
 
+constexpr auto kLowestBytes = static_cast<int64_t>(0xFF0CFF08FF04FF00);
+
 /// What all groups of pixels need.
 struct Constants {
     LumaConstants<V> luma;
@@ -28,11 +30,10 @@ struct Constants {
     Vector endY;
     Vector twoSamples = kept(V::broadcast32(384));  // from a position to the middle of its first tap
     // The lowest bytes of 32-bit lanes, in 16-bit lanes.
-    Vector fractions =
-        kept(V::repeat128(_mm_setr_epi8(0, -1, 4, -1, 8, -1, 12, -1, 0, -1, 4, -1, 8, -1, 12, -1)));
+    Vector fractions = kept(V::repeat128(kLowestBytes, kLowestBytes));
     Vector lowHalf = kept(V::broadcast32(UINT16_MAX));
     Vector secondWindow = kept(V::broadcast32(V::kBytes / 2));
-    Vector firstBytes = kept(V::repeat128(_mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C)));
+    Vector firstBytes = kept(V::repeat128(0x0404040400000000, 0x0C0C0C0C08080808));
     WindowConstants fourBytes{kept(V::broadcast32(32 - 4)), kept(V::broadcast32(0x03020100))};
     WindowConstants twoPlanes{kept(V::broadcast32(16 - 2)), kept(V::broadcast32(0x11011000))};
     // Of values in 16-bit lanes, in the order of V::pack16, the lower bytes.

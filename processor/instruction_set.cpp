@@ -61,6 +61,8 @@ const char* instructionSetName(InstructionSet set) {
     switch (set) {
         case InstructionSet::Neon:
             return "neon";
+        case InstructionSet::Wasm:
+            return "wasm";
         case InstructionSet::Avx2:
             return "avx2";
         case InstructionSet::Avx512:
@@ -75,6 +77,9 @@ bool cpuHas(InstructionSet set) {
     if (set == InstructionSet::Plain) return true;
 #if defined(__ARM_NEON)
     if (set == InstructionSet::Neon) return true;
+#endif
+#if defined(__wasm_simd128__)
+    if (set == InstructionSet::Wasm) return true;
 #endif
 #if defined(__x86_64__)
     if (set == InstructionSet::Avx2) return hasAvx2();

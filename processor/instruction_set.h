@@ -4,12 +4,13 @@
 namespace vantor {
 
 /// In order of preference: a family uses the last of its tables whose set is usable.
-enum class InstructionSet { Plain, Neon, Avx2, Avx512 };
+enum class InstructionSet { Plain, Neon, Wasm, Avx2, Avx512 };
 
 constexpr InstructionSet kInstructionSets[] = {InstructionSet::Plain, InstructionSet::Neon,
-                                               InstructionSet::Avx2, InstructionSet::Avx512};
+                                               InstructionSet::Wasm, InstructionSet::Avx2,
+                                               InstructionSet::Avx512};
 
-/// "plain", "neon", "avx2" or "avx512".
+/// "plain", "neon", "wasm", "avx2" or "avx512".
 const char* instructionSetName(InstructionSet set);
 
 /// Whether the CPU and the system can run kernels of this set. Avx2 means AVX2 and POPCNT, Avx512

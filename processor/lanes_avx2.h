@@ -13,6 +13,7 @@ struct Avx2Lanes {
     static constexpr int kBytes = 32;
     static constexpr int kLanes16 = 16;
     static constexpr int kLanes32 = 8;
+    static constexpr bool kMultipliesBytes = true;
 
     static Vector load(const void* from) { return _mm256_loadu_si256(static_cast<const Vector*>(from)); }
     static void store(void* to, Vector bytes) { _mm256_storeu_si256(static_cast<Vector*>(to), bytes); }
@@ -20,8 +21,11 @@ struct Avx2Lanes {
     static Vector broadcast16(int value) { return _mm256_set1_epi16(static_cast<int16_t>(value)); }
     static Vector add16(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
     static Vector subtract16(Vector a, Vector b) { return _mm256_sub_epi16(a, b); }
+    static Vector subtractSaturated16(Vector a, Vector b) { return _mm256_subs_epi16(a, b); }
     static Vector min16(Vector a, Vector b) { return _mm256_min_epi16(a, b); }
     static Vector max16(Vector a, Vector b) { return _mm256_max_epi16(a, b); }
+    /// Lanes of ones where a <= b, unsigned
+    static Vector isAtMost16(Vector a, Vector b) { return _mm256_cmpeq_epi16(_mm256_min_epu16(a, b), a); }
     static Vector multiply16(Vector a, Vector b) { return _mm256_mullo_epi16(a, b); }
     static Vector multiplyHigh16(Vector a, Vector b) { return _mm256_mulhi_epi16(a, b); }
     static Vector multiplyHighUnsigned16(Vector a, Vector b) { return _mm256_mulhi_epu16(a, b); }
@@ -68,6 +72,8 @@ struct Avx2Lanes {
         half = _mm_max_epi32(half, _mm_unpackhi_epi64(half, half));
         return _mm_cvtsi128_si32(_mm_max_epi32(half, _mm_shuffle_epi32(half, 1)));
     }
+    /// Lanes of ones where a <= b, unsigned
+    static Vector isAtMost32(Vector a, Vector b) { return _mm256_cmpeq_epi32(_mm256_min_epu32(a, b), a); }
     template <int Bits>
     static Vector shiftLeft32(Vector a) {
         return _mm256_slli_epi32(a, Bits);
@@ -96,13 +102,21 @@ struct Avx2Lanes {
         return _mm256_i32gather_epi32(static_cast<const int*>(from), offsets, 1);
     }
 
+    /// The even ones of two vectors of 32-bit lanes.
+    static Vector evenLanes32(Vector a, Vector b) {
+        const __m256 pairs = _mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), 0x88);
+        return _mm256_permute4x64_epi64(_mm256_castps_si256(pairs), 0xD8);
+    }
+
     /// a[0], b[0], a[2], b[2], ...
     static Vector interleaveEven16(Vector a, Vector b) {
         return _mm256_blend_epi16(a, shiftLeft32<16>(b), 0xAA);
     }
 
     /// The same sixteen bytes in every 128 bits.
-    static Vector repeat128(__m128i bytes) { return _mm256_broadcastsi128_si256(bytes); }
+    static Vector repeat128(int64_t low, int64_t high) {
+        return _mm256_broadcastsi128_si256(_mm_set_epi64x(high, low));
+    }
     /// The bytes at these indexes, within 128 bits.
     static Vector shuffle8(Vector a, Vector indexes) { return _mm256_shuffle_epi8(a, indexes); }
 
@@ -124,6 +138,12 @@ struct Avx2Lanes {
     static Vector bitAnd(Vector a, Vector b) { return _mm256_and_si256(a, b); }
     static Vector bitNot(Vector a) { return _mm256_xor_si256(a, broadcast32(-1)); }
     static Vector bitOr(Vector a, Vector b) { return _mm256_or_si256(a, b); }
+    /// Of lanes of ones or zeros.
+    static bool areAllSet(Vector mask) { return _mm256_movemask_epi8(mask) == -1; }
+    static bool isAnySet(Vector mask) { return _mm256_movemask_epi8(mask) != 0; }
+    static Vector select(Vector mask, Vector whereSet, Vector elsewhere) {
+        return _mm256_blendv_epi8(elsewhere, whereSet, mask);
+    }
 
     /// These interleave and pack within 128 bits; what was interleaved is packed back in order. Packing
     /// saturates, 16-bit lanes to unsigned bytes, 32-bit lanes to 16-bit ones.
@@ -134,6 +154,23 @@ struct Avx2Lanes {
     static Vector pack16(Vector low, Vector high) { return _mm256_packus_epi16(low, high); }
     static Vector pack32(Vector low, Vector high) { return _mm256_packs_epi32(low, high); }
     static Vector packUnsigned32(Vector low, Vector high) { return _mm256_packus_epi32(low, high); }
+
+    /// Saturated: 16-bit lanes, in the order of pack32, as bytes; 32-bit lanes as two bytes each.
+    static void storePacked16(uint8_t* to, Vector a) {
+        const Vector packed = pack16(a, a);  // 0-3, 8-11 in one half, 4-7, 12-15 in the other
+        storeHalf(to,
+                  _mm_unpacklo_epi32(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1)));
+    }
+    static void storePacked32(uint8_t* to, Vector a) {
+        const Vector packed = packUnsigned32(a, a);
+        storeHalf(to,
+                  _mm_unpacklo_epi64(_mm256_castsi256_si128(packed), _mm256_extracti128_si256(packed, 1)));
+    }
+
+private:
+    static void storeHalf(uint8_t* to, __m128i bytes) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+    }
 };
 
 }  // namespace

@@ -13,6 +13,7 @@ struct Avx512Lanes {
     static constexpr int kBytes = 64;
     static constexpr int kLanes16 = 32;
     static constexpr int kLanes32 = 16;
+    static constexpr bool kMultipliesBytes = true;
 
     static Vector load(const void* from) { return _mm512_loadu_si512(from); }
     static void store(void* to, Vector bytes) { _mm512_storeu_si512(to, bytes); }
@@ -103,7 +104,9 @@ struct Avx512Lanes {
     }
 
     /// The same sixteen bytes in every 128 bits.
-    static Vector repeat128(__m128i bytes) { return _mm512_broadcast_i32x4(bytes); }
+    static Vector repeat128(int64_t low, int64_t high) {
+        return _mm512_broadcast_i32x4(_mm_set_epi64x(high, low));
+    }
     /// The bytes at these indexes, within 128 bits.
     static Vector shuffle8(Vector a, Vector indexes) { return _mm512_shuffle_epi8(a, indexes); }
 

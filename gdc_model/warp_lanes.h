@@ -1,7 +1,6 @@
-// The arithmetic of the warp in 32-bit and 16-bit lanes, one source for both vector types.
+// The arithmetic of the warp in 32-bit and 16-bit lanes, one source for all vector types with multiply-add of
+// pairs.
 #pragma once
-
-#include <immintrin.h>
 
 #include "gdc_model/warp_kernels.h"
 
@@ -249,7 +248,9 @@ void narrowPositions(const WarpColumns& columns, const WarpRow& rowX, const Warp
 /// register in every group of pixels, which costs as much as arithmetic.
 template <typename Vector>
 Vector kept(Vector constant) {
+#if defined(__x86_64__)
     asm("" : "+v"(constant));
+#endif
     return constant;
 }
 
@@ -264,7 +265,7 @@ struct LumaConstants {
     Vector three = kept(V::broadcast16(3));
     Vector ones = kept(V::broadcast16(0x0101));
     Vector half = kept(V::broadcast32(128 * 256 + 128));
-    Vector middle = kept(V::repeat128(_mm_setr_epi8(1, 2, 5, 6, 9, 10, 13, 14, 1, 2, 5, 6, 9, 10, 13, 14)));
+    Vector middle = kept(V::repeat128(0x0E0D0A0906050201, 0x0E0D0A0906050201));
 };
 
 /// The magnitudes of the four taps' weights at phases p: of p (256 - p)^2, 2^25 - p^2 (1280 - 3p), p 2^16 +
@@ -380,7 +381,7 @@ Samples<V, 2> gatherPairs(const WarpSource& src, typename V::Vector places) {
     places = V::subtract32(places, beyond);
     const auto u = gather<V, 2>(src.u, src.uStride, places);
     const auto v = gather<V, 2>(src.v, src.vStride, places);
-    const Vector order = V::repeat128(_mm_setr_epi8(0, 2, 1, 3, 4, 6, 5, 7, 8, 10, 9, 11, 12, 14, 13, 15));
+    const Vector order = V::repeat128(0x0705060403010200, 0x0F0D0E0C0B090A08);
     Samples<V, 2> pairs;
     for (int j = 0; j < 2; ++j) {
         pairs.row[j] = V::shuffle8(
@@ -417,31 +418,57 @@ private:
     Vector w23_;
 };
 
-/// Values of two vectors of pixels in 16-bit lanes, clamped by their 2 x 2 centre taps. Fractions and values
-/// are in the order of V::pack16: interleaving them gives 32-bit lanes in natural order.
+/// Weighted sums of two vectors of pixels.
 template <typename V>
-typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
-                              const Samples<V, 4>& right, const Weights<V>& weights) {
+struct Sums {
     using Vector = typename V::Vector;
-    const OuterRow<V> first(weights.row(0));
-    const OuterRow<V> last(weights.row(3));
-    Vector sumLeft = V::sumProducts8(left.row[0], first.left(), left.row[3], last.left());
-    Vector sumRight = V::sumProducts8(right.row[0], first.right(), right.row[3], last.right());
-    Vector scale =
-        V::subtract16(constants.twice, V::multiplyAdd8(constants.ones, V::add8(first.sums(), last.sums())));
-    for (int j = 1; j < 3; ++j) {
-        const auto w = weights.row(j);
+    Vector left;
+    Vector right;
+    Vector scale;  ///< 512 less the sum of the weights
+
+    void addRow(const LumaConstants<V>& constants, Vector bytesLeft, Vector bytesRight,
+                const typename Weights<V>::Row& w) {
         const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
             sum = V::addProducts16(sum, V::bitAnd(bytes, constants.lowBytes), even);
             sum = V::addProducts16(sum, V::template shiftRight16<8>(bytes), odd);
         };
-        add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
-        add(sumRight, right.row[j], V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
+        add(left, bytesLeft, V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
+        add(right, bytesRight, V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
         scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
     }
+};
+
+/// Of the first and the last row.
+template <typename V>
+Sums<V> outerSums(const LumaConstants<V>& constants, const Samples<V, 4>& left, const Samples<V, 4>& right,
+                  const Weights<V>& weights) {
+    if constexpr (V::kMultipliesBytes) {
+        const OuterRow<V> first(weights.row(0));
+        const OuterRow<V> last(weights.row(3));
+        return {V::sumProducts8(left.row[0], first.left(), left.row[3], last.left()),
+                V::sumProducts8(right.row[0], first.right(), right.row[3], last.right()),
+                V::subtract16(constants.twice,
+                              V::multiplyAdd8(constants.ones, V::add8(first.sums(), last.sums())))};
+    } else {
+        Sums<V> sums{V::broadcast32(0), V::broadcast32(0), constants.twice};
+        sums.addRow(constants, left.row[0], right.row[0], weights.row(0));
+        sums.addRow(constants, left.row[3], right.row[3], weights.row(3));
+        return sums;
+    }
+}
+
+/// Values of two vectors of pixels in 16-bit lanes, clamped by their 2 x 2 centre taps. Fractions and values
+/// are in the order of V::pack32: interleaving them gives 32-bit lanes in natural order.
+template <typename V>
+typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
+                              const Samples<V, 4>& right, const Weights<V>& weights) {
+    using Vector = typename V::Vector;
+    Sums<V> sums = outerSums<V>(constants, left, right, weights);
+    for (int j = 1; j < 3; ++j) sums.addRow(constants, left.row[j], right.row[j], weights.row(j));
     const Vector zero = V::broadcast16(0);
-    const Vector value = V::pack32(normalised<V>(constants, sumLeft, V::interleaveLow16(scale, zero)),
-                                   normalised<V>(constants, sumRight, V::interleaveHigh16(scale, zero)));
+    const Vector value =
+        V::pack32(normalised<V>(constants, sums.left, V::interleaveLow16(sums.scale, zero)),
+                  normalised<V>(constants, sums.right, V::interleaveHigh16(sums.scale, zero)));
     // The middle bytes of each 32-bit lane, in 16-bit lanes.
     const Vector least = V::shuffleHalves8(V::min8(left.row[1], left.row[2]),
                                            V::min8(right.row[1], right.row[2]), constants.middle);
