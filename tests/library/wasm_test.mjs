@@ -33,7 +33,7 @@ function randomPart([width, height]) {
 }
 
 const engines = makeEngines(1 << 20);
-const cases = Number(process.argv[2] ?? 600);
+const cases = Number(process.argv[2] ?? 300);
 let shown = 0;
 for (let i = 0; i < cases; ++i) {
   const size = [2 * between(1, i % 20 ? 120 : 600), 2 * between(1, 100)], layout = between(0, 2);
