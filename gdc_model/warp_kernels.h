@@ -117,8 +117,7 @@ extern const WarpKernels kWarpAvx512;
 #endif
 #if defined(__ARM_NEON)
 extern const WarpKernels kWarpNeon;
-#endif
-#if defined(__wasm_simd128__)
+#elif defined(__wasm_simd128__)
 extern const WarpKernels kWarpWasm;
 #endif
 
@@ -126,12 +125,12 @@ constexpr const WarpKernels* kWarpTables[] = {
     &kWarpPlain,
 #if defined(__ARM_NEON)
     &kWarpNeon,
-#endif
-#if defined(__wasm_simd128__)
+#elif defined(__wasm_simd128__)
     &kWarpWasm,
 #endif
 #if defined(__x86_64__)
-    &kWarpAvx2,  &kWarpAvx512,
+    &kWarpAvx2,
+    &kWarpAvx512,
 #endif
 };
 

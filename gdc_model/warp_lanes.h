@@ -418,57 +418,31 @@ private:
     Vector w23_;
 };
 
-/// Weighted sums of two vectors of pixels.
-template <typename V>
-struct Sums {
-    using Vector = typename V::Vector;
-    Vector left;
-    Vector right;
-    Vector scale;  ///< 512 less the sum of the weights
-
-    void addRow(const LumaConstants<V>& constants, Vector bytesLeft, Vector bytesRight,
-                const typename Weights<V>::Row& w) {
-        const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
-            sum = V::addProducts16(sum, V::bitAnd(bytes, constants.lowBytes), even);
-            sum = V::addProducts16(sum, V::template shiftRight16<8>(bytes), odd);
-        };
-        add(left, bytesLeft, V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
-        add(right, bytesRight, V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
-        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
-    }
-};
-
-/// Of the first and the last row.
-template <typename V>
-Sums<V> outerSums(const LumaConstants<V>& constants, const Samples<V, 4>& left, const Samples<V, 4>& right,
-                  const Weights<V>& weights) {
-    if constexpr (V::kMultipliesBytes) {
-        const OuterRow<V> first(weights.row(0));
-        const OuterRow<V> last(weights.row(3));
-        return {V::sumProducts8(left.row[0], first.left(), left.row[3], last.left()),
-                V::sumProducts8(right.row[0], first.right(), right.row[3], last.right()),
-                V::subtract16(constants.twice,
-                              V::multiplyAdd8(constants.ones, V::add8(first.sums(), last.sums())))};
-    } else {
-        Sums<V> sums{V::broadcast32(0), V::broadcast32(0), constants.twice};
-        sums.addRow(constants, left.row[0], right.row[0], weights.row(0));
-        sums.addRow(constants, left.row[3], right.row[3], weights.row(3));
-        return sums;
-    }
-}
-
 /// Values of two vectors of pixels in 16-bit lanes, clamped by their 2 x 2 centre taps. Fractions and values
-/// are in the order of V::pack32: interleaving them gives 32-bit lanes in natural order.
+/// are in the order of V::pack16: interleaving them gives 32-bit lanes in natural order.
 template <typename V>
 typename V::Vector filterLuma(const LumaConstants<V>& constants, const Samples<V, 4>& left,
                               const Samples<V, 4>& right, const Weights<V>& weights) {
     using Vector = typename V::Vector;
-    Sums<V> sums = outerSums<V>(constants, left, right, weights);
-    for (int j = 1; j < 3; ++j) sums.addRow(constants, left.row[j], right.row[j], weights.row(j));
+    const OuterRow<V> first(weights.row(0));
+    const OuterRow<V> last(weights.row(3));
+    Vector sumLeft = V::sumProducts8(left.row[0], first.left(), left.row[3], last.left());
+    Vector sumRight = V::sumProducts8(right.row[0], first.right(), right.row[3], last.right());
+    Vector scale =
+        V::subtract16(constants.twice, V::multiplyAdd8(constants.ones, V::add8(first.sums(), last.sums())));
+    for (int j = 1; j < 3; ++j) {
+        const auto w = weights.row(j);
+        const auto add = [&](Vector& sum, Vector bytes, Vector even, Vector odd) {
+            sum = V::addProducts16(sum, V::bitAnd(bytes, constants.lowBytes), even);
+            sum = V::addProducts16(sum, V::template shiftRight16<8>(bytes), odd);
+        };
+        add(sumLeft, left.row[j], V::interleaveLow16(w.w0, w.w2), V::interleaveLow16(w.w1, w.w3));
+        add(sumRight, right.row[j], V::interleaveHigh16(w.w0, w.w2), V::interleaveHigh16(w.w1, w.w3));
+        scale = V::subtract16(scale, V::add16(V::add16(w.w0, w.w1), V::add16(w.w2, w.w3)));
+    }
     const Vector zero = V::broadcast16(0);
-    const Vector value =
-        V::pack32(normalised<V>(constants, sums.left, V::interleaveLow16(sums.scale, zero)),
-                  normalised<V>(constants, sums.right, V::interleaveHigh16(sums.scale, zero)));
+    const Vector value = V::pack32(normalised<V>(constants, sumLeft, V::interleaveLow16(scale, zero)),
+                                   normalised<V>(constants, sumRight, V::interleaveHigh16(scale, zero)));
     // The middle bytes of each 32-bit lane, in 16-bit lanes.
     const Vector least = V::shuffleHalves8(V::min8(left.row[1], left.row[2]),
                                            V::min8(right.row[1], right.row[2]), constants.middle);

@@ -13,7 +13,6 @@ struct Avx2Lanes {
     static constexpr int kBytes = 32;
     static constexpr int kLanes16 = 16;
     static constexpr int kLanes32 = 8;
-    static constexpr bool kMultipliesBytes = true;
 
     static Vector load(const void* from) { return _mm256_loadu_si256(static_cast<const Vector*>(from)); }
     static void store(void* to, Vector bytes) { _mm256_storeu_si256(static_cast<Vector*>(to), bytes); }

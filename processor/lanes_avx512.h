@@ -13,7 +13,6 @@ struct Avx512Lanes {
     static constexpr int kBytes = 64;
     static constexpr int kLanes16 = 32;
     static constexpr int kLanes32 = 16;
-    static constexpr bool kMultipliesBytes = true;
 
     static Vector load(const void* from) { return _mm512_loadu_si512(from); }
     static void store(void* to, Vector bytes) { _mm512_storeu_si512(to, bytes); }

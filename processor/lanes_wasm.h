@@ -13,7 +13,6 @@ struct WasmLanes {
     static constexpr int kBytes = 16;
     static constexpr int kLanes16 = 8;
     static constexpr int kLanes32 = 4;
-    static constexpr bool kMultipliesBytes = false;
 
     static Vector load(const void* from) { return wasm_v128_load(from); }
     static void store(void* to, Vector bytes) { wasm_v128_store(to, bytes); }
@@ -27,9 +26,11 @@ struct WasmLanes {
     /// Lanes of ones where a <= b, unsigned
     static Vector isAtMost16(Vector a, Vector b) { return wasm_u16x8_le(a, b); }
     static Vector multiply16(Vector a, Vector b) { return wasm_i16x8_mul(a, b); }
+    static Vector multiplyHigh16(Vector a, Vector b) {
+        return highHalves(wasm_i32x4_extmul_low_i16x8(a, b), wasm_i32x4_extmul_high_i16x8(a, b));
+    }
     static Vector multiplyHighUnsigned16(Vector a, Vector b) {
-        return wasm_i16x8_shuffle(wasm_u32x4_extmul_low_u16x8(a, b), wasm_u32x4_extmul_high_u16x8(a, b), 1, 3,
-                                  5, 7, 9, 11, 13, 15);
+        return highHalves(wasm_u32x4_extmul_low_u16x8(a, b), wasm_u32x4_extmul_high_u16x8(a, b));
     }
     /// (a + b + 1) >> 1, unsigned
     static Vector average16(Vector a, Vector b) { return wasm_u16x8_avgr(a, b); }
@@ -42,6 +43,24 @@ struct WasmLanes {
     template <int Bits>
     static Vector shiftRight16(Vector a) {
         return wasm_u16x8_shr(a, Bits);
+    }
+
+    template <int Bits>
+    static Vector shiftRightSigned16(Vector a) {
+        return wasm_i16x8_shr(a, Bits);
+    }
+
+    /// In each 16-bit lane the sum of two products of unsigned bytes and signed weights.
+    static Vector multiplyAdd8(Vector bytes, Vector weights) {
+        return add16(
+            multiply16(bitAnd(bytes, broadcast16(255)), shiftRightSigned16<8>(shiftLeft16<8>(weights))),
+            multiply16(shiftRight16<8>(bytes), shiftRightSigned16<8>(weights)));
+    }
+
+    /// In each 32-bit lane the sum of the products of four unsigned bytes and signed weights, and of four
+    /// more, where any two neighbours' and two more fit 16 bits.
+    static Vector sumProducts8(Vector a, Vector weightsA, Vector b, Vector weightsB) {
+        return wasm_i32x4_extadd_pairwise_i16x8(add16(multiplyAdd8(a, weightsA), multiplyAdd8(b, weightsB)));
     }
 
     /// In each 32-bit lane the sum of two products of signed 16-bit lanes.
@@ -116,6 +135,13 @@ struct WasmLanes {
         return wasm_i64x2_shuffle(shuffle8(a, indexes), shuffle8(b, indexes), 0, 3);
     }
 
+    /// The lower bytes of 16-bit lanes: a[0], b[0], a[1], b[1], ...
+    static Vector mergeLowBytes(Vector a, Vector b) {
+        return bitOr(bitAnd(a, broadcast16(255)), shiftLeft16<8>(b));
+    }
+
+    /// Of bytes.
+    static Vector add8(Vector a, Vector b) { return wasm_i8x16_add(a, b); }
     /// Of unsigned bytes.
     static Vector min8(Vector a, Vector b) { return wasm_u8x16_min(a, b); }
     static Vector max8(Vector a, Vector b) { return wasm_u8x16_max(a, b); }
@@ -131,20 +157,30 @@ struct WasmLanes {
     }
 
     /// Packing saturates, 16-bit lanes to unsigned bytes, 32-bit lanes to 16-bit ones.
+    static Vector interleaveLow8(Vector a, Vector b) {
+        return wasm_i8x16_shuffle(a, b, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+    }
+    static Vector interleaveHigh8(Vector a, Vector b) {
+        return wasm_i8x16_shuffle(a, b, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
+    }
     static Vector interleaveLow16(Vector a, Vector b) {
         return wasm_i16x8_shuffle(a, b, 0, 8, 1, 9, 2, 10, 3, 11);
     }
     static Vector interleaveHigh16(Vector a, Vector b) {
         return wasm_i16x8_shuffle(a, b, 4, 12, 5, 13, 6, 14, 7, 15);
     }
+    static Vector pack16(Vector low, Vector high) { return wasm_u8x16_narrow_i16x8(low, high); }
     static Vector pack32(Vector low, Vector high) { return wasm_i16x8_narrow_i32x4(low, high); }
     static Vector packUnsigned32(Vector low, Vector high) { return wasm_u16x8_narrow_i32x4(low, high); }
 
     /// Saturated: 16-bit lanes as bytes; 32-bit lanes as two bytes each.
-    static void storePacked16(uint8_t* to, Vector a) {
-        wasm_v128_store64_lane(to, wasm_u8x16_narrow_i16x8(a, a), 0);
-    }
+    static void storePacked16(uint8_t* to, Vector a) { wasm_v128_store64_lane(to, pack16(a, a), 0); }
     static void storePacked32(uint8_t* to, Vector a) { wasm_v128_store64_lane(to, packUnsigned32(a, a), 0); }
+
+private:
+    static Vector highHalves(Vector low, Vector high) {
+        return wasm_i16x8_shuffle(low, high, 1, 3, 5, 7, 9, 11, 13, 15);
+    }
 };
 
 }  // namespace

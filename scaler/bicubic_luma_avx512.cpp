@@ -1,6 +1,6 @@
 #if defined(__x86_64__)
 
-#include "scaler/bicubic_luma_x86.h"
+#include "scaler/bicubic_luma_lanes.h"
 #include "scaler/vectors_avx512.h"
 
 namespace vantor {

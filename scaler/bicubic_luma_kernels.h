@@ -46,6 +46,8 @@ struct BicubicLumaKernels {
 extern const BicubicLumaKernels kBicubicLumaPlain;
 #if defined(__ARM_NEON)
 extern const BicubicLumaKernels kBicubicLumaNeon;
+#elif defined(__wasm_simd128__)
+extern const BicubicLumaKernels kBicubicLumaWasm;
 #endif
 #if defined(__x86_64__)
 extern const BicubicLumaKernels kBicubicLumaAvx2;
@@ -56,6 +58,8 @@ constexpr const BicubicLumaKernels* kBicubicLumaTables[] = {
     &kBicubicLumaPlain,
 #if defined(__ARM_NEON)
     &kBicubicLumaNeon,
+#elif defined(__wasm_simd128__)
+    &kBicubicLumaWasm,
 #endif
 #if defined(__x86_64__)
     &kBicubicLumaAvx2,

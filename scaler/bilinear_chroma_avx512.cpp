@@ -1,6 +1,6 @@
 #if defined(__x86_64__)
 
-#include "scaler/bilinear_chroma_x86.h"
+#include "scaler/bilinear_chroma_lanes.h"
 #include "scaler/vectors_avx512.h"
 
 namespace vantor {

@@ -49,6 +49,9 @@ extern const BilinearChromaKernels kBilinearChromaRoundedPlain;
 #if defined(__ARM_NEON)
 extern const BilinearChromaKernels kBilinearChromaTruncatedNeon;
 extern const BilinearChromaKernels kBilinearChromaRoundedNeon;
+#elif defined(__wasm_simd128__)
+extern const BilinearChromaKernels kBilinearChromaTruncatedWasm;
+extern const BilinearChromaKernels kBilinearChromaRoundedWasm;
 #endif
 #if defined(__x86_64__)
 extern const BilinearChromaKernels kBilinearChromaTruncatedAvx2;
@@ -61,6 +64,8 @@ constexpr const BilinearChromaKernels* kBilinearChromaTruncatedTables[] = {
     &kBilinearChromaTruncatedPlain,
 #if defined(__ARM_NEON)
     &kBilinearChromaTruncatedNeon,
+#elif defined(__wasm_simd128__)
+    &kBilinearChromaTruncatedWasm,
 #endif
 #if defined(__x86_64__)
     &kBilinearChromaTruncatedAvx2,
@@ -72,6 +77,8 @@ constexpr const BilinearChromaKernels* kBilinearChromaRoundedTables[] = {
     &kBilinearChromaRoundedPlain,
 #if defined(__ARM_NEON)
     &kBilinearChromaRoundedNeon,
+#elif defined(__wasm_simd128__)
+    &kBilinearChromaRoundedWasm,
 #endif
 #if defined(__x86_64__)
     &kBilinearChromaRoundedAvx2,

@@ -1,6 +1,6 @@
 #if defined(__x86_64__)
 
-#include "scaler/interp4_x86.h"
+#include "scaler/interp4_lanes.h"
 #include "scaler/vectors_avx512.h"
 
 namespace vantor {

@@ -56,6 +56,8 @@ struct Interp4Kernels {
 extern const Interp4Kernels kInterp4Plain;
 #if defined(__ARM_NEON)
 extern const Interp4Kernels kInterp4Neon;
+#elif defined(__wasm_simd128__)
+extern const Interp4Kernels kInterp4Wasm;
 #endif
 #if defined(__x86_64__)
 extern const Interp4Kernels kInterp4Avx2;
@@ -66,6 +68,8 @@ constexpr const Interp4Kernels* kInterp4Tables[] = {
     &kInterp4Plain,
 #if defined(__ARM_NEON)
     &kInterp4Neon,
+#elif defined(__wasm_simd128__)
+    &kInterp4Wasm,
 #endif
 #if defined(__x86_64__)
     &kInterp4Avx2,

@@ -27,9 +27,11 @@ TEST(Kernels, UsersLimitTheInstructionSets) {
     ASSERT_TRUE(isInstructionSetLimit(limit)) << limit;
     EXPECT_FALSE(isInstructionSetLimit("neon"));
     const std::string last = limit ? limit : "avx512";
-    const int lastSet = last == "plain" ? 0 : last == "avx2" ? 2 : 3;
+    const auto lastSet = last == "plain"  ? InstructionSet::Plain
+                         : last == "avx2" ? InstructionSet::Avx2
+                                          : InstructionSet::Avx512;
     for (InstructionSet set : kInstructionSets) {
-        EXPECT_EQ(isUsable(set), cpuHas(set) && static_cast<int>(set) <= lastSet) << instructionSetName(set);
+        EXPECT_EQ(isUsable(set), cpuHas(set) && set <= lastSet) << instructionSetName(set);
     }
 }
 

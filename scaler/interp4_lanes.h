@@ -1,4 +1,4 @@
-// Interp4's luma in 16-bit lanes, for the vectors of AVX2 and AVX-512.
+// Interp4's luma in 16-bit lanes, for vectors with multiply-add of pairs.
 #pragma once
 
 #include "scaler/interp4_kernels.h"

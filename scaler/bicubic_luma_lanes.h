@@ -1,4 +1,4 @@
-// Bicubic luma in 16-bit lanes, for the vectors of AVX2 and AVX-512.
+// Bicubic luma in 16-bit lanes, for vectors with multiply-add of pairs.
 #pragma once
 
 #include "scaler/bicubic_luma_kernels.h"

@@ -1,4 +1,4 @@
-// Bilinear UV pairs, U and V apart in 16-bit lanes, for the vectors of AVX2 and AVX-512.
+// Bilinear UV pairs, U and V apart in 16-bit lanes, for vectors with multiply-add of pairs.
 #pragma once
 
 #include "scaler/bilinear_chroma_kernels.h"
