@@ -50,6 +50,7 @@ gboolean stop(GstBaseTransform* transform) {
     FilterState& state = *filterOf(transform)->state;
     state.engine.release();
     state.evenPictures = {};
+    state.refused.clear();
     return TRUE;
 }
 
@@ -71,12 +72,15 @@ std::string refusal(const GstVideoInfo& info, Size maxSize) {
 
 gboolean setInfo(GstVideoFilter* base, GstCaps*, GstVideoInfo* from, GstCaps*, GstVideoInfo* to) {
     const Size maxSize = reinterpret_cast<VantorFilterClass*>(G_OBJECT_GET_CLASS(base))->maxSize;
+    std::string& refused = filterOf(base)->state->refused;
     for (const GstVideoInfo* info : {from, to}) {
         const std::string text = refusal(*info, maxSize);
         if (text.empty()) continue;
-        GST_ELEMENT_ERROR(base, STREAM, FORMAT, ("%s", text.c_str()), (nullptr));
+        if (text != refused) GST_ELEMENT_ERROR(base, STREAM, FORMAT, ("%s", text.c_str()), (nullptr));
+        refused = text;
         return FALSE;
     }
+    refused.clear();
     return TRUE;
 }
 

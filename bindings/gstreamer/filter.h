@@ -21,6 +21,7 @@ constexpr auto kPropertyFlags =
 struct FilterState {
     KeptEngine engine;
     EvenPictures evenPictures;
+    std::string refused;  ///< why the caps before were, as elements ask again and again
 };
 
 struct VantorFilter {
