@@ -1,5 +1,6 @@
 #include "bindings/gstreamer/frame_view.h"
 
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -41,12 +42,11 @@ PlanePart partOf(int32_t format, int plane, const vantor_rect& part) {
 
 void checkPlane(const GstVideoFrame& frame, int plane, const PlanePart& whole) {
     const GstMapInfo& memory = frame.map[frame.meta ? plane : 0];
-    const std::ptrdiff_t stride = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
+    const int64_t stride = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
     const auto* const data = static_cast<const uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane));
-    const std::ptrdiff_t begin = data ? data - memory.data : -1;
-    const std::ptrdiff_t bytes = stride * (whole.rows - 1) + whole.rowBytes;
-    if (begin >= 0 && stride >= whole.rowBytes && bytes <= static_cast<std::ptrdiff_t>(memory.size) - begin)
-        return;
+    const int64_t begin = data - memory.data;
+    const int64_t end = begin + stride * (whole.rows - 1) + whole.rowBytes;
+    if (begin >= 0 && stride >= whole.rowBytes && end <= static_cast<int64_t>(memory.size)) return;
     throw std::runtime_error("plane " + std::to_string(plane) +
                              " of a buffer: " + std::to_string(whole.rows) + " rows of " +
                              std::to_string(whole.rowBytes) + " bytes with stride " + std::to_string(stride) +

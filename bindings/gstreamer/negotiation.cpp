@@ -118,17 +118,24 @@ void setPixelAspect(GstStructure* structure, Fraction ratio) {
                           nullptr);
 }
 
+/// Chosen, if there are several texts to choose from.
+void setText(GstStructure* structure, const char* field, const gchar* text) {
+    if (!text) return;
+    if (gst_structure_has_field(structure, field)) {
+        gst_structure_fixate_field_string(structure, field, text);
+    } else {
+        gst_structure_set(structure, field, G_TYPE_STRING, text, nullptr);
+    }
+}
+
 void carryColour(const GstCaps* caps, GstStructure* to) {
     GstVideoInfo info;
     if (!gst_video_info_from_caps(&info, caps)) return;
-    if (!gst_structure_has_field(to, "colorimetry")) {
-        gchar* const colorimetry = gst_video_colorimetry_to_string(&info.colorimetry);
-        if (colorimetry) gst_structure_set(to, "colorimetry", G_TYPE_STRING, colorimetry, nullptr);
-        g_free(colorimetry);
-    }
-    const gchar* const site = gst_video_chroma_to_string(GST_VIDEO_INFO_CHROMA_SITE(&info));
-    if (site && GST_VIDEO_INFO_N_PLANES(&info) > 1 && !gst_structure_has_field(to, "chroma-site"))
-        gst_structure_set(to, "chroma-site", G_TYPE_STRING, site, nullptr);
+    gchar* const colorimetry = gst_video_colorimetry_to_string(&info.colorimetry);
+    setText(to, "colorimetry", colorimetry);
+    g_free(colorimetry);
+    if (GST_VIDEO_INFO_N_PLANES(&info) > 1)
+        setText(to, "chroma-site", gst_video_chroma_to_string(GST_VIDEO_INFO_CHROMA_SITE(&info)));
 }
 
 }  // namespace
@@ -172,9 +179,9 @@ vantor_rect placeOf(const GstVideoInfo& from, const GstVideoInfo& to) {
     const bool hasChroma = GST_VIDEO_INFO_N_PLANES(&to) > 1;
     // A picture that is off by less than a sample fills its frame.
     const auto within = [&](int side, double wanted) {
-        int inner = std::clamp(static_cast<int>(std::lround(wanted)), 1, side);
-        if (inner != side && hasChroma) inner = std::min(side, (inner + 1) / 2 * 2);
-        return inner;
+        if (side - wanted < 1) return side;
+        const int inner = std::max(static_cast<int>(std::lround(wanted)), 1);
+        return hasChroma ? std::min(side, (inner + 1) / 2 * 2) : inner;
     };
     const auto offset = [&](int side, int inner) {
         return hasChroma ? (side - inner) / 4 * 2 : (side - inner) / 2;

@@ -108,6 +108,7 @@ void remake(VantorWarp* warp, const WarpSource& source, Size size) {
 
 /// Frames pass as they are while the warp moves nothing.
 void beforeTransform(GstBaseTransform* base, GstBuffer*) {
+    if (!GST_VIDEO_FILTER(base)->negotiated) return;
     auto* const warp = reinterpret_cast<VantorWarp*>(base);
     const GstVideoInfo& info = GST_VIDEO_FILTER(base)->in_info;
     const Size size{GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info)};
