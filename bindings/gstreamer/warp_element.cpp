@@ -53,9 +53,8 @@ struct WarpProperty {
 constexpr WarpProperty kProperties[] = {
     {WarpKind::Grid, "grid", "Grid file, such as vantor grid makes; replaces the other warps"},
     {WarpKind::Matrix, "matrix",
-     "A,B,C,D,E,F: a pixel comes from (A x + B y + C, D x + E y + F); integers, A, B, D, E in 1/4096 and C, "
-     "F in "
-     "1/32 pixel; replaces the other warps"},
+     "A,B,C,D,E,F: a pixel comes from (A x + B y + C, D x + E y + F); integers, A, B, D, E in 1/4096 "
+     "and C, F in 1/32 pixel; replaces the other warps"},
     {WarpKind::Calibration, "calibration",
      "File of a camera's calibration, of which pictures are undistorted; replaces the other warps"},
     {WarpKind::Lens, "lens",

@@ -55,16 +55,24 @@ void fromLens(const WarpSource& source, Size picture, vantor_grid& grid) {
     expectDone(source, vantor_grid_from_lens(&grid, lens.data(), picture.width, picture.height));
 }
 
+/// What is said of calibrations may name options of the tool.
+std::string withOptionsOwner(const std::string& text) {
+    if (text.find("--") == std::string::npos) return text;
+    return text + " (an option of vantor grid, which makes files for the property grid)";
+}
+
 void fromCalibration(const std::string& path, Size picture, MadeWarp& warp) {
     tool::CalibrationHints hints;
-    hints.note = [&](const std::string& text) { warp.notes.push_back(text); };
-    const Calibration calibration = tool::readCalibration(path, hints);
-    tool::noteShape(path, calibration, picture, hints.note);
+    hints.note = [&](const std::string& text) { warp.notes.push_back(withOptionsOwner(text)); };
     try {
+        const Calibration calibration = tool::readCalibration(path, hints);
+        tool::noteShape(path, calibration, picture, hints.note);
         const SourceMap map = finiteMap(UndistortMap(calibration, picture, {}));
         c::store(makeGrid(map, c::extendedSize(picture)), warp.grid);
     } catch (const GeometryError& error) {
         throw UserError(path + ": " + error.what());
+    } catch (const UserError& error) {
+        throw UserError(withOptionsOwner(error.what()));
     }
 }
 

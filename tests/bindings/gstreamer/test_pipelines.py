@@ -71,7 +71,7 @@ def test_bytes_are_those_of_the_tool(format, size, element, options):
 @pytest.mark.parametrize("element, text", [
     ("vantorwarp grid=/nowhere.grid", "/nowhere.grid: No such file or directory"),
     ("vantorwarp calibration=\x1b[31m.yml", r"\x1b[31m.yml: No such file"),
-    (f"vantorwarp calibration={CALIBRATION.with_name('stereo.yml')}", "has cameras left, right"),
+    (f"vantorwarp calibration={CALIBRATION.with_name('stereo.yml')}", "--camera chooses one (an option of vantor grid"),
     ("vantorscale ! video/x-raw,format=I420", "could not link"),
     ("vantorscale ! video/x-raw,width=20000", "expected 1x1 to 16384x16384")])
 def test_refusals_name_the_cause(element, text):
