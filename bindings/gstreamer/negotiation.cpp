@@ -29,19 +29,25 @@ struct Shape {
     }
 };
 
+/// Pixels of no width count as square.
+Fraction pixelAspectOf(int numerator, int denominator) {
+    return numerator > 0 ? Fraction{numerator, denominator} : Fraction{};
+}
+
 Shape shapeOf(const GstStructure* structure) {
     Shape shape;
+    int numerator = 0;
+    int denominator = 1;
     gst_structure_get_int(structure, kWidth, &shape.width);
     gst_structure_get_int(structure, kHeight, &shape.height);
-    gst_structure_get_fraction(structure, kPixelAspect, &shape.pixelAspect.numerator,
-                               &shape.pixelAspect.denominator);
+    gst_structure_get_fraction(structure, kPixelAspect, &numerator, &denominator);
+    shape.pixelAspect = pixelAspectOf(numerator, denominator);
     return shape;
 }
 
 Shape shapeOf(const GstVideoInfo& info) {
-    return {GST_VIDEO_INFO_WIDTH(&info),
-            GST_VIDEO_INFO_HEIGHT(&info),
-            {GST_VIDEO_INFO_PAR_N(&info), GST_VIDEO_INFO_PAR_D(&info)}};
+    return {GST_VIDEO_INFO_WIDTH(&info), GST_VIDEO_INFO_HEIGHT(&info),
+            pixelAspectOf(GST_VIDEO_INFO_PAR_N(&info), GST_VIDEO_INFO_PAR_D(&info))};
 }
 
 int toSide(double side) {
@@ -96,14 +102,14 @@ Shape bestShape(const GstStructure* open, const Shape& from) {
     sides.pixelAspect(pixelAspectFor(from, sides.shape()));
     Candidate tall(open);
     tall.height(from.height).pixelAspect(from.pixelAspect);
-    const auto pixelAspectOf = [](const Candidate& candidate) {
+    const auto widthOfPixel = [](const Candidate& candidate) {
         const Fraction ratio = candidate.shape().pixelAspect;
         return static_cast<double>(ratio.numerator) / ratio.denominator;
     };
-    tall.width(tall.shape().height * aspect / pixelAspectOf(tall));
+    tall.width(tall.shape().height * aspect / widthOfPixel(tall));
     Candidate wide(open);
     wide.width(from.width).pixelAspect(from.pixelAspect);
-    wide.height(wide.shape().width * pixelAspectOf(wide) / aspect);
+    wide.height(wide.shape().width * widthOfPixel(wide) / aspect);
 
     const auto error = [&](const Shape& shape) { return std::abs(std::log(shape.displayAspect() / aspect)); };
     const Shape shapes[] = {sides.shape(), tall.shape(), wide.shape()};

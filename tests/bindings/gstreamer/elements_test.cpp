@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -168,11 +170,20 @@ vantor_grid turned(Size size) {
     return grid;
 }
 
+/// Of this run alone.
+const std::string& directory() {
+    static const std::string made = [] {
+        std::string path = testing::TempDir() + "gstreamer.XXXXXX";
+        return mkdtemp(&path[0]) ? path : std::string();
+    }();
+    return made;
+}
+
 std::string writeGrid(const char* name, const vantor_grid& grid) {
     std::string bytes(8712, '\0');
     size_t needed = 0;
     EXPECT_EQ(vantor_grid_format(&grid, VANTOR_GRID_BINARY, nullptr, &bytes[0], bytes.size(), &needed), VANTOR_OK);
-    const std::string path = testing::TempDir() + name;
+    const std::string path = directory() + "/" + name;
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }
@@ -306,6 +317,7 @@ TEST(Elements, ScalerNegotiatesAsVideoscale) {
         EXPECT_NE(ours, "refused ") << in << " to " << out;
         EXPECT_EQ(ours, shapeIn(agreed("videoscale", in, out))) << in << " to " << out;
     }
+    EXPECT_EQ(shapeIn(agreed("vantorscale", hd + ",pixel-aspect-ratio=0/1", "width=640")), "640x1080 3/1");
     // Colour stays, also where the size alone says what it is.
     EXPECT_EQ(agreed("vantorscale", hd + ",colorimetry=bt601,chroma-site=dv", "width=64,height=36"),
               "64x36 1/1 bt601 dv");
@@ -431,7 +443,7 @@ TEST(Elements, PropertiesChangeFromOtherThreads) {
 }
 
 TEST(Elements, RefusalsNameTheCause) {
-    const std::string notGrid = testing::TempDir() + "not.grid", folding = "lens=-2";
+    const std::string notGrid = directory() + "/" + "not.grid", folding = "lens=-2";
     std::ofstream(notGrid) << "dX 1 2 3";
     Padded source = noise(kFormats[0], {96, 64});
     const struct {
@@ -439,7 +451,7 @@ TEST(Elements, RefusalsNameTheCause) {
     } cases[] = {
         {"vantorwarp grid=/nowhere/a.grid", "", "/nowhere/a.grid: No such file or directory"},
         {"vantorwarp grid=" + notGrid, "", notGrid + ": not a grid"},
-        {"vantorwarp grid=" + testing::TempDir(), "", "expected a regular file"},
+        {"vantorwarp grid=" + directory(), "", "expected a regular file"},
         {"vantorwarp calibration=" + notGrid, "", notGrid + ": camera_matrix (or K"},
         {"vantorwarp matrix=1,2,3", "", "matrix 1,2,3: expected 6 comma-separated numbers"},
         {"vantorwarp matrix=1,2,3,4,5,1e9", "", "expected integers from -32768 to 32767"},
@@ -506,6 +518,7 @@ int main(int argc, char** argv) {
     gst_init(&argc, &argv);
     testing::InitGoogleTest(&argc, argv);
     const int status = RUN_ALL_TESTS();
+    std::filesystem::remove_all(directory());
     gst_deinit();  // whereupon the tracer of leaks prints
     return status;
 }
