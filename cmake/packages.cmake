@@ -1,4 +1,5 @@
-# Debian packages: libvantor1, libvantor-dev, libvantor10, libvantor10-dev, vantor, python3-vantor and vantor-verification.
+# Debian packages: libvantor1, libvantor-dev, libvantor10, libvantor10-dev, vantor, python3-vantor, vantor-verification
+# and gstreamer1.0-vantor.
 # Configure with CMAKE_INSTALL_PREFIX=/usr, then run cpack.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vantor10)
@@ -65,4 +66,5 @@ shows results. vantor-selftest says whether a machine gives the published
 bytes.")
 include(cmake/python.cmake)
 include(cmake/verification.cmake)
+include(cmake/gstreamer.cmake)
 include(CPack)

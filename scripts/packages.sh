@@ -44,6 +44,12 @@ examples() {
     "$vantor" chart -o "$out/chart_1280x720.nv12" --size 1280x720
     "$vantor" scale "$out/chart_1280x720.nv12" -o "$out/expected_640x360.nv12" --size 50%
 
+    plugin=$(find "$out/moved" -name libgstvantor.so)
+    if [ -n "$plugin" ] && command -v gst-inspect-1.0 >"$log"; then
+        quietly env GST_PLUGIN_PATH="${plugin%/*}" GST_REGISTRY="$out/registry" gst-inspect-1.0 vantorscale
+        echo "packages: gst-inspect-1.0 finds vantorscale"
+    fi
+
     # Each header compiles alone, with nothing of this directory, as C++14.
     while read -r header; do
         echo "#include \"$header\"" | g++ -std=c++14 -pedantic-errors -Wall -Wextra -Werror -fsyntax-only \
@@ -125,8 +131,15 @@ print(f'packages: python3-vantor: {right} of {pictures} pictures have the publis
     cmp "$out/half.nv12" "$out/expected_640x360.nv12"
     quietly bare sh -c 'apt-get install -q -y --no-install-recommends verilator /tmp/vantor-verification_*.deb'
     bare make -s -C /usr/share/vantor/verification/bench OUT=/tmp/bench
-    quietly bare apt-get purge -q -y libvantor1 libvantor-dev libvantor10 libvantor10-dev python3-vantor vantor \
-        vantor-verification
+    quietly bare sh -c 'apt-get install -q -y /tmp/gstreamer1.0-vantor_*.deb'
+    quietly bare gst-inspect-1.0 vantorscale
+    bare gst-launch-1.0 -q filesrc location=/tmp/chart_1280x720.nv12 ! \
+        rawvideoparse format=nv12 width=1280 height=720 ! vantorscale ! \
+        video/x-raw,width=640,height=360 ! filesink location=/tmp/half.nv12
+    cmp "$out/half.nv12" "$out/expected_640x360.nv12"
+    echo "packages: gstreamer1.0-vantor: gst-launch-1.0 halves a picture"
+    quietly bare apt-get purge -q -y gstreamer1.0-vantor libvantor1 libvantor-dev libvantor10 libvantor10-dev \
+        python3-vantor vantor vantor-verification
     left=$(find "$root/usr" "$root/etc" -iname '*vantor*')
     [ -z "$left" ] || { echo "packages: left behind: $left" >&2; exit 1; }
     echo "packages: installed, run and removed without a trace"

@@ -20,7 +20,8 @@ newest() {
 
 echo "== python"
 (cd bindings/python && mypy --strict --python-version 3.9 vantor)
-flake8 --max-line-length 120 bindings/python examples/python tests/bindings/python bench/python.py
+flake8 --max-line-length 120 bindings/python examples/python tests/bindings/python bench/python.py \
+    bench/gstreamer.py tests/bindings/gstreamer
 
 quietly cmake --preset release
 quietly cmake --build --preset release --target vantor

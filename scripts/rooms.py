@@ -12,6 +12,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 DRAWING = ROOT / "docs/images/rooms.svg"
 FLOORS = """
+bindings/gstreamer
 verification/dpi
 tools/vantor
 tools/vantor/commands

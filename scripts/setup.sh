@@ -13,16 +13,19 @@ integration="make pkg-config"
 python="binutils flake8 mypy opencv-doc python3-distributed python3-matplotlib python3-opencv python3-pip"
 python="$python python3-setuptools python3-venv python3-wheel"
 simulators="iverilog verilator yosys"
+gstreamer="gstreamer1.0-plugins-bad gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-tools"
+gstreamer="$gstreamer libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev"
 peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
 case ${1:-} in
 --all)
     packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
-    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python $simulators"
+    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python $simulators $gstreamer"
     ;;
 --api) packages="$packages doxygen" ;;
 --bench) packages="$packages $peers" ;;
 --count) packages="$packages $emulated" ;;
---deb) packages="$packages $integration debootstrap dpkg-dev file git lintian verilator" ;;
+--deb) packages="$packages $integration debootstrap dpkg-dev file git lintian verilator"
+    packages="$packages libgstreamer-plugins-base1.0-dev" ;;
 --packages) packages="$packages $integration" ;;
 --python) packages="$packages $python" ;;
 --rooms) packages="$packages graphviz" ;;

@@ -1,7 +1,7 @@
 # Run by cpack over the installed files, before they are packed: what Debian requires of every package.
 find_program(GZIP gzip REQUIRED)
 set(source ${CMAKE_CURRENT_LIST_DIR}/../..)
-foreach(component C_LIBRARY C_DEVELOPMENT LIBRARY DEVELOPMENT TOOL PYTHON VERIFICATION)
+foreach(component C_LIBRARY C_DEVELOPMENT LIBRARY DEVELOPMENT TOOL PYTHON VERIFICATION GSTREAMER)
     string(TOLOWER ${component} directory)
     set(root ${CPACK_TEMPORARY_DIRECTORY}/${directory})
     if(NOT EXISTS ${root})

@@ -12,7 +12,7 @@
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/drawing/grid_plot.h"
-#include "tools/vantor/io/calibration_file.h"
+#include "tools/vantor/io/camera_file.h"
 #include "tools/vantor/io/grid_file.h"
 #include "tools/vantor/io/output_file.h"
 #include "tools/vantor/io/picture_file.h"

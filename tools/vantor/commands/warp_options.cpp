@@ -59,18 +59,9 @@ std::array<int16_t, 6> parseMatrix(const std::string& text) {
 }
 
 Calibration calibrationOf(const WarpOptions& options) {
-    CalibrationHints hints{options.isFisheye, {}, options.camera, options.extrinsics};
+    CalibrationHints hints{options.isFisheye, {}, options.camera, options.extrinsics, note};
     if (!options.calibratedSize.empty()) hints.size = parseSize("--calibrated-size", options.calibratedSize);
     return readCalibration(options.calibration, hints);
-}
-
-/// Pictures of another aspect ratio may have been cropped instead, which their size cannot tell.
-void noteShape(const std::string& file, const Calibration& calibration, Size picture) {
-    const auto [width, height] = calibration.size;
-    const double expected = static_cast<double>(height) * picture.width / width;
-    if (std::abs(expected - picture.height) <= 1) return;
-    note(file + " was made with pictures of " + toString(calibration.size) + ", this one has " +
-         toString(picture) + ": taken as stretched, not cropped");
 }
 
 /// Exactly one description of the warp, with values in range.

@@ -8,10 +8,7 @@
 
 #include "geometry/error.h"
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/base/json.h"
-#include "tools/vantor/base/terminal.h"
 #include "tools/vantor/io/calibration_text.h"
-#include "tools/vantor/io/output_file.h"
 
 namespace vantor::tool {
 namespace {
@@ -49,7 +46,7 @@ void expectPinhole(const CalibrationText& text) {
 }
 
 /// How the straight picture looks at the scene, if the file says so.
-void addView(const CalibrationText& text, const std::string& extrinsics, Calibration& calibration) {
+void addView(const CalibrationText& text, const CalibrationHints& hints, Calibration& calibration) {
     const bool hasRotation = text.find(kRectificationNames);
     const bool hasProjection = text.find(kProjectionNames);
     if (text.isOfPair() && hasRotation != hasProjection) {
@@ -67,11 +64,11 @@ void addView(const CalibrationText& text, const std::string& extrinsics, Calibra
             checked(text, kProjectionNames, [&] { return projectionOf(p.data(), p.size()); });
     }
     if (hasRotation || hasProjection) return;
-    if (!extrinsics.empty()) text.fail("is missing", kRectificationNames);
+    if (!hints.extrinsics.empty()) text.fail("is missing", kRectificationNames);
     if (text.isOfPair()) {
-        note(text.name() +
-             ": no rectification (R1, P1 or R2, P2): undistorted only; --extrinsics FILE adds " +
-             "those of another file");
+        hints.note(text.name() +
+                   ": no rectification (R1, P1 or R2, P2): undistorted only; --extrinsics FILE adds " +
+                   "those of another file");
     }
 }
 
@@ -90,14 +87,15 @@ bool isFisheyeIn(const CalibrationText& text) {
     return flag && *flag != Words{"0"} && *flag != Words{"false"};
 }
 
-Lens lensIn(const CalibrationText& text, bool isFisheye) {
+Lens lensIn(const CalibrationText& text, const CalibrationHints& hints) {
+    const bool isFisheye = hints.isFisheye || isFisheyeIn(text);
     const std::vector<double> values = text.numbers(kDistortionNames);
     const Lens lens =
         checked(text, kDistortionNames, [&] { return lensOf(values.data(), values.size(), isFisheye); });
     if (values.size() == 4 && !isFisheye && !text.find(kModelNames) && !text.find(kFisheyeNames)) {
-        note(text.name() +
-             ": four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, "
-             "use --fisheye");
+        hints.note(text.name() +
+                   ": four distortion coefficients, taken as k1, k2, p1, p2; if they are a fisheye's, "
+                   "use --fisheye");
     }
     return lens;
 }
@@ -135,27 +133,21 @@ Calibration readCalibration(const std::string& path, const CalibrationHints& hin
     const CalibrationText text(path, hints.extrinsics, hints.camera);
     expectPinhole(text);
     const Camera camera = cameraIn(text);
-    const Lens lens = lensIn(text, hints.isFisheye || isFisheyeIn(text));
+    const Lens lens = lensIn(text, hints);
     Calibration calibration{hints.size ? *hints.size : sizeIn(text), camera, lens};
-    addView(text, hints.extrinsics, calibration);
+    addView(text, hints, calibration);
     return calibration;
 }
 
-void writeCamera(const std::string& path, const Camera& camera, Size size) {
-    const auto matrix = [](int rows, int columns, const std::vector<double>& values) {
-        return nlohmann::ordered_json{
-            {"type_id", "opencv-matrix"}, {"rows", rows}, {"cols", columns}, {"dt", "d"}, {"data", values}};
+void noteShape(const std::string& file, const Calibration& calibration, Size picture, const Note& give) {
+    const auto text = [](Size size) {
+        return std::to_string(size.width) + "x" + std::to_string(size.height);
     };
-    const std::string text =
-        toText({{"image_width", size.width},
-                {"image_height", size.height},
-                {"camera_matrix",
-                 matrix(3, 3,
-                        {camera.fx, camera.skew, camera.cx - 0.5, 0, camera.fy, camera.cy - 0.5, 0, 0, 1})},
-                {"distortion_coefficients", matrix(1, 5, std::vector<double>(5))}},
-               2) +
-        "\n";
-    writeFile(path, {text.begin(), text.end()});
+    const auto [width, height] = calibration.size;
+    const double expected = static_cast<double>(height) * picture.width / width;
+    if (std::abs(expected - picture.height) <= 1) return;
+    give(file + " was made with pictures of " + text(calibration.size) + ", this one has " + text(picture) +
+         ": taken as stretched, not cropped");
 }
 
 }  // namespace vantor::tool

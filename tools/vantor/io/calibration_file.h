@@ -1,12 +1,17 @@
 // Camera calibrations, as OpenCV, ROS, Kalibr and COLMAP write them.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "geometry/undistort_map.h"
+#include "tools/vantor/base/terminal.h"
 
 namespace vantor::tool {
+
+/// Gets what the user may not expect of a file.
+using Note = std::function<void(const std::string& text)>;
 
 /// What the user's options add to a calibration file.
 struct CalibrationHints {
@@ -14,6 +19,7 @@ struct CalibrationHints {
     std::optional<Size> size;  ///< of the pictures it was made with; overrides the file
     std::string camera{};      ///< which one of several: 1 or left, 2 or right, cam0, or COLMAP's number
     std::string extrinsics{};  ///< a second file of a pair of cameras, with R1, P1, R2 and P2
+    Note note = tool::note;
 };
 
 /// Reads YAML or XML: a 3 x 3 camera matrix or fx, fy, cx, cy; 4, 5, 8 or 12 distortion coefficients (or 14
@@ -22,7 +28,8 @@ struct CalibrationHints {
 /// COLMAP's cameras.txt as well, where it is at 0.5, 0.5.
 Calibration readCalibration(const std::string& path, const CalibrationHints& hints);
 
-/// Writes the calibration of straight pictures, without distortion, as JSON that cv::FileStorage reads.
-void writeCamera(const std::string& path, const Camera& camera, Size size);
+/// Pictures of another aspect ratio may have been cropped instead, which their size cannot tell.
+void noteShape(const std::string& file, const Calibration& calibration, Size picture,
+               const Note& give = note);
 
 }  // namespace vantor::tool
