@@ -17,15 +17,13 @@ struct StimulusCommand {
 
 int run(const StimulusCommand& command) {
     const verification::Limits limits = limitsFrom(command.limits);
-    verification::Coverage coverage(limits);
-    const verification::Stimulus stimulus = makeStimulus(limits, command.seed, coverage);
+    const verification::Stimulus stimulus = makeStimulus(limits, command.seed);
     writeStimulus(command.output, stimulus, command.seed, command.limits);
-    const bool isComplete = coverage.isComplete();
-    summarize(command.output + ": " + std::to_string(stimulus.requests.size()) + " requests, " +
-              std::to_string(stimulus.samples()) + " samples; " +
-              (isComplete ? "they see all that can be seen"
-                          : "vantor coverage says what they miss: try another --seed"));
-    return isComplete ? kDone : kDifferent;
+    summarize(
+        command.output + ": " + std::to_string(stimulus.requests.size()) + " requests, " +
+        std::to_string(stimulus.samples()) + " samples; " +
+        (stimulus.isComplete ? "they see all that can be seen" : "vantor coverage says what they miss"));
+    return stimulus.isComplete ? kDone : kDifferent;
 }
 
 }  // namespace

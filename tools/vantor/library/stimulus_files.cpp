@@ -34,12 +34,13 @@ std::string gridName(int index) {
 }
 
 Picture resultOf(Engine& engine, const Stimulus& stimulus, const StimulusRequest& request) {
-    const StimulusPicture& source = stimulus.pictures[request.picture];
+    const StimulusPicture& source = stimulus.pictures[static_cast<size_t>(request.picture)];
     Picture from{PixelFormat::Nv12, source.size, source.bytes};
     Picture to = makePicture(PixelFormat::Nv12, request.target);
-    const Request done = request.grid < 0 ? scalingRequest(Backend::Software)
-                                          : warpingRequest(Backend::Software,
-                                                           stimulus.grids[static_cast<size_t>(request.grid)]);
+    const Request done =
+        request.grid == StimulusRequest::kNone
+            ? scalingRequest(Backend::Software)
+            : warpingRequest(Backend::Software, stimulus.grids[static_cast<size_t>(request.grid)]);
     engine.run(planesOf(to), planesOf(from), done);
     return to;
 }
@@ -94,9 +95,9 @@ void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint3
         const StimulusRequest& request = stimulus.requests[i];
         const std::string result = pictureName("result", i, request.target);
         writeFile(directory + "/" + result, resultOf(engine, stimulus, request).bytes);
-        const Size size = stimulus.pictures[request.picture].size;
-        const std::string input = pictureName("picture", request.picture, size);
-        const std::string grid = request.grid < 0 ? "" : gridName(request.grid);
+        const Size size = stimulus.pictures[static_cast<size_t>(request.picture)].size;
+        const std::string input = pictureName("picture", static_cast<size_t>(request.picture), size);
+        const std::string grid = request.grid == StimulusRequest::kNone ? "" : gridName(request.grid);
         Json entry{{"input", input}};
         if (grid.empty()) {
             entry["size"] = {request.target.width, request.target.height};
