@@ -68,7 +68,10 @@ private:
     }
 
     void scale(int picture, Size target) {
+        const Size source = stimulus_.pictures[static_cast<size_t>(picture)].size;
         if (target.width > limits_.scaled.width || target.height > limits_.scaled.height) return;
+        if (!limits_.takes(source.width, target.width) || !limits_.takes(source.height, target.height))
+            return;
         attempt({picture, target});
     }
 
@@ -92,20 +95,24 @@ private:
     /// Registers of positions need the largest sizes and ratios.
     void scaleLongRows() {
         const auto [width, height] = limits_.scaled;
-        const int wide = addPicture({width & ~1, kMinSide});
-        for (const Size target :
-             {Size{kMinSide, kMinSide}, {(width & ~1) - 2, kMinSide}, {width & ~1, kMinSide + 2}})
-            scale(wide, target);
-        const int tall = addPicture({kMinSide, height & ~1});
-        for (const Size target :
-             {Size{kMinSide, kMinSide}, {kMinSide, (height & ~1) - 2}, {kMinSide + 2, height & ~1}})
-            scale(tall, target);
+        for (const int side : {width & ~1, limits_.longestReduced(width)}) {
+            const int wide = addPicture({side, kMinSide});
+            for (const int target : {limits_.shortestTarget(side), side - 2}) scale(wide, {target, kMinSide});
+            scale(wide, {side, kMinSide + 2});
+        }
+        for (const int side : {height & ~1, limits_.longestReduced(height)}) {
+            const int tall = addPicture({kMinSide, side});
+            for (const int target : {limits_.shortestTarget(side), side - 2}) scale(tall, {kMinSide, target});
+            scale(tall, {kMinSide + 2, side});
+        }
     }
 
-    /// Only some ratios put positions half way between two phases.
+    /// Only some ratios put positions half way between two phases, of luma and of chroma.
     void scaleTies() {
-        const int picture = addPicture({66, 66});
-        for (const int side : {128, 256}) scale(picture, {side, side});
+        constexpr int kSource = 130;
+        constexpr int kTarget = 256;
+        scale(addPicture({kSource, 16}), {kTarget, 16});
+        scale(addPicture({16, kSource}), {16, kTarget});
     }
 
     void scaleSmall() {

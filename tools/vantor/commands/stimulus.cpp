@@ -37,7 +37,7 @@ void addStimulus(CLI::App& app, Run& run) {
         ->type_name("DIR")
         ->required();
     command->add_option("--seed", options->seed, "Of the random numbers; default 1")->type_name("N");
-    command->add_option("--limits", options->limits, kLimitsHelp)->type_name("WxH[,NODE]");
+    command->add_option("--limits", options->limits, kLimitsHelp)->type_name(kLimitsType);
     command->footer(
         "Exit status: 0 all that can be seen is seen, 1 something is left, 2 error.\n"
         "Examples:\n"

@@ -49,17 +49,6 @@ Size sizeIn(const Json& json) {
     return {json.at(0).get<int>(), json.at(1).get<int>()};
 }
 
-}  // namespace
-
-verification::Limits limitsFrom(const std::string& text) {
-    if (text.empty()) return {};
-    try {
-        return verification::Limits::parse(text);
-    } catch (const std::runtime_error& error) {
-        throw UserError(std::string("--limits ") + error.what());
-    }
-}
-
 /// The arguments with which verification/bench/pictures.sv does a request; it enlarges nothing.
 std::string benchArguments(const std::string& input, Size from, const std::string& grid,
                            const std::string& result, Size to) {
@@ -74,6 +63,17 @@ std::string benchArguments(const std::string& input, Size from, const std::strin
 
 void writeText(const std::string& path, const std::string& text) {
     writeFile(path, {text.begin(), text.end()});
+}
+
+}  // namespace
+
+verification::Limits limitsFrom(const std::string& text) {
+    if (text.empty()) return {};
+    try {
+        return verification::Limits::parse(text);
+    } catch (const std::runtime_error& error) {
+        throw UserError(std::string("--limits ") + error.what());
+    }
 }
 
 void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint32_t seed,
