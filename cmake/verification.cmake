@@ -4,7 +4,8 @@ if(NOT TARGET vantor_dpi)
 endif()
 install(TARGETS vantor_dpi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT verification)
 set(kit ${CMAKE_INSTALL_DATADIR}/vantor/verification)
-install(FILES verification/vantor_coverage.sv verification/vantor_dpi.sv DESTINATION ${kit} COMPONENT verification)
+install(FILES verification/arithmetic.json verification/vantor_coverage.sv verification/vantor_dpi.sv
+        DESTINATION ${kit} COMPONENT verification)
 install(DIRECTORY verification/bench verification/rtl DESTINATION ${kit} COMPONENT verification USE_SOURCE_PERMISSIONS
         PATTERN build EXCLUDE)
 

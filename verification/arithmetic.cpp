@@ -222,8 +222,9 @@ const char* toString(Rounding rounding) {
 }
 
 int64_t rounded(int64_t numerator, int64_t denominator, Rounding rounding) {
-    const int64_t remainder = (numerator % denominator + denominator) % denominator;
-    return adjusted(numerator, (numerator - remainder) / denominator, remainder, denominator, rounding);
+    const int64_t quotient = numerator / denominator;
+    const int64_t floor = quotient - (quotient * denominator > numerator);
+    return adjusted(numerator, floor, numerator - floor * denominator, denominator, rounding);
 }
 
 int64_t Format::kept(int64_t value) const {
@@ -248,15 +249,15 @@ int Unit::slot(const std::string& wanted) const {
                                      : slotOf(static_cast<size_t>(at(quantities)));
 }
 
-void Unit::evaluate(int64_t* values, const Fault* fault) const {
-    if (fault) return evaluateFaulty(values, *fault);
+void Unit::evaluate(int64_t* values) const {
     run(program, values);
 }
 
-void Unit::evaluateFaulty(int64_t* values, const Fault& fault) const {
-    for (size_t i = 0; i < quantities.size(); ++i) {
+void Unit::damage(int64_t* values, const Fault& fault) const {
+    const auto first = static_cast<size_t>(fault.quantity);
+    for (size_t i = first; i < quantities.size(); ++i) {
         const Quantity& quantity = quantities[i];
-        const bool isHere = fault.quantity == static_cast<int>(i);
+        const bool isHere = i == first;
         int64_t value = resultOf(quantity.formula, values);
         if (quantity.rounding) {
             const Rounding rounding =

@@ -122,11 +122,11 @@ struct Unit {
     int slot(const std::string& name) const;
     int slotOf(size_t quantity) const { return static_cast<int>(operands.size() + quantity); }
 
-    /// Fills in all quantities from the operands, by good hardware or by hardware with one fault.
-    void evaluate(int64_t* values, const Fault* fault = nullptr) const;
+    /// Fills in all quantities from the operands.
+    void evaluate(int64_t* values) const;
 
-private:
-    void evaluateFaulty(int64_t* values, const Fault& fault) const;
+    /// Turns the values of good hardware into those of hardware with one fault.
+    void damage(int64_t* values, const Fault& fault) const;
 };
 
 /// All units, as verification/arithmetic.json lists them.

@@ -1,6 +1,7 @@
 #include "verification/coverage.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -18,24 +19,24 @@ constexpr int kMinSide = 4;
 /// An item with its marks.
 struct Account {
     Item item;
+    int64_t triesLeft;
     bool isReached = false;
     bool isSeen = false;
-    int tries = 0;
     std::string example{};
 
-    /// Of faults that have been proven to change nothing, a few are tried.
-    static constexpr int kTriesOfProven = 100;
-    bool isClosed() const { return isSeen || (!item.proof.empty() && tries >= kTriesOfProven); }
+    bool isClosed() const { return isSeen || triesLeft == 0; }
+    bool isDone() const { return isSeen || !item.proof.empty(); }
 };
 
 /// The accounts of one path.
 class PathAccounts {
 public:
-    PathAccounts(const Path& path, const Limits& limits)
+    PathAccounts(const Path& path, const Limits& limits, int triesOfProven)
         : path_(path), state_(path.fresh()), faulty_(state_) {
-        for (Item& item : itemsOf(path, limits)) accounts_.push_back({std::move(item)});
-        byStage_.resize(path.stages().size());
-        for (size_t i = 0; i < accounts_.size(); ++i) addOpen(i);
+        for (Item& item : itemsOf(path, limits)) {
+            const int64_t tries = item.proof.empty() ? std::numeric_limits<int64_t>::max() : triesOfProven;
+            accounts_.push_back({std::move(item), tries});
+        }
     }
 
     std::vector<Account>& accounts() { return accounts_; }
@@ -46,8 +47,8 @@ public:
         dropClosed();
         seen_ = 0;
         const Size size = path_.output();
-        for (state_.y = 0; state_.y < size.height && open_ > 0; ++state_.y) {
-            for (state_.x = 0; state_.x < size.width && open_ > 0; ++state_.x) pixel(name);
+        for (state_.y = 0; state_.y < size.height && end_ > 0; ++state_.y) {
+            for (state_.x = 0; state_.x < size.width && end_ > 0; ++state_.x) pixel(name);
         }
         return seen_;
     }
@@ -55,6 +56,7 @@ public:
 private:
     /// Items of one stage that are not closed: those of phases and the like by their value.
     struct OpenItems {
+        int count = 0;
         std::vector<size_t> items;
         std::map<int, std::vector<size_t>> byValue;  ///< of a quantity: from its first value on
         uint32_t version = 0;                        ///< of the stage when `reached` was listed
@@ -64,29 +66,36 @@ private:
     void addOpen(size_t i) {
         const Item& item = accounts_[i].item;
         OpenItems& open = byStage_[item.stage];
+        const bool isOpen = !accounts_[i].isClosed();
         if (item.fault.kind == Fault::Confused) {
             open.byValue[item.fault.quantity].push_back(i);
-        } else {
+        } else if (isOpen) {
             open.items.push_back(i);
         }
-        ++open_;
+        open.count += isOpen;
     }
 
     void dropClosed() {
-        open_ = 0;
-        byStage_.assign(byStage_.size(), {});
-        for (size_t i = 0; i < accounts_.size(); ++i) {
-            if (accounts_[i].item.fault.kind == Fault::Confused || !accounts_[i].isClosed()) addOpen(i);
-            if (accounts_[i].isClosed()) open_ -= accounts_[i].item.fault.kind == Fault::Confused;
-        }
+        byStage_.assign(path_.stages().size(), {});
+        for (size_t i = 0; i < accounts_.size(); ++i) addOpen(i);
+        end_ = byStage_.size();
+        dropStages();
+    }
+
+    void dropStages() {
+        while (end_ > 0 && byStage_[end_ - 1].count == 0) --end_;
     }
 
     void pixel(const std::string& name) {
-        path_.evaluate(state_);
+        isWhole_ = false;
         isCopied_ = false;
-        for (size_t stage = 0; stage < byStage_.size(); ++stage) {
-            if (!path_.isActive(state_, stage)) continue;
+        for (size_t stage = 0; stage < end_; ++stage) {
+            if (!isWhole_) {
+                path_.evaluate(state_, stage, stage + 1);
+                isCopied_ = false;
+            }
             OpenItems& open = byStage_[stage];
+            if (open.count == 0 || !path_.isActive(state_, stage)) continue;
             if (open.version != state_.versions[stage]) {
                 open.version = state_.versions[stage];
                 findReached(stage, open);
@@ -136,7 +145,7 @@ private:
     /// Marks an item that the pixel reaches. Returns whether there is no more to find out about it while the
     /// operands of its stage are the same.
     bool check(Account& account, const std::string& name) {
-        ++account.tries;
+        --account.triesLeft;
         const bool isNew = !account.isReached;
         account.isReached = true;
         bool isMasked = false;
@@ -147,7 +156,10 @@ private:
             account.example =
                 name + " " + std::to_string(step * state_.x) + " " + std::to_string(step * state_.y);
         }
-        if (account.isClosed()) --open_;
+        if (account.isClosed()) {
+            --byStage_[account.item.stage].count;
+            dropStages();
+        }
         return isMasked || account.isClosed();
     }
 
@@ -155,16 +167,31 @@ private:
     bool changesOutput(const Item& item, bool& isMasked) {
         if (!isCopied_) faulty_ = state_;
         isCopied_ = true;
-        path_.evaluateFaulty(faulty_, item.stage, item.fault);
+        path_.damage(faulty_, item.stage, item.fault);
         isMasked = hasSameResults(item.stage);
         bool changes = false;
         if (!isMasked) {
+            finish(item.stage + 1);
             path_.evaluate(faulty_, item.stage + 1);
             changes = path_.samples(faulty_) != path_.samples(state_);
         }
-        const auto from = static_cast<std::ptrdiff_t>(path_.stages()[item.stage].offset);
-        std::copy(state_.slots.begin() + from, state_.slots.end(), faulty_.slots.begin() + from);
+        restore(item.stage);
         return changes;
+    }
+
+    /// Evaluates the stages that no open item has needed so far.
+    void finish(size_t first) {
+        if (isWhole_) return;
+        isWhole_ = true;
+        path_.evaluate(state_, first);
+        restore(first);
+    }
+
+    /// Makes the faulty hardware good from a stage on.
+    void restore(size_t first) {
+        if (first == path_.stages().size()) return;
+        const auto from = static_cast<std::ptrdiff_t>(path_.stages()[first].offset);
+        std::copy(state_.slots.begin() + from, state_.slots.end(), faulty_.slots.begin() + from);
     }
 
     bool hasSameResults(size_t stage) {
@@ -183,7 +210,8 @@ private:
     bool isCopied_ = false;
     std::vector<Account> accounts_;
     std::vector<OpenItems> byStage_;
-    int open_ = 0;
+    size_t end_ = 0;        ///< of the stages that have open items
+    bool isWhole_ = false;  ///< whether all stages are evaluated for the pixel
     int seen_ = 0;
 };
 
@@ -191,10 +219,10 @@ private:
 
 class Coverage::Accounts {
 public:
-    explicit Accounts(const Limits& limits)
-        : scaleAccounts{{{scale[0][0], limits}, {scale[0][1], limits}},
-                        {{scale[1][0], limits}, {scale[1][1], limits}}},
-          warpAccounts(warp, limits) {}
+    Accounts(const Limits& limits, int tries)
+        : scaleAccounts{{{scale[0][0], limits, tries}, {scale[0][1], limits, tries}},
+                        {{scale[1][0], limits, tries}, {scale[1][1], limits, tries}}},
+          warpAccounts(warp, limits, tries) {}
 
     ScalePath scale[2][2] = {{{false, false}, {false, true}}, {{true, false}, {true, true}}};
     WarpPath warp;
@@ -211,7 +239,8 @@ public:
     }
 };
 
-Coverage::Coverage(const Limits& limits) : accounts_(std::make_unique<Accounts>(limits)) {}
+Coverage::Coverage(const Limits& limits, int triesOfProven)
+    : accounts_(std::make_unique<Accounts>(limits, triesOfProven)) {}
 Coverage::~Coverage() = default;
 
 int Coverage::scaled(const PictureView& source, Size target, const std::string& name) {
@@ -269,9 +298,9 @@ std::vector<CoverageItem> Coverage::items() const {
 }
 
 bool Coverage::isComplete() const {
-    const auto all = items();
-    return std::all_of(all.begin(), all.end(),
-                       [](const CoverageItem& i) { return i.isSeen || !i.proof.empty(); });
+    bool isComplete = true;
+    accounts_->forEach([&](const Account& account) { isComplete &= account.isDone(); });
+    return isComplete;
 }
 
 std::string Coverage::json() const {

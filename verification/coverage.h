@@ -36,7 +36,8 @@ struct CoverageItem {
 /// Accounts for the pictures that a design under test was given. Not thread-safe.
 class Coverage {
 public:
-    explicit Coverage(const Limits& limits = {});
+    /// Faults that are proven to change nothing are tried nevertheless, each in so many places.
+    explicit Coverage(const Limits& limits = {}, int triesOfProven = 100);
     ~Coverage();
     Coverage(const Coverage&) = delete;
     Coverage& operator=(const Coverage&) = delete;

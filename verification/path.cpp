@@ -23,8 +23,8 @@ PathState Path::fresh() const {
     return state;
 }
 
-void Path::evaluate(PathState& state, size_t first) const {
-    for (size_t stage = first; stage < stages_.size(); ++stage) {
+void Path::evaluate(PathState& state, size_t first, size_t end) const {
+    for (size_t stage = first; stage < std::min(end, stages_.size()); ++stage) {
         if (!isActive(state, stage)) continue;
         const Unit& unit = *stages_[stage].unit;
         const size_t count = unit.operands.size();
@@ -40,11 +40,9 @@ void Path::evaluate(PathState& state, size_t first) const {
     }
 }
 
-void Path::evaluateFaulty(PathState& state, size_t stage, const Fault& fault) const {
+void Path::damage(PathState& state, size_t stage, const Fault& fault) const {
     for (int i = 0; i < stages_[stage].instances; ++i) {
-        int64_t* values = slots(state, stage, i);
-        feed(state, stage, i, values);
-        stages_[stage].unit->evaluate(values, &fault);
+        stages_[stage].unit->damage(slots(state, stage, i), fault);
     }
 }
 

@@ -49,12 +49,12 @@ public:
     virtual Size output() const = 0;
     virtual bool isActive(PathState& /*state*/, size_t /*stage*/) const { return true; }
 
-    /// Evaluates the stages from `first` on for the state's pixel, but for those whose operands are what they
-    /// were.
-    void evaluate(PathState& state, size_t first = 0) const;
+    /// Evaluates the stages from `first` to before `end` for the state's pixel, but for those whose operands
+    /// are what they were.
+    void evaluate(PathState& state, size_t first = 0, size_t end = SIZE_MAX) const;
 
-    /// Evaluates one stage of faulty hardware.
-    void evaluateFaulty(PathState& state, size_t stage, const Fault& fault) const;
+    /// Turns an evaluated stage into that of faulty hardware.
+    void damage(PathState& state, size_t stage, const Fault& fault) const;
 
     /// Luma pixels from one of the output's samples to the next.
     virtual int pixelStep() const { return 1; }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 
 #include "gdc_model/gdc_frame.h"
@@ -299,14 +300,15 @@ int largestSide(const Limits& limits, Direction direction) {
 }
 
 /// Ends of reductions and enlargements of all sizes: positions are monotonic in between.
-void forScalings(int largestLuma, bool isReduction, bool isChroma, const Each& use) {
+void forScalings(const Limits& limits, int longest, bool isReduction, bool isChroma, const Each& use) {
     const int halves = isChroma ? 2 : 1;
-    const int largest = largestLuma / halves;
-    for (const int source : {kMinSide / (isReduction ? halves : 1), isReduction ? largest : largestLuma}) {
-        for (int target = kMinSide / halves; target <= (isReduction ? source : largest); ++target) {
+    for (const int source : {kMinSide, limits.longestReduced(longest), longest}) {
+        const int samples = isReduction ? source / halves : source;
+        for (int target = kMinSide / halves; target <= (isReduction ? source : longest) / halves; ++target) {
+            if (!limits.takes(source, target * halves)) continue;
             const int64_t second =
                 isReduction ? target : Interp4Axis(source, 0, source, target * halves).step();
-            for (const int i : {0, target / 2, target - 1}) use({source, second, i});
+            for (const int i : {0, target / 2, target - 1}) use({samples, second, i});
         }
     }
 }
@@ -325,20 +327,44 @@ Format Range::witness() const {
 
 Limits Limits::parse(const std::string& text) {
     Limits limits;
-    int end = 0;
-    int node = limits.node;
-    const int found = std::sscanf(text.c_str(), "%5dx%5d%n,%8d%n", &limits.scaled.width,
-                                  &limits.scaled.height, &end, &node, &end);
-    const auto isIn = [](int value, int low, int high) { return value >= low && value <= high; };
-    if (found < 2 || static_cast<size_t>(end) != text.size() || !isIn(limits.scaled.width, 96, 16384) ||
-        !isIn(limits.scaled.height, 64, 16384) || !isIn(node, 256, 1 << 23)) {
-        throw std::runtime_error(
-            text + ": expected 96x64 to 16384x16384, and a limit of the nodes from 256 to 8388608");
+    const auto read = [](const std::string& part, const char* format, int low, int high, int& value) {
+        int end = 0;
+        return std::sscanf(part.c_str(), format, &value, &end) == 1 && end > 0 &&
+               static_cast<size_t>(end) == part.size() && value >= low && value <= high;
+    };
+    std::istringstream parts(text);
+    std::string part;
+    std::getline(parts, part, ',');
+    const size_t x = std::min(part.find('x'), part.size());
+    bool isGood = read(part.substr(0, x), "%5d%n", 96, 16384, limits.scaled.width) &&
+                  read(part.substr(x), "x%5d%n", 64, 16384, limits.scaled.height) && text.back() != ',';
+    while (isGood && std::getline(parts, part, ',')) {
+        isGood = read(part, "%8d%n", 256, 1 << 23, limits.node) ||
+                 read(part, "reduce=%5d%n", 2, kMaxRatio, limits.reduction) ||
+                 read(part, "enlarge=%5d%n", 2, kMaxRatio, limits.enlargement);
+    }
+    if (!isGood) {
+        throw std::runtime_error(text +
+                                 ": expected 96x64 to 16384x16384, then a limit of the nodes from 256 to "
+                                 "8388608, reduce= or enlarge= from 2 to 4096");
     }
     limits.warped = {std::min(limits.scaled.width, limits.warped.width),
                      std::min(limits.scaled.height, limits.warped.height)};
-    limits.node = node;
     return limits;
+}
+
+bool Limits::takes(int source, int target) const {
+    return source <= reduction * target && target <= enlargement * source;
+}
+
+int Limits::longestReduced(int longest) const {
+    const int ratio = std::min(reduction, longest / kMinSide);
+    return ratio * (longest / ratio & ~1);
+}
+
+int Limits::shortestTarget(int source) const {
+    const int target = (source + reduction - 1) / reduction;
+    return std::max(target + (target & 1), kMinSide);
 }
 
 bool hasTies(const Limits& limits, Direction direction) {
@@ -422,11 +448,11 @@ std::vector<Range> rangesOf(const Unit& unit, const Limits& limits, const Use& p
             }
         });
     } else if (name == "reduce_axis") {
-        forScalings(largest, true, place.isChroma, analyze({}));
+        forScalings(limits, largest, true, place.isChroma, analyze({}));
     } else if (name == "enlarge_axis") {
-        forScalings(largest, false, false, analyze({}));
+        forScalings(limits, largest, false, false, analyze({}));
     } else if (name == "enlarge_chroma_axis") {
-        forScalings(largest, false, true, analyze({}));
+        forScalings(limits, largest, false, true, analyze({}));
     } else if (name == "colour") {
         const auto use = analyze({});
         for (const int channel : {0, 1}) use({channel});

@@ -15,9 +15,24 @@ struct Limits {
     Size scaled{16384, 16384};  ///< the largest picture
     Size warped{8192, 6144};
     int32_t node = 1 << 23;
+    int reduction = kMaxRatio;    ///< how many times smaller a side of a scaled picture may become
+    int enlargement = kMaxRatio;  ///< how many times larger
 
-    /// "1920x1080", "1920x1080,65536" with the nodes' limit. Throws std::runtime_error for anything else.
+    static constexpr int kMaxRatio = 4096;
+
+    /// "1920x1080", "1920x1080,65536" with the nodes' limit, and "1920x1080,reduce=4,enlarge=2" with those of
+    /// the ratios. Throws std::runtime_error for anything else.
     static Limits parse(const std::string& text);
+
+    /// Whether the ratios let a side of a picture be scaled so.
+    bool takes(int source, int target) const;
+
+    /// The longest side up to `longest` that the largest ratio divides into an even number of samples: no
+    /// step is longer than there.
+    int longestReduced(int longest) const;
+
+    /// The shortest even side that a side may become.
+    int shortestTarget(int source) const;
 };
 
 enum class Direction { Across, Down, Both };

@@ -12,32 +12,39 @@ namespace vantor::verification {
 namespace {
 
 constexpr int kMinSide = 4;
+constexpr int kNone = StimulusRequest::kNone;
 
 /// Draws each random number in a statement of its own: the order of a call's arguments is the compiler's.
 class Builder {
 public:
-    Builder(const Limits& limits, uint32_t seed, Coverage& coverage)
-        : limits_(limits), coverage_(coverage), random_(seed) {}
+    Builder(const Limits& limits, uint32_t seed) : limits_(limits), coverage_(limits, 0), random_(seed) {}
 
     Stimulus build() {
+        addLongRows();
         scaleLongRows();
         scaleTies();
-        repeat(300, [this] { scaleSmall(); });
-        repeat(60, [this] { warpSmall(); });
         warpTies();
-        addLongRows();
-        repeat(40, [this] { warpLongRows(); });
-        repeat(150, [this] { warpShifted(); });
-        plantGrids();
-        repeat(150, [this] { warpLongRows(); });
-        dropUnused();
+        repeat(10, [this] { warpLongRows(); });
+        repeat(4, [this] { search(); });
+        stimulus_.isComplete = coverage_.isComplete();
+        dropSuperfluousRequests();
+        dropUnused(stimulus_.pictures, &StimulusRequest::picture);
+        dropUnused(stimulus_.grids, &StimulusRequest::grid);
         return std::move(stimulus_);
     }
 
 private:
-    /// Until so many in a row brought nothing.
+    void search() {
+        repeat(300, [this] { scaleSmall(); });
+        repeat(60, [this] { warpSmall(); });
+        plantGrids();
+        repeat(40, [this] { warpLongRows(); });
+        repeat(150, [this] { warpShifted(); });
+    }
+
+    /// Until so many in a row brought nothing, or nothing is left.
     void repeat(int patience, const std::function<void()>& attempt) {
-        for (int vain = 0; vain < patience; ++vain) {
+        for (int vain = 0; vain < patience && !coverage_.isComplete(); ++vain) {
             const size_t before = stimulus_.requests.size();
             attempt();
             if (stimulus_.requests.size() > before) vain = 0;
@@ -48,7 +55,7 @@ private:
         return low + static_cast<int>(random_() % static_cast<uint32_t>(high - low + 1));
     }
 
-    size_t addPicture(Size size, int mostExtreme = 2) {
+    int addPicture(Size size, int mostExtreme = 2) {
         StimulusPicture picture{size, std::vector<uint8_t>(size.pixels() / 2 * 3)};
         const int kind = between(0, mostExtreme);
         for (uint8_t& sample : picture.bytes) {
@@ -57,41 +64,55 @@ private:
             sample = kind == 0 ? any : kind == 1 || between(0, 3) > 0 ? extreme : any;
         }
         stimulus_.pictures.push_back(std::move(picture));
-        return stimulus_.pictures.size() - 1;
+        return static_cast<int>(stimulus_.pictures.size()) - 1;
     }
 
-    void scale(size_t picture, Size target) {
+    void scale(int picture, Size target) {
+        const Size source = stimulus_.pictures[static_cast<size_t>(picture)].size;
         if (target.width > limits_.scaled.width || target.height > limits_.scaled.height) return;
-        const int seen = coverage_.scaled(stimulus_.pictures[picture].view(), target, name());
-        if (seen > 0) stimulus_.requests.push_back({picture, target});
+        if (!limits_.takes(source.width, target.width) || !limits_.takes(source.height, target.height))
+            return;
+        attempt({picture, target});
     }
 
-    void warp(size_t picture, const Grid& grid) {
-        if (coverage_.warped(stimulus_.pictures[picture].view(), grid, name()) == 0) return;
+    void warp(int picture, const Grid& grid) {
+        const int index = static_cast<int>(stimulus_.grids.size());
         stimulus_.grids.push_back(grid);
-        stimulus_.requests.push_back(
-            {picture, stimulus_.pictures[picture].size, static_cast<int>(stimulus_.grids.size()) - 1});
+        attempt({picture, stimulus_.pictures[static_cast<size_t>(picture)].size, index});
     }
 
-    std::string name() const { return "request" + std::to_string(stimulus_.requests.size()); }
+    void attempt(const StimulusRequest& request) {
+        if (sees(coverage_, request)) stimulus_.requests.push_back(request);
+    }
+
+    /// Whether a request sees something for the first time.
+    bool sees(Coverage& coverage, const StimulusRequest& request) const {
+        const PictureView source = stimulus_.pictures[static_cast<size_t>(request.picture)].view();
+        if (request.grid == kNone) return coverage.scaled(source, request.target, {}) > 0;
+        return coverage.warped(source, stimulus_.grids[static_cast<size_t>(request.grid)], {}) > 0;
+    }
 
     /// Registers of positions need the largest sizes and ratios.
     void scaleLongRows() {
         const auto [width, height] = limits_.scaled;
-        const size_t wide = addPicture({width & ~1, kMinSide});
-        for (const Size target :
-             {Size{kMinSide, kMinSide}, {(width & ~1) - 2, kMinSide}, {width & ~1, kMinSide + 2}})
-            scale(wide, target);
-        const size_t tall = addPicture({kMinSide, height & ~1});
-        for (const Size target :
-             {Size{kMinSide, kMinSide}, {kMinSide, (height & ~1) - 2}, {kMinSide + 2, height & ~1}})
-            scale(tall, target);
+        for (const int side : {width & ~1, limits_.longestReduced(width)}) {
+            const int wide = addPicture({side, kMinSide});
+            for (const int target : {limits_.shortestTarget(side), side - 2}) scale(wide, {target, kMinSide});
+            scale(wide, {side, kMinSide + 2});
+        }
+        for (const int side : {height & ~1, limits_.longestReduced(height)}) {
+            const int tall = addPicture({kMinSide, side});
+            for (const int target : {limits_.shortestTarget(side), side - 2}) scale(tall, {kMinSide, target});
+            scale(tall, {kMinSide + 2, side});
+        }
     }
 
-    /// Only some ratios put positions half way between two phases.
+    /// Only some ratios put positions half way between two phases, of luma and of chroma.
     void scaleTies() {
-        const size_t picture = addPicture({66, 66});
-        for (const int side : {128, 256}) scale(picture, {side, side});
+        constexpr int kSource = 130;
+        constexpr int kTarget = 256;
+        scale(addPicture({kSource, 16}), {kTarget, 16});
+        scale(addPicture({16, kSource}), {16, kTarget});
     }
 
     void scaleSmall() {
@@ -132,7 +153,7 @@ private:
 
     /// With the same fractions everywhere, and samples that clamps leave alone.
     void warpShifted() {
-        if (shifted_ == SIZE_MAX) shifted_ = addPicture({64, 64}, 0);
+        if (shifted_ == kNone) shifted_ = addPicture({64, 64}, 0);
         Grid grid;
         for (int32_t* nodes : {grid.dX, grid.dY}) std::fill_n(nodes, kGridNodes * kGridNodes, node(1 << 15));
         warp(shifted_, grid);
@@ -146,49 +167,62 @@ private:
             isOpen[item.name] = !item.isSeen && item.proof.empty();
         for (const Item& item : itemsOf(path, limits_)) {
             if (!isOpen[item.name] || path.stages()[item.stage].unit->name != "grid_row") continue;
-            const size_t before = stimulus_.requests.size();
-            for (int attempt = 0; attempt < 20 && stimulus_.requests.size() == before; ++attempt)
-                plantGrid(item);
+            repeatPlanting(item);
         }
     }
 
-    void plantGrid(const Item& item) {
+    /// Until it brings something, or turns out to be in vain.
+    void repeatPlanting(const Item& item) {
+        constexpr int kAttempts = 10;
+        const size_t before = stimulus_.requests.size();
+        for (int i = 0; i < kAttempts && stimulus_.requests.size() == before; ++i) {
+            if (!plantGrid(item)) return;
+        }
+    }
+
+    /// Whether there were nodes to plant.
+    bool plantGrid(const Item& item) {
         const Size size{std::min(128, limits_.warped.width & ~15),
                         std::min(2 * between(34, 60), limits_.warped.height & ~1)};
         const GdcFrame frame = requestFrame(size.width, size.height, {0, 0, size.width - 1, size.height - 1});
         Grid grid = makeGrid(4);
+        bool isPlanted = false;
         for (int i = 0; i < kGridCells / 2; ++i) {
             const int row = between(0, size.height - 1);
             const VirtualPosition at = virtualPosition(frame.y, row, kVirtualCellHeight);
-            for (int column = 0; column < kGridNodes; ++column) plantNodes(item, at, column, grid);
+            for (int column = 0; column < kGridNodes; ++column)
+                isPlanted |= plantNodes(item, at, column, grid);
         }
-        warp(addPicture(size), grid);
+        if (isPlanted) warp(addPicture(size), grid);
+        return isPlanted;
     }
 
-    /// Sets the nodes of one column around a row so that the fault changes its value there.
-    void plantNodes(const Item& item, const VirtualPosition& at, int column, Grid& grid) {
+    /// Sets the nodes of one column around a row so that the fault changes its value there, if there are
+    /// such.
+    bool plantNodes(const Item& item, const VirtualPosition& at, int column, Grid& grid) {
         constexpr int kTries = 300;
         const Unit& unit = unitNamed("grid_row");
         std::vector<int64_t> good = unit.fresh;
-        std::vector<int64_t> bad = unit.fresh;
+        std::vector<int64_t> bad;
         good[4] = at.cell;
         good[5] = at.within;
         for (int tries = 0; tries < kTries; ++tries) {
             for (size_t i = 0; i < 4; ++i) good[i] = node(4096);
             if (at.cell == 1) good[0] = 0;
             if (at.cell == kGridCells) good[3] = 0;
-            std::copy_n(good.begin(), unit.operands.size(), bad.begin());
             unit.evaluate(good.data());
             const auto quantity = static_cast<size_t>(item.fault.quantity);
             if (!item.isReached(unit.quantities[quantity], good.data(), unit.slotOf(quantity))) continue;
-            unit.evaluate(bad.data(), &item.fault);
+            bad = good;
+            unit.damage(bad.data(), item.fault);
             if (good[*unit.result] == bad[*unit.result]) continue;
             for (int i = std::max(0, 2 - at.cell); i < 4 && at.cell - 2 + i < kGridNodes; ++i) {
                 const int place = kGridNodes * (at.cell - 2 + i) + column;
                 grid.dX[place] = grid.dY[place] = static_cast<int32_t>(good[static_cast<size_t>(i)]);
             }
-            return;
+            return true;
         }
+        return false;
     }
 
     int node(int magnitude) {
@@ -224,27 +258,40 @@ private:
         return grid;
     }
 
-    void dropUnused() {
-        std::vector<StimulusPicture> used;
-        std::vector<size_t> places(stimulus_.pictures.size(), SIZE_MAX);
-        for (StimulusRequest& request : stimulus_.requests) {
-            size_t& place = places[request.picture];
-            if (place == SIZE_MAX) {
-                place = used.size();
-                used.push_back(std::move(stimulus_.pictures[request.picture]));
-            }
-            request.picture = place;
+    /// Those that see nothing that later ones do not see.
+    void dropSuperfluousRequests() {
+        Coverage coverage(limits_, 0);
+        std::vector<StimulusRequest> kept;
+        for (size_t i = stimulus_.requests.size(); i-- > 0;) {
+            if (sees(coverage, stimulus_.requests[i])) kept.push_back(stimulus_.requests[i]);
         }
-        stimulus_.pictures = std::move(used);
+        stimulus_.requests = std::move(kept);
+    }
+
+    /// Keeps what requests name, in the order in which they do.
+    template <typename Named>
+    void dropUnused(std::vector<Named>& all, int StimulusRequest::*index) {
+        std::vector<Named> used;
+        std::vector<int> places(all.size(), kNone);
+        for (StimulusRequest& request : stimulus_.requests) {
+            if (request.*index == kNone) continue;
+            const auto old = static_cast<size_t>(request.*index);
+            if (places[old] == kNone) {
+                places[old] = static_cast<int>(used.size());
+                used.push_back(std::move(all[old]));
+            }
+            request.*index = places[old];
+        }
+        all = std::move(used);
     }
 
     const Limits& limits_;
-    Coverage& coverage_;
+    Coverage coverage_;
     std::mt19937 random_;
     Stimulus stimulus_;
-    std::vector<size_t> smallWarps_;
-    size_t longRows_[2] = {};
-    size_t shifted_ = SIZE_MAX;
+    std::vector<int> smallWarps_;
+    int longRows_[2] = {};
+    int shifted_ = kNone;
 };
 
 }  // namespace
@@ -260,8 +307,8 @@ size_t Stimulus::samples() const {
     return count;
 }
 
-Stimulus makeStimulus(const Limits& limits, uint32_t seed, Coverage& coverage) {
-    return Builder(limits, seed, coverage).build();
+Stimulus makeStimulus(const Limits& limits, uint32_t seed) {
+    return Builder(limits, seed).build();
 }
 
 }  // namespace vantor::verification

@@ -18,9 +18,11 @@ struct StimulusPicture {
 };
 
 struct StimulusRequest {
-    size_t picture;
-    Size target;    ///< of a scaling
-    int grid = -1;  ///< of a warp: which grid
+    static constexpr int kNone = -1;
+
+    int picture;
+    Size target;       ///< of a scaling
+    int grid = kNone;  ///< of a warp: which grid
 };
 
 /// Requests in their order.
@@ -28,13 +30,14 @@ struct Stimulus {
     std::vector<StimulusPicture> pictures;
     std::vector<Grid> grids;
     std::vector<StimulusRequest> requests;
+    bool isComplete;  ///< whether they see every item that can be seen
 
     /// Samples of all pictures and of all results.
     size_t samples() const;
 };
 
-/// Requests within the limits that reach and see every item that can be, as far as they were found, and what
-/// they cover. The same seed gives the same requests.
-Stimulus makeStimulus(const Limits& limits, uint32_t seed, Coverage& coverage);
+/// Requests within the limits that reach and see every item that can be, as far as they are found. The same
+/// seed gives the same requests.
+Stimulus makeStimulus(const Limits& limits, uint32_t seed);
 
 }  // namespace vantor::verification

@@ -7,7 +7,14 @@ files=$(mktemp -d)
 trap 'rm -rf "$files"' EXIT
 read -r operation size more
 case $operation in
-scale) set -- "$@" "+to_width=${more%x*}" "+to_height=${more#*x}" ;;
+scale)
+    if [ "${more%x*}" -gt "${size%x*}" ] || [ "${more#*x}" -gt "${size#*x}" ]; then
+        cat >"$files/source"
+        echo "seat.sh: $size to $more: the blocks enlarge nothing" >&2
+        exit 1
+    fi
+    set -- "$@" "+to_width=${more%x*}" "+to_height=${more#*x}"
+    ;;
 warp) dd of="$files/grid" bs=1 count=8712 2>"$files/dd" && set -- "$@" "+grid=$files/grid" ;;
 esac
 cat >"$files/source"

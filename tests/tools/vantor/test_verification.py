@@ -61,12 +61,14 @@ def test_explain_comes_to_the_librarys_scaled_values(vantor, chart, size):
 
 
 def test_stimulus_sees_everything_and_reports_add_up(vantor, chart, not_sanitized):
-    limits = "--limits 1280x720"
+    limits = "--limits 1280x720,reduce=5,enlarge=3"
     vantor(f"stimulus -o stimulus {limits}", text="they see all that can be seen")
     manifest = json.loads(pathlib.Path("stimulus/manifest.json").read_text())
     assert manifest["samples"] <= 1000000
     for request in manifest["requests"]:
         width, height = map(int, re.search(r"_(\d+)x(\d+)", request["result"]).groups())
+        sides = map(int, re.search(r"_(\d+)x(\d+)", request["input"]).groups())
+        assert all(source <= 5 * target and target <= 3 * source for source, target in zip(sides, (width, height)))
         if "grid" in request and (width < 96 or height < 64):
             continue  # which the device does not take
         how = "--grid stimulus/{grid}" if "grid" in request else "--size {size[0]}x{size[1]}"
@@ -86,4 +88,16 @@ def test_stimulus_sees_everything_and_reports_add_up(vantor, chart, not_sanitize
     vantor(f"coverage --add all.json {limits}", text="items:")
     pathlib.Path("bad.json").write_text("[]")
     vantor("coverage --add bad.json", 2, "bad.json: not a coverage report")
-    vantor("coverage --limits 10x10 chart.png", 2, "--limits 10x10: expected 96x64 to 16384x16384")
+
+
+@pytest.mark.parametrize("limits, step", [
+    ("96x64", "u18 8192 to 196608"), ("1920x1080", "u22 8192 to 3932160"), ("1920x1080,reduce=4", "u16 8192 to 32768"),
+    ("1922x1080,enlarge=2,reduce=3,256", "u15 8192 to 24576")])
+def test_limits_say_what_registers_have_to_hold(vantor, limits, step):
+    text = vantor(f"coverage --ranges --limits {limits}").text
+    assert step in " ".join(text.split())
+
+
+@pytest.mark.parametrize("limits", ["10x10", "1920x1080,", "1920x1080,12", "1920x1080,reduce=1", "1920x1080,enlarge=4.5"])
+def test_limits_that_make_no_sense_are_refused(vantor, limits):
+    vantor(f"coverage --ranges --limits {limits}", 2, f"--limits {limits}: expected 96x64 to 16384x16384")

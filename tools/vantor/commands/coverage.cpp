@@ -93,7 +93,7 @@ void addCoverage(CLI::App& app, Run& run) {
     addCheckedOptions(*command, options->request);
     command->add_option("--add", options->reports, "Reports to start from, made with -o or --json")
         ->type_name("FILE");
-    command->add_option("--limits", options->limits, kLimitsHelp)->type_name("WxH[,NODE]");
+    command->add_option("--limits", options->limits, kLimitsHelp)->type_name(kLimitsType);
     command->add_option("-o,--output", options->output, "Write the report as JSON")->type_name("FILE");
     command->add_flag("--ranges", options->listRanges,
                       "List the width and the range of every register instead");

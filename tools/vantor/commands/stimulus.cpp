@@ -17,15 +17,13 @@ struct StimulusCommand {
 
 int run(const StimulusCommand& command) {
     const verification::Limits limits = limitsFrom(command.limits);
-    verification::Coverage coverage(limits);
-    const verification::Stimulus stimulus = makeStimulus(limits, command.seed, coverage);
+    const verification::Stimulus stimulus = makeStimulus(limits, command.seed);
     writeStimulus(command.output, stimulus, command.seed, command.limits);
-    const bool isComplete = coverage.isComplete();
-    summarize(command.output + ": " + std::to_string(stimulus.requests.size()) + " requests, " +
-              std::to_string(stimulus.samples()) + " samples; " +
-              (isComplete ? "they see all that can be seen"
-                          : "vantor coverage says what they miss: try another --seed"));
-    return isComplete ? kDone : kDifferent;
+    summarize(
+        command.output + ": " + std::to_string(stimulus.requests.size()) + " requests, " +
+        std::to_string(stimulus.samples()) + " samples; " +
+        (stimulus.isComplete ? "they see all that can be seen" : "vantor coverage says what they miss"));
+    return stimulus.isComplete ? kDone : kDifferent;
 }
 
 }  // namespace
@@ -39,7 +37,7 @@ void addStimulus(CLI::App& app, Run& run) {
         ->type_name("DIR")
         ->required();
     command->add_option("--seed", options->seed, "Of the random numbers; default 1")->type_name("N");
-    command->add_option("--limits", options->limits, kLimitsHelp)->type_name("WxH[,NODE]");
+    command->add_option("--limits", options->limits, kLimitsHelp)->type_name(kLimitsType);
     command->footer(
         "Exit status: 0 all that can be seen is seen, 1 something is left, 2 error.\n"
         "Examples:\n"

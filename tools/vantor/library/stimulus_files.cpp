@@ -34,29 +34,19 @@ std::string gridName(int index) {
 }
 
 Picture resultOf(Engine& engine, const Stimulus& stimulus, const StimulusRequest& request) {
-    const StimulusPicture& source = stimulus.pictures[request.picture];
+    const StimulusPicture& source = stimulus.pictures[static_cast<size_t>(request.picture)];
     Picture from{PixelFormat::Nv12, source.size, source.bytes};
     Picture to = makePicture(PixelFormat::Nv12, request.target);
-    const Request done = request.grid < 0 ? scalingRequest(Backend::Software)
-                                          : warpingRequest(Backend::Software,
-                                                           stimulus.grids[static_cast<size_t>(request.grid)]);
+    const Request done =
+        request.grid == StimulusRequest::kNone
+            ? scalingRequest(Backend::Software)
+            : warpingRequest(Backend::Software, stimulus.grids[static_cast<size_t>(request.grid)]);
     engine.run(planesOf(to), planesOf(from), done);
     return to;
 }
 
 Size sizeIn(const Json& json) {
     return {json.at(0).get<int>(), json.at(1).get<int>()};
-}
-
-}  // namespace
-
-verification::Limits limitsFrom(const std::string& text) {
-    if (text.empty()) return {};
-    try {
-        return verification::Limits::parse(text);
-    } catch (const std::runtime_error& error) {
-        throw UserError(std::string("--limits ") + error.what());
-    }
 }
 
 /// The arguments with which verification/bench/pictures.sv does a request; it enlarges nothing.
@@ -73,6 +63,17 @@ std::string benchArguments(const std::string& input, Size from, const std::strin
 
 void writeText(const std::string& path, const std::string& text) {
     writeFile(path, {text.begin(), text.end()});
+}
+
+}  // namespace
+
+verification::Limits limitsFrom(const std::string& text) {
+    if (text.empty()) return {};
+    try {
+        return verification::Limits::parse(text);
+    } catch (const std::runtime_error& error) {
+        throw UserError(std::string("--limits ") + error.what());
+    }
 }
 
 void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint32_t seed,
@@ -94,9 +95,9 @@ void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint3
         const StimulusRequest& request = stimulus.requests[i];
         const std::string result = pictureName("result", i, request.target);
         writeFile(directory + "/" + result, resultOf(engine, stimulus, request).bytes);
-        const Size size = stimulus.pictures[request.picture].size;
-        const std::string input = pictureName("picture", request.picture, size);
-        const std::string grid = request.grid < 0 ? "" : gridName(request.grid);
+        const Size size = stimulus.pictures[static_cast<size_t>(request.picture)].size;
+        const std::string input = pictureName("picture", static_cast<size_t>(request.picture), size);
+        const std::string grid = request.grid == StimulusRequest::kNone ? "" : gridName(request.grid);
         Json entry{{"input", input}};
         if (grid.empty()) {
             entry["size"] = {request.target.width, request.target.height};

@@ -9,8 +9,9 @@ namespace vantor::tool {
 
 /// For --help.
 constexpr char kLimitsHelp[] =
-    "The largest size, and the largest magnitude of a node, that the hardware takes; default "
-    "16384x16384,8388608";
+    "What the hardware takes: the largest size, the largest magnitude of a node, and by how much a side may "
+    "become shorter or longer; default 16384x16384,8388608,reduce=4096,enlarge=4096";
+constexpr char kLimitsType[] = "WxH[,NODE][,reduce=N][,enlarge=N]";
 
 /// Those of --limits, or the default for an empty text.
 verification::Limits limitsFrom(const std::string& text);
