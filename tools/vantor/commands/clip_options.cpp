@@ -57,7 +57,9 @@ void addClipOptions(CLI::App& command, MakeOptions& many) {
         ->type_name("N")
         ->check(CLI::Range(0, 9).description(""));
     add("Clips", "--times", options.timesFile, "FILE",
-        "Write each frame's number and its time in the library, in milliseconds, to FILE");
+        "Write each frame's number and its time in the library, in milliseconds, to FILE; with --hash also "
+        "its "
+        "hash");
     command
         .add_flag("--hash", options.hash,
                   "Print the result's XXH64 hash, which for a raw file without padding is that of xxh64sum")

@@ -23,15 +23,15 @@ ClipResult warped(Clip& clip, const WarpCommand& command, Backend backend) {
     const Size frame = warpFrame(clip.name(), size);
     const Request request = requestFrom(command.warp, backend, size, frame);
     noteFrame(clip.name(), size, frame);
-    return clip.process(written, request, "warped (" + describe(command.warp) + ")", "the software model");
+    return clip.process(written, request, "warped (" + describe(command.warp) + ")", "the software model",
+                        gridsFrom(command.warp));
 }
 
 int run(const WarpCommand& command) {
     if (!command.warp.isGiven()) {
         throw UserError(
-            "expected one of --matrix, --grid, --calibration, --map, or a warp described by --rotate, "
-            "--zoom, "
-            "--shear, --shift, --lens and --center");
+            "expected one of --matrix, --grid, --grids, --calibration, --map, or a warp described by "
+            "--rotate, --zoom, --shear, --shift, --lens and --center");
     }
     MakeOptions files = command.files;
     files.clip.alsoRead = command.warp.files();
@@ -48,6 +48,7 @@ void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
     addClipOptions(*command, options->files);
     addWarpOptions(*command, options->warp);
     addGridOption(*command, options->warp);
+    addGridsOption(*command, "--grids", options->warp);
     addMatrixOption(*command, options->warp);
     options->backend.addTo(*command);
     command->footer(
@@ -58,6 +59,7 @@ void addWarp(CLI::App& app, Run& run, const RequestWatch& watch) {
         "  vantor warp photo.png -o turned.png --rotate 2 --zoom 1.05\n"
         "  vantor warp photo.png -o straight.png --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o warped.png --grid warp.grid\n"
+        "  vantor warp clip.y4m -o steady.y4m --grids steady.grids\n"
         "  vantor warp frame_*.png -o made/ --lens=-0.12,0.01\n"
         "  vantor warp photo.png -o half.png --matrix 8192,0,0,0,8192,0\n"
         "  ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - | vantor warp - -o - --lens=-0.12,0.01 | "
