@@ -16,7 +16,7 @@ simulators="iverilog verilator yosys"
 peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
 case ${1:-} in
 --all)
-    packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
+    packages="$packages clang clang-format fish libclang-rt-14-dev lld hidl-gen valgrind zsh $emulated"
     packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python $simulators"
     ;;
 --api) packages="$packages doxygen" ;;
