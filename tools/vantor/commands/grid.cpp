@@ -160,13 +160,7 @@ void addGrid(CLI::App& app, Run& run) {
         ->add_option("--exaggerate", options->exaggerate, "Scale the displacements in the plot, 0 to 1000000")
         ->type_name("FACTOR")
         ->check(CLI::Range(0.0, 1e6).description(""));
-    command
-        ->add_option(
-            "--new-camera", options->newCamera,
-            "Write the camera matrix of the undistorted pictures as a calibration: JSON for OpenCV, and for "
-            "--calibration")
-        ->type_name("FILE")
-        ->needs(command->get_option("--calibration"));
+    addNewCameraOption(*command, options->newCamera);
     command->add_flag("--check", options->check,
                       "Exit with status 1 if cells are folded or values are beyond the engine's range");
     command->add_flag("--json", options->json, "Print the report as JSON");

@@ -266,6 +266,16 @@ void addMatrixOption(CLI::App& command, WarpOptions& options) {
         ->type_name("A,B,C,D,E,F");
 }
 
+void addNewCameraOption(CLI::App& command, std::string& file) {
+    command
+        .add_option(
+            "--new-camera", file,
+            "Write the camera matrix of the undistorted pictures as a calibration: JSON for OpenCV, and for "
+            "--calibration")
+        ->type_name("FILE")
+        ->needs(command.get_option("--calibration"));
+}
+
 Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
     checkOptions(options);
     if (!options.gridFile.empty()) {

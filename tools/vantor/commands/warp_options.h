@@ -60,6 +60,9 @@ void addGridOption(CLI::App& command, WarpOptions& options);
 void addGridsOption(CLI::App& command, const std::string& name, WarpOptions& options);
 void addMatrixOption(CLI::App& command, WarpOptions& options);
 
+/// Declares --new-camera, which needs --calibration.
+void addNewCameraOption(CLI::App& command, std::string& file);
+
 /// What the options stand for.
 struct Warp {
     Grid grid;
