@@ -17,11 +17,16 @@ inline std::string toText(const nlohmann::ordered_json& json, int indentation) {
 /// is gone.
 constexpr int kSchema = 1;
 
-/// On standard output.
-inline void printDocument(const nlohmann::ordered_json& json) {
+/// The members of `json` after that number.
+inline nlohmann::ordered_json documentOf(const nlohmann::ordered_json& json) {
     nlohmann::ordered_json document{{"schema", kSchema}};
     document.update(json);
-    std::printf("%s\n", toText(document, 2).c_str());
+    return document;
+}
+
+/// On standard output.
+inline void printDocument(const nlohmann::ordered_json& json) {
+    std::printf("%s\n", toText(documentOf(json), 2).c_str());
 }
 
 /// One with a list that is written element by element, so that none is kept in memory. Nothing is written
@@ -29,9 +34,7 @@ inline void printDocument(const nlohmann::ordered_json& json) {
 class StreamedDocument {
 public:
     /// With the members of `head`, and then the list.
-    StreamedDocument(const nlohmann::ordered_json& head, const std::string& list)
-        : start_{{"schema", kSchema}} {
-        start_.update(head);
+    StreamedDocument(const nlohmann::ordered_json& head, const std::string& list) : start_(documentOf(head)) {
         start_[list] = nlohmann::ordered_json::array();
     }
 
