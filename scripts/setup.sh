@@ -13,7 +13,7 @@ integration="make pkg-config"
 python="binutils flake8 mypy opencv-doc python3-distributed python3-matplotlib python3-opencv python3-pip"
 python="$python python3-setuptools python3-venv python3-wheel"
 simulators="iverilog verilator yosys"
-peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
+peers="ffmpeg imagemagick libbenchmark-dev libopencv-imgproc-dev libswscale-dev libvips-tools libzimg-dev pkg-config"
 case ${1:-} in
 --all)
     packages="$packages clang clang-format fish libclang-rt-14-dev lld hidl-gen valgrind zsh $emulated"
