@@ -50,6 +50,12 @@ if(TARGET vantor)
     install(TARGETS vantor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
     install(FILES tools/vantor/completion/vantor.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
             RENAME vantor COMPONENT tool OPTIONAL)
+    # zsh looks for what is not a package's elsewhere.
+    string(COMPARE EQUAL ${CMAKE_INSTALL_PREFIX} /usr is_package)
+    install(FILES tools/vantor/completion/_vantor COMPONENT tool DESTINATION
+            ${CMAKE_INSTALL_DATADIR}/zsh/$<IF:${is_package},vendor-completions,site-functions>)
+    install(FILES tools/vantor/completion/vantor.fish DESTINATION
+            ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
     install(FILES docs/vantor.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 endif()
 

@@ -1,6 +1,6 @@
-// What the tool reads: PNG, JPEG, Y4M, names of raw files and their frames, grids, calibrations, maps, records, which
-// are run again. Each is read, or refused by an error for the user, which a terminal can show safely; nothing else may
-// happen. The first byte selects the target for the others.
+// What the tool reads: PNG, JPEG, Y4M, names of raw files and their frames, grids and sequences of them, calibrations,
+// maps, records, which are run again. Each is read, or refused by an error for the user, which a terminal can show
+// safely; nothing else may happen. The first byte selects the target for the others.
 #include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -23,6 +23,7 @@
 #include "tools/vantor/io/calibration_file.h"
 #include "tools/vantor/io/clip_reader.h"
 #include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/io/grid_sequence.h"
 #include "tools/vantor/io/jpeg_file.h"
 #include "tools/vantor/io/map_file.h"
 #include "tools/vantor/io/picture_file.h"
@@ -185,6 +186,15 @@ void grid(const Bytes& bytes) {
     expectSame(&again, &read, sizeof read);
 }
 
+/// An index leads nowhere but to files of this machine, which are no grids.
+void gridSequence(const Bytes& bytes) {
+    const MemoryFile file(bytes);
+    GridSequence sequence(file.path(), bytes.size() % 2 == 0 ? Unnumbered::Refused : Unnumbered::Interpolated);
+    FUZZ_EXPECT(sequence.count() > 0 && !sequence.files().empty());
+    for (const uintmax_t frame : {sequence.count() - 1, uintmax_t{0}, sequence.count()}) sequence.read(frame);
+    FUZZ_EXPECT(false);  // the last is refused
+}
+
 void calibration(const Bytes& bytes) {
     const MemoryFile file(bytes);
     const bool isFisheye = !bytes.empty() && bytes.size() % 2 == 0;
@@ -265,7 +275,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace vantor::fuzz;
     constexpr void (*kTargets[])(const Bytes&) = {png,    repairedPng,    y4m,     raw, grid, calibration,
-                                                  record, repairedRecord, message, map, jpeg};
+                                                  record, repairedRecord, message, map, jpeg, gridSequence};
     if (size == 0 || data[0] >= std::size(kTargets)) return -1;
     try {
         kTargets[data[0]](Bytes(data + 1, data + size));

@@ -64,10 +64,10 @@ bool isBeyondRange(int32_t value) {
     return clampDisplacement(value >> 1) != value >> 1;
 }
 
-GridReport examine(const Grid& grid, Size frame) {
+NodeReport examineNodes(const Grid& grid, Size frame) {
     const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyondRange) +
                         std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyondRange);
-    GridReport report{};
+    NodeReport report{};
     report.minDisplacement = report.maxDisplacement = nodeDisplacement(grid, 0, 0, frame);
     for (int index = 1; index < kGridNodes * kGridNodes; ++index) {
         const Point displacement = nodeDisplacement(grid, index / kGridNodes, index % kGridNodes, frame);
@@ -78,8 +78,22 @@ GridReport examine(const Grid& grid, Size frame) {
     }
     report.nodesBeyondRange = static_cast<int>(beyond);
     report.foldedCells = countFolded(sourcesOf(grid, frame));
-    report.outside = shareOutside(grid, frame);
     return report;
+}
+
+GridReport examine(const Grid& grid, Size frame) {
+    return {examineNodes(grid, frame), shareOutside(grid, frame)};
+}
+
+double largestChange(const Grid& before, const Grid& after, Size frame) {
+    double largest = 0;
+    for (int index = 0; index < kGridNodes * kGridNodes; ++index) {
+        const int row = index / kGridNodes, column = index % kGridNodes;
+        const Point from = nodeDisplacement(before, row, column, frame);
+        const Point to = nodeDisplacement(after, row, column, frame);
+        largest = std::max(largest, length({to.x - from.x, to.y - from.y}));
+    }
+    return largest;
 }
 
 GridError measureError(const Grid& grid, const SourceMap& map, Size picture, Size frame, Counted counted) {

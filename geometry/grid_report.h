@@ -10,15 +10,26 @@ namespace vantor {
 /// Whether the engine cannot hold half of a node's value.
 bool isBeyondRange(int32_t value);
 
-struct GridReport {
+/// What the nodes alone tell.
+struct NodeReport {
     Point minDisplacement;  ///< of the nodes, in pixels
     Point maxDisplacement;
     int nodesBeyondRange;  ///< whose half value the engine cannot hold
     int foldedCells;       ///< of 1024: turned over or without area in a corner
-    double outside;        ///< share of the output whose source lies outside the picture, 0 to 1
+
+    bool isFaulty() const { return foldedCells != 0 || nodesBeyondRange != 0; }
+};
+
+NodeReport examineNodes(const Grid& grid, Size frame);
+
+struct GridReport : NodeReport {
+    double outside;  ///< share of the output whose source lies outside the picture, 0 to 1
 };
 
 GridReport examine(const Grid& grid, Size frame);
+
+/// The largest distance between the sources of a node in two grids, in pixels.
+double largestChange(const Grid& before, const Grid& after, Size frame);
 
 /// How far the positions that the model makes of a grid are from those of the map that the grid was made
 /// from, in pixels.

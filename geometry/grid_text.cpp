@@ -12,12 +12,6 @@ namespace {
 constexpr int kValues = kGridNodes * kGridNodes;
 constexpr std::string_view kSpace = " \t\n\v\f\r";
 
-bool isText(std::string_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](char c) {
-        return (static_cast<unsigned char>(c) >= ' ' && c != 0x7F) || kSpace.find(c) != kSpace.npos;
-    });
-}
-
 int32_t littleEndian(const char* bytes) {
     uint32_t value = 0;
     for (int i = 3; i >= 0; --i) value = value << 8 | static_cast<uint8_t>(bytes[i]);
@@ -111,6 +105,12 @@ void appendText(const char* name, const int32_t (&table)[kValues], std::string& 
 }
 
 }  // namespace
+
+bool isText(std::string_view bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](char c) {
+        return (static_cast<unsigned char>(c) >= ' ' && c != 0x7F) || kSpace.find(c) != kSpace.npos;
+    });
+}
 
 Grid parseGrid(std::string_view bytes) {
     // A text can have as many bytes as the binary form; binary data without any control character is not a

@@ -12,6 +12,9 @@ namespace vantor {
 /// dX, then dY, little-endian.
 constexpr size_t kBinaryGridBytes = sizeof(Grid);
 
+/// Whether these are not the bytes of a binary grid: no control character is among them.
+bool isText(std::string_view bytes);
+
 /// Either form. Throws a GeometryError that names the line of what it cannot read.
 Grid parseGrid(std::string_view bytes);
 

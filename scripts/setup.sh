@@ -1,6 +1,6 @@
 #!/bin/sh
 # setup.sh [--all|--api|--bench|--count|--deb|--packages|--python|--rooms]: installs what the build, the tool and the
-# native tests need; also, with --all what the whole test matrix needs, with --bench the libraries that the benchmarks
+# native tests need; also, with --all what the whole test matrix needs, with --bench what the benchmarks
 # compare with, with --count what counts instructions, with --rooms what draws the rooms, and what the scripts api.sh,
 # packages.sh, packages.sh --deb and python.sh need. Only missing packages are installed, and nothing is done where none
 # is missing.
@@ -16,13 +16,14 @@ simulators="iverilog verilator yosys"
 gstreamer="gstreamer1.0-plugins-bad gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-tools"
 gstreamer="$gstreamer libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev"
 peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
+programs="ffmpeg imagemagick libvips-tools"
 case ${1:-} in
 --all)
-    packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
+    packages="$packages clang clang-format fish libclang-rt-14-dev lld hidl-gen valgrind zsh $emulated"
     packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python $simulators $gstreamer"
     ;;
 --api) packages="$packages doxygen" ;;
---bench) packages="$packages $peers" ;;
+--bench) packages="$packages $peers $programs" ;;
 --count) packages="$packages $emulated" ;;
 --deb) packages="$packages $integration debootstrap dpkg-dev file git lintian verilator"
     packages="$packages libgstreamer-plugins-base1.0-dev" ;;

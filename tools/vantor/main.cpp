@@ -17,6 +17,7 @@
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/completion.h"
 #include "tools/vantor/commands/manual.h"
 #include "tools/vantor/io/output_file.h"
 
@@ -173,6 +174,11 @@ int runTool(int argc, char** argv) {
     addQuietOption(app);
     if (argc > 1 && argv[1][0] != '-' && !contains(subcommandNames(app), argv[1])) {
         return fail(std::string(argv[1]) + ": expected a sub-command:" + joined(subcommandNames(app)));
+    }
+    if (argc > 1 && std::strcmp(argv[1], "--complete") == 0) {
+        const int status = printCompletions(app, {argv + 2, argv + argc});
+        finishStandardOutput();
+        return status;
     }
     try {
         app.parse(argc, argv);

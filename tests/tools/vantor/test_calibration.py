@@ -22,6 +22,19 @@ def test_a_calibration_does_what_its_grid_does(vantor, chart):
     assert read("by_calibration.png") == read("by_grid.png") != read("chart.png")
 
 
+def test_warp_writes_the_camera_that_grid_writes(vantor, chart):
+    options = f"--calibration {FIVE} --alpha 0 --new-camera"
+    vantor(f"grid --size 320x180 {options} grid.json")
+    vantor(f"warp chart.png -o x.png {options} warp.json")
+    assert read("grid.json") == read("warp.json")
+    vantor("chart -o other.png --size 400x180")
+    text = "--new-camera: a picture of 400x180 among others of 320x180: expected one size"
+    vantor(f"warp chart.png other.png -o '%d.png' --jobs 1 {options} many.json", 1, text)
+    assert read("many.json") == read("warp.json")
+    for file in "chart.png", "y.png", FIVE:
+        vantor(f"warp chart.png -o y.png {options} {file}", 2, f"--new-camera {file}: expected another file than")
+
+
 def test_another_shape_than_the_calibrated_one_is_noted(vantor, chart):
     arguments = f"warp chart.png -o x.png --calibration {FIVE} --calibrated-size 640x640"
     vantor(arguments, text="taken as stretched, not cropped")

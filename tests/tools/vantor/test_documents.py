@@ -39,6 +39,8 @@ vantor record --hashes-only hashes.vrec scale photo.png -o x.png --size 50%
 truncate -s $((24 * 1920 * 1080 * 3 / 2)) clip_1920x1080_nv12.yuv
 truncate -s $((102 * 320 * 180 * 3 / 2)) small_320x180.nv12
 vantor scale small_320x180.nv12 -o clip.y4m --size 100%
+printf '0 warp.grid\\n101 lens.grid\\n' >keys.txt
+vantor grid --sequence keys.txt --interpolate -o steady.grids
 [ -z "$(type -p ffmpeg)" ] || ffmpeg -i clip.y4m clip.mp4
 """
 

@@ -1,24 +1,69 @@
-"""The manual page and the completion know what --help knows."""
+"""The manual page and the completions know what --help knows."""
 
+import os
+import pty
 import re
+import select
 import shlex
+import shutil
 import subprocess
 
 import pytest
-from conftest import ROOT, subcommands
+from conftest import ROOT, subcommands, write
 
 MANUAL = ROOT / "docs/vantor.1"
-COMPLETION = f"""source '{ROOT}/tools/vantor/completion/vantor.bash'
+COMPLETION = ROOT / "tools/vantor/completion"
+BASH = """source $0/vantor.bash
 COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
 _vantor
-echo "${{COMPREPLY[@]}}"
+printf '%s\n' "${COMPREPLY[@]}"
+"""
+ZSH = """fpath=($COMPLETION $fpath)
+autoload -Uz compinit; compinit -u -D
+compadd() {
+    if [[ ${@[1,(i)(-|--)]} == *-(O|A|D)\\ * ]] { builtin compadd "$@"; return }
+    local -a hits; builtin compadd -A hits "$@"; print -rl -- "<"${^hits}">"
+}
+finish() { print "<end>" }
+zle -N finish
+bindkey "^X" finish
+PROMPT="ready>"
 """
 
 
 def completed(vantor, line):
-    """What the completion offers for the last word of a line."""
-    words = ["bash", "-c", COMPLETION, "-", vantor.path, *shlex.split(line)]
+    """What bash's completion offers for the last word of a line."""
+    words = shlex.split(line.replace("=", " = ")) + [""] * (line[-1:] in " ")
+    words = ["bash", "-c", BASH, COMPLETION, vantor.path, *words]
     return subprocess.run(words, stdout=subprocess.PIPE, check=True, text=True).stdout.split()
+
+
+def completed_by_fish(vantor, line):
+    command = f"source {COMPLETION}/vantor.fish; complete -C '{vantor.path} {line}'"
+    words = ["fish", "--no-config", "-c", command]
+    text = subprocess.run(words, stdout=subprocess.PIPE, check=True, text=True).stdout
+    return [offer.split("\t")[0] for offer in text.splitlines()]
+
+
+def completed_by_zsh(vantor, line):
+    write(".zshrc", ZSH.encode())
+    process, terminal = pty.fork()
+    if process == 0:
+        os.execvpe("zsh", ["zsh", "-i"], {**os.environ, "ZDOTDIR": os.getcwd(), "COMPLETION": str(COMPLETION)})
+
+    def shown_until(mark):
+        text = b""
+        while mark not in text:
+            assert select.select([terminal], [], [], 60)[0], text
+            text += os.read(terminal, 4096)
+        return text.decode().partition(mark.decode())[0]
+
+    shown_until(b"ready>")
+    os.write(terminal, f"{vantor.path} {line}\t\x18".encode())
+    offers = re.findall("<([^>]+)>", shown_until(b"<end>"))
+    os.close(terminal)
+    os.waitpid(process, 0)
+    return offers
 
 
 def test_the_manual_page_is_what_the_tool_writes(vantor):
@@ -27,7 +72,7 @@ def test_the_manual_page_is_what_the_tool_writes(vantor):
 
 def test_subcommands_are_completed_and_named_where_one_is_expected(vantor):
     commands = subcommands(vantor.path)
-    assert completed(vantor, "''") == ["-h", "--help", "--version", "--service", "-q", "--quiet", *commands]
+    assert completed(vantor, "") == ["-h", "--help", "--version", "--service", "-q", "--quiet", *commands]
     text = f"expected a sub-command: {' '.join(commands)}"
     vantor("", 2, text)
     vantor("scael", 2, f"scael: {text}")
@@ -43,14 +88,24 @@ def test_options_are_completed_and_in_the_manual(vantor, subcommand):
         assert re.search(rf"^\.B (.*,)?{option}( |,|$)", page, re.MULTILINE), option
 
 
+@pytest.mark.parametrize("shell", ["bash", "fish", "zsh"])
 @pytest.mark.parametrize("line, expected", [
     ("record bug.vrec wa", "warp"),
     ("record bug.vrec warp photo.png --rot", "--rotate"),
-    ("warp photo.png --backend ''", "software hardware"),
-    ("serve --backend ''", "model pipe trace faulty"),
-    ("scale photo.png --yuv-range = f", "full"),
+    ("warp photo.png --backend ", "hardware software"),
+    ("serve --backend ", "faulty model pipe trace"),
+    ("scale photo.png --yuv-range=f", "--yuv-range=full"),
     ("--service s.sock record bug.vrec sc", "scale"),
-    ("warp pho", ""),  # file names are left to bash
+    ("warp pho", "photo.png"),
+    ("warp photo.png --grid=pho", "--grid=photo.png"),
 ])
-def test_values_and_recorded_commands_are_completed(vantor, line, expected):
-    assert completed(vantor, line) == expected.split()
+def test_words_and_file_names_are_completed(vantor, shell, line, expected):
+    if not shutil.which(shell):
+        pytest.skip(f"{shell} is not installed")
+    write("photo.png", b"")
+    offers = {"bash": completed, "fish": completed_by_fish, "zsh": completed_by_zsh}[shell](vantor, line)
+    if shell == "bash":  # leaves file names to its default, and takes "=" as a word
+        expected = "" if "photo.png" in expected else expected.rpartition("=")[2]
+    if shell == "zsh" and "grid" in expected:
+        expected = "photo.png"  # completed behind "="
+    assert sorted(offers) == expected.split()

@@ -2,6 +2,7 @@
 
 import json
 import re
+import subprocess
 
 import pytest
 
@@ -11,6 +12,21 @@ def test_kernels_in_use_follow_the_limit(vantor):
     vantor("info", text="in use plain", env=plain)
     document = vantor("info --json", text='"in_use": "plain"', env=plain).json()
     assert document["schema"] == 1 and document["limits"] == {"smallest_side": 4, "largest_side": 16384}
+
+
+DOCUMENTS = {
+    "scale": "chart.png -o x.png --size 8x8", "warp": "chart.png -o x.png --rotate 2", "grid": "--rotate 2",
+    "explain": "chart.png 1 1 --rotate 2", "coverage": "chart.png --rotate 2", "crosscheck": "chart.png --rotate 2",
+    "compare": "chart.png chart.png", "info": "chart.png", "replay": "bug.vrec", "selftest": "",
+}
+
+
+def test_every_document_begins_with_its_schema(vantor, chart, subcommand):
+    if "--json" not in vantor(f"{subcommand} --help").text.replace("with -o or --json", "") or subcommand == "serve":
+        return  # its lines: test_serve.py
+    vantor("record bug.vrec scale chart.png -o x.png --size 8x8")
+    document = vantor.run(f"{subcommand} {DOCUMENTS[subcommand]} --json", stderr=subprocess.DEVNULL).bytes
+    assert next(iter(json.loads(document).items())) == ("schema", 1)
 
 
 def test_the_selftest_says_one_hash_over_all(vantor):

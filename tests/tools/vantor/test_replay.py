@@ -47,3 +47,21 @@ def test_the_hash_of_a_record_is_that_of_the_picture_in_the_library(vantor, char
         library = re.search("the library's result has the hash ([0-9a-f]{16});", text)[1]
         assert (re.search("; hash ([0-9a-f]{16})$", text, re.M)[1] == library) == is_same
         assert f'"hash":"{library}"'.encode() in (directory / "bug.vrec").read_bytes()
+
+
+def test_what_a_record_holds_is_saved_before_and_after_the_request(vantor, chart, directory):
+    (directory / "out").mkdir()
+    vantor("record bug.vrec warp chart.png -o x.nv12 --rotate 3")
+    vantor("grid --rotate 3 --size 320x180 -o turn.grid")
+    saved = vantor("replay bug.vrec --save out --json").json()["saved"]
+    assert saved == [f"out/{name}" for name in ("source_320x180.nv12", "result_320x180.nv12", "warp.grid",
+                                                "replayed_320x180.nv12")]
+    same = dict(zip(saved[1:], ("x.nv12", "turn.grid", "x.nv12")))
+    assert all((directory / a).read_bytes() == (directory / b).read_bytes() for a, b in same.items())
+    vantor("warp out/source_320x180.nv12 -o again.nv12 --grid out/warp.grid")
+    assert (directory / "again.nv12").read_bytes() == (directory / "x.nv12").read_bytes()
+    text = "--save out/source_320x180.nv12: expected another file than out/source_320x180.nv12"
+    vantor("replay bug.vrec --save out --source out/source_320x180.nv12", 2, text)
+    vantor("replay bug.vrec --save none", 2, "--save none: no such directory")
+    vantor("record --hashes-only hashes.vrec scale chart.png -o x.png --size 8x8")
+    vantor("replay hashes.vrec --save out --source chart.png", text="saved: out/replayed_8x8.nv12")

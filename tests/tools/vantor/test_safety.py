@@ -37,6 +37,7 @@ def expect_escaped(result):
         (["info", "tag.y4m"], 2, f"Y4M sample format C{SHOWN_WORD}: expected"),
         (["grid", "--calibration", "value.yml"], 2, f"has '{SHOWN_WORD}', expected a number"),
         (["grid", "--calibration", "model.xml"], 2, f"distortion_model is '{SHOWN_WORD}', expected plumb_bob"),
+        (["grid", "--sequence", "index.txt"], 2, r"index.txt: line 1: \xc2\x9b\xff: No such file"),
         (["grid", "words.grid"], 2, r"line 1: '\xc2\x9b\xff', expected dX"),
         (["grid", NAME + ".grid", "-o", "made.txt"], 0, f"grid of {SHOWN}.grid, for pictures"),
         (["explain", "chart.png", "1", "1", "--grid", NAME + ".grid"], 0, f"warped (grid of {SHOWN}.grid)"),
@@ -52,6 +53,8 @@ def test_nothing_controls_the_terminal(vantor, chart, arguments, status, shown):
     with open("model.xml", "wb") as calibration:
         calibration.write(f"<r><K>{K[4:-2].replace(',', ' ')}</K><distortion_model>".encode() + WORD)
         calibration.write(b"</distortion_model></r>")
+    with open("index.txt", "wb") as index:
+        index.write(b"0 \xc2\x9b\xff")
     with open("words.grid", "wb") as grid:
         grid.write(b"\xc2\x9b\xff")
     vantor(["grid", "--zoom", "1", "--size", "320x180", "-o", NAME + ".grid"])

@@ -51,6 +51,7 @@ def test_requests_are_told_and_the_end_is_clean(vantor, chart):
         out, errors = service.communicate()
         assert service.returncode == 0 and errors == "vantor: served 2 requests, of which 0 failed\n"
     scaled, warped = map(json.loads, out.splitlines())
+    assert scaled["schema"] == 1
     assert (scaled["request"], scaled["dst"]["size"], scaled["status"]) == ("runCSC", [160, 90], 0)
     assert (warped["request"], warped["src"]["region"], warped["delivered"]) == ("runGDC", [0, 0, 319, 179], True)
     assert not {SOCKET, SOCKET + ".lock"} & set(os.listdir())

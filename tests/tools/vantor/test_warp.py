@@ -35,8 +35,8 @@ def test_the_librarys_log_is_shown_on_request(vantor, chart):
 
 
 @pytest.mark.parametrize("arguments, text", [
-    ("", "expected one of --matrix, --grid, --calibration, --map, or a"),
-    ("--rotate 2 --matrix 1,2,3,4,5,6", "several warps: expected one of a grid file, --matrix, --calibration, --map, and"),
+    ("", "expected one of --matrix, --grid, --grids, --calibration, --map, or a"),
+    ("--rotate 2 --matrix 1,2,3,4,5,6", "several warps: expected one of a grid file, a sequence of grids, --matrix, "),
     ("--matrix 1,2,3", "--matrix 1,2,3: expected 6 comma-separated numbers"),
     ("--matrix 40000,0,0,0,0,0", "--matrix 40000,0,0,0,0,0: expected integers from -32768 to 32767"),
     ("--matrix 1.5,0,0,0,0,0", "--matrix 1.5,0,0,0,0,0: expected integers from -32768 to 32767"),

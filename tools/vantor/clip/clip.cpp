@@ -13,6 +13,21 @@
 #include "tools/vantor/picture/picture_hash.h"
 
 namespace vantor::tool {
+namespace {
+
+std::string hashOf(const FrameShape& shape, uint8_t* frame) {
+    PictureHash hash;
+    hash.add(shape, frame);
+    return hash.text();
+}
+
+std::string timesLine(uintmax_t frame, double milliseconds, const std::string& hash) {
+    char line[64];
+    std::snprintf(line, sizeof line, "%ju %.3f", frame, milliseconds);
+    return line + (hash.empty() ? std::string() : " " + hash) + "\n";
+}
+
+}  // namespace
 
 void ClipFiles::open(const ClipOptions& options) {
     result_.emplace(options.output);
@@ -116,6 +131,20 @@ std::optional<uintmax_t> Clip::framesLeft() const {
                                        : options_.part.limit;
 }
 
+std::optional<uintmax_t> Clip::frames() const {
+    if (options_.input == "-" || !reader_->framesLeft()) return {};
+    const std::unique_ptr<ClipReader> again = openClip(inputSpec_);
+    uintmax_t frames = 0;
+    while (again->skip()) ++frames;
+    return frames;
+}
+
+void Clip::expectGrids(const GridSequence& grids, uintmax_t frames) const {
+    if (grids.count() == frames) return;
+    throw UserError(grids.name() + ": grids for " + std::to_string(grids.count()) + " frames, " +
+                    options_.input + " has " + std::to_string(frames));
+}
+
 Pipeline Clip::pipelineFor(const FramePlan& plan) const {
     if (plan.usesClient()) {
         if (options_.jobs > 1)
@@ -134,6 +163,9 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
     if (outputSpec_.type != FileType::Png) {
         noteDropped(options_.input, reader_->chunks(), options_.output, outputSpec_.type == FileType::Jpeg);
     }
+    if (plan.grids) {
+        if (const auto all = frames()) expectGrids(*plan.grids, *all);
+    }
     if (!files_.isOpen()) files_.open(options_);
     ClipWriter writer(files_.result(), outputSpec_, plan.written, headerOf(plan.written),
                       {reader_->chunks(), options_.pngLevel});
@@ -147,10 +179,8 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
         writer.write(frame, tags);
         if (hash) hash->add(plan.written, frame);
         if (OutputFile* times = files_.times()) {
-            char line[64];
-            const int length = std::snprintf(line, sizeof line, "%ju %.3f\n",
-                                             options_.part.skip + totals.frames, result.milliseconds);
-            times->write(reinterpret_cast<const uint8_t*>(line), static_cast<size_t>(length));
+            const std::string own = options_.hash ? hashOf(plan.written, frame) : std::string();
+            times->write(timesLine(options_.part.skip + totals.frames, result.milliseconds, own), nullptr, 0);
         }
         ++totals.frames;
         totals.milliseconds += result.milliseconds;
@@ -160,6 +190,7 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
 
     std::exception_ptr readError;  // thrown when the frames before it are written
     uintmax_t left = options_.part.limit.value_or(UINTMAX_MAX);
+    uintmax_t number = options_.part.skip;
     while (left > 0 || !pipeline.isEmpty()) {
         if (left == 0 || pipeline.isDue(*reader_)) {
             pipeline.take(use);
@@ -167,7 +198,9 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
         }
         bool isRead = false;
         try {
-            isRead = pipeline.read(*reader_);
+            isRead = pipeline.read(*reader_, number);
+            number += isRead;
+            if (plan.grids && !isRead) expectGrids(*plan.grids, number);
         } catch (const UserError&) {
             readError = std::current_exception();
         }
@@ -188,8 +221,9 @@ ClipTotals Clip::processFrames(const FramePlan& plan) {
 }
 
 ClipResult Clip::process(const FrameShape& written, const Request& request, const std::string& what,
-                         const std::string& software) {
-    const FramePlan plan{reader_->shape(), written, request, color(), options_.watch, expandsRange()};
+                         const std::string& software, std::shared_ptr<GridSequence> grids) {
+    const FramePlan plan{reader_->shape(), written,        request,       std::move(grids),
+                         color(),          options_.watch, expandsRange()};
     noteRange();
     return {plan, processFrames(plan), what, software};
 }

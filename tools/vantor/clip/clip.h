@@ -79,9 +79,10 @@ public:
     /// The shape of frames of a size that are written. `what` is what an error names.
     FrameShape written(const std::string& what, Size size) const;
 
-    /// Makes all frames with `request`; the files are left to be finished.
+    /// Makes all frames with `request`, or with its grid replaced by each frame's own; the files are left to
+    /// be finished.
     ClipResult process(const FrameShape& written, const Request& request, const std::string& what,
-                       const std::string& software);
+                       const std::string& software, std::shared_ptr<GridSequence> grids = {});
 
 private:
     PixelFormat writtenFormat() const;
@@ -91,6 +92,10 @@ private:
     void noteRange() const;
     Y4mHeader headerOf(const FrameShape& written) const;
     std::optional<uintmax_t> framesLeft() const;
+    /// Of the whole input, counted; nothing if it can be read only once.
+    std::optional<uintmax_t> frames() const;
+    /// Refuses grids that are not one for each of the input's frames.
+    void expectGrids(const GridSequence& grids, uintmax_t frames) const;
     /// A worker per thread with many frames, else one with an engine of all threads.
     Pipeline pipelineFor(const FramePlan& plan) const;
     ClipTotals processFrames(const FramePlan& plan);

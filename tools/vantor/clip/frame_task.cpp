@@ -33,14 +33,14 @@ WorkingPicture FrameTask::Side::picture(const Planes& frame) const {
 FrameTask::FrameTask(const FramePlan& plan, size_t threads)
     : plan_(plan), src_(plan, plan.read), dst_(plan, plan.written), engine_(threads) {}
 
-RequestResult FrameTask::run(uint8_t* read, uint8_t* written) {
+RequestResult FrameTask::run(uint8_t* read, uint8_t* written, const Request& request) {
     const Planes input = planesIn(plan_.read, read);
     const Planes output = planesIn(plan_.written, written);
     const WorkingPicture src = src_.picture(input);
     const WorkingPicture dst = dst_.picture(output);
     toWorking(input, src.planes, plan_.color);
-    const RequestResult result = plan_.usesClient() ? runRequest(dst, src, plan_.request, plan_.watch)
-                                                    : engine_.run(dst.planes, src.planes, plan_.request);
+    const RequestResult result = plan_.usesClient() ? runRequest(dst, src, request, plan_.watch)
+                                                    : engine_.run(dst.planes, src.planes, request);
     fromWorking(dst.planes, output, plan_.color);
     if (plan_.expandsRange) expandRange(output);
     return result;

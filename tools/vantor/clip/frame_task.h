@@ -1,8 +1,10 @@
 // What is done to each frame of a clip.
 #pragma once
 
+#include <memory>
 #include <optional>
 
+#include "tools/vantor/io/grid_sequence.h"
 #include "tools/vantor/library/engine.h"
 #include "tools/vantor/library/request.h"
 
@@ -12,6 +14,7 @@ struct FramePlan {
     FrameShape read;     ///< a frame of the input
     FrameShape written;  ///< a frame of the output
     Request request;
+    std::shared_ptr<GridSequence> grids;  ///< the request's, if each frame has its own
     YuvColor color;
     RequestWatch watch;
     bool expandsRange;  ///< of the output
@@ -31,9 +34,9 @@ public:
     /// With the engine's threads. The plan outlives the task.
     FrameTask(const FramePlan& plan, size_t threads);
 
-    /// Makes a frame of the output from one of the input. The engine works on those planes of both whose
-    /// layout it takes; only others are copied.
-    RequestResult run(uint8_t* read, uint8_t* written);
+    /// Makes a frame of the output from one of the input, by the plan's request or one with another grid. The
+    /// engine works on those planes of both whose layout it takes; only others are copied.
+    RequestResult run(uint8_t* read, uint8_t* written, const Request& request);
 
 private:
     /// A frame as the library takes it.

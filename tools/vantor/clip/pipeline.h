@@ -22,8 +22,8 @@ public:
 
     bool isEmpty() const { return first_ == end_; }
 
-    /// Reads a frame. False where the clip ends.
-    bool read(ClipReader& reader);
+    /// Reads the frame of a number, and its grid if each has its own. False where the clip ends.
+    bool read(ClipReader& reader, uintmax_t frame);
 
     /// Hands the frame that was read to a worker.
     void start() { workers_.start(end_++ % slots_.size()); }
@@ -44,12 +44,14 @@ public:
 private:
     struct Slot {
         std::string tags;
+        Request request;
         RequestResult result;
     };
 
     uint8_t* input(size_t slot) const { return memory_.bytes() + slot * bytes_; }
     uint8_t* output(size_t slot) const { return input(slot) + readBytes_; }
 
+    const FramePlan& plan_;
     size_t readBytes_;
     size_t bytes_;
     std::vector<Slot> slots_;

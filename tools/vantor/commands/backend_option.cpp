@@ -2,6 +2,7 @@
 
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/completion.h"
 #include "tools/vantor/library/hardware_service.h"
 
 namespace vantor::tool {
@@ -16,12 +17,14 @@ void addServiceOption(CLI::App& command) {
 }
 
 void BackendOption::addTo(CLI::App& command) {
-    command
-        .add_option(
-            "--backend", name_,
-            "software (default): on the CPU; hardware: on the hardware service, which on a workstation "
-            "is the software service, unless --service leads to another")
-        ->type_name("BACKEND");
+    CLI::Option* backend =
+        command
+            .add_option(
+                "--backend", name_,
+                "software (default): on the CPU; hardware: on the hardware service, which on a workstation "
+                "is the software service, unless --service leads to another")
+            ->type_name("BACKEND");
+    offerWords(backend, "software hardware");
     command.add_option("--path", oldName_)->group("");
     addServiceOption(command);
 }

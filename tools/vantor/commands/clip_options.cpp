@@ -3,13 +3,14 @@
 #include <map>
 #include <string>
 
+#include "tools/vantor/commands/completion.h"
 #include "tools/vantor/commands/file_options.h"
 
 namespace vantor::tool {
 namespace {
 
-/// Accepts the keys of `words`, and replaces each by its value.
-CLI::Validator oneOf(const std::map<std::string, std::string>& words) {
+/// Has an option accept the keys of `words`, and replace each by its value.
+void takeOneOf(CLI::Option* option, const std::map<std::string, std::string>& words) {
     const auto translate = [words](std::string& text) {
         const auto found = words.find(text);
         if (found == words.end()) {
@@ -20,7 +21,10 @@ CLI::Validator oneOf(const std::map<std::string, std::string>& words) {
         text = found->second;
         return std::string();
     };
-    return CLI::Validator(translate, "");
+    option->transform(CLI::Validator(translate, ""));
+    std::string keys;
+    for (const auto& [word, meaning] : words) keys += word + " ";
+    offerWords(option, keys);
 }
 
 }  // namespace
@@ -57,7 +61,9 @@ void addClipOptions(CLI::App& command, MakeOptions& many) {
         ->type_name("N")
         ->check(CLI::Range(0, 9).description(""));
     add("Clips", "--times", options.timesFile, "FILE",
-        "Write each frame's number and its time in the library, in milliseconds, to FILE");
+        "Write each frame's number and its time in the library, in milliseconds, to FILE; with --hash also "
+        "its "
+        "hash");
     command
         .add_flag("--hash", options.hash,
                   "Print the result's XXH64 hash, which for a raw file without padding is that of xxh64sum")
@@ -65,14 +71,14 @@ void addClipOptions(CLI::App& command, MakeOptions& many) {
     add("Verification", "--verify", options.verify, "HASH",
         "Exit with status 1 unless the result has this hash");
     command.add_flag("--json", options.json, "Print a report, with times, as JSON")->group("Verification");
-    add("RGB", "--yuv-matrix", options.matrix, "MATRIX",
-        "Matrix between RGB and YUV: 601 (default) or 709; bt601 and bt709 are synonyms")
-        ->transform(oneOf({{"601", "601"}, {"709", "709"}, {"bt601", "601"}, {"bt709", "709"}}));
-    add("RGB", "--yuv-range", options.range, "RANGE",
-        "Range of YUV: limited or full; by default that of a JPEG or of a Y4M header, else limited; tv and "
-        "pc are "
-        "synonyms")
-        ->transform(oneOf({{"limited", "limited"}, {"full", "full"}, {"tv", "limited"}, {"pc", "full"}}));
+    takeOneOf(add("RGB", "--yuv-matrix", options.matrix, "MATRIX",
+                  "Matrix between RGB and YUV: 601 (default) or 709; bt601 and bt709 are synonyms"),
+              {{"601", "601"}, {"709", "709"}, {"bt601", "601"}, {"bt709", "709"}});
+    takeOneOf(
+        add("RGB", "--yuv-range", options.range, "RANGE",
+            "Range of YUV: limited or full; by default that of a JPEG or of a Y4M header, else limited; "
+            "tv and pc are synonyms"),
+        {{"limited", "limited"}, {"full", "full"}, {"tv", "limited"}, {"pc", "full"}});
 }
 
 namespace {

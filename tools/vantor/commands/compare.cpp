@@ -134,34 +134,21 @@ private:
     bool isFirst_ = true;
 };
 
-/// One object, whose list of frames is written frame by frame, so that none is kept in memory.
 class JsonReport : public Report {
 public:
-    explicit JsonReport(const CompareOptions& options) : options_(options) {}
+    explicit JsonReport(const CompareOptions& options)
+        : tolerance_(options.tolerance),
+          document_({{"a", options.a}, {"b", options.b}, {"tolerance", options.tolerance}}, "frames") {}
 
     void frame(uintmax_t number, const Differences& differences) override {
-        if (std::exchange(isFirst_, false)) {
-            const std::string head = toText({{"schema", kSchema},
-                                             {"a", options_.a},
-                                             {"b", options_.b},
-                                             {"tolerance", options_.tolerance}},
-                                            2);
-            std::printf("%s,\n  \"frames\": [\n    ", head.substr(0, head.size() - 2).c_str());
-        } else {
-            std::printf(",\n    ");
-        }
-        const Json json{{"frame", number}, {"components", toJson(differences)}};
-        std::printf("%s", toText(json, -1).c_str());
+        document_.add({{"frame", number}, {"components", toJson(differences)}});
     }
 
-    void end(const Comparison& comparison) override {
-        const Json json = summary(comparison, options_.tolerance);
-        std::printf("\n  ],\n%s\n", toText(json, 2).substr(2).c_str());
-    }
+    void end(const Comparison& comparison) override { document_.end(summary(comparison, tolerance_)); }
 
 private:
-    const CompareOptions& options_;
-    bool isFirst_ = true;
+    int tolerance_;
+    StreamedDocument document_;
 };
 
 std::unique_ptr<Report> makeReport(const CompareOptions& options) {

@@ -1,7 +1,9 @@
 #include "tools/vantor/commands/file_options.h"
 
+#include <algorithm>
 #include <string>
 
+#include "tools/vantor/commands/completion.h"
 #include "tools/vantor/io/jpeg_file.h"
 
 namespace vantor::tool {
@@ -15,8 +17,11 @@ static void addRawOptions(CLI::App& command, FileOptions& options, const std::st
             ->type_name(type)
             ->group("Raw files");
     };
-    add("-format", options.format, "FORMAT",
-        "Format of " + files + ": " + formats + " or y4m; overrides the file name");
+    std::string words = formats + " y4m";
+    words.erase(std::remove(words.begin(), words.end(), ','), words.end());
+    offerWords(add("-format", options.format, "FORMAT",
+                   "Format of " + files + ": " + formats + " or y4m; overrides the file name"),
+               words);
     add("-stride", options.stride, "BYTES", "Bytes per row of " + files + ", padding included, up to 32768")
         ->check(padded);
     add("-slice-height", options.sliceHeight, "ROWS",

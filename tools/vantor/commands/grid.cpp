@@ -10,6 +10,7 @@
 #include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/grid_sequence.h"
 #include "tools/vantor/commands/warp_options.h"
 #include "tools/vantor/drawing/grid_plot.h"
 #include "tools/vantor/io/camera_file.h"
@@ -39,8 +40,6 @@ struct Findings {
     GridReport report;
     std::optional<GridError> error;  ///< where there is a map to compare with
     std::optional<Camera> camera;
-
-    bool isFaulty() const { return report.foldedCells != 0 || report.nodesBeyondRange != 0; }
 };
 
 /// The size that the grid is for: as given, the calibration's or the map's, or one that many cameras have.
@@ -111,6 +110,10 @@ int run(const GridCommand& command) {
     const Size frame = warpFrame(what, size);
     noteFrame(what, size, frame);
     if (!std::isfinite(command.exaggerate)) throw UserError("--exaggerate: expected a number");
+    if (const auto grids = gridsFrom(command.warp)) {
+        const bool isFaulty = showSequence(*grids, frame, command.output, command.json);
+        return command.check && isFaulty ? kDifferent : kDone;
+    }
     const Warp warp = warpFrom(command.warp, size, frame);
     Findings findings{describe(command.warp), frame, examine(warp.grid, frame), {}, warp.camera};
     if (warp.map) findings.error = measureError(warp.grid, warp.map, size, frame);
@@ -121,7 +124,7 @@ int run(const GridCommand& command) {
     }
     if (!command.newCamera.empty()) writeCamera(command.newCamera, *warp.camera, size);
     command.json ? printJson(findings) : print(findings);
-    return command.check && findings.isFaulty() ? kDifferent : kDone;
+    return command.check && findings.report.isFaulty() ? kDifferent : kDone;
 }
 
 }  // namespace
@@ -135,6 +138,7 @@ void addGrid(CLI::App& app, Run& run) {
                      "Grid file to read; otherwise the options below describe the grid")
         ->type_name("FILE");
     addWarpOptions(*command, options->warp);
+    addGridsOption(*command, "--sequence", options->warp);
     command
         ->add_option(
             "-s,--size", options->size,
@@ -142,24 +146,21 @@ void addGrid(CLI::App& app, Run& run) {
             "1920x1080")
         ->type_name("WxH");
     command
-        ->add_option("-o,--output", options->output,
-                     "Grid file to write: text if it ends in .txt, else binary (8712 bytes)")
+        ->add_option(
+            "-o,--output", options->output,
+            "Grid file to write: text if it ends in .txt, else binary (8712 bytes); of a sequence, all "
+            "grids behind each other")
         ->type_name("FILE");
     command
         ->add_option("--plot", options->plot,
                      "Draw the mesh of 32x32 cells and the displacements of its nodes to a PNG file")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->excludes(command->get_option("--sequence"));
     command
         ->add_option("--exaggerate", options->exaggerate, "Scale the displacements in the plot, 0 to 1000000")
         ->type_name("FACTOR")
         ->check(CLI::Range(0.0, 1e6).description(""));
-    command
-        ->add_option(
-            "--new-camera", options->newCamera,
-            "Write the camera matrix of the undistorted pictures as a calibration: JSON for OpenCV, and for "
-            "--calibration")
-        ->type_name("FILE")
-        ->needs(command->get_option("--calibration"));
+    addNewCameraOption(*command, options->newCamera);
     command->add_flag("--check", options->check,
                       "Exit with status 1 if cells are folded or values are beyond the engine's range");
     command->add_flag("--json", options->json, "Print the report as JSON");
@@ -169,6 +170,7 @@ void addGrid(CLI::App& app, Run& run) {
         "  vantor grid --calibration camera.yml --alpha 1 -o whole.grid --new-camera whole.json\n"
         "  vantor grid --rotate 2 --size 1920x1080 -o turn.grid --plot turn.png\n"
         "  vantor grid turn.grid -o turn.txt\n"
+        "  vantor grid --sequence keys.txt --interpolate -o steady.grids --check\n"
         "  vantor grid turn.txt --check --plot mesh.png --exaggerate 5");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }

@@ -1,5 +1,6 @@
 // vantor replay: runs a recorded request again, and compares the results.
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "tools/vantor/base/error.h"
@@ -8,6 +9,8 @@
 #include "tools/vantor/commands/backend_option.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/file_options.h"
+#include "tools/vantor/io/grid_file.h"
+#include "tools/vantor/io/output_file.h"
 #include "tools/vantor/library/build_facts.h"
 #include "tools/vantor/library/hardware_service.h"
 #include "tools/vantor/library/record_file.h"
@@ -23,7 +26,42 @@ struct ReplayCommand {
     std::string file;
     std::string source;
     FileOptions fileOptions{"--input", {}, {}};
+    std::string directory;  ///< for what is saved; empty: nothing is
     bool json = false;
+};
+
+/// Writes what a record holds as files that the tool reads.
+class Saver {
+public:
+    explicit Saver(const ReplayCommand& command) : command_(command) {
+        if (isWanted() && !std::filesystem::is_directory(command.directory))
+            throw UserError("--save " + command.directory + ": no such directory");
+    }
+
+    /// As NAME_WIDTHxHEIGHT with the format as its extension. Nothing of a picture of which the record has
+    /// the hash alone.
+    void save(const std::string& name, PixelFormat format, Size size, const std::vector<uint8_t>& planes) {
+        if (!isWanted() || planes.empty()) return;
+        writeFile(newFile(name + "_" + toString(size) + "." + toString(format)), planes);
+    }
+    void save(const Request& request) {
+        if (isWanted() && request.operation == Request::Operation::GdcGrid)
+            writeGrid(newFile("warp.grid"), request.grid, {});
+    }
+
+    const std::vector<std::string>& files() const { return files_; }
+
+private:
+    bool isWanted() const { return !command_.directory.empty(); }
+
+    const std::string& newFile(const std::string& name) {
+        files_.push_back((std::filesystem::path(command_.directory) / name).string());
+        expectOtherFile("--save", files_.back(), {command_.file, command_.source});
+        return files_.back();
+    }
+
+    const ReplayCommand& command_;
+    std::vector<std::string> files_;
 };
 
 /// The outcome of a request, when it was recorded or now.
@@ -133,12 +171,19 @@ std::string nameOf(const Json& facts) {
 
 int run(const ReplayCommand& command) {
     Record record = readRecord(command.file);
+    Saver saver(command);
+    saver.save("source", record.format, record.source.size, record.source.planes);
+    saver.save("result", record.format, record.result.size, record.result.planes);
+    saver.save(record.request);
     if (isServiceGiven()) moveToHardware(record);
     const Picture source = sourceOf(command, record);
     Picture made = makePicture(record.format, record.result.size);
     const RunEnd recorded{record.requestResult, record.result.hash};
     RunEnd here{runAgain(record, source, made), {}};
-    if (here.requestResult->isMade) here.hash = hashOf(made);
+    if (here.requestResult->isMade) {
+        here.hash = hashOf(made);
+        saver.save("replayed", record.format, made.size, made.bytes);
+    }
     const bool isSame = here == recorded;
     std::vector<Difference> differences;
     if (!isSame && here.requestResult->isMade && !record.result.planes.empty()) {
@@ -151,12 +196,14 @@ int run(const ReplayCommand& command) {
                   {"here", toJson(here)},        {"recorded_by", record.madeBy},
                   {"replayed_by", buildFacts()}};
         if (!differences.empty()) json["components"] = tool::toJson(differences);
+        if (!saver.files().empty()) json["saved"] = saver.files();
         printDocument(json);
     } else {
         printLine("%s: %s", command.file.c_str(), describe(record).c_str());
         printLine("recorded: %s; by %s", describe(recorded).c_str(), nameOf(record.madeBy).c_str());
         printLine("here:     %s; by %s", describe(here).c_str(), nameOf(buildFacts()).c_str());
         print(differences);
+        for (const std::string& file : saver.files()) printLine("saved: %s", file.c_str());
         printLine(isSame ? "same" : "different");
     }
     return isSame ? kDone : kDifferent;
@@ -172,6 +219,11 @@ void addReplay(CLI::App& app, Run& run) {
         ->add_option("--source", options->source,
                      "Source picture of the request, for records with hashes only")
         ->type_name("FILE");
+    command
+        ->add_option(
+            "--save", options->directory,
+            "Write the record's source and result, its grid, and the new result to files in this directory")
+        ->type_name("DIR");
     addServiceOption(*command);
     addFileOptions(*command, options->fileOptions);
     command->add_flag("--json", options->json, "Print the result as JSON");
@@ -182,7 +234,8 @@ void addReplay(CLI::App& app, Run& run) {
         "Examples:\n"
         "  vantor replay bug.vrec\n"
         "  VANTOR_CPU=plain vantor replay bug.vrec --json\n"
-        "  vantor replay hashes.vrec --source photo.png");
+        "  vantor replay hashes.vrec --source photo.png\n"
+        "  vantor replay bug.vrec --save made/");
     command->callback([options, &run] { run = [options] { return tool::run(*options); }; });
 }
 

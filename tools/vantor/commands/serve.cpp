@@ -73,7 +73,7 @@ void printJson(const ServedRequest& served) {
                                 {"status", served.status},        {"milliseconds", served.milliseconds},
                                 {"delivered", served.isDelivered}};
     if (served.status != 0) line["error"] = served.text;
-    std::printf("%s\n", toText(line, -1).c_str());
+    std::printf("%s\n", toText(documentOf(line), -1).c_str());
 }
 
 /// What is said of each request, and how many there were.

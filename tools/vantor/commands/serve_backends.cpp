@@ -8,6 +8,7 @@
 #include "service/table_backend.h"
 #include "tools/vantor/base/error.h"
 #include "tools/vantor/base/terminal.h"
+#include "tools/vantor/commands/completion.h"
 #include "tools/vantor/io/input_file.h"
 #include "tools/vantor/library/trace_backend.h"
 
@@ -103,9 +104,11 @@ void addBackendOptions(CLI::App& command, BackendOptions& options) {
     const auto add = [&](const char* name, auto& value, const char* type, const std::string& text) {
         return command.add_option(name, value, text)->type_name(type)->group(kGroup);
     };
-    add("--backend", options.backend, "BACKEND",
-        "What computes: model (default), in software; a shared object, such as ./board.so; pipe, a command; "
-        "trace, which keeps records; faulty, which fails to order");
+    offerWords(
+        add("--backend", options.backend, "BACKEND",
+            "What computes: model (default), in software; a shared object, such as ./board.so; pipe, a "
+            "command; trace, which keeps records; faulty, which fails to order"),
+        "model pipe trace faulty");
     add("--backend-options", options.options, "TEXT", "For the shared object's open()");
     add("--command", options.command, "TEXT",
         "The shell's command that pipe runs for each request, with a line and raw planes on its standard "
@@ -114,8 +117,9 @@ void addBackendOptions(CLI::App& command, BackendOptions& options) {
     add("--timeout", options.timeout, "SECONDS",
         "The longest that a command may take, up to 3600; default: 30")
         ->check(CLI::Range(0.001, 3600.0).description(""));
-    add("--answer", options.answer, "BACKEND",
-        "What computes for trace and faulty: model (default), pipe or a shared object");
+    offerWords(add("--answer", options.answer, "BACKEND",
+                   "What computes for trace and faulty: model (default), pipe or a shared object"),
+               "model pipe");
     add("--record", options.record, "DIRECTORY",
         "Where trace writes a record of each request, for vantor replay");
     add("--fault", options.faults, "LINE",

@@ -6,6 +6,7 @@
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/checked_request.h"
 #include "tools/vantor/commands/commands.h"
+#include "tools/vantor/commands/completion.h"
 #include "tools/vantor/library/trace_files.h"
 
 namespace vantor::tool {
@@ -62,8 +63,10 @@ void addTrace(CLI::App& app, Run& run) {
         ->required();
     command->add_option("--region", options->region, "Part of the output; default: all of it")
         ->type_name("X,Y,W,H");
-    command->add_option("--format", options->format, "npy (NumPy), hex ($readmemh) or csv; default npy")
-        ->type_name("FORMAT");
+    offerWords(
+        command->add_option("--format", options->format, "npy (NumPy), hex ($readmemh) or csv; default npy")
+            ->type_name("FORMAT"),
+        "npy hex csv");
     addCheckedOptions(*command, options->request);
     command->footer(
         "Examples:\n"

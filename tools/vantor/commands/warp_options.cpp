@@ -68,7 +68,8 @@ Calibration calibrationOf(const WarpOptions& options) {
 void checkOptions(const WarpOptions& options) {
     if (options.waysGiven() > 1) {
         throw UserError(
-            "several warps: expected one of a grid file, --matrix, --calibration, --map, and a warp "
+            "several warps: expected one of a grid file, a sequence of grids, --matrix, --calibration, "
+            "--map, and a warp "
             "described by "
             "--rotate, --zoom, --shear, --shift, --lens and --center");
     }
@@ -154,6 +155,15 @@ bool WarpOptions::hasParts() const {
     return std::any_of(parts.begin(), parts.end(), [](const CLI::Option* part) { return part->count() > 0; });
 }
 
+std::vector<std::string> WarpOptions::files() const {
+    std::vector<std::string> files{gridFile, calibration, extrinsics, map, mapX, mapY};
+    if (const auto grids = gridsFrom(*this)) {
+        const std::vector<std::string> more = grids->files();
+        files.insert(files.end(), more.begin(), more.end());
+    }
+    return files;
+}
+
 void addWarpOptions(CLI::App& command, WarpOptions& options) {
     CLI::Option* calibration =
         command
@@ -224,6 +234,20 @@ void addGridOption(CLI::App& command, WarpOptions& options) {
     command.add_option("--grid", options.gridFile, "Grid file, such as vantor grid makes")->type_name("FILE");
 }
 
+void addGridsOption(CLI::App& command, const std::string& name, WarpOptions& options) {
+    CLI::Option* grids =
+        command
+            .add_option(
+                name, options.gridsFile,
+                "A grid per frame: binary grids behind each other, or a text whose lines have the number "
+                "of a frame, from 0, and a grid file")
+            ->type_name("FILE");
+    command
+        .add_flag("--interpolate", options.isInterpolated,
+                  "Interpolate the grids of frames that this text does not number")
+        ->needs(grids);
+}
+
 void addMatrixOption(CLI::App& command, WarpOptions& options) {
     command
         .add_option("--matrix", options.matrix,
@@ -231,6 +255,16 @@ void addMatrixOption(CLI::App& command, WarpOptions& options) {
                     "and C, F in "
                     "1/32 pixel")
         ->type_name("A,B,C,D,E,F");
+}
+
+void addNewCameraOption(CLI::App& command, std::string& file) {
+    command
+        .add_option(
+            "--new-camera", file,
+            "Write the camera matrix of the undistorted pictures as a calibration: JSON for OpenCV, and for "
+            "--calibration")
+        ->type_name("FILE")
+        ->needs(command.get_option("--calibration"));
 }
 
 Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
@@ -259,8 +293,18 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
     return {makeGrid(map, frame), map, undistort.straightCamera()};
 }
 
+std::shared_ptr<GridSequence> gridsFrom(const WarpOptions& options) {
+    if (options.gridsFile.empty()) return {};
+    checkOptions(options);
+    const auto grids = std::make_shared<GridSequence>(
+        options.gridsFile, options.isInterpolated ? Unnumbered::Interpolated : Unnumbered::Refused);
+    noteRange(options.gridsFile + ": grid 0", grids->read(0));
+    return grids;
+}
+
 Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame) {
     checkOptions(options);
+    if (!options.gridsFile.empty()) return warpingRequest(backend, Grid{});
     return options.matrix.empty() ? warpingRequest(backend, gridFrom(options, picture, frame))
                                   : warpingRequest(backend, parseMatrix(options.matrix));
 }
@@ -273,6 +317,7 @@ std::optional<Size> sizeOf(const WarpOptions& options) {
 
 std::string describe(const WarpOptions& options) {
     if (!options.gridFile.empty()) return "grid of " + options.gridFile;
+    if (!options.gridsFile.empty()) return "grids of " + options.gridsFile;
     if (!options.matrix.empty()) return "matrix " + options.matrix;
     std::string text;
     const auto add = [&](const char* name, const std::string& value) {

@@ -2,20 +2,24 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "geometry/undistort_map.h"
 #include "geometry/warp_map.h"
+#include "tools/vantor/io/grid_sequence.h"
 #include "tools/vantor/library/request.h"
 
 namespace vantor::tool {
 
-/// A warp as the user gives it: a grid file, a matrix, a camera's calibration, a dense map, or the parts of
-/// one.
+/// A warp as the user gives it: a grid file, a sequence of grids, a matrix, a camera's calibration, a dense
+/// map, or the parts of one.
 struct WarpOptions {
     std::string gridFile;
+    std::string gridsFile;
+    bool isInterpolated = false;  ///< of frames that an index does not number
     std::string matrix;
     std::string calibration;
     std::string calibratedSize;
@@ -39,12 +43,12 @@ struct WarpOptions {
     bool hasParts() const;
     /// How many of those ways to say which warp were used.
     int waysGiven() const {
-        return hasParts() + !gridFile.empty() + !matrix.empty() + !calibration.empty() + !map.empty() +
-               !mapX.empty();
+        return hasParts() + !gridFile.empty() + !gridsFile.empty() + !matrix.empty() + !calibration.empty() +
+               !map.empty() + !mapX.empty();
     }
     bool isGiven() const { return waysGiven() != 0; }
     /// What it is read from, for checks that nothing is written there; empty where there is none.
-    std::vector<std::string> files() const { return {gridFile, calibration, extrinsics, map, mapX, mapY}; }
+    std::vector<std::string> files() const;
 };
 
 void addWarpOptions(CLI::App& command, WarpOptions& options);
@@ -52,7 +56,12 @@ void addWarpOptions(CLI::App& command, WarpOptions& options);
 /// --grid, for sub-commands that do not take the file as an argument, and --matrix, for those that make
 /// requests.
 void addGridOption(CLI::App& command, WarpOptions& options);
+/// Declares the option `name` for a grid per frame, and --interpolate.
+void addGridsOption(CLI::App& command, const std::string& name, WarpOptions& options);
 void addMatrixOption(CLI::App& command, WarpOptions& options);
+
+/// Declares --new-camera, which needs --calibration.
+void addNewCameraOption(CLI::App& command, std::string& file);
 
 /// What the options stand for.
 struct Warp {
@@ -68,7 +77,10 @@ inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
     return warpFrom(options, picture, frame).grid;
 }
 
-/// The library's request for such a warp.
+/// The grids of all frames, if each has its own.
+std::shared_ptr<GridSequence> gridsFrom(const WarpOptions& options);
+
+/// The library's request for such a warp; where each frame has a grid of its own, without one.
 Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame);
 
 /// The size of the pictures that the calibration was made with, or that the map is for, if one was given.

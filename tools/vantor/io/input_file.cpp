@@ -34,16 +34,29 @@ InputFile::~InputFile() {
     close(descriptor_);
 }
 
-size_t InputFile::read(void* bytes, size_t count) {
+template <typename Part>
+size_t InputFile::readParts(void* bytes, size_t count, Part&& read) const {
     size_t done = 0;
     while (done < count) {
-        const ssize_t part = ::read(descriptor_, static_cast<uint8_t*>(bytes) + done, count - done);
+        const ssize_t part = read(static_cast<uint8_t*>(bytes) + done, count - done, done);
         if (part == 0) break;
         if (part < 0 && errno != EINTR) throw UserError(name_ + ": cannot read: " + std::strerror(errno));
         if (part > 0) done += static_cast<size_t>(part);
     }
+    return done;
+}
+
+size_t InputFile::read(void* bytes, size_t count) {
+    const size_t done = readParts(
+        bytes, count, [this](void* to, size_t left, size_t) { return ::read(descriptor_, to, left); });
     position_ += done;
     return done;
+}
+
+size_t InputFile::readAt(uintmax_t offset, void* bytes, size_t count) const {
+    return readParts(bytes, count, [&](void* to, size_t left, size_t done) {
+        return pread(descriptor_, to, left, static_cast<off_t>(offset + done));
+    });
 }
 
 size_t InputFile::skip(size_t count) {

@@ -22,6 +22,10 @@ public:
     /// Skips up to `count` bytes, fewer only where the file ends.
     size_t skip(size_t count);
 
+    /// Reads up to `count` bytes of a regular file at an offset, fewer only where it ends; read() goes on
+    /// where it was.
+    size_t readAt(uintmax_t offset, void* bytes, size_t count) const;
+
     /// What an error names.
     const std::string& name() const { return name_; }
     int descriptor() const { return descriptor_; }
@@ -29,6 +33,10 @@ public:
     std::optional<uintmax_t> bytesLeft() const;
 
 private:
+    /// By calls of `read` with where to, how many at most, and how many are there.
+    template <typename Part>
+    size_t readParts(void* bytes, size_t count, Part&& read) const;
+
     std::string name_;
     int descriptor_;
     std::optional<uintmax_t> length_;  ///< of a regular file
