@@ -11,7 +11,7 @@
 #include "tools/vantor/commands/clip_options.h"
 #include "tools/vantor/commands/commands.h"
 #include "tools/vantor/commands/warp_options.h"
-#include "tools/vantor/io/calibration_file.h"
+#include "tools/vantor/io/camera_file.h"
 #include "tools/vantor/io/output_file.h"
 
 namespace vantor::tool {
