@@ -1,6 +1,7 @@
 // What a grid does, without looking at a picture.
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 
 #include "geometry/warp_map.h"
@@ -10,11 +11,14 @@ namespace vantor {
 /// Whether the engine cannot hold half of a node's value.
 bool isBeyondRange(int32_t value);
 
+/// Row by row: cells that are turned over or without area in a corner.
+std::bitset<kGridCells * kGridCells> foldedCells(const Grid& grid, Size frame);
+
 struct GridReport {
     Point minDisplacement;  ///< of the nodes, in pixels
     Point maxDisplacement;
     int nodesBeyondRange;  ///< whose half value the engine cannot hold
-    int foldedCells;       ///< of 1024: turned over or without area in a corner
+    int foldedCells;       ///< of 1024
     double outside;        ///< share of the output whose source lies outside the picture, 0 to 1
 };
 
