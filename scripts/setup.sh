@@ -1,8 +1,8 @@
 #!/bin/sh
-# setup.sh [--all|--api|--bench|--count|--deb|--packages|--python|--rooms]: installs what the build, the tool and the
+# setup.sh [--all|--api|--bench|--count|--deb|--packages|--python|--rooms|--web]: installs what the build, the tool and the
 # native tests need; also, with --all what the whole test matrix needs, with --bench the libraries that the benchmarks
-# compare with, with --count what counts instructions, with --rooms what draws the rooms, and what the scripts api.sh,
-# packages.sh, packages.sh --deb and python.sh need. Only missing packages are installed, and nothing is done where none
+# compare with, with --count what counts instructions, with --rooms what draws the rooms, with --web what builds and tests the
+# engines for browsers, and what the scripts api.sh, packages.sh, packages.sh --deb and python.sh need. Only missing packages are installed, and nothing is done where none
 # is missing.
 set -eu
 packages="g++ cmake ninja-build libcairo2-dev libcli11-dev libjpeg-dev libpng-dev libpugixml-dev"
@@ -13,19 +13,22 @@ integration="make pkg-config"
 python="binutils flake8 mypy opencv-doc python3-distributed python3-matplotlib python3-opencv python3-pip"
 python="$python python3-setuptools python3-venv python3-wheel"
 simulators="iverilog verilator yosys"
+wasm="clang-14 libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32 lld-14 wasi-libc"
+web="$wasm chromium chromium-driver nodejs python3-selenium"
 peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
 case ${1:-} in
 --all)
     packages="$packages clang clang-format libclang-rt-14-dev lld hidl-gen valgrind $emulated"
-    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python $simulators"
+    packages="$packages g++-s390x-linux-gnu doxygen $integration $peers $python $simulators $web"
     ;;
 --api) packages="$packages doxygen" ;;
 --bench) packages="$packages $peers" ;;
 --count) packages="$packages $emulated" ;;
---deb) packages="$packages $integration debootstrap dpkg-dev file git lintian verilator" ;;
+--deb) packages="$packages $integration debootstrap dpkg-dev file git lintian verilator $wasm" ;;
 --packages) packages="$packages $integration" ;;
 --python) packages="$packages $python" ;;
 --rooms) packages="$packages graphviz" ;;
+--web) packages="$packages $web" ;;
 esac
 
 missing=
