@@ -13,6 +13,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 DRAWING = ROOT / "docs/images/rooms.svg"
 FLOORS = """
 verification/dpi
+bindings/web
 tools/vantor
 tools/vantor/commands
 tools/vantor/clip

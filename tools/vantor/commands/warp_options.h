@@ -68,6 +68,10 @@ inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
     return warpFrom(options, picture, frame).grid;
 }
 
+/// The parts, or the calibration, that the options give.
+WarpParts partsOf(const WarpOptions& options);
+Calibration calibrationOf(const WarpOptions& options);
+
 /// The library's request for such a warp.
 Request requestFrom(const WarpOptions& options, Backend backend, Size picture, Size frame);
 
