@@ -27,14 +27,15 @@ sources=$(printf "%s\n" bindings/web/*.cpp bindings/c/*.cpp geometry/*.cpp gdc_m
     grep -Ev '_(avx2|avx512|neon|wasm)\.cpp$' |
     grep -Ev 'bindings/c/(compare|engine_new|thread_pool)\.cpp$|scaler/interpolate\.cpp$' |
     grep -Ev 'gdc_model/(device_warp|gdc_(core|grid|planes|run|state)|run_state)\.cpp$')
-vectors=$(find gdc_model scaler -name '*_wasm.cpp')
+vectors=$(find gdc_model -name '*_wasm.cpp')
 exports='malloc free __stack_pointer vantor_from_rgb vantor_to_rgb vantor_scale vantor_warp_part vantor_explain
     vantor_grid_from_transform vantor_grid_from_rectification vantor_grid_parse vantor_grid_format
     vantor_hash_begin vantor_hash_bytes vantor_hash_value vantor_selftest vantor_version
     vantor_web_kernels vantor_web_rgba vantor_web_mesh vantor_web_report vantor_web_error'
 clang="clang++-14 --target=wasm32-wasi -flto -mmutable-globals -mnontrapping-fptoint -msign-ext"
 
-# module NAME FLAGS SOURCES...: the loops of the warp are worth their size, all else is not.
+# module NAME FLAGS SOURCES...: the loops of the warp are worth their size, all else is not; and vectors are for the warp,
+# as the page scales a picture once.
 module() {
     name=$1 flags=$2
     shift 2
@@ -44,8 +45,9 @@ module() {
         gdc_model/picture_warp.cpp | gdc_model/warp_* | bindings/c/colour.cpp | bindings/web/module.cpp) level=-O3 ;;
         *) level=-Oz ;;
         esac
+        case $source in gdc_model/* | processor/* | bindings/web/*) own=$flags ;; *) own= ;; esac
         # shellcheck disable=SC2086 # a list of words
-        ${WEB_LAUNCHER:-} $clang $flags $level -std=c++17 -fignore-exceptions -ffp-contract=off -fvisibility=hidden \
+        ${WEB_LAUNCHER:-} $clang $own $level -std=c++17 -fignore-exceptions -ffp-contract=off -fvisibility=hidden \
             -I. -Ibindings/c -DVANTOR_VERSION="\"$version\"" -Wall -Wextra -c "$source" \
             -o "$objects/$name/$(echo "$source" | tr / _).o"
     done

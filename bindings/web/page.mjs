@@ -90,45 +90,66 @@ function put(id, shown, part) {
 
 const pump = { isBusy: false, isDirty: false, timer: 0, source: "" };
 
-/** The warp or the part in view has changed. Of the states that come while one is computed only the last is shown. */
+/** The warp or the picture has changed. */
 function changed() {
-    pump.isDirty = true;
     found = null;
     showResult();
+    refresh();
+}
+
+/** Of the states that come while one is computed only the last is shown. */
+function refresh() {
+    pump.isDirty = true;
     if (!pump.isBusy) render();
 }
 
+/** The next picture is computed while one is drawn. */
 async function render() {
     if (!picture) return;
     pump.isBusy = true;
-    while (pump.isDirty) {
+    let shown = null;
+    do {
+        const next = pump.isDirty ? ask() : null;
         pump.isDirty = false;
-        const part = partInView();
-        const key = JSON.stringify([picture.id, part]);
-        try {
-            if (pump.source !== key) put("before", await call("show", "before", part), part);
-            pump.source = key;
-            const shown = await call("render", warp(), part);
-            mesh = shown.mesh;
-            put("after", shown, part);
-            say("");
-        } catch (error) {
-            say(error.message);
-        }
-        byId("reduced").hidden = part !== null;
-        byId("reduced").textContent = `reduced view, 1:${picture.divisor}; the loupe is exact`;
-        document.body.dataset.shown = Number(document.body.dataset.shown || 0) + 1;
-        draw();
-        showNode();
-    }
+        if (shown) present(shown);
+        shown = await next;
+    } while (shown || pump.isDirty);
     pump.isBusy = false;
+    if (isChecked("loupe")) lookCloser();
     findSoon();
-    lookCloser();
+}
+
+/** A picture of the present state, or null where there is none. */
+async function ask() {
+    const part = partInView();
+    const key = JSON.stringify([picture.id, part]);
+    try {
+        if (pump.source !== key) put("before", await call("show", "before", part), part);
+        pump.source = key;
+        return { part, ...await call("render", warp(), part) };
+    } catch (error) {
+        say(error.message);
+        return null;
+    }
+}
+
+function present({ part, ...shown }) {
+    mesh = shown.mesh;
+    put("after", shown, part);
+    say("");
+    byId("reduced").hidden = part !== null;
+    byId("reduced").textContent = `reduced view, 1:${picture.divisor}; the loupe is exact`;
+    document.body.dataset.shown = Number(document.body.dataset.shown || 0) + 1;
+    draw();
+    showNode();
 }
 
 function findSoon() {
     clearTimeout(pump.timer);
-    pump.timer = setTimeout(() => attempt(find), 150);
+    pump.timer = setTimeout(() => {
+        lookCloser();
+        if (!found) attempt(find);
+    }, 150);
 }
 
 /** What takes longer than a picture: its hash, and the grid's report. */
@@ -225,7 +246,7 @@ function draw() {
 /** Where a large picture's part in view is warped anew. */
 function moved() {
     draw();
-    if (picture && picture.divisor > 1) changed();
+    if (picture && picture.divisor > 1) refresh();
 }
 
 function fit() {

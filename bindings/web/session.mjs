@@ -54,9 +54,9 @@ export class Session {
     /** Makes the grid of a warp; what is warped from then on, is warped by it. */
     setWarp(warp) {
         const { width, height } = this.size;
-        this.warp = warp;
-        this.grid = gridOf(this.engine, warp, width, height);
-        this.warpedRows = 0;
+        const grid = gridOf(this.engine, warp, width, height);
+        if (!this.grid || grid.some((value, i) => value !== this.grid[i])) this.warpedRows = 0;
+        Object.assign(this, { warp, grid });
         return { ...this.engine.mesh(this.grid, width, height), values: this.grid };
     }
 

@@ -113,6 +113,7 @@ def test_what_is_embedded_is_shown(page, web):
     assert "35 of 35" in page["verdict"].text
     assert NAME in page["name"].text and not page.browser.find_elements(By.TAG_NAME, "b")
     assert (web / "live.html").stat().st_size < 400000
+    assert all(module.stat().st_size <= 150000 for module in web.glob("*.wasm"))
     page["form"].send_keys("raw")
     assert "-o warped_320x192.nv12" in page.check()
     page.see("embedded")
