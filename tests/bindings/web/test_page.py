@@ -130,6 +130,24 @@ def test_warps_of_the_tool_are_embedded(page, vantor, options):
     assert all(str(option) in page.check() for option in options[1:2])
 
 
+@pytest.mark.parametrize("name", ["photo.jpg", "odd_111x65.y4m", "still_112x66.i420", "still_100x70.p010", "-gray.png"])
+def test_pictures_of_the_tool_are_embedded(page, vantor, rng, name):
+    if name.endswith("010"):
+        pathlib.Path(name).write_bytes(rng.randbytes(100 * 70 * 3))
+    elif name.startswith("odd"):
+        clip = y4m(rng, 111, 65, "XCOLORRANGE=FULL")
+        pathlib.Path(name).write_bytes(clip[:clip.rindex(b"FRAME")])
+    elif name.startswith("still"):
+        pathlib.Path(name).write_bytes(rng.randbytes(112 * 66 * 3 // 2))
+    elif name.startswith("-"):
+        pathlib.Path(name).write_bytes(png(rng, 101, 67, 4, depth=8))
+    else:
+        vantor("scale", NAME, "-o", name, "--size", "100%")
+    vantor("live", f"./{name}", "-o", "other.html", "--lens", 0.1)
+    page.open("other.html")
+    assert name in page.check()
+
+
 def test_numbers_are_typed_and_undone(page):
     first = page.hash()
     page.set("lens-0", -0.25)
