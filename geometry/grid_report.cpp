@@ -36,14 +36,6 @@ bool isFolded(const Nodes& nodes, size_t row, size_t column) {
     return false;
 }
 
-int countFolded(const Nodes& nodes) {
-    int folded = 0;
-    for (size_t row = 0; row < kGridCells; ++row) {
-        for (size_t column = 0; column < kGridCells; ++column) folded += isFolded(nodes, row, column);
-    }
-    return folded;
-}
-
 bool isFromInside(const SourceRows& rows, int column, Size frame) {
     return isInside(rows.x()[column], frame.width) && isInside(rows.y()[column], frame.height);
 }
@@ -64,6 +56,14 @@ bool isBeyondRange(int32_t value) {
     return clampDisplacement(value >> 1) != value >> 1;
 }
 
+std::bitset<kGridCells * kGridCells> foldedCells(const Grid& grid, Size frame) {
+    const Nodes nodes = sourcesOf(grid, frame);
+    std::bitset<kGridCells * kGridCells> folded;
+    for (size_t cell = 0; cell < folded.size(); ++cell)
+        folded[cell] = isFolded(nodes, cell / kGridCells, cell % kGridCells);
+    return folded;
+}
+
 NodeReport examineNodes(const Grid& grid, Size frame) {
     const auto beyond = std::count_if(std::begin(grid.dX), std::end(grid.dX), isBeyondRange) +
                         std::count_if(std::begin(grid.dY), std::end(grid.dY), isBeyondRange);
@@ -77,7 +77,7 @@ NodeReport examineNodes(const Grid& grid, Size frame) {
                                   std::max(report.maxDisplacement.y, displacement.y)};
     }
     report.nodesBeyondRange = static_cast<int>(beyond);
-    report.foldedCells = countFolded(sourcesOf(grid, frame));
+    report.foldedCells = static_cast<int>(foldedCells(grid, frame).count());
     return report;
 }
 

@@ -1,6 +1,7 @@
 // What a grid does, without looking at a picture.
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 
 #include "geometry/warp_map.h"
@@ -10,12 +11,15 @@ namespace vantor {
 /// Whether the engine cannot hold half of a node's value.
 bool isBeyondRange(int32_t value);
 
+/// Row by row: cells that are turned over or without area in a corner.
+std::bitset<kGridCells * kGridCells> foldedCells(const Grid& grid, Size frame);
+
 /// What the nodes alone tell.
 struct NodeReport {
     Point minDisplacement;  ///< of the nodes, in pixels
     Point maxDisplacement;
     int nodesBeyondRange;  ///< whose half value the engine cannot hold
-    int foldedCells;       ///< of 1024: turned over or without area in a corner
+    int foldedCells;       ///< of 1024
 
     bool isFaulty() const { return foldedCells != 0 || nodesBeyondRange != 0; }
 };

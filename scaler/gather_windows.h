@@ -19,8 +19,12 @@ constexpr int kVectorColumns = 64;
 constexpr int kStripColumns = 768;
 
 /// The same where the stack is deep, in up to 60 KB of it: whole rows, mostly, which is what the prefetchers
-/// of caches like best, and fewer calls per row.
+/// of caches like best, and fewer calls per row. In browsers the size of the code counts more.
+#if defined(__wasm__)
+constexpr int kWideStripColumns = kStripColumns;
+#else
 constexpr int kWideStripColumns = 2048;
+#endif
 
 /// The elements of consecutive output columns, at least one. Up to paddedColumns(columns) both arrays repeat
 /// their last entry.

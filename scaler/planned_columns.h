@@ -36,7 +36,7 @@ constexpr std::array<uint32_t, kWideStripColumns> makePackedTaps() {
     return taps;
 }
 
-constexpr std::array<uint32_t, kWideStripColumns> kPackedTaps = makePackedTaps();
+inline constexpr std::array<uint32_t, kWideStripColumns> kPackedTaps = makePackedTaps();
 
 /// Copies the elements of the padded columns without gaps.
 inline void packElements(const uint8_t* row, const ColumnTaps& taps, uint8_t* packed) {

@@ -14,6 +14,7 @@ DRAWING = ROOT / "docs/images/rooms.svg"
 FLOORS = """
 bindings/gstreamer
 verification/dpi
+bindings/web
 tools/vantor
 tools/vantor/commands
 tools/vantor/clip

@@ -1,3 +1,5 @@
+#include "bindings/c/colour.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -184,14 +186,14 @@ void encodeChroma(const Encoding& encoding, const vantor_image& dst, const vanto
 }
 
 template <typename Encoding>
-void decode(const Encoding& encoding, const vantor_rgb& dst, const vantor_image& src) {
+void decode(const Encoding& encoding, const vantor_rgb& dst, int pixelBytes, const vantor_image& src) {
     for (int row = 0; row < dst.height; ++row) {
         const uint8_t* const luma = src.plane[0] + row * src.stride[0];
         const ChromaRow chroma(src, row / 2);
         uint8_t* pixel = dst.pixels + row * dst.stride;
         for (int left = 0; left < dst.width; left += 2) {
             const auto tint = encoding.tint(chroma.at(left / 2));
-            for (int x = left; x < std::min(left + 2, dst.width); ++x, pixel += 3) {
+            for (int x = left; x < std::min(left + 2, dst.width); ++x, pixel += pixelBytes) {
                 const auto [red, green, blue] = encoding.rgb(luma[x], tint);
                 pixel[0] = red;
                 pixel[1] = green;
@@ -242,6 +244,11 @@ void checkPair(const vantor_image& image, const char* imageName, const vantor_rg
 }
 
 }  // namespace
+
+void decodePixels(const vantor_rgb& dst, int pixelBytes, const vantor_image& src, int encoding) {
+    withEncoding(encoding, [&](const auto& decoder) { decode(decoder, dst, pixelBytes, src); });
+}
+
 }  // namespace vantor::c
 
 using namespace vantor::c;
@@ -263,6 +270,6 @@ int vantor_to_rgb(const vantor_rgb* dst, const vantor_image* src, int encoding) 
         checkRgb("dst", dst);
         checkImage("src", src, kScaleLimit);
         checkPair(*src, "src", *dst, "dst");
-        withEncoding(encoding, [&](const auto& decoder) { decode(decoder, *dst, *src); });
+        decodePixels(*dst, 3, *src, encoding);
     });
 }

@@ -6,16 +6,21 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "bindings/c/failure.h"
-#include "bindings/c/thread_pool.h"
+
+namespace vantor::c {
+class ThreadPool;
+}
 
 struct vantor_engine {
+    vantor_engine();
+    ~vantor_engine();
+
     int threads = 1;
     vantor_runner* run = nullptr;
     void* opaque = nullptr;
-    std::optional<vantor::c::ThreadPool> pool;
+    std::unique_ptr<vantor::c::ThreadPool> pool;
     std::unique_ptr<int32_t[]> memory;
     size_t memoryWords = 0;
     char message[vantor::c::kMessageBytes] = {};

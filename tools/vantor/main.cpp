@@ -165,6 +165,7 @@ int runTool(int argc, char** argv) {
     addCrosscheck(app, run);
     addCompare(app, run);
     addView(app, run);
+    addLive(app, run);
     addChart(app, run);
     addInfo(app, run);
     addRecord(app, run, {argv + 1, argv + argc});

@@ -65,9 +65,12 @@ def run_shown(vantor, tmp_path_factory):
     def run(commands, dump):
         """`dump` has the bytes of dump.bin."""
         commands = re.sub(r"\\\n *", " ", commands)
-        for program in "ffmpeg", "xxh64sum":
-            lines = re.compile(rf".*\b{program}\b.*\n")
-            if not shutil.which(program) and lines.search(commands):
+        missing = [program for program in ("ffmpeg", "xxh64sum") if not shutil.which(program)]
+        if "no engine for browsers" in vantor.run("live photo.png -o live.html").text:
+            missing.append("vantor live")
+        for program in missing:
+            lines = re.compile(rf"(.*\b{program}\b.*\n)")
+            if lines.search(commands):
                 warnings.warn(f"{program} is not installed; not run: {lines.findall(commands)}")
                 commands = lines.sub("", commands)
         shell(f"cp -r {files}/. .; truncate -s {dump} dump.bin\n{commands}", ".")

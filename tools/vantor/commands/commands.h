@@ -24,6 +24,7 @@ void addStimulus(CLI::App& app, Run& run);
 void addCrosscheck(CLI::App& app, Run& run);
 void addCompare(CLI::App& app, Run& run);
 void addView(CLI::App& app, Run& run);
+void addLive(CLI::App& app, Run& run);
 void addChart(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
 void addRecord(CLI::App& app, Run& run, const std::vector<std::string>& arguments);

@@ -25,27 +25,6 @@ Point parsePoint(const std::string& option, const std::string& text) {
     return {numbers[0], numbers[1]};
 }
 
-WarpParts partsOf(const WarpOptions& options) {
-    WarpParts parts;
-    parts.rotate = options.rotate;
-    parts.zoom = options.zoom;
-    if (!(std::isfinite(options.rotate))) throw UserError("--rotate: expected degrees, such as 2.5");
-    if (!(options.zoom > 0 && std::isfinite(options.zoom))) {
-        throw UserError("--zoom " + std::to_string(options.zoom) + ": expected a number above 0");
-    }
-    if (!options.shear.empty()) parts.shear = parsePoint("--shear", options.shear);
-    if (parts.shear.x * parts.shear.y == 1)
-        throw UserError("--shear " + options.shear + ": X times Y must not be 1");
-    if (!options.shift.empty()) parts.shift = parsePoint("--shift", options.shift);
-    if (!options.center.empty()) parts.center = parsePoint("--center", options.center);
-    if (!options.lens.empty()) {
-        const std::vector<double> lens = parseNumbers("--lens", options.lens, 1, 5);
-        if (lens.size() == 4) throw UserError("--lens " + options.lens + ": expected K1[,K2[,K3[,P1,P2]]]");
-        std::copy(lens.begin(), lens.end(), parts.lens.begin());
-    }
-    return parts;
-}
-
 std::array<int16_t, 6> parseMatrix(const std::string& text) {
     std::array<int16_t, 6> matrix;
     const std::vector<double> numbers = parseNumbers("--matrix", text, 6, 6);
@@ -56,12 +35,6 @@ std::array<int16_t, 6> parseMatrix(const std::string& text) {
         matrix[i] = static_cast<int16_t>(numbers[i]);
     }
     return matrix;
-}
-
-Calibration calibrationOf(const WarpOptions& options) {
-    CalibrationHints hints{options.isFisheye, {}, options.camera, options.extrinsics, note};
-    if (!options.calibratedSize.empty()) hints.size = parseSize("--calibrated-size", options.calibratedSize);
-    return readCalibration(options.calibration, hints);
 }
 
 /// Exactly one description of the warp, with values in range.
@@ -150,6 +123,33 @@ void noteRange(const std::string& file, const Grid& grid) {
 }
 
 }  // namespace
+
+WarpParts partsOf(const WarpOptions& options) {
+    WarpParts parts;
+    parts.rotate = options.rotate;
+    parts.zoom = options.zoom;
+    if (!(std::isfinite(options.rotate))) throw UserError("--rotate: expected degrees, such as 2.5");
+    if (!(options.zoom > 0 && std::isfinite(options.zoom))) {
+        throw UserError("--zoom " + std::to_string(options.zoom) + ": expected a number above 0");
+    }
+    if (!options.shear.empty()) parts.shear = parsePoint("--shear", options.shear);
+    if (parts.shear.x * parts.shear.y == 1)
+        throw UserError("--shear " + options.shear + ": X times Y must not be 1");
+    if (!options.shift.empty()) parts.shift = parsePoint("--shift", options.shift);
+    if (!options.center.empty()) parts.center = parsePoint("--center", options.center);
+    if (!options.lens.empty()) {
+        const std::vector<double> lens = parseNumbers("--lens", options.lens, 1, 5);
+        if (lens.size() == 4) throw UserError("--lens " + options.lens + ": expected K1[,K2[,K3[,P1,P2]]]");
+        std::copy(lens.begin(), lens.end(), parts.lens.begin());
+    }
+    return parts;
+}
+
+Calibration calibrationOf(const WarpOptions& options) {
+    CalibrationHints hints{options.isFisheye, {}, options.camera, options.extrinsics, note};
+    if (!options.calibratedSize.empty()) hints.size = parseSize("--calibrated-size", options.calibratedSize);
+    return readCalibration(options.calibration, hints);
+}
 
 bool WarpOptions::hasParts() const {
     return std::any_of(parts.begin(), parts.end(), [](const CLI::Option* part) { return part->count() > 0; });

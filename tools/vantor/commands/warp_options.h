@@ -77,6 +77,10 @@ inline Grid gridFrom(const WarpOptions& options, Size picture, Size frame) {
     return warpFrom(options, picture, frame).grid;
 }
 
+/// The parts, or the calibration, that the options give.
+WarpParts partsOf(const WarpOptions& options);
+Calibration calibrationOf(const WarpOptions& options);
+
 /// The grids of all frames, if each has its own.
 std::shared_ptr<GridSequence> gridsFrom(const WarpOptions& options);
 

@@ -5,6 +5,7 @@
 
 #include "tools/vantor/drawing/drawing.h"
 #include "tools/vantor/drawing/grid_mesh.h"
+#include "tools/vantor/drawing/page_data.h"
 #include "tools/vantor/drawing/view_page_html.h"
 #include "tools/vantor/io/png_file.h"
 
@@ -13,21 +14,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string base64(const std::vector<uint8_t>& bytes) {
-    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    text.reserve(bytes.size() / 3 * 4 + 4);
-    for (size_t i = 0; i < bytes.size(); i += 3) {
-        const size_t count = std::min<size_t>(3, bytes.size() - i);
-        uint32_t group = 0;
-        for (size_t k = 0; k < 3; ++k) group = group << 8 | (k < count ? bytes[i + k] : 0);
-        for (size_t k = 0; k < 4; ++k) text += k <= count ? kDigits[group >> (18 - 6 * k) & 63] : '=';
-    }
-    return text;
-}
-
 std::string asUri(const std::string& name, const Picture& picture) {
-    return "data:image/png;base64," + base64(encodePng(name, picture));
+    const std::vector<uint8_t> png = encodePng(name, picture);
+    return "data:image/png;base64," + base64(png.data(), png.size());
 }
 
 Picture toGray(const Component& component) {
@@ -109,14 +98,7 @@ std::vector<uint8_t> viewPage(const std::vector<ViewedPicture>& pictures,
         json["cells"] = meshPath([&](int row, int column) { return nodePosition(row, column, grid->frame); });
         json["arrows"] = arrowsPath(*grid);
     }
-    std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
-    // Nothing in the data ends its element.
-    for (size_t at = 0; (at = text.find('<', at)) != std::string::npos;) text.replace(at, 1, "\\u003c");
-    const std::string page = kViewPage;
-    const std::string marker = "VANTOR_VIEW_DATA";
-    const size_t place = page.find(marker);
-    const std::string whole = page.substr(0, place) + text + page.substr(place + marker.size());
-    return {whole.begin(), whole.end()};
+    return filledPage(kViewPage, "VANTOR_VIEW_DATA", json);
 }
 
 }  // namespace vantor::tool
