@@ -53,7 +53,7 @@ def test_many_are_compared_with_a_directory_or_a_pattern(vantor):
 @pytest.mark.parametrize("arguments, text", [
     ("in/a.png in/b.png -o out/x.png", "--output out/x.png: 2 inputs: expected a directory, such as DIR"),
     ("in/a.png in/b.png -o -", "--output -: 2 inputs: expected a directory"),
-    ("in/a.png in/b.png -o nowhere/", "--output nowhere: no such directory"),
+    ("in/a.png in/b.png -o chart.png/", "--output chart.png: cannot make the directory: "),
     ("in/a.png chart.png -o out/%d_%02d.png", "several numbers in the pattern, expected one, such as %03d"),
     ("in/a.png -o out/%0999d.png", "%0999d: expected at most 99 digits"),
     ("in/a.png ./in/../in/a.png -o out/", "out/a.png: in/a.png and ./in/../in/a.png would both be written to it"),

@@ -50,7 +50,6 @@ def test_the_hash_of_a_record_is_that_of_the_picture_in_the_library(vantor, char
 
 
 def test_what_a_record_holds_is_saved_before_and_after_the_request(vantor, chart, directory):
-    (directory / "out").mkdir()
     vantor("record bug.vrec warp chart.png -o x.nv12 --rotate 3")
     vantor("grid --rotate 3 --size 320x180 -o turn.grid")
     saved = vantor("replay bug.vrec --save out --json").json()["saved"]
@@ -62,6 +61,6 @@ def test_what_a_record_holds_is_saved_before_and_after_the_request(vantor, chart
     assert (directory / "again.nv12").read_bytes() == (directory / "x.nv12").read_bytes()
     text = "--save out/source_320x180.nv12: expected another file than out/source_320x180.nv12"
     vantor("replay bug.vrec --save out --source out/source_320x180.nv12", 2, text)
-    vantor("replay bug.vrec --save none", 2, "--save none: no such directory")
+    vantor("replay bug.vrec --save bug.vrec", 2, "--save bug.vrec: cannot make the directory: ")
     vantor("record --hashes-only hashes.vrec scale chart.png -o x.png --size 8x8")
     vantor("replay hashes.vrec --save out --source chart.png", text="saved: out/replayed_8x8.nv12")

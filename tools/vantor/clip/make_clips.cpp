@@ -76,7 +76,7 @@ std::vector<std::string> outputsOf(const MakeOptions& options) {
     const BatchNames names("--output", options.output);
     std::vector<std::string> outputs;
     for (const std::string& input : options.inputs) outputs.push_back(names.of(outputs.size(), input));
-    checkBatchOutputs("--output", outputs, options.inputs, clip.alsoRead, clip.overwriteInput,
+    prepareBatchOutputs("--output", outputs, options.inputs, clip.alsoRead, clip.overwriteInput,
                       "; --overwrite-input replaces it");
     return outputs;
 }

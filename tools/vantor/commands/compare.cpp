@@ -284,7 +284,7 @@ std::vector<CompareOptions> pairsOf(const CompareCommand& command) {
         expectPngName("--heatmap", pair.heatmap);
         outputs.push_back(pair.heatmap);
     }
-    checkBatchOutputs("--heatmap", outputs, read, {}, false, {});
+    prepareBatchOutputs("--heatmap", outputs, read, {}, false, {});
     return pairs;
 }
 

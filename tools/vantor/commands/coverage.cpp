@@ -74,7 +74,7 @@ int run(const CoverageCommand& command) {
     for (const std::string& report : command.reports) addReport(coverage, report);
     for (const std::string& input : command.inputs) addPicture(coverage, input, command.request);
     const std::string json = toText(documentOf(nlohmann::ordered_json::parse(coverage.json())), 1) + "\n";
-    if (!command.output.empty()) writeFile(command.output, {json.begin(), json.end()});
+    if (!command.output.empty()) writeFile(command.output, json);
     std::istringstream lines(command.json ? json : coverage.report());
     for (std::string line; std::getline(lines, line);) printLine("%s", line.c_str());
     return coverage.isComplete() ? kDone : kDifferent;

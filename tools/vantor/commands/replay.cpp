@@ -34,8 +34,7 @@ struct ReplayCommand {
 class Saver {
 public:
     explicit Saver(const ReplayCommand& command) : command_(command) {
-        if (isWanted() && !std::filesystem::is_directory(command.directory))
-            throw UserError("--save " + command.directory + ": no such directory");
+        if (isWanted()) makeDirectory("--save " + command.directory, command.directory);
     }
 
     /// As NAME_WIDTHxHEIGHT with the format as its extension. Nothing of a picture of which the record has

@@ -147,7 +147,7 @@ int serve(const ServeOptions& options) {
     report.summarizeAll();
     if (accounts) {
         const std::string json = accounts->finish() + "\n";
-        writeFile(options.coverage, {json.begin(), json.end()});
+        writeFile(options.coverage, json);
     }
     return kDone;
 }

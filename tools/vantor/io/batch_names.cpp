@@ -98,18 +98,15 @@ void checkBatchInputs(const std::vector<std::string>& inputs, const FileOptions&
     }
 }
 
-void checkBatchOutputs(const std::string& option, const std::vector<std::string>& outputs,
-                       const std::vector<std::string>& inputs, const std::vector<std::string>& read,
-                       bool overwriteInput, const std::string& hint) {
+void prepareBatchOutputs(const std::string& option, const std::vector<std::string>& outputs,
+                         const std::vector<std::string>& inputs, const std::vector<std::string>& read,
+                         bool overwriteInput, const std::string& hint) {
     std::unordered_map<std::string, size_t> inputAt;
     std::unordered_map<std::string, size_t> outputAt;
     std::set<std::string> directories;
     for (size_t i = 0; i < inputs.size(); ++i) inputAt.emplace(identity(inputs[i]), i);
     for (size_t i = 0; i < outputs.size(); ++i) {
-        const std::string directory = fs::path(outputs[i]).parent_path().string();
-        if (directories.insert(directory).second && !directory.empty() && !isDirectory(directory)) {
-            throw UserError(option + " " + directory + ": no such directory");
-        }
+        directories.insert(fs::path(outputs[i]).parent_path().string());
         expectOtherFile(option, outputs[i], read);
         const std::string file = identity(outputs[i]);
         const auto input = inputAt.find(file);
@@ -123,6 +120,8 @@ void checkBatchOutputs(const std::string& option, const std::vector<std::string>
                             " would both be written to it");
         }
     }
+    for (const std::string& directory : directories)
+        if (!directory.empty()) makeDirectory(option + " " + directory, directory);
 }
 
 }  // namespace vantor::tool

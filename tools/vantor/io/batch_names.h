@@ -33,11 +33,11 @@ private:
 /// either.
 void checkBatchInputs(const std::vector<std::string>& inputs, const FileOptions& options);
 
-/// Refuses, before any work is done, outputs without a directory, two with one name, and those that are an
-/// input or another file that is read. An output may replace its own input where `overwriteInput` says so;
-/// `hint` is how users say it.
-void checkBatchOutputs(const std::string& option, const std::vector<std::string>& outputs,
-                       const std::vector<std::string>& inputs, const std::vector<std::string>& read,
-                       bool overwriteInput, const std::string& hint);
+/// Refuses, before any work is done, two outputs with one name, and those that are an input or another file
+/// that is read; then makes directories that are missing. An output may replace its own input where
+/// `overwriteInput` says so; `hint` is how users say it.
+void prepareBatchOutputs(const std::string& option, const std::vector<std::string>& outputs,
+                         const std::vector<std::string>& inputs, const std::vector<std::string>& read,
+                         bool overwriteInput, const std::string& hint);
 
 }  // namespace vantor::tool

@@ -21,7 +21,7 @@ void writeCamera(const std::string& path, const Camera& camera, Size size) {
                 {"distortion_coefficients", matrix(1, 5, std::vector<double>(5))}},
                2) +
         "\n";
-    writeFile(path, {text.begin(), text.end()});
+    writeFile(path, text);
 }
 
 }  // namespace vantor::tool

@@ -23,7 +23,7 @@ Grid readGrid(const std::string& path) {
 void writeGrid(const std::string& path, const Grid& grid, const std::string& comment) {
     const bool isText = std::filesystem::path(path).extension() == ".txt";
     const std::string bytes = isText ? toText(grid, escapeForTerminal(comment)) : toBinary(grid);
-    writeFile(path, {bytes.begin(), bytes.end()});
+    writeFile(path, bytes);
 }
 
 }  // namespace vantor::tool

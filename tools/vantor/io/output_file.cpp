@@ -205,6 +205,18 @@ void writeFile(const std::string& path, const std::vector<uint8_t>& bytes) {
     file.finish();
 }
 
+void writeFile(const std::string& path, const std::string& text) {
+    OutputFile file(path);
+    file.write(text, nullptr, 0);
+    file.finish();
+}
+
+void makeDirectory(const std::string& name, const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) throw UserError(name + ": cannot make the directory: " + error.message());
+}
+
 void expectOtherFile(const std::string& option, const std::string& path,
                      const std::vector<std::string>& others, const std::string& hint) {
     for (const std::string& other : others) {

@@ -49,6 +49,10 @@ private:
 };
 
 void writeFile(const std::string& path, const std::vector<uint8_t>& bytes);
+void writeFile(const std::string& path, const std::string& text);
+
+/// Makes a directory, and those that it is in, unless it exists. Errors begin with `name`.
+void makeDirectory(const std::string& name, const std::string& path);
 
 /// Throws a UserError if what `option` names for writing is one of the other files of a run, by whatever
 /// path; `hint` is the end of its message. "-" is standard output: among the others something

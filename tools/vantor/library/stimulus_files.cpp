@@ -1,8 +1,6 @@
 #include "tools/vantor/library/stimulus_files.h"
 
-#include <sys/stat.h>
 
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
 
@@ -61,10 +59,6 @@ std::string benchArguments(const std::string& input, Size from, const std::strin
            (grid.empty() ? size("to_", to) : " +grid=" + grid) + "\n";
 }
 
-void writeText(const std::string& path, const std::string& text) {
-    writeFile(path, {text.begin(), text.end()});
-}
-
 }  // namespace
 
 verification::Limits limitsFrom(const std::string& text) {
@@ -78,9 +72,7 @@ verification::Limits limitsFrom(const std::string& text) {
 
 void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint32_t seed,
                    const std::string& limits) {
-    if (mkdir(directory.c_str(), 0777) != 0 && errno != EEXIST) {
-        throw UserError(directory + ": cannot make the directory: " + std::strerror(errno));
-    }
+    makeDirectory(directory, directory);
     Json requests = Json::array();
     std::string arguments;
     for (size_t i = 0; i < stimulus.pictures.size(); ++i) {
@@ -113,8 +105,8 @@ void writeStimulus(const std::string& directory, const Stimulus& stimulus, uint3
     const Json manifest{
         {"model", vantor_version()},     {"selftest", hash},    {"seed", seed}, {"limits", limits},
         {"samples", stimulus.samples()}, {"requests", requests}};
-    writeText(directory + "/bench.txt", arguments);
-    writeText(directory + kManifest, toText(manifest, 1) + "\n");
+    writeFile(directory + "/bench.txt", arguments);
+    writeFile(directory + kManifest, toText(manifest, 1) + "\n");
 }
 
 bool isStimulus(const std::string& path) {

@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "bindings/c/grid_view.h"
-#include "tools/vantor/base/error.h"
+#include "tools/vantor/io/output_file.h"
 #include "tools/vantor/library/build_facts.h"
 #include "tools/vantor/library/timed.h"
 
@@ -38,9 +38,7 @@ RecordedPicture recordedRegion(const BackendPicture& picture) {
 }  // namespace
 
 TraceDirectory::TraceDirectory(const std::string& path) : path_(path) {
-    std::error_code error;
-    fs::create_directories(path, error);
-    if (error) throw UserError("--record " + path + ": cannot make the directory: " + error.message());
+    makeDirectory("--record " + path, path);
     while (fs::exists(fileOf(last_ + 1))) ++last_;
 }
 

@@ -1,9 +1,7 @@
 #include "tools/vantor/library/trace_files.h"
 
-#include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <deque>
 
@@ -266,9 +264,7 @@ void writeTrace(const std::string& directory, Model& model, const TraceRegion& r
             "about " + std::to_string(static_cast<int64_t>(bytes / 1e6)) +
             " MB of text, expected 1000 at most: take --format npy, or a part of the output by --region");
     }
-    if (mkdir(directory.c_str(), 0777) != 0 && errno != EEXIST) {
-        throw UserError(directory + ": cannot make the directory: " + std::strerror(errno));
-    }
+    makeDirectory(directory, directory);
     std::string readme =
         "Stage vectors of " + what + "\nregion: " + std::to_string(region.left) + "," +
         std::to_string(region.top) + "," + std::to_string(region.size.width) + "," +
