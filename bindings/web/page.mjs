@@ -54,7 +54,11 @@ const tool = () => document.querySelector("[name=tool]:checked").value;
 const isChecked = id => byId(id).checked;
 const warp = () => history.state;
 
-function say(text) { byId("note").textContent = text; }
+/** A problem, until the next file is opened or, of a warp, until another one succeeds. */
+function say(text, cause = "") {
+    byId("note").textContent = text;
+    byId("note").dataset.cause = cause;
+}
 
 async function attempt(work) {
     try {
@@ -64,18 +68,24 @@ async function attempt(work) {
     }
 }
 
-// The picture, as exact as it can be in time: all of it, the part in view, or all of a reduced one.
+// The picture, as exact as it can be in time: what is in view of it, or all of a reduced one.
 
-function partInView() {
+/** The columns and rows in view, from `column` on. */
+function partInView(column = 0) {
     const { width, height } = picture;
-    if (picture.divisor === 1) return { x: 0, y: 0, width, height };
     const even = value => value - value % 2;
-    const x = even(clamp(0, Math.floor(-view.left / view.zoom), width - 1));
+    const x = even(clamp(0, Math.floor(Math.max(column, -view.left / view.zoom)), width - 1));
     const y = even(clamp(0, Math.floor(-view.top / view.zoom), height - 1));
     const right = clamp(x + 1, Math.ceil((view.width - view.left) / view.zoom), width);
     const bottom = clamp(y + 1, Math.ceil((view.height - view.top) / view.zoom), height);
-    const part = { x, y, width: right - x, height: bottom - y };
-    return part.width * part.height <= MAX_EXACT ? part : null;
+    return { x, y, width: right - x, height: bottom - y };
+}
+
+/** The parts of the source and of the result that are shown, or nulls for all of both reduced. */
+function partsShown() {
+    const source = picture.divisor > 1 ? partInView() : { x: 0, y: 0, width: picture.width, height: picture.height };
+    if (source.width * source.height > MAX_EXACT) return [null, null];
+    return [source, partInView(isChecked("divide") ? view.split : 0)];
 }
 
 function put(id, shown, part) {
@@ -121,14 +131,14 @@ async function render() {
 
 /** A picture of the present state, or null where there is none. */
 async function ask() {
-    const part = partInView();
-    const key = JSON.stringify([picture.id, part]);
+    const [source, part] = partsShown();
+    const key = JSON.stringify([picture.id, source]);
     try {
-        if (pump.source !== key) put("before", await call("show", "before", part), part);
+        if (pump.source !== key) put("before", await call("show", "before", source), source);
         pump.source = key;
         return { part, ...await call("render", warp(), part) };
     } catch (error) {
-        say(error.message);
+        say(error.message, "warp");
         return null;
     }
 }
@@ -136,7 +146,7 @@ async function ask() {
 function present({ part, ...shown }) {
     mesh = shown.mesh;
     put("after", shown, part);
-    say("");
+    if (byId("note").dataset.cause === "warp") say("");
     byId("reduced").hidden = part !== null;
     byId("reduced").textContent = `reduced view, 1:${picture.divisor}; the loupe is exact`;
     document.body.dataset.shown = Number(document.body.dataset.shown || 0) + 1;
@@ -224,11 +234,11 @@ function draw() {
     const split = clamp(0, view.left + view.split * view.zoom, view.width);
     byId("before").style.visibility = isDivided ? "" : "hidden";
     const after = byId("after");
-    const { x } = after.shows || { x: 0 };
-    const cut = (view.split - x) * after.width / (after.shows ? after.shows.width : 1);
-    after.style.clipPath = isDivided ? `inset(0 0 0 ${clamp(0, cut, after.width)}px)` : "";
+    const cutOf = canvas => (view.split - (canvas.shows ? canvas.shows.x : 0)) * canvas.width /
+        (canvas.shows ? canvas.shows.width : 1);
+    after.style.clipPath = isDivided ? `inset(0 0 0 ${clamp(0, cutOf(after), after.width)}px)` : "";
     const before = byId("before");
-    before.style.clipPath = `inset(0 ${clamp(0, before.width - cut, before.width)}px 0 0)`;
+    before.style.clipPath = `inset(0 ${clamp(0, before.width - cutOf(before), before.width)}px 0 0)`;
     for (const id of ["divider", "tag-before", "tag-after"]) byId(id).hidden = !isDivided;
     byId("divider").style.left = `${split}px`;
     byId("divider").setAttribute("aria-valuenow", Math.round(view.split));
@@ -243,10 +253,10 @@ function draw() {
     byId("hottest").textContent = `${largest.toFixed(1)} px`;
 }
 
-/** Where a large picture's part in view is warped anew. */
+/** Only what is in view is warped. */
 function moved() {
     draw();
-    if (picture && picture.divisor > 1) refresh();
+    if (picture) refresh();
 }
 
 function fit() {
@@ -277,7 +287,7 @@ function panBy(x, y) {
 
 function splitTo(column) {
     view.split = clamp(0, column, picture.width);
-    draw();
+    moved();
 }
 
 // The pixel, its explanation and the loupe.
@@ -723,7 +733,8 @@ function connect() {
         await openFiles([...input.files]);
         input.value = "";
     });
-    onChange(["mesh", "arrows", "heat", "divide"], draw);
+    onChange(["mesh", "arrows", "heat"], draw);
+    onChange(["divide"], moved);
     onChange(["loupe"], lookCloser);
     for (const input of document.querySelectorAll("[name=tool]")) input.addEventListener("input", draw);
     for (const input of document.querySelectorAll("[name=kind]")) {
@@ -778,7 +789,7 @@ function connect() {
         stage.classList.remove("drop");
         openFiles([...event.dataTransfer.files]);
     });
-    new ResizeObserver(() => (view.isFitted ? fit() : draw())).observe(stage);
+    new ResizeObserver(() => (view.isFitted ? fit() : moved())).observe(stage);
 }
 
 /** The warp that `vantor live` was given. */

@@ -38,10 +38,10 @@ def rng():
 
 @pytest.fixture(scope="session")
 def web(request):
-    path = pathlib.Path(request.config.getoption("--web")).resolve()
-    if not (path / "vantor.wasm").exists():
-        pytest.skip("no WebAssembly is built: its tool chain is missing")
-    return path
+    tool = [request.config.getoption("--vantor"), "live", "-", "-o", "-"]
+    if b"no engine for browsers" in subprocess.run(tool, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE).stderr:
+        pytest.skip("the tool is built without the live page")
+    return pathlib.Path(request.config.getoption("--web")).resolve()
 
 
 @pytest.fixture(scope="session")
