@@ -25,19 +25,19 @@ VantorFilter* filterOf(gpointer object) {
     return static_cast<VantorFilter*>(object);
 }
 
-void setProperty(GObject* object, guint property, const GValue* value, GParamSpec* spec) {
+void setProperty(GObject* object, guint property, const GValue* value, GParamSpec* parameter) {
     if (property == kThreads) {
         filterOf(object)->state->engine.setThreads(static_cast<int>(g_value_get_uint(value)));
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, parameter);
     }
 }
 
-void getProperty(GObject* object, guint property, GValue* value, GParamSpec* spec) {
+void getProperty(GObject* object, guint property, GValue* value, GParamSpec* parameter) {
     if (property == kThreads) {
         g_value_set_uint(value, static_cast<guint>(filterOf(object)->state->engine.threads()));
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, parameter);
     }
 }
 

@@ -28,19 +28,19 @@ gint* addBordersOf(gpointer object) {
     return &static_cast<VantorScale*>(object)->addBorders;
 }
 
-void setProperty(GObject* object, guint property, const GValue* value, GParamSpec* spec) {
+void setProperty(GObject* object, guint property, const GValue* value, GParamSpec* parameter) {
     if (property == kAddBorders) {
         g_atomic_int_set(addBordersOf(object), g_value_get_boolean(value));
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, parameter);
     }
 }
 
-void getProperty(GObject* object, guint property, GValue* value, GParamSpec* spec) {
+void getProperty(GObject* object, guint property, GValue* value, GParamSpec* parameter) {
     if (property == kAddBorders) {
         g_value_set_boolean(value, g_atomic_int_get(addBordersOf(object)));
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, parameter);
     }
 }
 

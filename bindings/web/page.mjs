@@ -1,4 +1,4 @@
-// The page: controls and views of one session, which runs in a worker.
+// The page: controls and views of one workbench, which runs in a worker.
 import { cameraNames, readCalibration } from "./calibration.mjs";
 import { nearestNode, nodeAt, Overlay, sourceAt } from "./overlay.mjs";
 import { explanation } from "./explanation.mjs";

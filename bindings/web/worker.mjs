@@ -1,7 +1,7 @@
 // Answers the page's calls: { id, name, parts } by { id, made } or { id, problem }.
-import { Session } from "./session.mjs";
+import { Workbench } from "./workbench.mjs";
 
-let session;
+let workbench;
 let newest = 0;
 
 /** Lets messages in that have come meanwhile; true if there is one. */
@@ -15,11 +15,11 @@ function isStale(id) {
 
 async function answer(id, name, parts) {
     if (name === "start") {
-        session = await Session.start(...parts);
-        return session.about();
+        workbench = await Workbench.start(...parts);
+        return workbench.about();
     }
-    if (name === "findings") return session.findings(...parts, () => isStale(id));
-    return session[name](...parts);
+    if (name === "findings") return workbench.findings(...parts, () => isStale(id));
+    return workbench[name](...parts);
 }
 
 let last = Promise.resolve();

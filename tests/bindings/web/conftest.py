@@ -64,11 +64,11 @@ def hash_in(text):
     return re.search("hash ([0-9a-f]{16})", text)[1]
 
 
-class Session:
-    """The page's session in Node: its calls are those of session.mjs."""
+class Workbench:
+    """The page's workbench in Node: its calls are those of workbench.mjs."""
 
     def __init__(self, module):
-        script = pathlib.Path(__file__).with_name("session.mjs")
+        script = pathlib.Path(__file__).with_name("workbench.mjs")
         pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "text": True}
         self.process = subprocess.Popen(["node", script, ROOT / "bindings/web", module], **pipes)
 
@@ -82,16 +82,16 @@ class Session:
 
 
 @pytest.fixture(scope="session", params=["vantor", "vantor-simd"])
-def session(request, web):
+def workbench(request, web):
     module = web / f"{request.param}.wasm"
     if not module.exists():
         pytest.skip("no kernels for vectors of WebAssembly")
     if not shutil.which("node"):
         pytest.skip("nodejs is not installed")
-    session = Session(module)
-    yield session
-    session.process.stdin.close()
-    session.process.wait()
+    workbench = Workbench(module)
+    yield workbench
+    workbench.process.stdin.close()
+    workbench.process.wait()
 
 
 def chunk(name, content):

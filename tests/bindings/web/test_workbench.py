@@ -1,4 +1,4 @@
-"""The page's session in Node, against the tool: hashes, pixels, files, calibrations, and the command lines it shows."""
+"""The page's workbench in Node, against the tool: hashes, pixels, files, calibrations, and the command lines it shows."""
 
 import base64
 import json
@@ -43,39 +43,39 @@ def make(name, rng):
     return {"name": name, "options": ["--limit=1"] if name.endswith("y4m") else []}
 
 
-def test_the_published_pictures(session):
-    found = session("selftest")
+def test_the_published_pictures(workbench):
+    found = workbench("selftest")
     assert found["right"] == found["pictures"] > 30
 
 
 @pytest.mark.parametrize("name", PICTURES)
-def test_files_have_the_tools_hashes(session, vantor, rng, name):
+def test_files_have_the_tools_hashes(workbench, vantor, rng, name):
     picture = make(name, rng)
-    opened = session("open", name)
+    opened = workbench("open", name)
     described = warp(rotate=4, lens=[-0.1, 0.02, 0, 0.01, 0])
     is_odd = opened["kind"] != "gray" and (opened["width"] % 2 or opened["height"] % 2)
     raw = f"out_{opened['width']}x{opened['height']}.{'gray' if opened['kind'] == 'gray' else 'nv12'}"
     for form, output in ("raw", raw), ("png", "out.png"):
         if form == "raw" and is_odd:
             with pytest.raises(ValueError, match="must be even"):
-                session("warp", described, form)
+                workbench("warp", described, form)
             continue
-        shown = session("warp", described, form)["hash"]
-        printed = vantor(shell=session("command", picture, described, "x.grid", output))
+        shown = workbench("warp", described, form)["hash"]
+        printed = vantor(shell=workbench("command", picture, described, "x.grid", output))
         assert shown == hash_in(printed)
         # What the page saves is what the tool writes: samples, and the chunks about them.
-        session("save", form, f"saved_{output}")
+        workbench("save", form, f"saved_{output}")
         if form == "raw":
             assert pathlib.Path(f"saved_{output}").read_bytes() == pathlib.Path(output).read_bytes()
         else:
-            saved, own = session("pixels", f"saved_{output}"), session("pixels", output)
+            saved, own = workbench("pixels", f"saved_{output}"), workbench("pixels", output)
             assert saved == own
-            kept = session("open", output)["chunks"]
-            assert session("open", f"saved_{output}")["chunks"] == kept
+            kept = workbench("open", output)["chunks"]
+            assert workbench("open", f"saved_{output}")["chunks"] == kept
             assert name != "rgb.png" or set(kept) == {"gAMA", "iCCP"}
 
 
-def test_files_that_are_refused(session, rng):
+def test_files_that_are_refused(workbench, rng):
     good = png(rng, 100, 70, 2)
     deep = good[:24] + b"\x10" + good[25:]
     refused = {"cut.png": (good[:-20], "truncated"), "crc.png": (good[:50] + b"?" + good[51:], "CRC"),
@@ -88,10 +88,10 @@ def test_files_that_are_refused(session, rng):
     for name, (content, text) in refused.items():
         pathlib.Path(name).write_bytes(content)
         with pytest.raises(ValueError, match=text):
-            session("open", name)
+            workbench("open", name)
 
 
-def test_the_command_line_reproduces_the_controls(session, vantor, rng):
+def test_the_command_line_reproduces_the_controls(workbench, vantor, rng):
     names = ["it's <b>&\"x\".png", "-dash.png", "clip.y4m", "raw_128x70.nv12"]
     pathlib.Path(names[0]).write_bytes(png(rng, 144, 80, 2))
     pathlib.Path(names[1]).write_bytes(png(rng, 112, 70, 6))
@@ -101,14 +101,14 @@ def test_the_command_line_reproduces_the_controls(session, vantor, rng):
     vantor("grid", "--rotate", 3, "--size", "128x80", "-o", "own.txt")
     for i in range(int(os.environ.get("VANTOR_STATES", 10))):
         name = names[i % len(names)]
-        session("open", f"./{name}")
-        described = random_warp(session, rng)
+        workbench("open", f"./{name}")
+        described = random_warp(workbench, rng)
         try:
-            shown_hash = session("warp", described, "png", "live-made.grid")["hash"]
+            shown_hash = workbench("warp", described, "png", "live-made.grid")["hash"]
         except ValueError:  # such as an alpha that the lens does not allow
             shown_hash = None
         picture = {"name": name, "options": ["--limit=1"] if name.endswith("y4m") else []}
-        shown = session("command", picture, described, "live-made.grid", f"made{i}.png")
+        shown = workbench("command", picture, described, "live-made.grid", f"made{i}.png")
         if shown_hash:
             assert hash_in(vantor(shell=shown)) == shown_hash, shown
         else:
@@ -116,7 +116,7 @@ def test_the_command_line_reproduces_the_controls(session, vantor, rng):
                 vantor(shell=f"rm -f *.grid; {shown}")
 
 
-def random_warp(session, rng):
+def random_warp(workbench, rng):
     kind = rng.choice(["parts", "calibration", "grid"])
 
     def some(size, count):
@@ -126,7 +126,7 @@ def random_warp(session, rng):
     described = {"kind": kind, "parts": parts(some(40, 1)[0], zoom, some(0.4, 2), some(30, 2), some(0.3, 5))}
     if kind == "calibration":
         camera = rng.choice(["left", "right"])
-        numbers = session("calibration", "a 'pair'.yml", camera)
+        numbers = workbench("calibration", "a 'pair'.yml", camera)
         numbers["isFisheye"] = False
         described["calibration"] = {"name": "a 'pair'.yml", "camera": camera, "numbers": numbers, "declared": False}
         described["alpha"] = rng.choice([None, 0, 0.3, 1])
@@ -137,10 +137,10 @@ def random_warp(session, rng):
     return described
 
 
-def test_the_grid_report_is_the_tools(session, vantor, rng):
+def test_the_grid_report_is_the_tools(workbench, vantor, rng):
     make("rgb.png", rng)
-    session("open", "rgb.png")
-    found = session("warp", warp(zoom=0.5, rotate=10, lens=[3, 0, 0, 0, 0]), "png", "made.txt")
+    workbench("open", "rgb.png")
+    found = workbench("warp", warp(zoom=0.5, rotate=10, lens=[3, 0, 0, 0, 0]), "png", "made.txt")
     options = ["--size", "130x75", "--zoom", 0.5, "--rotate", 10, "--lens", 3, "-o", "own.txt"]
     own = json.loads(vantor("grid", "-q", "--json", *options))
     report = found["report"]
@@ -152,19 +152,19 @@ def test_the_grid_report_is_the_tools(session, vantor, rng):
     assert [line for line in lines[0] if line[:1] != "#"] == [line for line in lines[1] if line[:1] != "#"]
 
 
-def test_pixels_are_explained_as_by_the_tool(session, vantor, rng):
+def test_pixels_are_explained_as_by_the_tool(workbench, vantor, rng):
     make("rgb.png", rng)
-    session("open", "rgb.png")
-    session("warp", warp(rotate=-12, zoom=0.9), "png")
-    whole = base64.b64decode(session("part", {"x": 0, "y": 0, "width": 130, "height": 75}))
+    workbench("open", "rgb.png")
+    workbench("warp", warp(rotate=-12, zoom=0.9), "png")
+    whole = base64.b64decode(workbench("part", {"x": 0, "y": 0, "width": 130, "height": 75}))
     count = int(os.environ.get("VANTOR_PIXELS", 12))
     pixels = [(rng.randrange(130), rng.randrange(75)) for _ in range(count)]
-    for (x, y), explained in zip(pixels, session("explain", pixels)):
+    for (x, y), explained in zip(pixels, workbench("explain", pixels)):
         own = json.loads(vantor("explain", "-q", "rgb.png", x, y, "--rotate=-12", "--zoom=0.9", "--json"))
         assert explained == {name: value for name, value in own.items() if name not in ("schema", "warp")}
         # A part that is warped alone, as for the loupe, has the samples of the whole.
         left, top = x // 2 * 2, y // 2 * 2
-        part = base64.b64decode(session("part", {"x": left, "y": top, "width": 1, "height": 1}))
+        part = base64.b64decode(workbench("part", {"x": left, "y": top, "width": 1, "height": 1}))
         assert part == whole[4 * (top * 130 + left):][:4]
 
 
@@ -172,57 +172,57 @@ def camera_options(camera):
     return ["--camera", camera] if camera else []
 
 
-def same_or_refused(session, vantor, file, camera):
+def same_or_refused(workbench, vantor, file, camera):
     """Whether both readers make one grid of a calibration; False where both refuse it."""
     try:
         vantor("grid", "--calibration", file, *camera_options(camera), "--size", "320x180", "-o", "own.grid")
     except ValueError:
         with pytest.raises(ValueError):
-            read_by_page(session, file, camera)
+            read_by_page(workbench, file, camera)
         return False
-    read_by_page(session, file, camera)
+    read_by_page(workbench, file, camera)
     assert pathlib.Path("page.grid").read_bytes() == pathlib.Path("own.grid").read_bytes(), f"{file} {camera}"
     return True
 
 
-def read_by_page(session, file, camera):
-    numbers = session("calibration", str(file), camera)
+def read_by_page(workbench, file, camera):
+    numbers = workbench("calibration", str(file), camera)
     described = {"kind": "calibration", "parts": parts(), "calibration": {"name": str(file), "numbers": numbers}}
-    session("warp", described, "png", "page.grid")
+    workbench("warp", described, "png", "page.grid")
 
 
-def test_calibrations_are_read_as_by_the_tool(session, vantor, rng):
+def test_calibrations_are_read_as_by_the_tool(workbench, vantor, rng):
     pathlib.Path("frame.png").write_bytes(png(rng, 320, 180, 0))
-    session("open", "frame.png")
+    workbench("open", "frame.png")
     cameras = {"camchain.yml": ["cam0", "cam1"], "stereo.yml": ["left", "right", "1"],
                "cameras.txt": ["1", "2", "3", "4", "5", "6", "17"]}
     read = 0
     for file in sorted(CALIBRATIONS.iterdir()):
         for camera in cameras.get(file.name, [""]):
             if camera != "1" or file.name == "cameras.txt":
-                read += same_or_refused(session, vantor, file, camera)
+                read += same_or_refused(workbench, vantor, file, camera)
     assert read >= 17
     for file in sorted(FUZZED.glob("calibration_*")) + sorted(FUZZED.glob("yaml-*")):
-        same_or_refused(session, vantor, file, "")
+        same_or_refused(workbench, vantor, file, "")
 
 
-def test_a_picture_of_12_megapixels(session, vantor, rng):
+def test_a_picture_of_12_megapixels(workbench, vantor, rng):
     width, height = 4032, 3024
     pathlib.Path("large_4032x3024.nv12").write_bytes(rng.randbytes(width) * (height * 3 // 2))
-    session("open", "large_4032x3024.nv12")
-    assert session("divisor") == 4
+    workbench("open", "large_4032x3024.nv12")
+    assert workbench("divisor") == 4
     described = warp(rotate=1, lens=[-0.05, 0, 0, 0, 0])
-    found = session("warp", described, "raw")
-    memory = session("memory")
-    shown = session("command", {"name": "large_4032x3024.nv12"}, described, "", f"out_{width}x{height}.nv12")
+    found = workbench("warp", described, "raw")
+    memory = workbench("memory")
+    shown = workbench("command", {"name": "large_4032x3024.nv12"}, described, "", f"out_{width}x{height}.nv12")
     assert hash_in(vantor(shell=shown)) == found["hash"]
     for i in range(20):
-        session("part", None if i % 2 else {"x": 2 * i, "y": 40, "width": 640, "height": 480})
-    assert session("memory") == memory
+        workbench("part", None if i % 2 else {"x": 2 * i, "y": 40, "width": 640, "height": 480})
+    assert workbench("memory") == memory
 
 
-def test_the_brush_falls_off(session):
-    weights = session("brush", 16 * 33 + 16, 100, [640, 320])
+def test_the_brush_falls_off(workbench):
+    weights = workbench("brush", 16 * 33 + 16, 100, [640, 320])
     assert weights[16 * 33 + 16] == 1 and weights[16 * 33 + 21] == 0
     assert weights[16 * 33 + 18] == weights[20 * 33 + 16] == (1 - 0.16) ** 2
-    assert [weight for weight in session("brush", 5, 0, [640, 320]) if weight] == [1]
+    assert [weight for weight in workbench("brush", 5, 0, [640, 320]) if weight] == [1]

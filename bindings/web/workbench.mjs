@@ -8,12 +8,12 @@ const MAX_REDUCED = 1 << 20;
 /** Rows of a picture that are warped at a time while nobody waits. */
 const STRIP_ROWS = 256;
 
-export class Session {
+export class Workbench {
     /** With the vector kernels where the browser takes them. */
     static async start({ plain, simd }) {
-        const session = new Session();
-        session.engine = await Engine.load(simd && WebAssembly.validate(simd) ? simd : plain);
-        return session;
+        const workbench = new Workbench();
+        workbench.engine = await Engine.load(simd && WebAssembly.validate(simd) ? simd : plain);
+        return workbench;
     }
 
     about() { return { kernels: this.engine.kernels, version: this.engine.version }; }
