@@ -60,7 +60,7 @@ def test_explain_comes_to_the_librarys_scaled_values(vantor, chart, size):
     assert f"pixel (40, 30) of {size}" in vantor(f"explain chart.png 40 30 --size {size}").text
 
 
-def test_stimulus_sees_everything_and_reports_add_up(vantor, chart, not_sanitized):
+def test_stimulus_sees_everything_and_reports_add_up(vantor, chart):
     limits = "--limits 1280x720,reduce=5,enlarge=3"
     vantor(f"stimulus -o stimulus {limits}", text="they see all that can be seen")
     manifest = json.loads(pathlib.Path("stimulus/manifest.json").read_text())
