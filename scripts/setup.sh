@@ -16,7 +16,7 @@ simulators="iverilog verilator yosys"
 gstreamer="gstreamer1.0-plugins-bad gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-tools"
 gstreamer="$gstreamer libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev"
 wasm="clang-14 libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32 lld-14 wasi-libc"
-web="$wasm chromium chromium-driver nodejs python3-selenium"
+web="$wasm chromium chromium-driver nodejs python3-markdown python3-selenium"
 peers="libbenchmark-dev libopencv-imgproc-dev libswscale-dev libzimg-dev pkg-config"
 programs="ffmpeg imagemagick libvips-tools"
 case ${1:-} in

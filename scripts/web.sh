@@ -2,7 +2,7 @@
 # web.sh [--site] [OUT]: builds what runs in browsers into OUT (build/web by default): vantor.wasm, the engines with plain
 # kernels, and, where the tree has kernels for 128-bit vectors, vantor-simd.wasm with these; and live.html, the page that
 # `vantor live` fills in. With --site also OUT/site, for any static host: the page with pictures to try it on, and the
-# documents. VANTOR names the tool that draws them (build/bin/vantor by default).
+# documents. VANTOR names the tool that draws them (build/bin/vantor by default); it needs python3-markdown.
 set -eu
 cd "$(dirname "$0")/.."
 site=
@@ -61,4 +61,4 @@ module vantor "" $sources
 # shellcheck disable=SC2086
 [ -z "$vectors" ] || module vantor-simd -msimd128 $sources $vectors
 python3 bindings/web/bundle.py "$out"
-[ -z "$site" ] || python3 bindings/web/site.py "${VANTOR:-build/bin/vantor}" "$out"
+[ -z "$site" ] || /usr/bin/python3 bindings/web/site.py "${VANTOR:-build/bin/vantor}" "$out"

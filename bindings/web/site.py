@@ -12,6 +12,8 @@ import subprocess
 import sys
 import zlib
 
+import markdown
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 WIDTH, HEIGHT = 1280, 720
 SPHERES = ((-1.5, 0.9, 5.0, 0.9, (0.86, 0.24, 0.18)), (0.6, 0.6, 3.6, 0.6, (0.95, 0.77, 0.2)),
@@ -82,66 +84,23 @@ def scene():
             chunk(b"IEND", b""))
 
 
-def inline(text):
-    """Code, pictures, links and emphasis of a line of Markdown."""
-    code = []
-
-    def keep(found):
-        code.append(f"<code>{html.escape(found[1])}</code>")
-        return f"\0{len(code) - 1}\0"
-
-    text = html.escape(re.sub(r"`([^`]+)`", keep, text), quote=False)
-    text = re.sub(r"\*\*([^*]+)\*\*", r"<strong>\1</strong>", text)
-    text = re.sub(r"(?<![\w*])\*([^*]+)\*(?![\w*])", r"<em>\1</em>", text)
-    text = re.sub(r"\0(\d+)\0", lambda found: code[int(found[1])], text)
-    text = re.sub(r"!\[([^\]]*)\]\(([^)]+)\)", r'<img alt="\1" src="\2">', text)
-    text = re.sub(r"\[([^\]]*)\]\(([^)]+)\)", r'<a href="\2">\1</a>', text)
-    return re.sub(r'href="([\w./-]+)\.md', r'href="\1.html', text)
-
-
-def slug(title):
-    return re.sub(r"[^\w -]", "", title.lower().replace("`", "")).replace(" ", "-")
-
-
-def table(lines):
-    cells = [[cell.strip() for cell in re.split(r"(?<!\\)\|", line.strip()[1:-1])] for line in lines]
-    rows = [("th", cells[0])] + [("td", row) for row in cells[2:]]
-    return "<table>" + "".join("<tr>" + "".join(f"<{tag}>{inline(cell)}</{tag}>" for cell in row) + "</tr>"
-                               for tag, row in rows) + "</table>"
-
-
-def block(text):
-    """A paragraph, a heading, a list or a table."""
-    lines = text.split("\n")
-    heading = re.match(r"(#+) (.*)", text)
-    if heading:
-        level, title = len(heading[1]), heading[2].split("\n")[0]
-        rest = "\n".join(lines[1:])
-        return f'<h{level} id="{slug(title)}">{inline(title)}</h{level}>\n' + (block(rest) if rest else "")
-    if lines[0].startswith("|"):
-        return table(lines)
-    if re.match(r"(-|\d+\.) ", lines[0]):
-        items = re.split(r"^(?:-|\d+\.) ", text, flags=re.M)[1:]
-        tag = "ul" if lines[0].startswith("-") else "ol"
-        return f"<{tag}>" + "".join(f"<li>{inline(item)}</li>" for item in items) + f"</{tag}>"
-    start = next((i for i, line in enumerate(lines) if i and re.match(r"(-|\d+\.|\|) ", line)), None)
-    if start:
-        return block("\n".join(lines[:start])) + block("\n".join(lines[start:]))
-    return f"<p>{inline(text)}</p>"
+def slug(title, _):
+    return re.sub(r"[^\w -]", "", title.lower()).replace(" ", "-")
 
 
 def rendered(text):
-    """A page of Markdown, as far as the documents use it."""
-    made = []
-    for i, part in enumerate(re.split(r"^```.*\n", text, flags=re.M)):
-        if i % 2:
-            made.append(f"<pre><code>{html.escape(part)}</code></pre>")
-        else:
-            made += [block(text) for text in re.split(r"\n\s*\n", part.strip("\n")) if text.strip()]
+    """A page of Markdown."""
+    parts = re.split(r"^(```.*?^```\n)", text, flags=re.M | re.S)
+    # Markdown's first form begins lists and tables behind empty lines only.
+    start = re.compile(r"^((?!- |\d+\. |\|| ).+\n)(?=- |\d+\. |\|)", re.M)
+    parts[::2] = [start.sub(r"\1\n", part) for part in parts[::2]]
+    body = markdown.markdown("".join(parts), extensions=["fenced_code", "tables", "toc"],
+                             extension_configs={"toc": {"slugify": slug}})
+    body = re.sub(r'href="([\w./-]+)\.md', r'href="\1.html', body)
     title = html.escape(re.search(r"^# (.*)", text, re.M)[1])
     return (f'<!DOCTYPE html>\n<html lang="en"><head><meta charset="utf-8"><meta name="viewport" '
-            f'content="width=device-width"><title>{title}</title><style>{STYLE}</style></head>\n<body>\n'
-            + "\n".join(made) + "\n</body></html>\n")
+            f'content="width=device-width"><title>{title}</title><style>{STYLE}</style></head>\n<body>\n{body}\n'
+            "</body></html>\n")
 
 
 def main(vantor, out):
@@ -157,6 +116,11 @@ def main(vantor, out):
     run("chart", "-o", "chart.png", "--size", f"{WIDTH}x{HEIGHT}")
     run("live", "photo.png", "-o", "index.html", "--lens=-0.11,0.01")
     run("live", "chart.png", "-o", "chart.html", "--rotate", 2)
+    for page, name, other in (("index.html", "chart", "chart.html"), ("chart.html", "scene", "index.html")):
+        file = '<output id="name"></output>'
+        before, after = (site / page).read_text().split(file)
+        links = f'<span><a href="{other}">{name}</a> · <a href="README.html">documents</a></span>'
+        (site / page).write_text(before + file + links + after)
     shutil.copytree(ROOT / "docs/images", site / "docs/images")
     for page in [*ROOT.glob("*.md"), *ROOT.glob("docs/*.md")]:
         target = site / page.relative_to(ROOT).with_suffix(".html")

@@ -1,4 +1,4 @@
-"""The page's workbench in Node, against the tool: hashes, pixels, files, calibrations, and the command lines it shows."""
+"""The page's workbench in Node, against the tool: hashes, pixels, files, calibrations, the command lines it shows."""
 
 import base64
 import json
