@@ -13,7 +13,7 @@ using V = Avx2Lanes;
 }  // namespace
 
 const WarpKernels kWarpAvx2 = {InstructionSet::Avx2, nodes<V>, positions<V>,
-                               narrowPositions<V>,   luma<V>,  chroma<V>};
+                               rowPositions<V>,      luma<V>,  chroma<V>};
 
 }  // namespace vantor
 

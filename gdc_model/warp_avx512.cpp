@@ -231,7 +231,7 @@ void chroma(const WarpSource& source, const int32_t* x, const int32_t* y, int pa
 }  // namespace
 
 const WarpKernels kWarpAvx512 = {InstructionSet::Avx512, nodes<V>, positions<V>,
-                                 narrowPositions<V>,     luma,     chroma};
+                                 rowPositions<V>,        luma,     chroma};
 
 }  // namespace vantor
 

@@ -81,7 +81,6 @@ constexpr int kWarpRunColumns = 1024;  ///< at most, in one call of `luma` and `
 constexpr int kMaxWarpSide = 16384;
 constexpr int kMinWarpSide = 32;
 constexpr int kMaxVectorScale = 32767;
-constexpr int kNarrowStep = 1 << 11;                  ///< four times |excess| then fits 16 bits
 constexpr std::ptrdiff_t kMaxVectorSpan = INT32_MAX;  ///< from a plane's first byte to its last
 
 struct WarpKernels {
@@ -95,10 +94,10 @@ struct WarpKernels {
     /// 0 <= invScale <= kMaxVectorScale and no mirror; the plain one clamps d to that and takes anything.
     void (*positions)(const WarpRun& run, int32_t* x, int32_t* y);
 
-    /// Both coordinates of columns in any number of cells: `positions` of rows whose largest step from node
-    /// to node is below kNarrowStep, without mirrors. Null where that is no faster.
-    void (*narrowPositions)(const WarpColumns& columns, const WarpRow& rowX, const WarpRow& rowY, int32_t* x,
-                            int32_t* y);
+    /// Both coordinates of columns in any number of cells, which all have what `positions` asks for. Null
+    /// where that is no faster.
+    void (*rowPositions)(const WarpColumns& columns, const WarpRow& rowX, const WarpRow& rowY, int32_t* x,
+                         int32_t* y);
 
     /// Luma at the positions x, y: the bicubic value where all sixteen taps lie inside the picture and none
     /// of them is folded, 0 elsewhere. Returns bit k if that may not hold for all positions from k kWarpLanes

@@ -123,9 +123,10 @@ void positions(const WarpRun& run, int32_t* x, int32_t* y) {
     }
 }
 
-/// The curves of a narrow row, a vector of cells at a time. Factors of 16 bits fill both halves of 32.
+/// The curves of a row, a vector of cells at a time. Factors of 16 bits fill both halves of 32.
 template <typename V>
-struct NarrowCurves {
+class RowCurves {
+public:
     using Vector = typename V::Vector;
 
     int32_t excess4[kGridCells];
@@ -133,33 +134,47 @@ struct NarrowCurves {
     int32_t difference2[kGridCells];
     int32_t start[kGridCells];      // the displacement at the left node, in 1/256 sample, rounded down
     int32_t remainder[kGridCells];  // what that leaves, in 1/8192 of its unit, and a half
+    int32_t isWide[kGridCells];     // not 0 where the factors do not fit 16 bits: see WarpRun::isNarrow
 
-    explicit NarrowCurves(const WarpRow& row) {
-        int32_t nodes[kGridNodes + 2];
+    explicit RowCurves(const WarpRow& row) : row_(row) {
         for (int i = 0; i < kGridNodes; i += V::kLanes32) {
             const int first = i < kGridNodes - V::kLanes32 ? i : kGridNodes - V::kLanes32;
-            V::store(nodes + 1 + first, V::load(row.nodes + first));
+            V::store(nodes_ + 1 + first, V::load(row.nodes + first));
         }
         // The parabolas of the first and last cell, continued.
-        nodes[0] = 3 * (nodes[1] - nodes[2]) + nodes[3];
-        nodes[kGridNodes + 1] = 3 * (nodes[kGridNodes] - nodes[kGridNodes - 1]) + nodes[kGridNodes - 2];
-        for (int i = 0; i < kGridCells; i += V::kLanes32) fill(i, nodes + i, row.invScale);
+        nodes_[0] = 3 * (nodes_[1] - nodes_[2]) + nodes_[3];
+        nodes_[kGridNodes + 1] = 3 * (nodes_[kGridNodes] - nodes_[kGridNodes - 1]) + nodes_[kGridNodes - 2];
+        for (int i = 0; i < kGridCells; i += V::kLanes32) fill(i);
     }
 
+    /// What `positions` takes of a wide curve, with the row's columns from one on.
+    WarpLine line(int cell, int column) const {
+        const int32_t* const nodes = nodes_ + cell;
+        const int32_t difference = nodes[2] - nodes[1];
+        const int32_t slope0 = nodes[2] - nodes[0];
+        const int32_t slope1 = nodes[3] - nodes[1];
+        return {nodes[1],      difference, slope1 - slope0, 4 * difference - slope0 - slope1,
+                row_.invScale, 0,          base(column),    row_.step};
+    }
+
+    /// The undisplaced position of a column.
+    int32_t base(int column) const { return static_cast<int32_t>(row_.base + int64_t{column} * row_.step); }
+
 private:
-    void fill(int i, const int32_t* nodes, int invScale) {
-        const Vector left = V::load(nodes + 1);
-        const Vector right = V::load(nodes + 2);
+    void fill(int i) {
+        const Vector left = V::load(nodes_ + i + 1);
+        const Vector right = V::load(nodes_ + i + 2);
         const Vector difference = V::subtract32(right, left);
-        const Vector slope0 = V::subtract32(right, V::load(nodes));
-        const Vector slope1 = V::subtract32(V::load(nodes + 3), left);
+        const Vector slope0 = V::subtract32(right, V::load(nodes_ + i));
+        const Vector slope1 = V::subtract32(V::load(nodes_ + i + 3), left);
+        const Vector change = V::subtract32(slope1, slope0);
         const Vector excess =
             V::subtract32(V::subtract32(V::template shiftLeft32<2>(difference), slope0), slope1);
         V::store(excess4 + i, twice16(V::template shiftLeft32<2>(excess)));
-        V::store(slopeChange + i, twice16(V::subtract32(slope1, slope0)));
+        V::store(slopeChange + i, twice16(change));
         V::store(difference2 + i, twice16(V::template shiftLeft32<1>(difference)));
         // 23 bits by 15: the upper 15 of the node apart from its lower eight, to which the rounding is added.
-        const Vector scale = V::broadcast32(invScale);
+        const Vector scale = V::broadcast32(row_.invScale);
         const Vector upper = V::multiply32(V::template shiftRightSigned32<8>(left), scale);
         const Vector lower =
             V::add32(V::multiply32(V::bitAnd(left, V::broadcast32(255)), scale), V::broadcast32(4096));
@@ -167,11 +182,19 @@ private:
         V::store(start + i, V::template shiftRightSigned32<5>(product));
         V::store(remainder + i, V::bitOr(V::template shiftLeft32<8>(V::bitAnd(product, V::broadcast32(31))),
                                          V::bitAnd(lower, V::broadcast32(255))));
+        const Vector bend = V::abs32(excess);
+        const Vector most = V::add32(bend, V::abs32(change));
+        V::store(isWide + i, V::bitOr(V::template shiftRightSigned32<14>(V::abs32(difference)),
+                                      V::bitOr(V::template shiftRightSigned32<13>(bend),
+                                               V::template shiftRightSigned32<15>(most))));
     }
 
     static Vector twice16(Vector a) {
         return V::interleaveEven16(V::bitAnd(a, V::broadcast32(UINT16_MAX)), a);
     }
+
+    const WarpRow& row_;
+    int32_t nodes_[kGridNodes + 2];
 };
 
 /// Positions along one narrow curve, in 16-bit lanes but for the start's part, two vectors of columns at a
@@ -182,7 +205,7 @@ public:
     using Vector = typename V::Vector;
 
     /// `base` has the first columns' undisplaced positions.
-    NarrowLine(const NarrowCurves<V>& curves, int i, Vector scale, Vector base, Vector step)
+    NarrowLine(const RowCurves<V>& curves, int i, Vector scale, Vector base, Vector step)
         : excess4_(V::broadcast32(curves.excess4[i])),
           slopeChange_(V::broadcast32(curves.slopeChange[i])),
           difference2_(V::broadcast32(curves.difference2[i])),
@@ -217,23 +240,30 @@ private:
 };
 
 template <typename V>
-void narrowPositions(const WarpColumns& columns, const WarpRow& rowX, const WarpRow& rowY, int32_t* x,
-                     int32_t* y) {
+void rowPositions(const WarpColumns& columns, const WarpRow& rowX, const WarpRow& rowY, int32_t* x,
+                  int32_t* y) {
     using Vector = typename V::Vector;
-    const NarrowCurves<V> curvesX(rowX);
-    const NarrowCurves<V> curvesY(rowY);
+    const RowCurves<V> curvesX(rowX);
+    const RowCurves<V> curvesY(rowY);
     const Vector scaleX = V::broadcast32(rowX.invScale);
     const Vector scaleY = V::broadcast32(rowY.invScale);
     const Vector baseY = V::broadcast32(rowY.base);
     const Vector step = V::multiply32(V::broadcast32(rowX.step), V::broadcast32(V::kLanes32));
-    const Vector steps =
-        V::add32(V::broadcast32(rowX.base), V::multiply32(V::iota32(), V::broadcast32(rowX.step)));
-    const WarpCell* cell = columns.cells;
-    for (int i = 0; i < columns.count; ++cell) {
-        const int end = cell->end - columns.first < columns.count ? cell->end - columns.first : columns.count;
-        const Vector baseX = V::add32(steps, V::broadcast32(static_cast<int32_t>(int64_t{i} * rowX.step)));
-        NarrowLine<V, true> lineX(curvesX, cell->cell - 1, scaleX, baseX, step);
-        NarrowLine<V, false> lineY(curvesY, cell->cell - 1, scaleY, baseY, step);
+    const Vector steps = V::multiply32(V::iota32(), V::broadcast32(rowX.step));
+    const WarpCell* next = columns.cells;
+    for (int i = 0; i < columns.count; ++next) {
+        const int end = next->end - columns.first < columns.count ? next->end - columns.first : columns.count;
+        const int cell = next->cell - 1;
+        if (curvesX.isWide[cell] != 0 || curvesY.isWide[cell] != 0) {
+            positions<V>({columns.within + i, columns.bulge + i, end - i, false, curvesX.line(cell, i),
+                          curvesY.line(cell, i)},
+                         x + i, y + i);
+            i = end;
+            continue;
+        }
+        const Vector baseX = V::add32(steps, V::broadcast32(curvesX.base(i)));
+        NarrowLine<V, true> lineX(curvesX, cell, scaleX, baseX, step);
+        NarrowLine<V, false> lineY(curvesY, cell, scaleY, baseY, step);
         for (; i < end; i += V::kLanes16) {
             const auto u32 = V::template shiftLeft16<5>(V::load(columns.within + i));
             const auto q16 = V::template shiftLeft16<4>(V::load(columns.bulge + i));

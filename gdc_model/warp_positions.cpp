@@ -65,7 +65,6 @@ GridRows WarpPositions::row(const WarpKernels& kernels, const GridTables& grids,
     const NodeBounds x = nodes(grids.x, at.cell, at.within, rows.x.value);
     const NodeBounds y = nodes(grids.y, at.cell, at.within, rows.y.value);
     rows.fitsVectors = fitsVectors_ && std::max(displacementBound(x), displacementBound(y)) < INT32_MAX;
-    rows.isNarrow = rows.fitsVectors && std::max(x.largestStep, y.largestStep) < kNarrowStep;
     rows.isSteep = std::abs(sourceDisplacement(frame_.y.invScale, 0, y.largestStep)) > kLevelStep * 256;
     return rows;
 }
@@ -76,10 +75,10 @@ void WarpPositions::compute(const WarpKernels& kernels, const GridRows& grids, i
     const int32_t stepX = wrapMul(2, frame_.x.outScale);
     const auto* cell = std::upper_bound(cells_, cells_ + cellCount_, first,
                                         [](int column, const WarpCell& c) { return column < c.end; });
-    if (grids.isNarrow && kernels.narrowPositions) {
-        kernels.narrowPositions({within_ + first, bulge_ + first, cell, first, count},
-                                {grids.x.value, frame_.x.invScale, undisplacedAt(frame_.x, first), stepX},
-                                {grids.y.value, frame_.y.invScale, undisplacedY, 0}, x, y);
+    if (grids.fitsVectors && kernels.rowPositions) {
+        kernels.rowPositions({within_ + first, bulge_ + first, cell, first, count},
+                             {grids.x.value, frame_.x.invScale, undisplacedAt(frame_.x, first), stepX},
+                             {grids.y.value, frame_.y.invScale, undisplacedY, 0}, x, y);
         return;
     }
     const int end = first + count;

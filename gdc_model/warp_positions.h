@@ -17,7 +17,6 @@ struct GridRows {
     GridRow x;
     GridRow y;
     bool fitsVectors;  ///< positions have what vector kernels ask for
-    bool isNarrow;     ///< and those of narrow rows
     bool isSteep;      ///< leaves more than kLevelStep source rows between two nodes
 };
 

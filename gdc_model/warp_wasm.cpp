@@ -13,7 +13,7 @@ using V = WasmLanes;
 }  // namespace
 
 const WarpKernels kWarpWasm = {InstructionSet::Wasm, nodes<V>, positions<V>,
-                               narrowPositions<V>,   luma<V>,  chroma<V>};
+                               rowPositions<V>,      luma<V>,  chroma<V>};
 
 }  // namespace vantor
 
