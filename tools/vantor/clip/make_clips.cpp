@@ -77,7 +77,7 @@ std::vector<std::string> outputsOf(const MakeOptions& options) {
     std::vector<std::string> outputs;
     for (const std::string& input : options.inputs) outputs.push_back(names.of(outputs.size(), input));
     prepareBatchOutputs("--output", outputs, options.inputs, clip.alsoRead, clip.overwriteInput,
-                      "; --overwrite-input replaces it");
+                        "; --overwrite-input replaces it");
     return outputs;
 }
 

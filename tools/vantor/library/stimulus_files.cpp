@@ -1,6 +1,5 @@
 #include "tools/vantor/library/stimulus_files.h"
 
-
 #include <cstring>
 #include <filesystem>
 

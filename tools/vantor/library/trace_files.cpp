@@ -1,6 +1,5 @@
 #include "tools/vantor/library/trace_files.h"
 
-
 #include <algorithm>
 #include <cstring>
 #include <deque>
