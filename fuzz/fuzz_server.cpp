@@ -26,18 +26,31 @@ constexpr int kUsedAtMost = 200;  // descriptors, of a process whose numbers are
 
 Deadline soon() { return Deadline::clock::now() + std::chrono::seconds(10); }
 
-/// A service in a thread of this process, which lives as long as it.
-const std::string& servicePath() {
-    static const std::string path = "/tmp/vantor_fuzz_server_" + std::to_string(getpid());
-    static ListeningSocket socket(path, false);
-    static Server server(socket, [] {
+/// A service in a thread of this process, which it ends with.
+class Service {
+public:
+    ~Service() {
+        server_.stop();
+        thread_.join();
+    }
+
+    const std::string path = "/tmp/vantor_fuzz_server_" + std::to_string(getpid());
+
+private:
+    static ServerOptions options() {
         ServerOptions options;
         options.backend = [] { return std::make_unique<ModelBackend>(); };
         return options;
-    }());
-    static const bool isRunning = (std::thread([] { server.run(); }).detach(), true);
-    FUZZ_EXPECT(isRunning);
-    return path;
+    }
+
+    ListeningSocket socket_{path, false};
+    Server server_{socket_, options()};
+    std::thread thread_{[this] { server_.run(); }};
+};
+
+const std::string& servicePath() {
+    static const Service service;
+    return service.path;
 }
 
 /// A client's buffer.
