@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <iterator>
 
@@ -38,20 +37,12 @@ void readGrid(const WarpSource& source, vantor_grid& grid) {
 }
 
 void fromMatrix(const WarpSource& source, Size picture, vantor_grid& grid) {
-    const std::vector<double> numbers = tool::parseNumbers("matrix", source.text, 6, 6);
-    std::array<int16_t, 6> matrix;
-    for (size_t i = 0; i < matrix.size(); ++i) {
-        if (numbers[i] != std::trunc(numbers[i]) || numbers[i] < INT16_MIN || numbers[i] > INT16_MAX)
-            throw UserError(nameOf(source) + ": expected integers from -32768 to 32767");
-        matrix[i] = static_cast<int16_t>(numbers[i]);
-    }
+    const std::array<int16_t, 6> matrix = tool::parseMatrix("matrix", source.text);
     expectDone(source, vantor_grid_from_matrix(&grid, matrix.data(), picture.width, picture.height));
 }
 
 void fromLens(const WarpSource& source, Size picture, vantor_grid& grid) {
-    std::vector<double> lens = tool::parseNumbers("lens", source.text, 1, 5);
-    if (lens.size() == 4) throw UserError(nameOf(source) + ": expected K1[,K2[,K3[,P1,P2]]]");
-    lens.resize(5);
+    const std::array<double, 5> lens = tool::parseLens("lens", source.text);
     expectDone(source, vantor_grid_from_lens(&grid, lens.data(), picture.width, picture.height));
 }
 

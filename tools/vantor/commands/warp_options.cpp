@@ -25,18 +25,6 @@ Point parsePoint(const std::string& option, const std::string& text) {
     return {numbers[0], numbers[1]};
 }
 
-std::array<int16_t, 6> parseMatrix(const std::string& text) {
-    std::array<int16_t, 6> matrix;
-    const std::vector<double> numbers = parseNumbers("--matrix", text, 6, 6);
-    for (size_t i = 0; i < 6; ++i) {
-        if (numbers[i] != std::trunc(numbers[i]) || numbers[i] < INT16_MIN || numbers[i] > INT16_MAX) {
-            throw UserError("--matrix " + text + ": expected integers from -32768 to 32767");
-        }
-        matrix[i] = static_cast<int16_t>(numbers[i]);
-    }
-    return matrix;
-}
-
 /// Exactly one description of the warp, with values in range.
 void checkOptions(const WarpOptions& options) {
     if (options.waysGiven() > 1) {
@@ -137,11 +125,7 @@ WarpParts partsOf(const WarpOptions& options) {
         throw UserError("--shear " + options.shear + ": X times Y must not be 1");
     if (!options.shift.empty()) parts.shift = parsePoint("--shift", options.shift);
     if (!options.center.empty()) parts.center = parsePoint("--center", options.center);
-    if (!options.lens.empty()) {
-        const std::vector<double> lens = parseNumbers("--lens", options.lens, 1, 5);
-        if (lens.size() == 4) throw UserError("--lens " + options.lens + ": expected K1[,K2[,K3[,P1,P2]]]");
-        std::copy(lens.begin(), lens.end(), parts.lens.begin());
-    }
+    if (!options.lens.empty()) parts.lens = parseLens("--lens", options.lens);
     return parts;
 }
 
@@ -275,7 +259,7 @@ Warp warpFrom(const WarpOptions& options, Size picture, Size frame) {
         return {grid, {}, {}};
     }
     if (!options.matrix.empty()) {
-        const AffineMatrix matrix(parseMatrix(options.matrix).data());
+        const AffineMatrix matrix(parseMatrix("--matrix", options.matrix).data());
         return {gridFromMatrix(matrix.values, frame.width, frame.height, true), {}, {}};
     }
     if (!mapName(options).empty()) {
@@ -306,7 +290,7 @@ Request requestFrom(const WarpOptions& options, Backend backend, Size picture, S
     checkOptions(options);
     if (!options.gridsFile.empty()) return warpingRequest(backend, Grid{});
     return options.matrix.empty() ? warpingRequest(backend, gridFrom(options, picture, frame))
-                                  : warpingRequest(backend, parseMatrix(options.matrix));
+                                  : warpingRequest(backend, parseMatrix("--matrix", options.matrix));
 }
 
 std::optional<Size> sizeOf(const WarpOptions& options) {

@@ -1,8 +1,6 @@
 #include "tools/vantor/drawing/live_page.h"
 
-#include <algorithm>
-#include <iterator>
-
+#include "geometry/grid_text.h"
 #include "tools/vantor/drawing/page_data.h"
 #include "tools/vantor/io/png_file.h"
 
@@ -78,17 +76,12 @@ Json toJson(const LiveWarp& warp) {
                  {{"name", warp.name}, {"options", warp.options}, {"numbers", toJson(*warp.calibration)}}},
                 {"alpha", warp.alpha ? Json(*warp.alpha) : Json()}};
     }
-    std::vector<uint8_t> values;
-    const auto add = [&](int32_t value) {
-        for (int shift = 0; shift < 32; shift += 8)
-            values.push_back(static_cast<uint8_t>(static_cast<uint32_t>(value) >> shift));
-    };
-    std::for_each(std::begin(warp.grid.dX), std::end(warp.grid.dX), add);
-    std::for_each(std::begin(warp.grid.dY), std::end(warp.grid.dY), add);
-    return {
-        {"kind", "grid"},
-        {"grid",
-         {{"name", warp.name}, {"options", warp.options}, {"values", base64(values.data(), values.size())}}}};
+    const std::string values = toBinary(warp.grid);
+    return {{"kind", "grid"},
+            {"grid",
+             {{"name", warp.name},
+              {"options", warp.options},
+              {"values", base64(reinterpret_cast<const uint8_t*>(values.data()), values.size())}}}};
 }
 
 }  // namespace
