@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 const ROOT = fileURLToPath(new URL('..', import.meta.url));
-const WARP = ['gdc_frame', 'gdc_scales', 'picture_warp', 'warp_plain', 'warp_positions', 'warp_wasm'];
+const WARP = ['gdc_frame', 'gdc_scales', 'picture_warp', 'small_source', 'warp_plain', 'warp_positions', 'warp_wasm'];
 const SCALER = readdirSync(join(ROOT, 'scaler')).filter(name => /\.cpp$/.test(name) && name !== 'interpolate.cpp');
 const SOURCES = ['bench/wasm_driver.cpp', 'processor/instruction_set.cpp', ...WARP.map(name => `gdc_model/${name}.cpp`),
   ...SCALER.map(name => `scaler/${name}`)];

@@ -80,8 +80,10 @@ private:
     }
 
     void writeRun(const WarpOutputPlanes& dst, int row, int left, int count) {
+        if (warp_.isSmall_) SmallSource::moveToCopy(frame_, count, x_, y_);
         uint8_t* const luma = dst.lumaRow(row) + left;
-        borders_ = listBorder(warp_.kernels_.luma(warp_.kernelSource_, x_, y_, count, luma), count);
+        const uint32_t incomplete = warp_.kernels_.luma(warp_.kernelSource_, x_, y_, count, luma);
+        borders_ = warp_.isSmall_ ? 0 : listBorder(incomplete, count);
         for (int i = 0; i < borders_; ++i) {
             const PixelSource at = source(border_[i]);
             luma[border_[i]] = static_cast<uint8_t>(
@@ -158,7 +160,8 @@ PictureWarp::PictureWarp(const GdcFrame& frame, const WarpSourcePlanes& src, con
       src_(src),
       grids_(gridX, gridY),
       tileRows_(tileRows),
-      kernelSource_(kernelSource(src)),
+      isSmall_(SmallSource::fits(frame, src)),
+      kernelSource_(isSmall_ ? small_.copy(frame, src) : kernelSource(src)),
       kernels_(kernelsFor(kernelSource_)),
       positions_(frame_, memory) {}
 

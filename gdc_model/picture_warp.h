@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "gdc_model/gdc_frame.h"
+#include "gdc_model/small_source.h"
 #include "gdc_model/source_samples.h"
 #include "gdc_model/warp_kernels.h"
 #include "gdc_model/warp_positions.h"
@@ -50,6 +51,8 @@ private:
     WarpSourcePlanes src_;
     GridTables grids_;
     int tileRows_;
+    bool isSmall_;
+    SmallSource small_;
     WarpSource kernelSource_;
     const WarpKernels& kernels_;
     WarpPositions positions_;
