@@ -42,7 +42,7 @@ module() {
     mkdir "$objects/$name"
     for source in "$@"; do
         case $source in
-        gdc_model/picture_warp.cpp | gdc_model/warp_* | bindings/c/colour.cpp | bindings/web/module.cpp) level=-O3 ;;
+        gdc_model/picture_warp.cpp | gdc_model/warp_* | bindings/c/colour.cpp | bindings/web/rgba.cpp) level=-O3 ;;
         *) level=-Oz ;;
         esac
         case $source in gdc_model/* | processor/* | bindings/web/*) own=$flags ;; *) own= ;; esac

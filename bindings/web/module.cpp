@@ -1,16 +1,15 @@
 // What the page calls beside the C library's functions.
-#include <algorithm>
 #include <cstdint>
 #include <exception>
 #include <string_view>
 #include <typeinfo>
 
-#include "bindings/c/colour.h"
 #include "bindings/c/failure.h"
 #include "bindings/c/grid_view.h"
 #include "bindings/c/picture_view.h"
 #include "bindings/c/source_map.h"
 #include "bindings/c/warp_size.h"
+#include "bindings/web/rgba.h"
 #include "gdc_model/warp_kernels.h"
 #include "geometry/error.h"
 #include "geometry/grid_report.h"
@@ -76,10 +75,11 @@ const char* vantor_web_kernels() {
 /// A part of gray or NV12 as RGBA, row by row without gaps. With chroma the part begins at even positions.
 void vantor_web_rgba(const vantor_image* image, const vantor_rect* part, int encoding, uint8_t* rgba) {
     vantor_image view = *image;
+    view.width = part->width;
+    view.height = part->height;
     view.plane[0] += part->y * view.stride[0] + part->x;
     if (hasChroma(view)) view.plane[1] += part->y / 2 * view.stride[1] + part->x;
-    std::fill_n(rgba, 4 * part->width * part->height, uint8_t{255});
-    decodePixels({part->width, part->height, rgba, 4 * part->width}, 4, view, encoding);
+    web::toRgba(view, encoding, rgba);
 }
 
 /// Where nodes lead in pictures of a size, and what a grid cannot hold.

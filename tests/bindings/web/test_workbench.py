@@ -75,6 +75,28 @@ def test_files_have_the_tools_hashes(workbench, vantor, rng, name):
             assert name != "rgb.png" or set(kept) == {"gAMA", "iCCP"}
 
 
+def rgba_of(image, part):
+    """A part of a decoded PNG, as a canvas takes it."""
+    pixels, channels = base64.b64decode(image["pixels"]), image["channels"]
+    firsts = [(y * image["width"] + x) * channels for y in range(part["y"], part["y"] + part["height"])
+              for x in range(part["x"], part["x"] + part["width"])]
+    return b"".join(pixels[at:at + 3] + b"\xff" if channels == 3 else pixels[at:at + 1] * 3 + b"\xff" for at in firsts)
+
+
+@pytest.mark.parametrize("name", ["rgb.png", "clip.y4m", "raw-100x64.i420"])
+def test_what_is_shown_is_what_is_saved(workbench, rng, name):
+    make(name, rng)
+    opened = workbench("open", name)
+    workbench("warp", warp(rotate=-3), "png")
+    workbench("save", "png", "saved.png")
+    saved = workbench("pixels", "saved.png")
+    for _ in range(10):
+        part = {"x": 2 * rng.randrange(20), "y": 2 * rng.randrange(10)}
+        part["width"] = rng.randint(1, opened["width"] - part["x"])
+        part["height"] = rng.randint(1, opened["height"] - part["y"])
+        assert base64.b64decode(workbench("part", part)) == rgba_of(saved, part), part
+
+
 def test_files_that_are_refused(workbench, rng):
     good = png(rng, 100, 70, 2)
     deep = good[:24] + b"\x10" + good[25:]
