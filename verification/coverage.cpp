@@ -16,6 +16,9 @@ using Json = nlohmann::ordered_json;
 
 constexpr int kMinSide = 4;
 
+/// Of reports, as of all documents of the tool.
+constexpr int kSchema = 1;
+
 /// An item with its marks.
 struct Account {
     Item item;
@@ -312,7 +315,7 @@ std::string Coverage::json() const {
         if (!item.proof.empty()) entry["proof"] = item.proof;
         list.push_back(entry);
     }
-    return Json{{"items", list}}.dump(1, ' ', true, Json::error_handler_t::replace);
+    return Json{{"schema", kSchema}, {"items", list}}.dump(1, ' ', true, Json::error_handler_t::replace);
 }
 
 std::string Coverage::report() const {

@@ -3,7 +3,6 @@
 #include <sstream>
 
 #include "tools/vantor/base/error.h"
-#include "tools/vantor/base/json.h"
 #include "tools/vantor/base/terminal.h"
 #include "tools/vantor/commands/checked_request.h"
 #include "tools/vantor/commands/commands.h"
@@ -73,7 +72,7 @@ int run(const CoverageCommand& command) {
     Coverage coverage(limits);
     for (const std::string& report : command.reports) addReport(coverage, report);
     for (const std::string& input : command.inputs) addPicture(coverage, input, command.request);
-    const std::string json = toText(documentOf(nlohmann::ordered_json::parse(coverage.json())), 1) + "\n";
+    const std::string json = coverage.json() + "\n";
     if (!command.output.empty()) writeFile(command.output, json);
     std::istringstream lines(command.json ? json : coverage.report());
     for (std::string line; std::getline(lines, line);) printLine("%s", line.c_str());
