@@ -588,6 +588,8 @@ stage.addEventListener("pointerdown", event => {
     if (event.target.closest("#divider, button") || !picture) return;
     stage.setPointerCapture(event.pointerId);
     pointers.set(event.pointerId, position(event));
+    // The first finger of a pinch may have moved a node.
+    if (drag && warp().edits !== drag.edits) goInHistory(-1);
     drag = null;
     if (pointers.size > 1 || tool() === "pan" || event.button === 1 || !mesh) return;
     const at = position(event);

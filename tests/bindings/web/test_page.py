@@ -264,6 +264,30 @@ def test_a_phone(page, scheme):
         page.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
 
 
+def test_fingers_drag_and_pinch(page):
+    def touch(kind, *points):
+        left, top = page.browser.execute_script("const { left, top } = document.getElementById('stage')"
+                                                ".getBoundingClientRect(); return [left, top]")
+        points = [{"id": i, "x": left + x, "y": top + y} for i, (x, y) in enumerate(points)]
+        page.browser.execute_cdp_cmd("Input.dispatchTouchEvent", {"type": f"touch{kind}", "touchPoints": points})
+
+    first = page.hash()
+    page.use("brush")
+    touch("Start", (400, 200))
+    touch("Move", (420, 220))
+    touch("Start", (420, 220), (500, 220))
+    before = float(page["zoom"].text.split()[0])
+    touch("Move", (400, 220), (520, 220))
+    touch("End")
+    assert page.hash() == first  # a pinch moves no node
+    zoom = float(page["zoom"].text.split()[0])
+    assert abs(zoom / before - 1.5) < 0.02
+    touch("Start", (400, 200))
+    touch("Move", (420, 220))
+    touch("End")
+    assert page.hash() != first and int(page["edited"].text.split()[0]) > 1
+
+
 @pytest.mark.skipif("VANTOR_DRAGS" not in os.environ, reason="by hand: VANTOR_DRAGS=1000")
 def test_memory_stays_flat(page):
     page.use("brush")
