@@ -123,7 +123,8 @@ void positions(const WarpRun& run, int32_t* x, int32_t* y) {
     }
 }
 
-/// The curves of a row, a vector of cells at a time. Factors of 16 bits fill both halves of 32.
+/// The curves of a row, from one cell to another, a vector of cells at a time. Factors of 16 bits fill both
+/// halves of 32.
 template <typename V>
 class RowCurves {
 public:
@@ -136,15 +137,16 @@ public:
     int32_t remainder[kGridCells];  // what that leaves, in 1/8192 of its unit, and a half
     int32_t isWide[kGridCells];     // not 0 where the factors do not fit 16 bits: see WarpRun::isNarrow
 
-    explicit RowCurves(const WarpRow& row) : row_(row) {
+    /// Cells 0 to 31.
+    RowCurves(const WarpRow& row, int first, int last) : row_(row) {
         for (int i = 0; i < kGridNodes; i += V::kLanes32) {
-            const int first = i < kGridNodes - V::kLanes32 ? i : kGridNodes - V::kLanes32;
-            V::store(nodes_ + 1 + first, V::load(row.nodes + first));
+            const int from = i < kGridNodes - V::kLanes32 ? i : kGridNodes - V::kLanes32;
+            V::store(nodes_ + 1 + from, V::load(row.nodes + from));
         }
         // The parabolas of the first and last cell, continued.
         nodes_[0] = 3 * (nodes_[1] - nodes_[2]) + nodes_[3];
         nodes_[kGridNodes + 1] = 3 * (nodes_[kGridNodes] - nodes_[kGridNodes - 1]) + nodes_[kGridNodes - 2];
-        for (int i = 0; i < kGridCells; i += V::kLanes32) fill(i);
+        for (int i = first & -V::kLanes32; i <= last; i += V::kLanes32) fill(i);
     }
 
     /// What `positions` takes of a wide curve, with the row's columns from one on.
@@ -243,14 +245,16 @@ template <typename V>
 void rowPositions(const WarpColumns& columns, const WarpRow& rowX, const WarpRow& rowY, int32_t* x,
                   int32_t* y) {
     using Vector = typename V::Vector;
-    const RowCurves<V> curvesX(rowX);
-    const RowCurves<V> curvesY(rowY);
+    const WarpCell* next = columns.cells;
+    const WarpCell* last = next;
+    while (last->end < columns.first + columns.count) ++last;
+    const RowCurves<V> curvesX(rowX, next->cell - 1, last->cell - 1);
+    const RowCurves<V> curvesY(rowY, next->cell - 1, last->cell - 1);
     const Vector scaleX = V::broadcast32(rowX.invScale);
     const Vector scaleY = V::broadcast32(rowY.invScale);
     const Vector baseY = V::broadcast32(rowY.base);
     const Vector step = V::multiply32(V::broadcast32(rowX.step), V::broadcast32(V::kLanes32));
     const Vector steps = V::multiply32(V::iota32(), V::broadcast32(rowX.step));
-    const WarpCell* next = columns.cells;
     for (int i = 0; i < columns.count; ++next) {
         const int end = next->end - columns.first < columns.count ? next->end - columns.first : columns.count;
         const int cell = next->cell - 1;
