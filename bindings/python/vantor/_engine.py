@@ -143,7 +143,7 @@ def warp(image: Image, grid: Grid, *, out: Optional[Image] = None, part: Optiona
     """
     source = expect_image("image", image)
     nodes = expect_grid("grid", grid)
-    target = Image.empty(source.size, source.format) if out is None else _expect_out(out)
+    target = source.empty_like() if out is None else _expect_out(out)
     if part is None:
         engine_for(engine).run(c.library.vantor_warp, (target.view, source.view, nodes.address), _NAMES)
         return target

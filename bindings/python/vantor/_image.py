@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import ctypes
-from typing import Any, Optional, Sequence, Tuple
+from typing import Any, Optional, Tuple
 
 import numpy as np
 import numpy.typing as npt
@@ -44,14 +44,12 @@ class Image:
         for name, plane in given.items():
             _check_chroma(name, plane, height, width)
         planes = {"y": y, **given}
-        self._set(format, tuple(planes.values()), [plane.ctypes.data for plane in planes.values()],
-                  [row_stride(name, plane) for name, plane in planes.items()], None if given else y)
-
-    def _set(self, format: str, planes: Tuple[Plane, ...], addresses: Sequence[int], strides: Sequence[int],
-             array: Optional[Plane]) -> None:
-        self._format, self._planes, self._array = format, planes, array
-        height, width = planes[0].shape
+        addresses = [plane.ctypes.data for plane in planes.values()]
+        strides = [row_stride(name, plane) for name, plane in planes.items()]
         none = [0] * (3 - len(planes))
+        self._format = format
+        self._planes: Optional[Tuple[Plane, ...]] = tuple(planes.values())
+        self._array = None if given else y
         self.view = c.ImageView(c.FORMATS.index(format), width, height, *addresses, *none, *strides)
 
     @classmethod
@@ -80,16 +78,28 @@ class Image:
     def empty(cls, size: Size, format: str = "nv12") -> Image:
         """A new picture of `size` (width, height), whose samples are not set, in one array without gaps."""
         c.choice("format", format, c.FORMATS)
-        width, height = _check_size("size", size, format)
+        return cls._made(*_check_size("size", size, format), format)
+
+    @classmethod
+    def _made(cls, width: int, height: int, format: str) -> Image:
         array = np.empty((height if format == "gray" else height // 2 * 3, width), UINT8)
-        planes = _split(array, format)
         address = ctypes.addressof(ctypes.c_char.from_buffer(array.data))  # array.ctypes.data takes long
         chroma = address + height * width
-        row = width // 2 if format == "i420" else width
-        addresses = (address, chroma, chroma + height // 2 * row)[:len(planes)]
         image = cls.__new__(cls)
-        image._set(format, planes, addresses, (width, row, row), array)
+        image._format, image._planes, image._array = format, None, array
+        if format == "gray":
+            image.view = c.ImageView(c.FORMATS.index(format), width, height, address, 0, 0, width)
+        elif format == "i420":
+            half = width // 2
+            image.view = c.ImageView(c.FORMATS.index(format), width, height, address, chroma,
+                                     chroma + height // 2 * half, width, half, half)
+        else:
+            image.view = c.ImageView(c.FORMATS.index(format), width, height, address, chroma, 0, width, width)
         return image
+
+    def empty_like(self) -> Image:
+        """A new picture of the same size and layout, whose samples are not set."""
+        return self._made(self.view.width, self.view.height, self._format)
 
     @classmethod
     def from_rgb(cls, rgb: Plane, format: str = "nv12", encoding: str = "bt601") -> Image:
@@ -128,8 +138,8 @@ class Image:
     def _components(self) -> Tuple[Plane, ...]:
         """Luma, U and V, whatever their order."""
         if self._format in ("gray", "i420"):
-            return self._planes
-        y, pairs = self._planes
+            return self.planes
+        y, pairs = self.planes
         first, second = (pairs[..., 0], pairs[..., 1]) if pairs.ndim == 3 else (pairs[:, ::2], pairs[:, 1::2])
         return (y, first, second) if self._format == "nv12" else (y, second, first)
 
@@ -141,12 +151,14 @@ class Image:
     @property
     def width(self) -> int:
         """In luma samples."""
-        return self._planes[0].shape[1]
+        width: int = self.view.width
+        return width
 
     @property
     def height(self) -> int:
         """In luma samples."""
-        return self._planes[0].shape[0]
+        height: int = self.view.height
+        return height
 
     @property
     def size(self) -> Size:
@@ -156,12 +168,15 @@ class Image:
     @property
     def planes(self) -> Tuple[Plane, ...]:
         """All planes, in the order of the layout."""
+        if self._planes is None:
+            assert self._array is not None
+            self._planes = _split(self._array, self._format)
         return self._planes
 
     @property
     def y(self) -> Plane:
         """The plane of luma."""
-        return self._planes[0]
+        return self.planes[0]
 
     @property
     def uv(self) -> Plane:
@@ -186,7 +201,7 @@ class Image:
     def _plane(self, name: str) -> Plane:
         if name not in _CHROMA[self._format]:
             raise AttributeError(f"{name}: not in {self._format} pictures, which have {', '.join(self._names())}")
-        return self._planes[1 + _CHROMA[self._format].index(name)]
+        return self.planes[1 + _CHROMA[self._format].index(name)]
 
     def _names(self) -> Tuple[str, ...]:
         return ("y", *_CHROMA[self._format])
@@ -203,7 +218,7 @@ class Image:
 
     def expect_writable(self, name: str) -> None:
         """Refuses to be what a result is written to, if an array is read-only."""
-        for plane_name, plane in zip(self._names(), self._planes):
+        for plane_name, plane in zip(self._names(), self.planes):
             if not plane.flags.writeable:
                 writable(f"{name}: {plane_name}", plane)
 
