@@ -109,11 +109,14 @@ export class Engine {
         });
     }
 
-    /** A part { x, y, width, height } of a picture, as canvases take it. */
-    rgba(picture, part, encoding) {
-        return this.with([4 * part.width * part.height, rectOf(part)], (rgba, rect) => {
+    /** A part { x, y, width, height } of a picture, as canvases take it; in `buffer` if that has the right size. */
+    rgba(picture, part, encoding, buffer = null) {
+        const count = 4 * part.width * part.height;
+        return this.with([count, rectOf(part)], (rgba, rect) => {
             this.exports.vantor_web_rgba(picture.image, rect, encoding, rgba);
-            return new Uint8ClampedArray(this.bytes(rgba, 4 * part.width * part.height).slice().buffer);
+            const made = new Uint8ClampedArray(buffer && buffer.byteLength === count ? buffer : count);
+            made.set(this.bytes(rgba, count));
+            return made;
         });
     }
 

@@ -14,7 +14,7 @@ const LENS_NAMES = ["k1", "k2", "k3", "p1", "p2"];
 const MAX_EXACT = 1 << 20;
 const GLASS = 21;
 
-// Calls to the worker, which answers them in their order.
+// Calls to the worker, which answers them in their order. Buffers among their parts go to it for good.
 const calls = new Map();
 let worker;
 
@@ -22,7 +22,7 @@ function call(name, ...parts) {
     return new Promise((done, failed) => {
         const id = call.count = (call.count || 0) + 1;
         calls.set(id, { done, failed });
-        worker.postMessage({ id, name, parts });
+        worker.postMessage({ id, name, parts }, parts.filter(part => part instanceof ArrayBuffer));
     });
 }
 
@@ -98,7 +98,7 @@ function put(id, shown, part) {
     canvas.shows = part || { x: 0, y: 0, width: picture.width, height: picture.height };
 }
 
-const pump = { isBusy: false, isDirty: false, timer: 0, source: "" };
+const pump = { isBusy: false, isDirty: false, timer: 0, source: "", drawn: null };
 
 /** The warp or the picture has changed. */
 function changed() {
@@ -136,7 +136,9 @@ async function ask() {
     try {
         if (pump.source !== key) put("before", await call("show", "before", source), source);
         pump.source = key;
-        return { part, ...await call("render", warp(), part) };
+        const { drawn } = pump;
+        pump.drawn = null;
+        return { part, ...await call("render", warp(), part, drawn) };
     } catch (error) {
         say(error.message, "warp");
         return null;
@@ -146,6 +148,7 @@ async function ask() {
 function present({ part, ...shown }) {
     mesh = shown.mesh;
     put("after", shown, part);
+    pump.drawn = shown.rgba.buffer;
     if (byId("note").dataset.cause === "warp") say("");
     byId("reduced").hidden = part !== null;
     byId("reduced").textContent = `reduced view, 1:${picture.divisor}; the loupe is exact`;

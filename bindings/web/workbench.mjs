@@ -61,16 +61,17 @@ export class Workbench {
     }
 
     /** The picture's part, or all of the reduced one, as canvases take it: of the source or of the result. */
-    show(side, part) {
+    show(side, part, buffer) {
         const { source, target, smallSource, smallTarget } = this.pictures;
-        if (part) return { ...part, rgba: this.shown(source, target, side, part) };
+        if (part) return { ...part, rgba: this.shown(source, target, side, part, buffer) };
         const { width, height } = smallSource;
-        return { width, height, rgba: this.shown(smallSource, smallTarget, side, { x: 0, y: 0, width, height }) };
+        const whole = { x: 0, y: 0, width, height };
+        return { width, height, rgba: this.shown(smallSource, smallTarget, side, whole, buffer) };
     }
 
-    shown(source, target, side, part) {
+    shown(source, target, side, part, buffer) {
         if (side === "after") this.engine.warp(target, source, this.grid, this.evenPart(part));
-        return this.engine.rgba(side === "after" ? target : source, part, this.encoding);
+        return this.engine.rgba(side === "after" ? target : source, part, this.encoding, buffer);
     }
 
     /** Chroma has whole pairs of columns and rows; parts begin at even ones. */
@@ -79,9 +80,10 @@ export class Workbench {
         return { ...part, width: part.width + part.width % 2, height: part.height + part.height % 2 };
     }
 
-    render(warp, part) {
+    /** `buffer` is that of an earlier picture, or null. */
+    render(warp, part, buffer) {
         const mesh = this.setWarp(warp);
-        return { mesh, ...this.show("after", part) };
+        return { mesh, ...this.show("after", part, buffer) };
     }
 
     /** Warps what is left of the picture; returns false where `isStale()` says so between strips. */
