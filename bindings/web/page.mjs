@@ -160,8 +160,8 @@ function present({ part, ...shown }) {
 function findSoon() {
     clearTimeout(pump.timer);
     pump.timer = setTimeout(() => {
-        lookCloser();
-        if (!found) attempt(find);
+        if (!found) lookCloser();
+        if (!found || found.error === undefined) attempt(find);
     }, 150);
 }
 
@@ -174,6 +174,7 @@ async function find() {
     found = { ...made, form };
     showResult();
     document.body.dataset.found = Number(document.body.dataset.found || 0) + 1;
+    if (found.error === undefined) findSoon();
     if (!find.isTested) {
         find.isTested = true;
         const { right, pictures } = await call("selftest");

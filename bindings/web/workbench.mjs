@@ -108,14 +108,14 @@ export class Workbench {
         return target.samples.slice();
     }
 
-    /** What is worth knowing of a result, or null if something else is wanted first. */
+    /** What is worth knowing of a result, or null if something else is wanted first; then without `error`, perhaps. */
     async findings(form, isStale = () => false) {
         if (!await this.warpAll(isStale)) return null;
         const { width, height } = this.size;
         const hash = this.engine.hash(this.result(form));
         const report = this.engine.report(this.grid, width, height);
         const gridHash = this.engine.hash(this.grid);
-        if (await isStale()) return { hash, gridHash, report, error: null };
+        if (await isStale()) return { hash, gridHash, report };
         return { hash, gridHash, report, error: this.gridError() };
     }
 

@@ -243,6 +243,9 @@ def test_the_pixel_and_the_loupe(page):
     page.wait(lambda: page["pixel"].text.startswith("(157, 112): Y "))
     page["stage"].send_keys("l")
     page.wait(page["glass"].is_displayed)
+    page.set("lens-0", 0.1)
+    page.hash()
+    page.wait(lambda: "Off formula" in page["findings"].text)  # which waits for the loupe
     page["stage"].send_keys("+")
     assert "pixels" in page["stage"].get_attribute("class")
 
