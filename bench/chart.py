@@ -78,11 +78,11 @@ def chart(results):
         rectangle(0.5, 0.5, WIDTH - 1, height - 1, "ground", f'rx="8" stroke="{COLORS["edge"]}"'),
         text(MARGIN, 32, "Nanoseconds per pixel of output, NV12 in and out, one core: shorter is faster", 16,
              weight="bold"),
-        text(MARGIN, 50, "CPU time of complete calls; for scaling, the fastest filter of each peer; for warps, all filters",
-             12, "faint"),
+        text(MARGIN, 50, "CPU time of complete calls; for scaling, the fastest filter of each peer; for warps, "
+                         "all filters", 12, "faint"),
     ]
-    foot = [text(MARGIN, y + 16, f"{bench['processor']}, {bench['date']}, {bench['compiler']}, {tables} kernels", 11, "faint"),
-            text(MARGIN, y + 32, versions, 11, "faint"), "</svg>\n"]
+    machine = f"{bench['processor']}, {bench['date']}, {bench['compiler']}, {tables} kernels"
+    foot = [text(MARGIN, y + 16, machine, 11, "faint"), text(MARGIN, y + 32, versions, 11, "faint"), "</svg>\n"]
     return "\n".join(head + parts + foot)
 
 

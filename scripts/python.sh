@@ -20,8 +20,7 @@ newest() {
 
 echo "== python"
 (cd bindings/python && mypy --strict --python-version 3.9 vantor)
-flake8 --max-line-length 120 bindings/python examples/python tests/bindings/python bench/python.py \
-    bench/gstreamer.py tests/bindings/gstreamer
+flake8 --max-line-length 120 bench bindings examples tests/bindings
 
 quietly cmake --preset release
 quietly cmake --build --preset release --target vantor
