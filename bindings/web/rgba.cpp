@@ -1,6 +1,6 @@
 #include "bindings/web/rgba.h"
 
-#include <algorithm>
+#include <cstddef>
 
 #include "bindings/c/colour.h"
 #include "bindings/c/picture_view.h"
