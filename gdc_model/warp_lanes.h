@@ -246,10 +246,16 @@ void rowPositions(const WarpColumns& columns, const WarpRow& rowX, const WarpRow
                   int32_t* y) {
     using Vector = typename V::Vector;
     const WarpCell* next = columns.cells;
-    const WarpCell* last = next;
-    while (last->end < columns.first + columns.count) ++last;
-    const RowCurves<V> curvesX(rowX, next->cell - 1, last->cell - 1);
-    const RowCurves<V> curvesY(rowY, next->cell - 1, last->cell - 1);
+    // A negative step leads from higher cells to lower ones.
+    int lowest = next->cell;
+    int highest = lowest;
+    for (const WarpCell* cell = next; cell->end < columns.first + columns.count;) {
+        ++cell;
+        lowest = cell->cell < lowest ? cell->cell : lowest;
+        highest = cell->cell > highest ? cell->cell : highest;
+    }
+    const RowCurves<V> curvesX(rowX, lowest - 1, highest - 1);
+    const RowCurves<V> curvesY(rowY, lowest - 1, highest - 1);
     const Vector scaleX = V::broadcast32(rowX.invScale);
     const Vector scaleY = V::broadcast32(rowY.invScale);
     const Vector baseY = V::broadcast32(rowY.base);

@@ -74,7 +74,9 @@ TEST(WarpKernels, RowsOfAnyGridFindKernelsThatCanTakeThem) {
                   slope = random.between(0, i % 8 < 4 ? 600000 : 2000);
         const int noise = i % 3 ? random.between(0, 1000) : 1 << random.between(0, 29);
         const int zigzag = i % 5 ? 0 : random.between(2040, 2056);  // about the largest excess of narrow curves
-        const GdcFrame frame = requestFrame(width, 128, {0, 0, width - 1, 127});
+        const bool isMirrored = i % 9 == 0;                         // from the last cell to the first
+        GdcFrame frame = requestFrame(width, 128, {isMirrored ? 1 - width : 0, 0, isMirrored ? 0 : width - 1, 127});
+        if (isMirrored) frame.x.outScale = -frame.x.outScale;
         Grid grid;
         for (int k = 0; k < 33 * 33; ++k) {
             const int sign = k % 33 % 2 * 2 - 1;
