@@ -1,6 +1,7 @@
 // Sources so small that borders are much of them.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "gdc_model/gdc_frame.h"
@@ -28,8 +29,10 @@ private:
     static constexpr int kMargin = 2;  ///< taps beyond either border; even, so that pairs stay pairs
     static constexpr int kStride = kMaxWidth + 2 * kMargin;
 
-    uint8_t luma_[kMaxHeight + 2 * kMargin][kStride];
-    uint8_t pairs_[kMaxHeight / 2 + kMargin][kStride];
+    using Pair = std::array<uint8_t, 2>;
+
+    std::array<uint8_t, kStride> luma_[kMaxHeight + 2 * kMargin];
+    std::array<Pair, kStride / 2> pairs_[kMaxHeight / 2 + kMargin];
 };
 
 }  // namespace vantor

@@ -6,7 +6,6 @@
 
 #include "bindings/c/failure.h"
 #include "bindings/c/grid_view.h"
-#include "bindings/c/picture_view.h"
 #include "bindings/c/source_map.h"
 #include "bindings/c/warp_size.h"
 #include "bindings/web/rgba.h"
@@ -72,14 +71,8 @@ const char* vantor_web_kernels() {
     return instructionSetName(bestTable(kWarpTables).set);
 }
 
-/// A part of gray or NV12 as RGBA, row by row without gaps. With chroma the part begins at even positions.
 void vantor_web_rgba(const vantor_image* image, const vantor_rect* part, int encoding, uint8_t* rgba) {
-    vantor_image view = *image;
-    view.width = part->width;
-    view.height = part->height;
-    view.plane[0] += part->y * view.stride[0] + part->x;
-    if (hasChroma(view)) view.plane[1] += part->y / 2 * view.stride[1] + part->x;
-    web::toRgba(view, encoding, rgba);
+    web::toRgba(*image, *part, encoding, rgba);
 }
 
 /// Where nodes lead in pictures of a size, and what a grid cannot hold.

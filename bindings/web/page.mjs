@@ -159,8 +159,8 @@ function present({ part, ...shown }) {
 
 function findSoon() {
     clearTimeout(pump.timer);
-    pump.timer = setTimeout(() => {
-        if (!found) lookCloser();
+    pump.timer = setTimeout(async () => {
+        if (!found) await lookCloser();  // whose calls would stop what takes longer
         if (!found || found.error === undefined) attempt(find);
     }, 150);
 }

@@ -13,11 +13,11 @@ namespace {
 
 constexpr int kPixelBytes = 4;
 
-/// The same rows from an even column on.
-vantor_image from(vantor_image image, int column) {
-    image.width -= column;
-    image.plane[0] += column;
-    if (c::hasChroma(image)) image.plane[1] += column;
+vantor_image partOf(vantor_image image, const vantor_rect& part) {
+    image.width = part.width;
+    image.height = part.height;
+    image.plane[0] += part.y * image.stride[0] + part.x;
+    if (c::hasChroma(image)) image.plane[1] += part.y / 2 * image.stride[1] + part.x;
     return image;
 }
 
@@ -70,11 +70,12 @@ int decodeByVectors(const vantor_image&, int, uint8_t*) {
 
 }  // namespace
 
-void toRgba(const vantor_image& image, int encoding, uint8_t* rgba) {
-    const int decoded = decodeByVectors(image, encoding, rgba);
-    const vantor_image rest = from(image, decoded);
+void toRgba(const vantor_image& image, const vantor_rect& part, int encoding, uint8_t* rgba) {
+    const vantor_image shown = partOf(image, part);
+    const int decoded = decodeByVectors(shown, encoding, rgba);
+    const vantor_image rest = partOf(shown, {decoded, 0, shown.width - decoded, shown.height});
     if (rest.width == 0) return;
-    const std::ptrdiff_t stride = kPixelBytes * std::ptrdiff_t{image.width};
+    const std::ptrdiff_t stride = kPixelBytes * std::ptrdiff_t{shown.width};
     rgba += kPixelBytes * decoded;
     for (int row = 0; row < rest.height; ++row) {
         for (int x = 0; x < rest.width; ++x) rgba[row * stride + kPixelBytes * x + 3] = 255;

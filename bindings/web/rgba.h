@@ -7,7 +7,8 @@
 
 namespace vantor::web {
 
-/// All of gray or NV12, in one of the C library's encodings, as RGBA, row by row without gaps.
-void toRgba(const vantor_image& image, int encoding, uint8_t* rgba);
+/// A part of gray or NV12, in one of the C library's encodings, as RGBA, row by row without gaps. With chroma
+/// it begins at even positions.
+void toRgba(const vantor_image& image, const vantor_rect& part, int encoding, uint8_t* rgba);
 
 }  // namespace vantor::web

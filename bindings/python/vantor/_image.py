@@ -87,14 +87,15 @@ class Image:
         chroma = address + height * width
         image = cls.__new__(cls)
         image._format, image._planes, image._array = format, None, array
+        code = c.FORMATS.index(format)
         if format == "gray":
-            image.view = c.ImageView(c.FORMATS.index(format), width, height, address, 0, 0, width)
+            image.view = c.ImageView(code, width, height, address, 0, 0, width)
         elif format == "i420":
             half = width // 2
-            image.view = c.ImageView(c.FORMATS.index(format), width, height, address, chroma,
-                                     chroma + height // 2 * half, width, half, half)
+            second = chroma + height // 2 * half
+            image.view = c.ImageView(code, width, height, address, chroma, second, width, half, half)
         else:
-            image.view = c.ImageView(c.FORMATS.index(format), width, height, address, chroma, 0, width, width)
+            image.view = c.ImageView(code, width, height, address, chroma, 0, width, width)
         return image
 
     def empty_like(self) -> Image:
